@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+
+#include "foundation/Bytes.h"
+#include "foundation/Object.h"
+
+namespace kelpie {
+
+// Reads keyed archives (binary property lists whose `$archiver` is "NSKeyedArchiver"), as Apple's
+// and GNUstep's archivers write them. Any bytes may come in: what is truncated, cyclic, mistyped,
+// too deep or lies about its counts gives nil or skips the part, in time and memory proportional to
+// the bytes. Any thread.
+class KeyedUnarchiver {
+ public:
+  // How deep archives may stand inside archives (tree nodes hold their children so).
+  static constexpr int kMaximumNesting = 64;
+
+  // The root object, whole (`unarchiveObjectWithData:`). nil when there is none.
+  static Object unarchiveObject(ByteView archive);
+
+  // The root object, read in place: containers look into `archive` on demand and keep it alive.
+  // What is read of it is what unarchiveObject() would give. nil when there is none.
+  static Object open(std::shared_ptr<const Bytes> archive);
+};
+
+}  // namespace kelpie

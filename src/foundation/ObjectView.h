@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "foundation/FunctionRef.h"
+#include "foundation/Object.h"
+
+namespace kelpie {
+
+class ArchiveReader;
+
+// A borrowed look at an Object or at a part of an opened archive: trivially copyable, allocates
+// nothing and counts no references, so that a dictionary of a million entries can be walked in
+// place. Valid while the Object that it was made from lives. Reads as leniently as Object does.
+// Any thread.
+class ObjectView {
+ public:
+  // Of nil.
+  ObjectView() = default;
+  // Implicit: whatever takes a view takes an object.
+  ObjectView(const Object& object);  // NOLINT(google-explicit-constructor)
+
+  Object::Kind kind() const;
+  bool isNil() const { return kind() == Object::Kind::Nil; }
+
+  bool boolValue() const;
+  std::int64_t integerValue() const;
+  std::uint64_t unsignedIntegerValue() const;
+  std::uint16_t unsignedShortValue() const;
+
+  // The text of a string (UTF-8), else "". Copies.
+  std::string stringValue() const;
+  // Whether this is a string of exactly this text. Copies nothing.
+  bool isEqualToString(std::string_view text) const;
+  // The bytes of a path held as a string or as data; missing for anything else. Copies.
+  std::optional<std::string> pathBytes() const;
+  // The bytes of data, borrowed; missing for anything else.
+  std::optional<ByteView> data() const;
+
+  std::size_t size() const;
+  ObjectView at(std::size_t index) const;
+  ObjectView operator[](std::string_view key) const;
+
+  // Calls `visit` for each element of an array or set, in order, until it answers false.
+  void forEachElement(FunctionRef<bool(ObjectView element)> visit) const;
+  // Calls `visit` for each entry of a dictionary, in the archive's order, until it answers false.
+  void forEachEntry(FunctionRef<bool(ObjectView key, ObjectView value)> visit) const;
+
+  // An owning object with the same value; parts of an archive share the archive's bytes.
+  Object toObject() const;
+
+ private:
+  friend class ArchiveReader;
+  ObjectView(const ArchiveReader& reader, std::uint64_t reference);
+
+  const Object* object_ = nullptr;         // a built value, or
+  const ArchiveReader* reader_ = nullptr;  // an object of this archive
+  std::uint64_t reference_ = 0;            // its number there
+};
+
+}  // namespace kelpie
