@@ -1,0 +1,34 @@
+# Compiler settings that hold for every target, and the target that carries the warnings.
+
+# Unchanged files are not compiled twice, also not across two checkouts of the project.
+find_program(KELPIE_CCACHE ccache)
+if(KELPIE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+      "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_NOHASHDIR=1
+      "CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime"
+      "${KELPIE_CCACHE}")
+endif()
+
+add_library(kelpie_warnings INTERFACE)
+target_compile_options(kelpie_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+if(KELPIE_SANITIZE)
+  add_compile_options(
+    "-fsanitize=${KELPIE_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options("-fsanitize=${KELPIE_SANITIZE}")
+endif()
+if(KELPIE_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "KELPIE_FUZZ needs clang; use the preset fuzz.")
+  endif()
+  # The fuzzer's own main() is linked to the fuzz targets only (see fuzz/CMakeLists.txt).
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+# Precompiled headers that ccache can vouch for must not hold the time of their making.
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  add_compile_options("SHELL:-Xclang -fno-pch-timestamp")
+elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  add_compile_options(-fpch-preprocess)
+endif()

@@ -1,0 +1,1 @@
+// Carries the precompiled header pch.h, which the test executables share.
