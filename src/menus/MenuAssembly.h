@@ -1,0 +1,34 @@
+#pragma once
+
+#include <optional>
+
+#include "foundation/Menu.h"
+#include "menus/FIMenuKind.h"
+#include "platform/Platform.h"
+
+namespace kelpie {
+
+class KPUserDefaults;
+class MenuHost;
+
+// Builds the menus that the file manager asks for, from the user's lists of items and the current
+// selection. Main thread.
+class MenuAssembly {
+ public:
+  // All are borrowed for the life of this object.
+  MenuAssembly(MenuHost& host, const Platform& platform, KPUserDefaults& defaults)
+      : host_(host), platform_(platform), defaults_(defaults) {}
+
+  // The menu; nothing where the file manager is to show none: while the main application does not
+  // run (but for the toolbar, which says so), for the sidebar and for an unknown kind. A menu that
+  // no item applies to is there, and empty. Sets the host's target URLs and sender objects, and
+  // tells the main application which repository is about to be used.
+  std::optional<Menu> menuForMenuKind(FIMenuKind kind);
+
+ private:
+  MenuHost& host_;
+  const Platform& platform_;
+  KPUserDefaults& defaults_;
+};
+
+}  // namespace kelpie
