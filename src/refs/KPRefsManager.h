@@ -1,0 +1,109 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/Menu.h"
+#include "foundation/MenuItem.h"
+#include "foundation/Object.h"
+#include "refs/KPReference.h"
+#include "refs/KPTreeNode.h"
+
+namespace kelpie {
+
+class Bundle;
+class Log;
+
+// What the main application last said about the references of one repository, and the submenus
+// that are built from it. Owner: the repository; `bundle` and `log` outlive it. Main queue.
+//
+// The children of the references tree's root are sections, known by their position: 1 local
+// branches, 2 tags, 3 remotes (each with its branches), 4 submodules, 5 pull requests. A section
+// that is not there is empty. In a section, a node with children is a folder, named by the last
+// component of its record's name; a node without is a reference. Actions are names of selectors.
+//
+// Menus are made anew for each question and know nothing of the records: an item names its object
+// by its tag.
+class KPRefsManager {
+ public:
+  KPRefsManager(const Bundle& bundle, Log& log);
+
+  // The root of the references tree; null at first, and for what is no tree node.
+  const std::shared_ptr<const KPTreeNode>& references() const { return references_; }
+  void setReferences(const Object& references);
+
+  // A title per stash; missing at first, and for what is no array. An element that is no string is
+  // an empty title, so that the others keep their positions.
+  const std::optional<std::vector<std::string>>& stashes() const { return stashes_; }
+  void setStashes(const Object& stashes);
+
+  // A dictionary with arrays of branch names; nil at first, and for what is no dictionary.
+  const Object& gitflowInfo() const { return gitflowInfo_; }
+  void setGitflowInfo(const Object& gitflowInfo);
+
+  // The branch that is checked out; null when it is not known.
+  const std::shared_ptr<const KPReference>& headBranch() const { return headBranch_; }
+  void setHeadBranch(std::shared_ptr<const KPReference> headBranch);
+
+  bool isBare() const { return bare_; }
+  void setBare(bool bare) { bare_ = bare; }
+  bool hasGitlfs() const { return hasGitlfs_; }
+  void setHasGitlfs(bool hasGitlfs) { hasGitlfs_ = hasGitlfs; }
+  bool hasHeadCommit() const { return hasHeadCommit_; }
+  void setHasHeadCommit(bool hasHeadCommit) { hasHeadCommit_ = hasHeadCommit; }
+
+  // Whether there is at least one.
+  bool hasStashes() const;
+  bool hasRemotes() const;
+  bool hasSubmodules() const;
+  bool hasPullRequests() const;
+
+  // Menus of whole names, each item with `action` and its position as the tag. Empty, not null,
+  // when there is nothing to show.
+  std::shared_ptr<const Menu> stashesMenuWithAction(std::string_view action) const;
+  std::shared_ptr<const Menu> remotesMenuWithAction(std::string_view action) const;
+  std::shared_ptr<const Menu> submodulesMenuWithAction(std::string_view action) const;
+  std::shared_ptr<const Menu> pullRequestsMenuWithAction(std::string_view action) const;
+
+  // Menus of git-flow branches, with the action that finishes one and the position as the tag. Null
+  // when there is nothing to show.
+  std::shared_ptr<const Menu> gitflowFeaturesMenu() const;
+  std::shared_ptr<const Menu> gitflowReleasesMenu() const;
+  std::shared_ptr<const Menu> gitflowHotfixesMenu() const;
+
+  // The reference picker: an item with `title` whose submenu, never null, holds the references of
+  // the sections `submenuTypes`, one after the other, each section that is not empty under a header
+  // if `hasHeader`. `reference`, which may be null, is what the references are compared with.
+  //
+  // From section 3 on, "deleteBranches:" and "renameBranch:" become the actions for remote
+  // branches, for all later sections of the list as well. A number that names no section to pick
+  // from is logged and shows section 0.
+  MenuItem menuItemWithTitle(std::string title, const KPReference* reference,
+                             std::string_view action,
+                             const std::vector<std::uint64_t>& submenuTypes, bool hasHeader) const;
+
+  // Adds to `menu` an item for each child of `node`, folders with a submenu of their own. By the
+  // name of the action an item is marked (state on), disabled (then it has no action) or both; see
+  // the table in ReferenceItemRules.
+  static void addMenuItemsWithAction(std::string_view action, const KPReference* reference,
+                                     const KPTreeNode& node, Menu& menu);
+
+ private:
+  const KPTreeNode::Children& section(std::uint64_t number) const;
+
+  const Bundle& bundle_;
+  Log& log_;
+  std::shared_ptr<const KPTreeNode> references_;
+  std::optional<std::vector<std::string>> stashes_;
+  Object gitflowInfo_;
+  std::shared_ptr<const KPReference> headBranch_;
+  bool bare_ = false;
+  bool hasGitlfs_ = false;
+  bool hasHeadCommit_ = false;
+};
+
+}  // namespace kelpie

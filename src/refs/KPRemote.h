@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "refs/KPReference.h"
+
+namespace kelpie {
+
+// A remote of a repository. Archived as "KPRemote". Threads and missing values as in KPReference.
+class KPRemote : public KPReference {
+ public:
+  using Refspecs = std::vector<std::string>;
+
+  KPRemote() : KPRemote(std::nullopt) {}
+  explicit KPRemote(std::optional<std::string> name);
+  // A new remote is a remote: the type is ignored.
+  KPRemote(std::int64_t type, std::optional<std::string> name);
+  explicit KPRemote(const KeyedDecoder& coder);
+
+  // Where it is fetched from, as text.
+  const std::optional<std::string>& url() const { return url_; }
+  void setUrl(std::optional<std::string> url) { url_ = std::move(url); }
+
+  // Where it is pushed to, as text.
+  const std::optional<std::string>& pushUrl() const { return pushUrl_; }
+  void setPushUrl(std::optional<std::string> url) { pushUrl_ = std::move(url); }
+
+  // A missing list and an empty one are two things.
+  const std::optional<Refspecs>& fetchRefspecs() const { return fetchRefspecs_; }
+  void setFetchRefspecs(std::optional<Refspecs> specs) { fetchRefspecs_ = std::move(specs); }
+
+  const std::optional<Refspecs>& pushRefspecs() const { return pushRefspecs_; }
+  void setPushRefspecs(std::optional<Refspecs> specs) { pushRefspecs_ = std::move(specs); }
+
+  // Whether tags are followed, in the main application's numbers.
+  std::int64_t autotag() const { return autotag_; }
+  void setAutotag(std::int64_t autotag) { autotag_ = autotag; }
+
+  // Left out when all remotes are fetched.
+  bool skipFetchAll() const { return skipFetchAll_; }
+  void setSkipFetchAll(bool skip) { skipFetchAll_ = skip; }
+
+  std::vector<std::string_view> classNames() const override;
+  void encodeWithCoder(KeyedEncoder& coder) const override;
+
+ private:
+  std::optional<std::string> url_;
+  std::optional<std::string> pushUrl_;
+  std::optional<Refspecs> fetchRefspecs_;
+  std::optional<Refspecs> pushRefspecs_;
+  std::int64_t autotag_ = 0;
+  bool skipFetchAll_ = false;
+};
+
+}  // namespace kelpie
