@@ -1,0 +1,206 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/Dictionary.h"
+#include "foundation/Error.h"
+#include "foundation/FileIdentifier.h"
+#include "foundation/FunctionRef.h"
+#include "foundation/Menu.h"
+#include "foundation/MenuItem.h"
+#include "foundation/Object.h"
+#include "foundation/URL.h"
+#include "platform/Platform.h"
+#include "status/ItemKey.h"
+#include "status/ObservedPaths.h"
+#include "status/StatusWord.h"
+
+namespace kelpie {
+
+class KPRefsManager;
+class KPReference;
+class KPUserDefaults;
+
+// What is known of one open working copy: the status word of every item that the main application
+// has named, a few values beside them, and the references. It runs no git and reads no repository;
+// it answers the menus' questions and chooses the badges.
+//
+// Owned by the controller; work that waits on the update queue keeps it alive. The platform and the
+// settings must outlive it.
+//
+// Threads: every operation may be called on any thread, and says where its work runs. Setters that
+// take an Object are reached by messages of the main application; a value of a class that they
+// cannot use counts as nil, 0 or NO.
+class KPRepository : public std::enable_shared_from_this<KPRepository> {
+ public:
+  // A repository with the root folder `url` and the git directory `gitUrl`, for the items of
+  // `observedPaths`, which it shares with the caller. Each may be missing. The first one made in
+  // the process makes the deleted-item suffix.
+  static std::shared_ptr<KPRepository> create(std::optional<URL> url, std::optional<URL> gitUrl,
+                                              std::shared_ptr<ObservedPaths> observedPaths,
+                                              const Platform& platform, KPUserDefaults& settings);
+  ~KPRepository();
+  KPRepository(const KPRepository&) = delete;
+  KPRepository& operator=(const KPRepository&) = delete;
+
+  // The ending of the path of a placeholder that stands for a deleted item: a blank, the control
+  // character SHIFT OUT, and a name. Missing before the process has made its first repository; then
+  // no path is a placeholder.
+  static std::optional<std::string_view> deletedFilesSuffix();
+
+  // -- Properties --------------------------------------------------------------------------------
+
+  const std::optional<URL>& url() const { return url_; }
+  // The root folder's identifier when the repository was made; "KPMessageTarget" of its messages.
+  std::optional<FileIdentifier> identifier() const;
+  void setIdentifier(const Object& identifier);
+  std::optional<URL> gitUrl() const;
+  void setGitUrl(const Object& url);
+  // The very table that the repository was made with; null when it was made without.
+  const std::shared_ptr<ObservedPaths>& observedPaths() const { return observedPaths_; }
+  // The state of the repository; 0 is the normal one.
+  std::int64_t state() const;
+  void setState(const Object& state);
+  // Replaces all status entries: a dictionary from item keys to [status word, path].
+  void setStatus(const Object& status);
+  // Something is changed.
+  bool isDirty() const;
+  void setDirty(const Object& dirty);
+  // Something other than new items is changed.
+  bool isRealDirty() const;
+  void setRealDirty(const Object& realDirty);
+  // Menus show the repository's items disabled.
+  bool isDisabled() const;
+  void setDisabled(const Object& disabled);
+  // Kept as it came; nothing here reads it.
+  Object createdDirectoriesForDeletedItems() const;
+  void setCreatedDirectoriesForDeletedItems(const Object& urls);
+  // The changed items, the ignored items, and the placeholders of deleted items.
+  std::vector<URL> dirtyUrls() const;
+  void setDirtyUrls(const Object& urls);
+  std::vector<URL> ignoredUrls() const;
+  void setIgnoredUrls(const Object& urls);
+  std::vector<URL> deletedUrls() const;
+  void setDeletedUrls(const Object& urls);
+  // Never null.
+  const std::shared_ptr<KPRefsManager>& refsManager() const { return refsManager_; }
+  const std::shared_ptr<SerialQueue>& updateQueue() const { return updateQueue_; }
+
+  // -- References: what the references manager does and answers, on the caller's thread: the main
+  // queue, as the manager has no lock -----------------------------------------------------------
+
+  bool isBare() const;
+  bool hasGitlfs() const;
+  bool hasStashes() const;
+  bool hasRemotes() const;
+  bool hasSubmodules() const;
+  bool hasPullRequests() const;
+  bool hasHeadCommit() const;
+  std::shared_ptr<const KPReference> headBranch() const;
+  Object gitflowInfo() const;
+
+  void setReferences(const Object& references);
+  void setStashes(const Object& stashes);
+  void setGitflowInfo(const Object& info);      // a dictionary, else nil
+  void setHeadBranch(const Object& reference);  // a reference, else nil
+  void setBare(const Object& bare);
+  void setHasGitlfs(const Object& hasGitlfs);
+  void setHasHeadCommit(const Object& hasHeadCommit);
+
+  std::shared_ptr<const Menu> stashesMenuWithAction(std::string_view action) const;
+  std::shared_ptr<const Menu> remotesMenuWithAction(std::string_view action) const;
+  std::shared_ptr<const Menu> submodulesMenuWithAction(std::string_view action) const;
+  std::shared_ptr<const Menu> pullRequestsMenuWithAction(std::string_view action) const;
+  std::shared_ptr<const Menu> gitflowFeaturesMenu() const;
+  std::shared_ptr<const Menu> gitflowReleasesMenu() const;
+  std::shared_ptr<const Menu> gitflowHotfixesMenu() const;
+  MenuItem menuItemWithTitle(std::string title, const KPReference* reference,
+                             std::string_view action,
+                             const std::vector<std::uint64_t>& submenuTypes, bool hasHeader) const;
+
+  // -- Status intake: each returns at once, and works on the update queue ------------------------
+
+  // Takes a status dictionary in and gives every item that the file manager has shown its badge
+  // anew. Of a bare repository's it takes the state only.
+  void setStatusInfo(const Object& info);
+  // The items of these URLs have just been staged, or unstaged: changes their entries and badges
+  // ahead of the next status. A word without any bit never ends: the queue is lost then, for good,
+  // and it alone.
+  void updateStagedStatus(const Object& urls);
+  void updateUnstagedStatus(const Object& urls);
+
+  // The word of an item after it was staged (or unstaged). Does not return for 0: the calling
+  // thread is parked for good, without a lock and without using the processor.
+  static StatusWord stagedStatusForStatus(StatusWord word);
+  static StatusWord unstagedStatusForStatus(StatusWord word);
+
+  // -- Questions about one item, on the caller's thread -------------------------------------------
+
+  // The key of the item's entry: its identifier, else its path if that is a placeholder's; missing
+  // for anything else.
+  std::optional<ItemKey> identifierForUrl(const URL& url,
+                                          const FileSystem& files = FileSystem::current()) const;
+  // The item's status word; missing when it has no entry. Ask this once, and then the functions of
+  // StatusWord.h, where several of the questions below would look the same item up.
+  std::optional<StatusWord> statusOfItemAtURL(
+      const URL& url, const FileSystem& files = FileSystem::current()) const;
+
+  // False (0) for an item without an entry; else what StatusWord.h says of its word.
+  bool isStagedItemAtURL(const URL& url, const FileSystem& files = FileSystem::current()) const;
+  bool isUnstagedItemAtURL(const URL& url, const FileSystem& files = FileSystem::current()) const;
+  bool isDiffableItemAtURL(const URL& url, const FileSystem& files = FileSystem::current()) const;
+  bool isDiscardableItemAtURL(const URL& url,
+                              const FileSystem& files = FileSystem::current()) const;
+  bool isRevertableItemAtURL(const URL& url, const FileSystem& files = FileSystem::current()) const;
+  bool isTrackedItemAtURL(const URL& url, const FileSystem& files = FileSystem::current()) const;
+  std::int64_t isConflictedItemAtURL(const URL& url,
+                                     const FileSystem& files = FileSystem::current()) const;
+
+  // -- Badges -------------------------------------------------------------------------------------
+
+  // The badge of a status word: its highest bit decides. Empty for words that have no badge.
+  static std::string_view badgeIdentifierForStatus(StatusWord word);
+  // Notes that the file manager has asked for the item's badge, and sets it. On the caller's
+  // thread, but for folders: see updateStatusOfDirectoryURL().
+  void addObservedURL(const URL& url);
+  // Decides the item's badge and sets it. On the caller's thread, but for folders.
+  void updateBadgeIdentifierForURL(const URL& url);
+  // Sets one badge on many items: {"urls": …, "badge": …}. On the caller's thread.
+  void updateBadges(const Object& info);
+
+  // -- Folders ------------------------------------------------------------------------------------
+
+  // Works out the state of a folder from what lies in it, records it and sets its badge. Returns at
+  // once, and works on the update queue; of all that it reads only the changed items are those of
+  // the moment of the call.
+  void updateStatusOfDirectoryURL(const URL& folder);
+  // Whether a folder above the item and below the root is ignored. On the caller's thread.
+  bool isParentIgnoredUrl(const URL& url) const;
+
+  enum Enumeration : int { kEnumerated = 0, kEnumerationStopped = 1, kEnumerationFailed = -1 };
+  // Hands every item below the folder that is no folder to `handler`, leaving out what lies in
+  // ignored folders. Stops when it finds `exitCondition` true before an item, fails at the first
+  // error; `error` (may be null) gets that error, or nothing. On the caller's thread.
+  Enumeration enumerateUrl(const URL& folder, FunctionRef<void(const URL& url)> handler,
+                           const bool& exitCondition, std::optional<Error>* error) const;
+
+ private:
+  KPRepository(std::optional<URL> url, std::optional<URL> gitUrl,
+               std::shared_ptr<ObservedPaths> observedPaths, const Platform& platform,
+               KPUserDefaults& settings);
+
+  Platform platform_;
+  KPUserDefaults& settings_;
+  const std::optional<URL> url_;
+  const std::shared_ptr<ObservedPaths> observedPaths_;
+  const std::shared_ptr<KPRefsManager> refsManager_;
+  const std::shared_ptr<SerialQueue> updateQueue_;
+};
+
+}  // namespace kelpie

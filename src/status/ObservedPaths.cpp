@@ -1,0 +1,42 @@
+#include "status/ObservedPaths.h"
+
+#include <utility>
+
+namespace kelpie {
+
+std::shared_ptr<PathSet> ObservedPaths::find(const FileIdentifier& folder) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = sets_.find(folder);
+  return found == sets_.end() ? nullptr : found->second;
+}
+
+std::shared_ptr<PathSet> ObservedPaths::findOrCreate(const FileIdentifier& folder) {
+  const std::lock_guard lock(mutex_);
+  std::shared_ptr<PathSet>& paths = sets_[folder];
+  if (paths == nullptr) paths = std::make_shared<PathSet>();
+  return paths;
+}
+
+void ObservedPaths::set(const FileIdentifier& folder, std::shared_ptr<PathSet> paths) {
+  const std::lock_guard lock(mutex_);
+  if (paths == nullptr) {
+    sets_.erase(folder);
+  } else {
+    sets_.insert_or_assign(folder, std::move(paths));
+  }
+}
+
+void ObservedPaths::remove(const FileIdentifier& folder) {
+  const std::lock_guard lock(mutex_);
+  sets_.erase(folder);
+}
+
+std::vector<std::shared_ptr<PathSet>> ObservedPaths::sets() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::shared_ptr<PathSet>> result;
+  result.reserve(sets_.size());
+  for (const auto& [folder, paths] : sets_) result.push_back(paths);
+  return result;
+}
+
+}  // namespace kelpie

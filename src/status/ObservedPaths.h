@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "foundation/FileIdentifier.h"
+#include "status/PathSet.h"
+
+namespace kelpie {
+
+// What the file manager has shown: for each folder, by its identifier, the set of paths of the
+// items in it. The sets are shared; a set that is removed here lives on with whoever else holds it.
+// Any thread.
+class ObservedPaths {
+ public:
+  ObservedPaths() = default;
+  ObservedPaths(const ObservedPaths&) = delete;
+  ObservedPaths& operator=(const ObservedPaths&) = delete;
+
+  // The folder's set; null when there is none.
+  std::shared_ptr<PathSet> find(const FileIdentifier& folder) const;
+  // The folder's set, made and stored empty when there is none. Never null.
+  std::shared_ptr<PathSet> findOrCreate(const FileIdentifier& folder);
+  // Adds or replaces the folder's set. Null removes it.
+  void set(const FileIdentifier& folder, std::shared_ptr<PathSet> paths);
+  void remove(const FileIdentifier& folder);
+
+  // All sets, in no particular order. The sets themselves are shared, not copied.
+  std::vector<std::shared_ptr<PathSet>> sets() const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::unordered_map<FileIdentifier, std::shared_ptr<PathSet>> sets_;  // guarded by mutex_
+};
+
+}  // namespace kelpie
