@@ -24,4 +24,14 @@ inline constexpr std::int32_t kActionMessage = 0;       // to the application
 inline constexpr std::int32_t kApplicationMessage = 1;  // a selector message to the application
 inline constexpr std::int32_t kExtensionMessage = 2;    // a selector message to the extension
 
+// The ports are named "<application group>.App", which is the application's, and
+// "<application group>.Sync.<process id>", which is the extension's.
+inline constexpr std::string_view kApplicationPortComponent = "App";
+inline constexpr std::string_view kExtensionPortComponent = "Sync";
+
+// Distributed notifications: the application has started; and an error for the user that could not
+// go through the port, as the JSON text of a selector message.
+inline constexpr std::string_view kApplicationRunningNotification = "KPApplicationRunning";
+inline constexpr std::string_view kAppMessageNotification = "KPAppMessage";
+
 }  // namespace kelpie

@@ -1,0 +1,156 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/Bytes.h"
+#include "foundation/Image.h"
+#include "foundation/Menu.h"
+#include "foundation/MenuItem.h"
+#include "menus/FIMenuKind.h"
+#include "menus/MenuAssembly.h"
+#include "menus/MenuHost.h"
+#include "platform/Platform.h"
+
+namespace kelpie {
+
+class ActionForwarder;
+class FolderRegistry;
+class FolderTables;
+class KPUserDefaults;
+class MessageLink;
+class ObservedPaths;
+class PresenceMonitor;
+class RepositoryTable;
+
+// The extension's one controller: what the file manager calls, and what the main application's
+// messages reach. It owns the parts that do the work and hands each call to the part it concerns.
+//
+// One per process, made, used and let go on the main queue. Operations marked "any thread" return
+// at once and do their work on the observer queue; work that is still queued there when the
+// controller goes keeps what it needs alive.
+class KPKelpieSync final : public MenuHost {
+ public:
+  // The class set-up: registers the badges with the file manager, clears stale keys out of the
+  // extension's own standard defaults, and makes the reference records known to the codec. To be
+  // called once per process, before the first controller is made.
+  static void initialize(const Platform& platform);
+
+  // Raises the limit on open files, opens the receiving port, hands the configured folders to the
+  // file manager and looks for the main application, in this order. Null when the limit cannot be
+  // raised; nothing is set up then, and nothing reported. `defaults` is borrowed for the life of
+  // the process. Raises std::invalid_argument as setApplicationPid() does.
+  static std::unique_ptr<KPKelpieSync> create(const Platform& platform, KPUserDefaults& defaults);
+
+  // Ends the observations, in the reverse order of their making, and lets the sending port go; the
+  // process watch stays. The receiving port closes last.
+  ~KPKelpieSync() override;
+  KPKelpieSync(const KPKelpieSync&) = delete;
+  KPKelpieSync& operator=(const KPKelpieSync&) = delete;
+
+  // -- The toolbar item ---------------------------------------------------------------------------
+
+  std::string_view toolbarItemName() const { return "KElpie"; }
+  std::string_view toolbarItemToolTip() const { return ""; }
+  Image toolbarItemImage() const { return Image{"StatusItemIcon"}; }
+
+  // -- The file manager's callbacks: any thread ---------------------------------------------------
+
+  // The folder came into view: asks the main application for its repository, and notes the folder
+  // and its contents.
+  void beginObservingDirectoryAtURL(const URL& url);
+  // The folder left the view: what was noted under it is forgotten.
+  void endObservingDirectoryAtURL(const URL& url);
+  // A badge is wanted for the item: sets it if a repository holds the item, and notes the item.
+  void requestBadgeIdentifierForURL(const URL& url);
+
+  // -- Menus and actions: main queue --------------------------------------------------------------
+
+  // See MenuAssembly::menuForMenuKind().
+  std::optional<Menu> menuForMenuKind(FIMenuKind kind);
+  // The user has chosen this item of the last menu: calls the operation that its action names.
+  // False when the item has no action or the controller does not know it. Raises
+  // std::invalid_argument where the action's message would hold an absent value.
+  bool performAction(const MenuItem& item);
+
+  // -- The main application -----------------------------------------------------------------------
+
+  // Hands the folders of the settings to the file manager. Any thread.
+  void updateFolders();
+  // Looks for the main application. Main queue. Raises as setApplicationPid() does.
+  void updateApplicationRunning();
+  // The main application is the process `pid`, or, below 1, is gone. Main queue. Raises
+  // std::invalid_argument when there is no receiving port to tell it of; the watch is not set up
+  // then.
+  void setApplicationPid(std::int32_t pid);
+  // The answer to a request for a repository: its working directory first, its git directory last.
+  // Main queue; the repository is made on the observer queue.
+  void openRepositoryWithUrls(const Object& urls);
+  // Decodes one message of the main application and calls the operation that it names: the
+  // controller's, else that of the repository it is meant for. Anything else is dropped. Main
+  // queue.
+  void handleSelectorMessage(std::shared_ptr<const Bytes> message);
+
+  // -- Properties ---------------------------------------------------------------------------------
+  // As messages can set them as well, setters take what came: entries that the property cannot hold
+  // are left out, and a value of another class counts as nil. Main queue but where noted.
+
+  // Opened repositories, by identifier. Any thread. No message can carry a repository, so setting
+  // the property empties it.
+  const RepositoryTable& repositories() const;
+  void setRepositories(const Object& repositories);
+  // For each folder shown, by its identifier, the paths of all items shown in it or asked about.
+  // Any thread.
+  const ObservedPaths& allObservedFiles() const;
+  void setAllObservedFiles(const Object& files);
+  // Holds two properties: `inactiveObservedFiles`, the folders that were shown, by the identifier
+  // of their parent; and `observedDirectories`, the folders whose repository has been asked for and
+  // has not been opened. Any thread.
+  const FolderTables& folderTables() const;
+  void setInactiveObservedFiles(const Object& folders);
+  void setObservedDirectories(const Object& urls);
+  // Never null; no message can carry a queue, and the controller is nothing without one.
+  const std::shared_ptr<SerialQueue>& observerQueue() const { return observerQueue_; }
+  // The sending port; null until first needed. Any thread.
+  std::shared_ptr<RemoteMessagePort> port() const;
+  void setPort(std::shared_ptr<RemoteMessagePort> port);
+  // The name of the receiving port; missing when it could not be made. Any thread.
+  std::optional<std::string> portName() const;
+  void setPortName(const Object& name);
+  // The watch on the main application; null while nobody is watched.
+  std::shared_ptr<ProcessMonitor> monitor() const;
+  void setMonitor(std::shared_ptr<ProcessMonitor> monitor);
+  void setSenderObjects(const Object& objects);
+  void setTargetURLs(const Object& urls);
+
+  // -- MenuHost -----------------------------------------------------------------------------------
+
+  std::int32_t applicationPid() const override;
+  std::shared_ptr<KPRepository> repositoryForURL(
+      const URL& url, const FileSystem& files = FileSystem::current()) const override;
+  void sendMessage(const Dictionary& message, std::int32_t id) override;
+  const std::vector<URL>& targetURLs() const override { return targetURLs_; }
+  void setTargetURLs(std::vector<URL> urls) override;
+  SenderObjects& senderObjects() override { return senderObjects_; }
+
+ private:
+  KPKelpieSync(const Platform& platform, KPUserDefaults& defaults);
+
+  const Platform platform_;
+  KPUserDefaults& defaults_;
+  std::shared_ptr<SerialQueue> observerQueue_;
+  std::shared_ptr<MessageLink> link_;         // shared with the registry
+  std::shared_ptr<FolderRegistry> registry_;  // shared with the work on the observer queue
+  std::unique_ptr<PresenceMonitor> presence_;
+  std::unique_ptr<ActionForwarder> actions_;
+  std::vector<URL> targetURLs_;  // main queue
+  SenderObjects senderObjects_;  // main queue
+  std::unique_ptr<DefaultsObservation> foldersObservation_;
+  std::unique_ptr<NotificationObservation> runningObservation_;
+};
+
+}  // namespace kelpie

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string_view>
+
+#include "foundation/Dictionary.h"
+#include "platform/Platform.h"
+
+namespace kelpie {
+
+// The settings that the extension shares with the main application through the application group.
+// One per process, made by whoever makes the controller. Any thread.
+class KPUserDefaults {
+ public:
+  explicit KPUserDefaults(const Platform& platform);
+  KPUserDefaults(const KPUserDefaults&) = delete;
+  KPUserDefaults& operator=(const KPUserDefaults&) = delete;
+  ~KPUserDefaults();
+
+  // The defaults of the application group, with the extension's own defaults registered and old
+  // item lists migrated. Opened by the first call, exactly once; other first calls wait for it.
+  // Null for good when the application group cannot be read or its defaults cannot be opened. Lives
+  // as long as this.
+  UserDefaults* sharedApplicationGroupDefaults();
+
+  // The factory choice of items for one menu.
+  static Dictionary defaultFinderMenuItems();
+
+  // The catalogue's title of an item, UTF-8. A retired or unknown tag is logged and has none.
+  static std::optional<std::string_view> titleForMenuItemTag(std::int64_t tag, Log& log);
+
+ private:
+  Entitlements& entitlements_;
+  UserDefaultsCenter& center_;
+  std::once_flag opened_;
+  std::unique_ptr<UserDefaults> shared_;  // written under opened_ only
+};
+
+}  // namespace kelpie
