@@ -24,13 +24,17 @@ class Object;
 class URL {
  public:
   // The URL with this text (RFC 3986; relative to `base` when there is one). Missing when the text
-  // is no valid URL: a character that must be percent-encoded, a bad port, an empty text.
+  // is no valid URL: a character that must be percent-encoded, a bad port, an empty text; also when
+  // more than 64 bases stand behind one another.
+  // Two liberties, so that the address of a git remote such as "user@host:path", as people write
+  // and paste it, is a URL: what precedes the first ":" belongs to the path when it can be no
+  // scheme, and a text with neither scheme, host nor base may hold white space and line breaks.
   static std::optional<URL> fromString(std::string_view text,
                                        const std::optional<URL>& base = std::nullopt);
 
-  // The file URL of an absolute path. The path is bytes: whatever is not plain is percent-encoded,
-  // and path() gives the very same bytes back (but for trailing and doubled slashes). With
-  // `isDirectory` the text ends in a slash.
+  // The file URL of an absolute path; one that does not begin with a slash is taken from the root.
+  // The path is bytes: whatever is not plain is percent-encoded, and path() gives the very same
+  // bytes back (but for trailing and doubled slashes). With `isDirectory` the text ends in a slash.
   static URL fileURLWithPath(std::string_view path, bool isDirectory = false);
 
   const std::string& relativeString() const;  // the text as it was given
@@ -45,6 +49,9 @@ class URL {
   const std::string& path() const;
   // The last component of path(); "/" for the root, "" for an empty path.
   std::string_view lastPathComponent() const;
+  // The file URL of path() without its last component, whether anything exists there or not;
+  // missing for the root and for what is no file URL.
+  std::optional<URL> deletingLastPathComponent() const;
 
   bool isSameObject(const URL& other) const { return rep_ == other.rep_; }
   // Of the text alone: file URLs that are equal may have different hashes.

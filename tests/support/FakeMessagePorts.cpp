@@ -1,0 +1,214 @@
+#include "support/FakeMessagePorts.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <deque>
+#include <optional>
+#include <utility>
+
+#include "foundation/KeyedArchiver.h"
+#include "foundation/KeyedUnarchiver.h"
+#include "foundation/MenuItem.h"
+
+namespace kelpie {
+
+// An open local port.
+struct FakeMessagePorts::Receiver {
+  struct Message {
+    std::int32_t id;
+    std::shared_ptr<const Bytes> bytes;
+  };
+  std::string name;
+  LocalMessagePort::Handler handler;
+  std::deque<Message> waiting;
+  bool busy = false;  // a message is on its way or not done yet
+};
+
+struct FakeMessagePorts::State : std::enable_shared_from_this<FakeMessagePorts::State> {
+  State(EventLog& log, std::shared_ptr<SerialQueue> queue)
+      : events(log), mainQueue(std::move(queue)) {}
+
+  EventLog& events;
+  std::shared_ptr<SerialQueue> mainQueue;
+  std::mutex mutex;  // guards all below, receivers' contents included
+  std::vector<std::shared_ptr<Receiver>> receivers;
+  std::set<std::string, std::less<>> listening;
+  std::int32_t sendStatus = RemoteMessagePort::kSuccess;
+  bool refusesLocal = false;
+  std::vector<SentMessage> sent;
+  std::size_t handled = 0;
+  std::size_t done = 0;
+
+  // Posts the receiver's next message unless one is under way. Called with the mutex held.
+  void handOn(const std::shared_ptr<Receiver>& receiver);
+  void handle(const std::shared_ptr<Receiver>& receiver, const Receiver::Message& message);
+};
+
+void FakeMessagePorts::State::handOn(const std::shared_ptr<Receiver>& receiver) {
+  if (receiver->busy || receiver->waiting.empty() || receiver->handler == nullptr) return;
+  receiver->busy = true;
+  mainQueue->post([state = shared_from_this(), receiver, message = receiver->waiting.front()] {
+    state->handle(receiver, message);
+  });
+  receiver->waiting.pop_front();
+}
+
+void FakeMessagePorts::State::handle(const std::shared_ptr<Receiver>& receiver,
+                                     const Receiver::Message& message) {
+  LocalMessagePort::Handler handler;
+  {
+    const std::lock_guard lock(mutex);
+    handler = receiver->handler;
+    if (handler == nullptr) return;
+    ++handled;
+  }
+  auto calls = std::make_shared<std::atomic<int>>(0);
+  handler(message.id, message.bytes, [state = shared_from_this(), receiver, calls] {
+    if ((*calls)++ > 0) ADD_FAILURE() << "a message was reported to be done twice";
+    const std::lock_guard lock(state->mutex);
+    ++state->done;
+    receiver->busy = false;
+    state->handOn(receiver);
+  });
+}
+
+class FakeMessagePorts::Local final : public LocalMessagePort {
+ public:
+  Local(std::shared_ptr<State> state, std::shared_ptr<Receiver> receiver)
+      : state_(std::move(state)), receiver_(std::move(receiver)) {}
+  ~Local() override {
+    state_->events.add("ports.close " + receiver_->name);
+    const std::lock_guard lock(state_->mutex);
+    receiver_->handler = nullptr;
+    std::erase(state_->receivers, receiver_);
+  }
+  Local(const Local&) = delete;
+  Local& operator=(const Local&) = delete;
+
+ private:
+  std::shared_ptr<State> state_;
+  std::shared_ptr<Receiver> receiver_;
+};
+
+namespace {
+
+// What the event log says of a message.
+std::string summaryOf(const Object& content) {
+  if (const auto selector = content["KPMessageSelector"].string()) return *selector;
+  const auto item = content["KPMessageSender"].as<MenuItem>();
+  return item == nullptr ? "-" : item->action.value_or("-");
+}
+
+}  // namespace
+
+class FakeMessagePorts::Remote final : public RemoteMessagePort {
+ public:
+  Remote(std::shared_ptr<State> state, std::string name)
+      : state_(std::move(state)), name_(std::move(name)) {}
+  ~Remote() override { state_->events.add("ports.release " + name_); }
+  Remote(const Remote&) = delete;
+  Remote& operator=(const Remote&) = delete;
+
+  std::int32_t send(std::int32_t id, const Bytes& message, std::chrono::milliseconds sendTimeout,
+                    std::chrono::milliseconds receiveTimeout) override {
+    Object content = KeyedUnarchiver::unarchiveObject(message);
+    state_->events.add("send " + name_ + " " + std::to_string(id) + " " + summaryOf(content));
+    const std::lock_guard lock(state_->mutex);
+    state_->sent.push_back({name_, id, message, std::move(content), sendTimeout, receiveTimeout});
+    return state_->listening.contains(name_) ? state_->sendStatus : kIsInvalid;
+  }
+
+ private:
+  std::shared_ptr<State> state_;
+  std::string name_;
+};
+
+FakeMessagePorts::FakeMessagePorts(EventLog& events, std::shared_ptr<SerialQueue> mainQueue)
+    : state_(std::make_shared<State>(events, std::move(mainQueue))) {}
+
+FakeMessagePorts::~FakeMessagePorts() = default;
+
+void FakeMessagePorts::setListening(std::string_view name, bool listening) {
+  const std::lock_guard lock(state_->mutex);
+  if (listening) {
+    state_->listening.emplace(name);
+  } else {
+    state_->listening.erase(std::string(name));
+  }
+}
+
+void FakeMessagePorts::failSends(std::int32_t status) {
+  const std::lock_guard lock(state_->mutex);
+  state_->sendStatus = status;
+}
+
+void FakeMessagePorts::refuseLocal(bool refuse) {
+  const std::lock_guard lock(state_->mutex);
+  state_->refusesLocal = refuse;
+}
+
+void FakeMessagePorts::deliver(std::string_view name, std::int32_t id, Bytes message) {
+  const std::lock_guard lock(state_->mutex);
+  for (const auto& receiver : state_->receivers) {
+    if (receiver->name != name) continue;
+    receiver->waiting.push_back({id, std::make_shared<const Bytes>(std::move(message))});
+    state_->handOn(receiver);
+    return;
+  }
+}
+
+void FakeMessagePorts::deliver(std::string_view name, std::int32_t id, const Object& content) {
+  deliver(name, id, KeyedArchiver::archivedData(content).value_or(Bytes()));
+}
+
+std::vector<FakeMessagePorts::SentMessage> FakeMessagePorts::sent() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->sent;
+}
+
+void FakeMessagePorts::forgetSent() {
+  const std::lock_guard lock(state_->mutex);
+  state_->sent.clear();
+}
+
+std::vector<std::string> FakeMessagePorts::localNames() const {
+  const std::lock_guard lock(state_->mutex);
+  std::vector<std::string> names;
+  for (const auto& receiver : state_->receivers) names.push_back(receiver->name);
+  return names;
+}
+
+std::size_t FakeMessagePorts::handledMessages() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->handled;
+}
+
+std::size_t FakeMessagePorts::doneMessages() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->done;
+}
+
+std::unique_ptr<LocalMessagePort> FakeMessagePorts::createLocal(std::string_view name,
+                                                                LocalMessagePort::Handler handler) {
+  state_->events.add("ports.local " + std::string(name));
+  const std::lock_guard lock(state_->mutex);
+  const bool taken = std::any_of(state_->receivers.begin(), state_->receivers.end(),
+                                 [name](const auto& receiver) { return receiver->name == name; });
+  if (taken || state_->refusesLocal) return nullptr;
+  auto receiver = std::make_shared<Receiver>();
+  receiver->name = std::string(name);
+  receiver->handler = std::move(handler);
+  state_->receivers.push_back(receiver);
+  return std::make_unique<Local>(state_, std::move(receiver));
+}
+
+std::shared_ptr<RemoteMessagePort> FakeMessagePorts::createRemote(std::string_view name) {
+  state_->events.add("ports.remote " + std::string(name));
+  const std::lock_guard lock(state_->mutex);
+  if (!state_->listening.contains(name)) return nullptr;
+  return std::make_shared<Remote>(state_, std::string(name));
+}
+
+}  // namespace kelpie

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "platform/UserDefaults.h"
+#include "support/EventLog.h"
+#include "support/FakeUserDefaults.h"
+
+namespace kelpie {
+
+// The stores of a process: one of its own (named "standard" in the events) and one for each suite.
+// Writes "defaults.open SUITE". Any thread.
+class FakeUserDefaultsCenter final : public UserDefaultsCenter {
+ public:
+  explicit FakeUserDefaultsCenter(EventLog& events);
+
+  FakeUserDefaults& standard() { return standard_; }
+  // The suite's store, the one that defaultsWithSuiteName() hands out.
+  FakeUserDefaults& suite(std::string_view name);
+  // Makes the opening of suites fail.
+  void refuseSuites(bool refuse);
+
+  UserDefaults& standardDefaults() override { return standard_; }
+  std::unique_ptr<UserDefaults> defaultsWithSuiteName(std::string_view suite) override;
+
+ private:
+  EventLog& events_;
+  FakeUserDefaults standard_;
+  std::mutex mutex_;                                             // guards all below
+  std::map<std::string, FakeUserDefaults, std::less<>> suites_;  // references stay valid
+  bool refuses_ = false;
+};
+
+}  // namespace kelpie
