@@ -167,10 +167,12 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // The badge of a status word: its highest bit decides. Empty for words that have no badge.
   static std::string_view badgeIdentifierForStatus(StatusWord word);
   // Notes that the file manager has asked for the item's badge, and sets it. On the caller's
-  // thread, but for folders: see updateStatusOfDirectoryURL().
-  void addObservedURL(const URL& url);
+  // thread, but for folders: see updateStatusOfDirectoryURL(). Who hands over all items of a folder
+  // hands in a MemoFileSystem, so that the folder is looked at once.
+  void addObservedURL(const URL& url, const FileSystem& files = FileSystem::current());
   // Decides the item's badge and sets it. On the caller's thread, but for folders.
-  void updateBadgeIdentifierForURL(const URL& url);
+  void updateBadgeIdentifierForURL(const URL& url,
+                                   const FileSystem& files = FileSystem::current());
   // Sets one badge on many items: {"urls": …, "badge": …}. On the caller's thread.
   void updateBadges(const Object& info);
 
