@@ -25,10 +25,3 @@ if(KELPIE_FUZZ)
   # The fuzzer's own main() is linked to the fuzz targets only (see fuzz/CMakeLists.txt).
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
-
-# Precompiled headers that ccache can vouch for must not hold the time of their making.
-if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-  add_compile_options("SHELL:-Xclang -fno-pch-timestamp")
-elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  add_compile_options(-fpch-preprocess)
-endif()
