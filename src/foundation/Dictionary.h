@@ -11,6 +11,8 @@
 
 namespace kelpie {
 
+class ObjectComparison;
+
 // A dictionary from any object to any object, in the order of insertion. Keys are compared with
 // Object::isEqual. Neither keys nor values are nil: building a dictionary that is to hold an absent
 // value raises std::invalid_argument, the one exception of the core.
@@ -24,6 +26,9 @@ class Dictionary {
 
   // Adds or replaces; a replaced entry keeps its place. Raises std::invalid_argument for nil.
   void set(Object key, Object value);
+  // The same for entries that come from nobody knows where: keys are compared by `comparison`,
+  // whose bound on the work holds. Once that is exhausted keys count as unequal.
+  void set(Object key, Object value, ObjectComparison& comparison);
   // Removes the entry if there is one.
   void remove(const Object& key);
 
@@ -31,13 +36,22 @@ class Dictionary {
   Object operator[](std::string_view key) const;
   Object operator[](const Object& key) const;
   bool contains(const Object& key) const;
+  // The value, null when missing. Borrowed until the dictionary changes.
+  const Object* find(std::string_view key) const;
+  const Object* find(const Object& key) const;
+  const Object* find(const Object& key, ObjectComparison& comparison) const;
 
   std::size_t size() const { return entries_.size(); }
   bool empty() const { return entries_.empty(); }
   const std::vector<Entry>& entries() const { return entries_; }
 
  private:
-  std::size_t indexOf(const Object& key) const;  // entries_.size() when missing
+  // The position of the key, or entries_.size().
+  std::size_t indexOf(const Object& key, ObjectComparison& comparison) const;
+  // The position of the key with this hash for which `isKey` is true, or entries_.size().
+  template <class IsKey>
+  std::size_t search(std::size_t hash, const IsKey& isKey) const;
+  void rebuildIndex();
 
   std::vector<Entry> entries_;
   // From Object::hash() to positions in entries_; empty while a linear search is cheaper.

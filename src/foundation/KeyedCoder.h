@@ -6,6 +6,7 @@
 
 #include "foundation/Bytes.h"
 #include "foundation/Object.h"
+#include "foundation/ObjectView.h"
 
 namespace kelpie {
 
@@ -34,6 +35,9 @@ class KeyedDecoder {
   virtual bool decodeBool(std::string_view key) const = 0;
   // nil for a missing key and for what does not decode.
   virtual Object decodeObject(std::string_view key) const = 0;
+  // The same where it stands in the archive, without a copy: for data that holds an archive. Valid
+  // until the Archivable is made.
+  virtual ObjectView decodeView(std::string_view key) const = 0;
   // The root object of an archive that stands as data inside this one; nil when it does not decode
   // or is nested deeper than KeyedUnarchiver::kMaximumNesting.
   virtual Object unarchiveObject(ByteView archive) const = 0;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -142,6 +143,58 @@ class Object {
 
   // One line for logs and failed tests, at most a few hundred characters.
   std::string description() const;
+
+ private:
+  friend class ArchiveWriter;
+  friend class Dictionary;
+  friend class ObjectComparison;
+  friend class ObjectView;
+
+  struct Date {
+    double seconds;
+  };
+  // A value that copies of the object share. Mutability is only the name of its class.
+  template <class T>
+  struct Shared {
+    std::shared_ptr<const T> value;
+    bool isMutable = false;
+  };
+  struct SetElements {
+    Objects elements;
+  };
+  using Value =
+      std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, Shared<std::string>,
+                   Shared<Bytes>, Date, URL, Shared<Objects>, Shared<SetElements>,
+                   Shared<Dictionary>, std::shared_ptr<const Error>,
+                   std::shared_ptr<const Archivable>, std::shared_ptr<const OpaqueObject>>;
+
+  template <class T>
+  const T* shared() const {
+    const auto* found = std::get_if<Shared<T>>(&value_);
+    return found != nullptr ? found->value.get() : nullptr;
+  }
+  // The elements of a built array or set; null for anything else.
+  const Objects* builtElements() const;
+
+  // hash() of a string object of this text.
+  static std::size_t hashOfString(std::string_view text);
+
+  // Unsigned only beyond the signed range, so that equal integers have one form.
+  static Value integer(std::uint64_t value);
+
+  Value value_;
 };
+
+template <std::same_as<bool> T>
+Object::Object(T value) : value_(value) {}
+
+template <std::integral T>
+requires(!std::same_as<T, bool>) Object::Object(T value) {
+  if constexpr (std::is_signed_v<T>) {
+    value_ = static_cast<std::int64_t>(value);
+  } else {
+    value_ = integer(value);
+  }
+}
 
 }  // namespace kelpie

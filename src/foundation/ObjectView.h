@@ -11,8 +11,6 @@
 
 namespace kelpie {
 
-class ArchiveReader;
-
 // A borrowed look at an Object or at a part of an opened archive: trivially copyable, allocates
 // nothing and counts no references, so that a dictionary of a million entries can be walked in
 // place. Valid while the Object that it was made from lives. Reads as leniently as Object does.
@@ -44,6 +42,8 @@ class ObjectView {
   std::size_t size() const;
   ObjectView at(std::size_t index) const;
   ObjectView operator[](std::string_view key) const;
+  ObjectView operator[](const char* key) const { return (*this)[std::string_view(key)]; }
+  ObjectView operator[](const Object& key) const;
 
   // Calls `visit` for each element of an array or set, in order, until it answers false.
   void forEachElement(FunctionRef<bool(ObjectView element)> visit) const;
@@ -54,12 +54,7 @@ class ObjectView {
   Object toObject() const;
 
  private:
-  friend class ArchiveReader;
-  ObjectView(const ArchiveReader& reader, std::uint64_t reference);
-
-  const Object* object_ = nullptr;         // a built value, or
-  const ArchiveReader* reader_ = nullptr;  // an object of this archive
-  std::uint64_t reference_ = 0;            // its number there
+  const Object* object_ = nullptr;
 };
 
 }  // namespace kelpie

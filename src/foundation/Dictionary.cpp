@@ -1,0 +1,112 @@
+#include "foundation/Dictionary.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <stdexcept>
+#include <utility>
+
+#include "foundation/ObjectComparison.h"
+#include "foundation/ObjectView.h"
+
+namespace kelpie {
+
+namespace {
+
+// Up to this size comparing all keys costs less than keeping an index.
+constexpr std::size_t kLinearSize = 8;
+
+}  // namespace
+
+Dictionary::Dictionary(std::initializer_list<Entry> entries) {
+  entries_.reserve(entries.size());
+  for (const Entry& entry : entries) set(entry.first, entry.second);
+}
+
+void Dictionary::set(Object key, Object value) {
+  ObjectComparison comparison;
+  set(std::move(key), std::move(value), comparison);
+}
+
+void Dictionary::set(Object key, Object value, ObjectComparison& comparison) {
+  if (key.isNil()) throw std::invalid_argument("a dictionary cannot hold a value under nil");
+  if (value.isNil()) throw std::invalid_argument("a dictionary cannot hold nil");
+
+  const std::size_t index = indexOf(key, comparison);
+  if (index < entries_.size()) {
+    entries_[index].second = std::move(value);
+    return;
+  }
+  entries_.emplace_back(std::move(key), std::move(value));
+  if (!index_.empty()) {
+    index_.emplace(entries_.back().first.hash(), entries_.size() - 1);
+  } else if (entries_.size() > kLinearSize) {
+    rebuildIndex();
+  }
+}
+
+void Dictionary::remove(const Object& key) {
+  ObjectComparison comparison;
+  const std::size_t index = indexOf(key, comparison);
+  if (index == entries_.size()) return;
+  entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(index));
+  rebuildIndex();
+}
+
+Object Dictionary::operator[](std::string_view key) const {
+  const Object* value = find(key);
+  return value != nullptr ? *value : Object();
+}
+
+Object Dictionary::operator[](const Object& key) const {
+  const Object* value = find(key);
+  return value != nullptr ? *value : Object();
+}
+
+bool Dictionary::contains(const Object& key) const { return find(key) != nullptr; }
+
+const Object* Dictionary::find(std::string_view key) const {
+  const std::size_t index = search(Object::hashOfString(key), [&](const Object& candidate) {
+    return ObjectView(candidate).isEqualToString(key);
+  });
+  return index < entries_.size() ? &entries_[index].second : nullptr;
+}
+
+const Object* Dictionary::find(const Object& key) const {
+  ObjectComparison comparison;
+  return find(key, comparison);
+}
+
+const Object* Dictionary::find(const Object& key, ObjectComparison& comparison) const {
+  const std::size_t index = indexOf(key, comparison);
+  return index < entries_.size() ? &entries_[index].second : nullptr;
+}
+
+std::size_t Dictionary::indexOf(const Object& key, ObjectComparison& comparison) const {
+  return search(index_.empty() ? 0 : key.hash(),
+                [&](const Object& candidate) { return comparison.isEqual(candidate, key); });
+}
+
+template <class IsKey>
+std::size_t Dictionary::search(std::size_t hash, const IsKey& isKey) const {
+  if (index_.empty()) {
+    const auto found = std::find_if(entries_.begin(), entries_.end(),
+                                    [&](const Entry& entry) { return isKey(entry.first); });
+    return static_cast<std::size_t>(found - entries_.begin());
+  }
+  const auto [begin, end] = index_.equal_range(hash);
+  for (auto candidate = begin; candidate != end; ++candidate) {
+    if (isKey(entries_[candidate->second].first)) return candidate->second;
+  }
+  return entries_.size();
+}
+
+void Dictionary::rebuildIndex() {
+  index_.clear();
+  if (entries_.size() <= kLinearSize) return;
+  index_.reserve(entries_.size());
+  for (std::size_t index = 0; index < entries_.size(); ++index) {
+    index_.emplace(entries_[index].first.hash(), index);
+  }
+}
+
+}  // namespace kelpie

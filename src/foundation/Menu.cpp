@@ -1,0 +1,27 @@
+#include "foundation/Menu.h"
+
+#include "foundation/KeyedCoder.h"
+
+namespace kelpie {
+
+std::vector<std::string_view> Menu::classNames() const { return {"NSMenu", "NSObject"}; }
+
+void Menu::encodeWithCoder(KeyedEncoder& coder) const {
+  Objects itemObjects;
+  itemObjects.reserve(items.size());
+  for (const MenuItem& item : items) {
+    itemObjects.emplace_back(std::make_shared<const MenuItem>(item));
+  }
+  coder.encodeObject("NSTitle", title);
+  coder.encodeObject("NSMenuItems", Object(std::move(itemObjects)).mutableCopy());
+}
+
+std::shared_ptr<const Archivable> Menu::decode(const KeyedDecoder& coder) {
+  auto menu = std::make_shared<Menu>(coder.decodeObject("NSTitle").stringValue());
+  for (const Object& element : coder.decodeObject("NSMenuItems").elements()) {
+    if (const auto item = element.as<MenuItem>()) menu->items.push_back(*item);
+  }
+  return menu;
+}
+
+}  // namespace kelpie
