@@ -1,0 +1,42 @@
+#include "foundation/MemoFileSystem.h"
+
+#include <utility>
+
+#include "foundation/URL.h"
+#include "platform/BookmarkResolution.h"
+
+namespace kelpie {
+
+ResourceValues MemoFileSystem::resourceValues(const URL& url) const {
+  if (!url.isFileURL()) return files_.resourceValues(url);
+  const auto found = seen_.find(url.path());
+  if (found != seen_.end()) return found->second;
+  return seen_.emplace(url.path(), files_.resourceValues(url)).first->second;
+}
+
+std::optional<std::string> MemoFileSystem::localizedName(const URL& url) const {
+  return files_.localizedName(url);
+}
+
+std::optional<Image> MemoFileSystem::icon(const URL& url) const { return files_.icon(url); }
+
+std::optional<URL> MemoFileSystem::parentUrl(const URL& url) const { return files_.parentUrl(url); }
+
+std::optional<URL> MemoFileSystem::fileReferenceUrl(const URL& url) const {
+  return files_.fileReferenceUrl(url);
+}
+
+std::vector<URL> MemoFileSystem::contentsOfDirectory(const URL& url) const {
+  return files_.contentsOfDirectory(url);
+}
+
+std::unique_ptr<DirectoryEnumerator> MemoFileSystem::enumerator(const URL& url,
+                                                                ErrorHandler onError) const {
+  return files_.enumerator(url, std::move(onError));
+}
+
+BookmarkResolution MemoFileSystem::resolveBookmark(ByteView bookmark) const {
+  return files_.resolveBookmark(bookmark);
+}
+
+}  // namespace kelpie
