@@ -33,6 +33,8 @@ class KPUserDefaults {
   static std::optional<std::string_view> titleForMenuItemTag(std::int64_t tag, Log& log);
 
  private:
+  void open();  // once, by the first call
+
   Entitlements& entitlements_;
   UserDefaultsCenter& center_;
   std::once_flag opened_;

@@ -171,8 +171,7 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // hands in a MemoFileSystem, so that the folder is looked at once.
   void addObservedURL(const URL& url, const FileSystem& files = FileSystem::current());
   // Decides the item's badge and sets it. On the caller's thread, but for folders.
-  void updateBadgeIdentifierForURL(const URL& url,
-                                   const FileSystem& files = FileSystem::current());
+  void updateBadgeIdentifierForURL(const URL& url, const FileSystem& files = FileSystem::current());
   // Sets one badge on many items: {"urls": …, "badge": …}. On the caller's thread.
   void updateBadges(const Object& info);
 
