@@ -76,6 +76,11 @@ class KPKelpieSync final : public MenuHost {
   // False when the item has no action or the controller does not know it. Raises
   // std::invalid_argument where the action's message would hold an absent value.
   bool performAction(const MenuItem& item);
+  // What the actions come to: see ActionForwarder.
+  void remoteRepositoryAction(const Object& sender);
+  void applicationAction(const Object& sender);
+  void clone();
+  void createRepository();
 
   // -- The main application -----------------------------------------------------------------------
 
@@ -96,32 +101,31 @@ class KPKelpieSync final : public MenuHost {
   void handleSelectorMessage(std::shared_ptr<const Bytes> message);
 
   // -- Properties ---------------------------------------------------------------------------------
-  // As messages can set them as well, setters take what came: entries that the property cannot hold
-  // are left out, and a value of another class counts as nil. Main queue but where noted.
+  // Read on any thread but where noted, set on the main queue. Setters that take an Object are
+  // reached by messages of the main application: entries that the property cannot hold are left
+  // out, and a value of another class counts as nil. A table that is set to nil is empty; it is not
+  // gone, so that one bad message does not end the extension's work.
 
-  // Opened repositories, by identifier. Any thread. No message can carry a repository, so setting
-  // the property empties it.
+  // Opened repositories, by identifier. No message can carry a repository, so setting this empties
+  // it.
   const RepositoryTable& repositories() const;
-  void setRepositories(const Object& repositories);
+  void setRepositories();
   // For each folder shown, by its identifier, the paths of all items shown in it or asked about.
-  // Any thread.
-  const ObservedPaths& allObservedFiles() const;
+  std::shared_ptr<const ObservedPaths> allObservedFiles() const;
   void setAllObservedFiles(const Object& files);
-  // Holds two properties: `inactiveObservedFiles`, the folders that were shown, by the identifier
-  // of their parent; and `observedDirectories`, the folders whose repository has been asked for and
-  // has not been opened. Any thread.
-  const FolderTables& folderTables() const;
+  // Two properties: `inactiveObservedFiles`, the folders that were shown, by the identifier of
+  // their parent; and `observedDirectories`, the folders whose repository has been asked for and
+  // has not been opened.
+  const FolderTables& folders() const;
   void setInactiveObservedFiles(const Object& folders);
   void setObservedDirectories(const Object& urls);
-  // Never null; no message can carry a queue, and the controller is nothing without one.
-  const std::shared_ptr<SerialQueue>& observerQueue() const { return observerQueue_; }
-  // The sending port; null until first needed. Any thread.
+  // The sending port; null until first needed.
   std::shared_ptr<RemoteMessagePort> port() const;
   void setPort(std::shared_ptr<RemoteMessagePort> port);
-  // The name of the receiving port; missing when it could not be made. Any thread.
+  // The name of the receiving port; missing when it could not be made.
   std::optional<std::string> portName() const;
   void setPortName(const Object& name);
-  // The watch on the main application; null while nobody is watched.
+  // The watch on the main application; null while nobody is watched. Main queue.
   std::shared_ptr<ProcessMonitor> monitor() const;
   void setMonitor(std::shared_ptr<ProcessMonitor> monitor);
   void setSenderObjects(const Object& objects);
@@ -140,15 +144,22 @@ class KPKelpieSync final : public MenuHost {
  private:
   KPKelpieSync(const Platform& platform, KPUserDefaults& defaults);
 
+  void start();
+  void receiveMessage(std::int32_t id, std::shared_ptr<const Bytes> message,
+                      LocalMessagePort::Completion done);
+
   const Platform platform_;
   KPUserDefaults& defaults_;
-  std::shared_ptr<SerialQueue> observerQueue_;
-  std::shared_ptr<MessageLink> link_;         // shared with the registry
-  std::shared_ptr<FolderRegistry> registry_;  // shared with the work on the observer queue
-  std::unique_ptr<PresenceMonitor> presence_;
-  std::unique_ptr<ActionForwarder> actions_;
-  std::vector<URL> targetURLs_;  // main queue
-  SenderObjects senderObjects_;  // main queue
+  const std::shared_ptr<SerialQueue> observerQueue_;
+  const std::shared_ptr<MessageLink> link_;         // shared with the registry
+  const std::shared_ptr<FolderRegistry> registry_;  // shared with the work on the observer queue
+  const std::unique_ptr<PresenceMonitor> presence_;
+  const std::unique_ptr<ActionForwarder> actions_;
+  MenuAssembly menus_;
+  std::vector<URL> targetURLs_;           // main queue
+  SenderObjects senderObjects_;           // main queue
+  std::uint64_t repositoryOpenings_ = 0;  // main queue: how often work was queued to open one
+  std::unique_ptr<LocalMessagePort> receivingPort_;
   std::unique_ptr<DefaultsObservation> foldersObservation_;
   std::unique_ptr<NotificationObservation> runningObservation_;
 };

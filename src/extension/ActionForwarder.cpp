@@ -1,0 +1,51 @@
+#include "extension/ActionForwarder.h"
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "foundation/MemoFileSystem.h"
+#include "foundation/MenuItem.h"
+#include "foundation/MessageKeys.h"
+#include "menus/MenuHost.h"
+#include "status/KPRepository.h"
+
+namespace kelpie {
+
+void ActionForwarder::remoteRepositoryAction(const Object& sender) {
+  const std::vector<URL>& targets = host_.targetURLs();
+  if (targets.empty()) {
+    return;
+  }
+  const MemoFileSystem files(files_);
+  const std::shared_ptr<KPRepository> repository = host_.repositoryForURL(targets.front(), files);
+  if (repository == nullptr) {
+    return;
+  }
+  std::shared_ptr<MenuItem> item;
+  if (const std::shared_ptr<const MenuItem> chosen = sender.as<MenuItem>()) {
+    item = std::make_shared<MenuItem>(*chosen);
+    item->representedObject =
+        item->action ? host_.senderObjects().objectForAction(*item->action) : Object();
+  }
+  host_.sendMessage({{kMessageTargetKey, Object::orNil(repository->identifier())},
+                     {kMessageSenderKey, std::shared_ptr<const Archivable>(std::move(item))}},
+                    kActionMessage);
+}
+
+void ActionForwarder::applicationAction(const Object& sender) {
+  host_.sendMessage({{kMessageSenderKey, sender}}, kActionMessage);
+}
+
+void ActionForwarder::clone() { requestCreation("cloneRepositoryWithUrl:portName:"); }
+
+void ActionForwarder::createRepository() { requestCreation("createRepositoryWithUrl:portName:"); }
+
+void ActionForwarder::requestCreation(std::string_view selector) {
+  const std::vector<URL>& targets = host_.targetURLs();
+  const Object target = targets.empty() ? Object() : Object(targets.front());
+  host_.sendMessage({{kMessageSelectorKey, selector}, {kMessageArgumentKey, target}},
+                    kApplicationMessage);
+}
+
+}  // namespace kelpie

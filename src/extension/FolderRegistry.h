@@ -1,0 +1,69 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "extension/FolderTables.h"
+#include "extension/RepositoryTable.h"
+#include "foundation/URL.h"
+#include "platform/Platform.h"
+#include "status/ObservedPaths.h"
+
+namespace kelpie {
+
+class KPRepository;
+class KPUserDefaults;
+class MessageLink;
+
+// What the file manager has shown, and which repositories are open: the controller's tables and the
+// work on them. Shared by the controller and the work on the observer queue. The tables may be
+// read and changed on any thread; no table is locked while a message is sent or a badge set.
+class FolderRegistry {
+ public:
+  FolderRegistry(const Platform& platform, KPUserDefaults& defaults,
+                 std::shared_ptr<MessageLink> link);
+
+  // -- Observer queue. What the main application does not answer for blocks here only. ------------
+
+  void beginObservingDirectoryAtURL(const URL& url);
+  void endObservingDirectoryAtURL(const URL& url);
+  void requestBadgeIdentifierForURL(const URL& url);
+  // Makes the repository of the working directory, whose identifier this is, and enters it.
+  void openRepository(const URL& workingUrl, const URL& gitUrl, const FileIdentifier& identifier);
+
+  // -- Any thread ---------------------------------------------------------------------------------
+
+  // See KPKelpieSync::updateFolders().
+  void updateFolders();
+  // The main application's process id; -1 while there is none, 0 before the first check.
+  std::int32_t applicationPid() const { return applicationPid_; }
+  void setApplicationPid(std::int32_t pid) { applicationPid_ = pid; }
+
+  RepositoryTable& repositories() { return repositories_; }
+  FolderTables& folders() { return folders_; }
+  // For each folder shown, the paths of the items shown in it or asked about. Never null.
+  std::shared_ptr<ObservedPaths> allObservedFiles() const;
+  void setAllObservedFiles(std::shared_ptr<ObservedPaths> files);
+
+  // Asks the main application for the repository of a folder, and notes that it was asked. `files`
+  // serves to look at the folder.
+  void requestRepository(const URL& folder, bool isRepeated, const FileSystem& files);
+
+ private:
+  std::shared_ptr<KPRepository> repositoryForURL(const URL& url, const FileSystem& files) const;
+  void noteFolder(const URL& url, const FileSystem& files);
+
+  const Platform platform_;
+  KPUserDefaults& defaults_;
+  const std::shared_ptr<MessageLink> link_;
+  std::atomic<std::int32_t> applicationPid_ = 0;
+  RepositoryTable repositories_;
+  FolderTables folders_;
+  mutable std::mutex mutex_;
+  std::shared_ptr<ObservedPaths> allObservedFiles_;  // the pointer is guarded by mutex_
+};
+
+}  // namespace kelpie

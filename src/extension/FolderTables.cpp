@@ -1,0 +1,79 @@
+#include "extension/FolderTables.h"
+
+namespace kelpie {
+
+void FolderTables::addInactiveFolder(const FileIdentifier& parent, const URL& folder) {
+  const std::lock_guard lock(mutex_);
+  inactive_[parent].try_emplace(folder.absoluteString(), folder);
+}
+
+void FolderTables::removeInactiveFolder(const FileIdentifier& parent, const URL& folder) {
+  const std::lock_guard lock(mutex_);
+  const auto entry = inactive_.find(parent);
+  if (entry != inactive_.end()) {
+    entry->second.erase(folder.absoluteString());
+  }
+}
+
+void FolderTables::removeInactiveFolders(const FileIdentifier& parent) {
+  const std::lock_guard lock(mutex_);
+  inactive_.erase(parent);
+}
+
+FolderTables::InactiveFolders FolderTables::inactiveFolders() const {
+  const std::lock_guard lock(mutex_);
+  InactiveFolders copy;
+  copy.reserve(inactive_.size());
+  for (const auto& [parent, folders] : inactive_) {
+    std::vector<URL>& urls = copy.emplace_back(parent, std::vector<URL>()).second;
+    for (const auto& [text, url] : folders) {
+      urls.push_back(url);
+    }
+  }
+  return copy;
+}
+
+void FolderTables::setInactiveFolders(const InactiveFolders& folders) {
+  std::unordered_map<FileIdentifier, Folders> changed;
+  for (const auto& [parent, urls] : folders) {
+    Folders& entry = changed[parent];
+    for (const URL& url : urls) {
+      entry.try_emplace(url.absoluteString(), url);
+    }
+  }
+  const std::lock_guard lock(mutex_);
+  inactive_.swap(changed);
+}
+
+void FolderTables::addObservedDirectory(const URL& folder,
+                                        const std::optional<FileIdentifier>& identifier) {
+  const std::lock_guard lock(mutex_);
+  const auto [entry, isNew] =
+      observed_.try_emplace(folder.absoluteString(), Directory{folder, identifier});
+  if (!isNew) {
+    entry->second.identifier = identifier;  // of what stands there now
+  }
+}
+
+void FolderTables::removeObservedDirectory(const FileIdentifier& identifier) {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(observed_,
+                [&](const auto& entry) { return entry.second.identifier == identifier; });
+}
+
+std::vector<URL> FolderTables::observedDirectories() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<URL> copy;
+  copy.reserve(observed_.size());
+  for (const auto& [text, directory] : observed_) {
+    copy.push_back(directory.url);
+  }
+  return copy;
+}
+
+void FolderTables::clearObservedDirectories() {
+  const std::lock_guard lock(mutex_);
+  observed_.clear();
+}
+
+}  // namespace kelpie

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "foundation/FileIdentifier.h"
+#include "foundation/URL.h"
+
+namespace kelpie {
+
+// Two of the controller's tables of folders. A set of URLs has one entry for each text: like this
+// a folder that is gone cannot pile up. Any thread.
+class FolderTables {
+ public:
+  // -- inactiveObservedFiles: folders, no packages, that the file manager has shown, by the
+  // identifier of their parent. What the main application is asked about when it comes back.
+
+  using InactiveFolders = std::vector<std::pair<FileIdentifier, std::vector<URL>>>;
+
+  void addInactiveFolder(const FileIdentifier& parent, const URL& folder);
+  // Leaves the parent's entry, be it empty.
+  void removeInactiveFolder(const FileIdentifier& parent, const URL& folder);
+  // Removes the parent's entry with all that is in it.
+  void removeInactiveFolders(const FileIdentifier& parent);
+  // A copy: parents in no particular order, the folders of one in the order of their texts.
+  InactiveFolders inactiveFolders() const;
+  void setInactiveFolders(const InactiveFolders& folders);
+
+  // -- observedDirectories: folders whose repository the main application has been asked for, and
+  // which has not been opened.
+
+  // `identifier` is the folder's, if it has one.
+  void addObservedDirectory(const URL& folder, const std::optional<FileIdentifier>& identifier);
+  // Removes the folder however it was spelled when it was added.
+  void removeObservedDirectory(const FileIdentifier& identifier);
+  // A copy, in the order of their texts.
+  std::vector<URL> observedDirectories() const;
+  void clearObservedDirectories();
+
+ private:
+  struct Directory {
+    URL url;
+    std::optional<FileIdentifier> identifier;
+  };
+
+  using Folders = std::map<std::string, URL>;  // by text
+
+  mutable std::mutex mutex_;
+  std::unordered_map<FileIdentifier, Folders> inactive_;  // guarded by mutex_
+  std::map<std::string, Directory> observed_;             // guarded by mutex_; by text
+};
+
+}  // namespace kelpie

@@ -1,0 +1,339 @@
+#include "extension/KPKelpieSync.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "extension/ActionForwarder.h"
+#include "extension/ControllerRoutes.h"
+#include "extension/FolderRegistry.h"
+#include "extension/MessageLink.h"
+#include "extension/PresenceMonitor.h"
+#include "extension/RepositoryLookup.h"
+#include "extension/RepositoryRoutes.h"
+#include "foundation/KeyedUnarchiver.h"
+#include "foundation/MessageKeys.h"
+#include "refs/ReferenceClasses.h"
+#include "settings/KPUserDefaults.h"
+#include "settings/SettingsKeys.h"
+#include "status/KPBadge.h"
+#include "status/KPRepository.h"
+
+namespace kelpie {
+
+namespace {
+
+// Enough for the enumeration of many repositories at once; the system's own default is not.
+constexpr std::uint64_t kOpenFiles = 10240;
+
+bool raiseOpenFilesLimit(ResourceLimits& limits) {
+  std::optional<OpenFilesLimit> limit = limits.openFilesLimit();
+  if (!limit) {
+    return false;
+  }
+  limit->soft = kOpenFiles;
+  return limits.setOpenFilesLimit(*limit);
+}
+
+void removeStaleKeys(UserDefaults& defaults) {
+  defaults.removeObject(kPrivateKeysUrlsKey);
+  for (const auto& [key, value] : defaults.dictionaryRepresentation().entries()) {
+    const std::string name = key.stringValue();
+    const auto isPrefix = [&](std::string_view prefix) { return name.starts_with(prefix); };
+    if (std::ranges::any_of(kStaleKeyPrefixes, isPrefix)) {
+      defaults.removeObject(name);
+    }
+  }
+}
+
+// Calls a completion, if there still is one, on every way out: building an answer to a message may
+// raise.
+struct Report {
+  LocalMessagePort::Completion& done;
+
+  explicit Report(LocalMessagePort::Completion& completion) : done(completion) {}
+  ~Report() {
+    if (done) {
+      done();
+    }
+  }
+  Report(const Report&) = delete;
+  Report& operator=(const Report&) = delete;
+};
+
+std::vector<URL> urlsOf(const Object& urls) {
+  std::vector<URL> result;
+  for (const Object& element : urls.elements()) {
+    if (const std::optional<URL> url = element.url()) {
+      result.push_back(*url);
+    }
+  }
+  return result;
+}
+
+}  // namespace
+
+void KPKelpieSync::initialize(const Platform& platform) {
+  for (const KPBadge::Entry& badge : KPBadge::badges()) {
+    platform.finder.setBadgeImage(badge.image, "", badge.identifier);
+  }
+  removeStaleKeys(platform.defaults.standardDefaults());
+  registerReferenceClasses();
+}
+
+std::unique_ptr<KPKelpieSync> KPKelpieSync::create(const Platform& platform,
+                                                   KPUserDefaults& defaults) {
+  if (!raiseOpenFilesLimit(platform.limits)) {
+    return nullptr;
+  }
+  // The constructor is private, so make_unique cannot reach it.
+  std::unique_ptr<KPKelpieSync> controller(
+      new KPKelpieSync(platform, defaults));  // NOLINT(cppcoreguidelines-owning-memory)
+  controller->start();
+  return controller;
+}
+
+KPKelpieSync::KPKelpieSync(const Platform& platform, KPUserDefaults& defaults)
+    : platform_(platform),
+      defaults_(defaults),
+      observerQueue_(platform.queues.makeQueue(platform.bundle.identifier() + ".ObserverQueue")),
+      link_(std::make_shared<MessageLink>(platform_)),
+      registry_(std::make_shared<FolderRegistry>(platform_, defaults, link_)),
+      presence_(std::make_unique<PresenceMonitor>(platform_, defaults, link_, registry_)),
+      actions_(std::make_unique<ActionForwarder>(*this, platform_.files)),
+      menus_(*this, platform_, defaults) {}
+
+void KPKelpieSync::start() {
+  receivingPort_ =
+      link_->setupMessageListener([this](std::int32_t id, std::shared_ptr<const Bytes> message,
+                                         LocalMessagePort::Completion done) {
+        receiveMessage(id, std::move(message), std::move(done));
+      });
+  updateFolders();
+  updateApplicationRunning();
+  if (UserDefaults* const shared = defaults_.sharedApplicationGroupDefaults()) {
+    foldersObservation_ = shared->observe(kFoldersPathsKey, [this] { updateFolders(); });
+  }
+  runningObservation_ = platform_.notifications.addObserver(
+      kApplicationRunningNotification,
+      [this](const std::string& /*object*/) { updateApplicationRunning(); });
+}
+
+KPKelpieSync::~KPKelpieSync() {
+  runningObservation_.reset();
+  foldersObservation_.reset();
+  link_->setPort(nullptr);
+}
+
+// -- The file manager's callbacks
+// ------------------------------------------------------------------
+
+void KPKelpieSync::beginObservingDirectoryAtURL(const URL& url) {
+  observerQueue_->post(
+      [registry = registry_, url] { registry->beginObservingDirectoryAtURL(url); });
+}
+
+void KPKelpieSync::endObservingDirectoryAtURL(const URL& url) {
+  observerQueue_->post([registry = registry_, url] { registry->endObservingDirectoryAtURL(url); });
+}
+
+void KPKelpieSync::requestBadgeIdentifierForURL(const URL& url) {
+  observerQueue_->post(
+      [registry = registry_, url] { registry->requestBadgeIdentifierForURL(url); });
+}
+
+// -- Menus and actions
+// -----------------------------------------------------------------------------
+
+std::optional<Menu> KPKelpieSync::menuForMenuKind(FIMenuKind kind) {
+  return menus_.menuForMenuKind(kind);
+}
+
+bool KPKelpieSync::performAction(const MenuItem& item) {
+  return item.action &&
+         dispatch(
+             *this, controllerRoutes(), *item.action,
+             Object(std::shared_ptr<const Archivable>(std::make_shared<const MenuItem>(item))));
+}
+
+void KPKelpieSync::remoteRepositoryAction(const Object& sender) {
+  actions_->remoteRepositoryAction(sender);
+}
+
+void KPKelpieSync::applicationAction(const Object& sender) { actions_->applicationAction(sender); }
+
+void KPKelpieSync::clone() { actions_->clone(); }
+
+void KPKelpieSync::createRepository() { actions_->createRepository(); }
+
+// -- The main application
+// --------------------------------------------------------------------------
+
+void KPKelpieSync::updateFolders() { registry_->updateFolders(); }
+
+void KPKelpieSync::updateApplicationRunning() { presence_->updateApplicationRunning(); }
+
+void KPKelpieSync::setApplicationPid(std::int32_t pid) { presence_->setApplicationPid(pid); }
+
+void KPKelpieSync::openRepositoryWithUrls(const Object& urls) {
+  if (!urls.isArray() || urls.size() == 0) {
+    return;
+  }
+  const std::optional<URL> working = urls.at(0).url();
+  const std::optional<URL> git = urls.at(urls.size() - 1).url();
+  if (!working || !git) {
+    return;
+  }
+  const std::optional<URL> workingUrl = platform_.files.fileReferenceUrl(*working);
+  const std::optional<URL> gitUrl = platform_.files.fileReferenceUrl(*git);
+  if (!workingUrl || !gitUrl) {
+    return;
+  }
+  const std::optional<FileIdentifier> identifier = workingUrl->identifier(platform_.files);
+  if (!identifier || registry_->repositories().find(*identifier) != nullptr) {
+    return;
+  }
+  ++repositoryOpenings_;
+  observerQueue_->post([registry = registry_, workingUrl, gitUrl, identifier] {
+    registry->openRepository(*workingUrl, *gitUrl, *identifier);
+  });
+}
+
+// A message that led to work on the observer queue counts as taken when that work has run: the
+// sender's next message is about the repository that is opened there.
+void KPKelpieSync::receiveMessage(std::int32_t id, std::shared_ptr<const Bytes> message,
+                                  LocalMessagePort::Completion done) {
+  const Report report{done};
+  if (id != kExtensionMessage) {
+    return;
+  }
+  const std::uint64_t openings = repositoryOpenings_;
+  handleSelectorMessage(std::move(message));
+  if (openings != repositoryOpenings_) {
+    observerQueue_->post(std::exchange(done, nullptr));
+  }
+}
+
+// What names neither an operation of the controller nor one of an open repository is lost, status
+// and references for a repository that is yet to be opened included: the main application sends
+// them again once it is.
+void KPKelpieSync::handleSelectorMessage(std::shared_ptr<const Bytes> message) {
+  if (message == nullptr) {
+    return;
+  }
+  const Object content = KeyedUnarchiver::open(std::move(message));
+  const std::optional<std::string> selector = content[kMessageSelectorKey].string();
+  if (!selector) {
+    return;
+  }
+  const Object argument = content[kMessageArgumentKey];
+  if (dispatch(*this, controllerRoutes(), *selector, argument)) {
+    return;
+  }
+  const std::optional<FileIdentifier> target =
+      FileIdentifier::fromObject(content[kMessageTargetKey]);
+  if (!target) {
+    return;
+  }
+  if (const std::shared_ptr<KPRepository> repository = registry_->repositories().find(*target)) {
+    dispatch(*repository, repositoryRoutes(), *selector, argument);
+  }
+}
+
+// -- Properties
+// ------------------------------------------------------------------------------------
+
+const RepositoryTable& KPKelpieSync::repositories() const { return registry_->repositories(); }
+
+void KPKelpieSync::setRepositories() { registry_->repositories().clear(); }
+
+std::shared_ptr<const ObservedPaths> KPKelpieSync::allObservedFiles() const {
+  return registry_->allObservedFiles();
+}
+
+void KPKelpieSync::setAllObservedFiles(const Object& files) {
+  const auto changed = std::make_shared<ObservedPaths>();
+  for (const auto& [key, paths] : files.dictionary().entries()) {
+    const std::optional<FileIdentifier> folder = FileIdentifier::fromObject(key);
+    if (!folder || paths.kind() != Object::Kind::Set) {
+      continue;
+    }
+    const std::shared_ptr<PathSet> set = changed->findOrCreate(*folder);
+    for (const Object& element : paths.elements()) {
+      if (const std::optional<std::string> path = element.pathBytes()) {
+        set->add(*path);
+      }
+    }
+  }
+  registry_->setAllObservedFiles(changed);
+}
+
+const FolderTables& KPKelpieSync::folders() const { return registry_->folders(); }
+
+void KPKelpieSync::setInactiveObservedFiles(const Object& folders) {
+  FolderTables::InactiveFolders changed;
+  for (const auto& [key, urls] : folders.dictionary().entries()) {
+    const std::optional<FileIdentifier> parent = FileIdentifier::fromObject(key);
+    if (parent && urls.kind() == Object::Kind::Set) {
+      changed.emplace_back(*parent, urlsOf(urls));
+    }
+  }
+  registry_->folders().setInactiveFolders(changed);
+}
+
+void KPKelpieSync::setObservedDirectories(const Object& urls) {
+  registry_->folders().clearObservedDirectories();
+  if (urls.kind() != Object::Kind::Set) {
+    return;
+  }
+  for (const URL& url : urlsOf(urls)) {
+    registry_->folders().addObservedDirectory(url, url.identifier(platform_.files));
+  }
+}
+
+std::shared_ptr<RemoteMessagePort> KPKelpieSync::port() const { return link_->port(); }
+
+void KPKelpieSync::setPort(std::shared_ptr<RemoteMessagePort> port) {
+  link_->setPort(std::move(port));
+}
+
+std::optional<std::string> KPKelpieSync::portName() const { return link_->portName(); }
+
+void KPKelpieSync::setPortName(const Object& name) { link_->setPortName(name.string()); }
+
+std::shared_ptr<ProcessMonitor> KPKelpieSync::monitor() const { return presence_->monitor(); }
+
+void KPKelpieSync::setMonitor(std::shared_ptr<ProcessMonitor> monitor) {
+  presence_->setMonitor(std::move(monitor));
+}
+
+void KPKelpieSync::setSenderObjects(const Object& objects) {
+  senderObjects_ = SenderObjects();
+  for (const auto& [key, object] : objects.dictionary().entries()) {
+    if (const std::optional<std::string> action = key.string()) {
+      senderObjects_.set(*action, object);
+    }
+  }
+}
+
+void KPKelpieSync::setTargetURLs(const Object& urls) {
+  targetURLs_ = urls.isArray() ? urlsOf(urls) : std::vector<URL>();
+}
+
+// -- MenuHost
+// --------------------------------------------------------------------------------------
+
+std::int32_t KPKelpieSync::applicationPid() const { return registry_->applicationPid(); }
+
+std::shared_ptr<KPRepository> KPKelpieSync::repositoryForURL(const URL& url,
+                                                             const FileSystem& files) const {
+  return RepositoryLookup(registry_->repositories(), files).repositoryForURL(url);
+}
+
+void KPKelpieSync::sendMessage(const Dictionary& message, std::int32_t id) {
+  link_->sendMessage(message, id);
+}
+
+void KPKelpieSync::setTargetURLs(std::vector<URL> urls) { targetURLs_ = std::move(urls); }
+
+}  // namespace kelpie

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "foundation/Dictionary.h"
+#include "platform/Platform.h"
+
+namespace kelpie {
+
+// The two ends of the link with the main application. What goes wrong with it is told to the user
+// through the main application: through the sending port, and where that is what failed, through a
+// distributed notification. Shared by the controller and the work on the observer queue.
+class MessageLink {
+ public:
+  explicit MessageLink(const Platform& platform) : platform_(platform) {}
+
+  // Opens the receiving port, under a name of the application group and this process's id, and
+  // keeps its name. Null when that fails, which is then reported to the user. Main queue.
+  std::unique_ptr<LocalMessagePort> setupMessageListener(LocalMessagePort::Handler handler);
+
+  // Sends one message, with the receiving port's name added. Opens the sending port if there is
+  // none; keeps it when the send fails. A failure is reported, and not retried. Any thread; blocks
+  // for at most the time-outs, of a second each, and holds no lock meanwhile.
+  void sendMessage(const Dictionary& message, std::int32_t id);
+  // The same for a selector message (kApplicationMessage). Raises std::invalid_argument for a nil
+  // argument.
+  void sendSelector(std::string_view selector, const Object& argument);
+
+  // The sending port; null until first needed. Any thread.
+  std::shared_ptr<RemoteMessagePort> port() const;
+  // Null lets the port go; the next send opens a new one.
+  void setPort(std::shared_ptr<RemoteMessagePort> port);
+
+  // Missing while there is no receiving port. Any thread.
+  std::optional<std::string> portName() const;
+  void setPortName(std::optional<std::string> name);
+
+ private:
+  std::shared_ptr<RemoteMessagePort> sendingPort();
+  void showReceivingError(std::string_view suggestion);
+  void showSendingError(std::string_view suggestion);
+
+  const Platform platform_;
+  mutable std::mutex mutex_;                 // never held while a port is asked for anything
+  std::shared_ptr<RemoteMessagePort> port_;  // guarded by mutex_
+  std::uint64_t portChanges_ = 0;            // guarded by mutex_: how often port_ was set
+  std::optional<std::string> portName_;      // guarded by mutex_
+};
+
+}  // namespace kelpie

@@ -1,0 +1,103 @@
+#include "extension/PresenceMonitor.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "extension/FolderRegistry.h"
+#include "extension/MessageLink.h"
+#include "extension/RootFinder.h"
+#include "foundation/MemoFileSystem.h"
+#include "settings/KPUserDefaults.h"
+#include "settings/SettingsKeys.h"
+#include "status/KPBadge.h"
+
+namespace kelpie {
+
+PresenceMonitor::PresenceMonitor(const Platform& platform, KPUserDefaults& defaults,
+                                 std::shared_ptr<MessageLink> link,
+                                 std::shared_ptr<FolderRegistry> registry)
+    : defaults_(defaults),
+      state_(
+          std::make_shared<State>(State{platform, std::move(link), std::move(registry), nullptr})) {
+}
+
+void PresenceMonitor::updateApplicationRunning() {
+  const std::vector<std::int32_t> running = state_->platform.applications.withBundleIdentifier(
+      state_->platform.bundle.applicationIdentifier());
+  setApplicationPid(running.size() == 1 && isOwnVersion() ? running.front() : -1);
+}
+
+bool PresenceMonitor::isOwnVersion() const {
+  UserDefaults* const defaults = defaults_.sharedApplicationGroupDefaults();
+  if (defaults == nullptr) {
+    return false;
+  }
+  const std::optional<std::string> version = defaults->stringForKey(kApplicationVersionKey);
+  return version && version == state_->platform.bundle.infoString("CFBundleVersion");
+}
+
+void PresenceMonitor::setApplicationPid(std::int32_t pid) {
+  state_->registry->setApplicationPid(pid);
+  if (pid < 1) {
+    state_->clear();
+    return;
+  }
+  const std::optional<std::string> portName = state_->link->portName();
+  state_->link->sendSelector("pingPortName:", portName ? Object(*portName) : Object());
+  requestRepositoriesAgain();
+  watch(pid);
+}
+
+// Each observed folder is tested for itself: a folder that lies in one and outside another is asked
+// for and forgotten at once.
+void PresenceMonitor::requestRepositoriesAgain() {
+  FolderRegistry& registry = *state_->registry;
+  const MemoFileSystem files(state_->platform.files);
+  const std::vector<URL> directories = state_->platform.finder.directoryURLs();
+  RootFinder finder(directories, files);
+  for (const auto& [parent, folders] : registry.folders().inactiveFolders()) {
+    for (const URL& folder : folders) {
+      const std::size_t holders = finder.rootsOf(folder).size();
+      for (std::size_t request = 0; request < holders; ++request) {
+        registry.requestRepository(folder, true, files);
+      }
+      if (holders < directories.size()) {
+        registry.folders().removeInactiveFolder(parent, folder);
+      }
+    }
+  }
+}
+
+void PresenceMonitor::watch(std::int32_t pid) {
+  const std::shared_ptr<ProcessMonitor> monitor = state_->platform.processMonitors.makeMonitor(pid);
+  state_->monitor = monitor;
+  const std::weak_ptr<State> weakState = state_;
+  // The watch holds itself through its handler until it is cancelled.
+  monitor->setEventHandler([weakState, monitor] {
+    if (const std::shared_ptr<State> state = weakState.lock()) {
+      state->clear();
+    }
+    monitor->cancel();
+  });
+  monitor->setCancelHandler([weakState] {
+    if (const std::shared_ptr<State> state = weakState.lock()) {
+      state->monitor = nullptr;
+    }
+  });
+  monitor->resume();
+}
+
+void PresenceMonitor::State::clear() {
+  for (const std::shared_ptr<PathSet>& set : registry->allObservedFiles()->sets()) {
+    for (const std::string& path : set->paths()) {
+      platform.finder.setBadgeIdentifier(KPBadge::kEmpty, URL::fileURLWithPath(path));
+    }
+  }
+  registry->repositories().clear();
+  link->setPort(nullptr);
+  registry->setApplicationPid(-1);
+}
+
+}  // namespace kelpie

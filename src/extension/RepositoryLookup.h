@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+
+#include "extension/RepositoryTable.h"
+#include "extension/RootFinder.h"
+#include "foundation/URL.h"
+
+namespace kelpie {
+
+// Finds the open repository that holds a URL: the first one, in the table's order, whose root
+// folder equals the URL or is a parent of it. For one piece of work, during which it does not see
+// repositories come and go. Single-threaded.
+class RepositoryLookup {
+ public:
+  // `files` is borrowed, and best looks at each path once: see MemoFileSystem.
+  RepositoryLookup(const RepositoryTable& table, const FileSystem& files);
+
+  // Null when no open repository holds it.
+  std::shared_ptr<KPRepository> repositoryForURL(const URL& url);
+
+ private:
+  RepositoryTable::Repositories repositories_;  // those that have a root folder
+  RootFinder roots_;                            // of repositories_
+};
+
+}  // namespace kelpie

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <span>
+
+#include "extension/Route.h"
+
+namespace kelpie {
+
+class KPRepository;
+
+// Every operation of a repository that takes one object, by the selector that a message names it
+// with. Main queue.
+std::span<const Route<KPRepository>> repositoryRoutes();
+
+}  // namespace kelpie
