@@ -43,7 +43,9 @@ class Dictionary {
 
   std::size_t size() const { return entries_.size(); }
   bool empty() const { return entries_.empty(); }
-  const std::vector<Entry>& entries() const { return entries_; }
+  const std::vector<Entry>& entries() const& { return entries_; }
+  // Of a temporary: handed over, so that a loop over them keeps alive what it reads.
+  std::vector<Entry> entries() && { return std::move(entries_); }
 
  private:
   // The position of the key, or entries_.size().
