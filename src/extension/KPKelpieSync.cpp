@@ -330,6 +330,19 @@ std::shared_ptr<KPRepository> KPKelpieSync::repositoryForURL(const URL& url,
   return RepositoryLookup(registry_->repositories(), files).repositoryForURL(url);
 }
 
+std::vector<std::shared_ptr<KPRepository>> KPKelpieSync::repositoriesForURLs(
+    const std::vector<URL>& urls, const FileSystem& files) const {
+  RepositoryLookup lookup(registry_->repositories(), files);
+  std::vector<std::shared_ptr<KPRepository>> found;
+  for (const URL& url : urls) {
+    std::shared_ptr<KPRepository> repository = lookup.repositoryForURL(url);
+    if (repository != nullptr && std::ranges::find(found, repository) == found.end()) {
+      found.push_back(std::move(repository));
+    }
+  }
+  return found;
+}
+
 void KPKelpieSync::sendMessage(const Dictionary& message, std::int32_t id) {
   link_->sendMessage(message, id);
 }

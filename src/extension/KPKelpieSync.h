@@ -136,6 +136,8 @@ class KPKelpieSync final : public MenuHost {
   std::int32_t applicationPid() const override;
   std::shared_ptr<KPRepository> repositoryForURL(
       const URL& url, const FileSystem& files = FileSystem::current()) const override;
+  std::vector<std::shared_ptr<KPRepository>> repositoriesForURLs(
+      const std::vector<URL>& urls, const FileSystem& files) const override;
   void sendMessage(const Dictionary& message, std::int32_t id) override;
   const std::vector<URL>& targetURLs() const override { return targetURLs_; }
   void setTargetURLs(std::vector<URL> urls) override;

@@ -74,12 +74,14 @@ void PresenceMonitor::watch(std::int32_t pid) {
   const std::shared_ptr<ProcessMonitor> monitor = state_->platform.processMonitors.makeMonitor(pid);
   state_->monitor = monitor;
   const std::weak_ptr<State> weakState = state_;
-  // The watch holds itself through its handler until it is cancelled.
-  monitor->setEventHandler([weakState, monitor] {
+  // The handler belongs to the watch, so it must not hold it in turn.
+  monitor->setEventHandler([weakState, weakMonitor = std::weak_ptr(monitor)] {
     if (const std::shared_ptr<State> state = weakState.lock()) {
       state->clear();
     }
-    monitor->cancel();
+    if (const std::shared_ptr<ProcessMonitor> fired = weakMonitor.lock()) {
+      fired->cancel();
+    }
   });
   monitor->setCancelHandler([weakState] {
     if (const std::shared_ptr<State> state = weakState.lock()) {

@@ -27,6 +27,11 @@ class MenuHost {
   virtual std::shared_ptr<KPRepository> repositoryForURL(const URL& url,
                                                          const FileSystem& files) const = 0;
 
+  // The open repositories that hold the URLs, each once. The same as asking for each URL, but what
+  // is learned for one item of a folder serves for all.
+  virtual std::vector<std::shared_ptr<KPRepository>> repositoriesForURLs(
+      const std::vector<URL>& urls, const FileSystem& files) const = 0;
+
   // Sends a message to the main application under the id; failures are reported by the controller.
   // Blocks for at most the time-outs of the message link.
   virtual void sendMessage(const Dictionary& message, std::int32_t id) = 0;
