@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 
 #include "foundation/Menu.h"
@@ -8,6 +9,7 @@
 
 namespace kelpie {
 
+class KPRepository;
 class KPUserDefaults;
 class MenuHost;
 
@@ -22,10 +24,16 @@ class MenuAssembly {
   // The menu; nothing where the file manager is to show none: while the main application does not
   // run (but for the toolbar, which says so), for the sidebar and for an unknown kind. A menu that
   // no item applies to is there, and empty. Sets the host's target URLs and sender objects, and
-  // tells the main application which repository is about to be used.
-  std::optional<Menu> menuForMenuKind(FIMenuKind kind);
+  // tells the main application which repository is about to be used. Blocks for no longer than
+  // looking at each target once and MenuHost::sendMessage() take.
+  std::optional<Menu> menuForMenuKind(FIMenuKind kind) const;
 
  private:
+  void setTargets() const;
+  std::shared_ptr<KPRepository> repositoryOfTargets(const FileSystem& files) const;
+  bool canCreateAtTarget(const FileSystem& files) const;
+  void unshallow(const KPRepository& repository) const;
+
   MenuHost& host_;
   const Platform& platform_;
   KPUserDefaults& defaults_;
