@@ -27,6 +27,9 @@ function(kelpie_add_layer NAME)
   endif()
 endfunction()
 
+# Builds every program that a user starts, and nothing else.
+add_custom_target(kelpie_programs)
+
 # kelpie_add_program(NAME MAIN <file> [USES <library>...]): an executable of one main.cpp.
 # Nothing when that file does not exist yet.
 function(kelpie_add_program NAME)
@@ -37,6 +40,7 @@ function(kelpie_add_program NAME)
   add_executable(${NAME} "${program_MAIN}")
   target_link_libraries(${NAME} PRIVATE kelpie_warnings ${program_USES})
   set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+  add_dependencies(kelpie_programs ${NAME})
 endfunction()
 
 # Enters FOLDER when it has a CMakeLists.txt of its own.
