@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "agent/GitCommand.h"
+#include "agent/GitConfig.h"
+#include "agent/ReferenceNumbers.h"
+#include "agent/ReferenceParser.h"
+#include "agent/ReferencesSnapshot.h"
+#include "agent/WorkingCopyFinder.h"
+
+namespace kelpie::agent {
+
+// Reads the references of one repository. Any thread, but one reading at a time; blocks while git
+// works. It remembers the numbers that it has given to references.
+class ReferencesReader {
+ public:
+  ReferencesReader(GitCommand git, WorkingCopy workingCopy)
+      : git_(git.in(workingCopy.root)), workingCopy_(std::move(workingCopy)) {}
+
+  // The references, or why there are none, in git's words.
+  using Reading = std::variant<std::shared_ptr<const ReferencesSnapshot>, std::string>;
+  Reading read(GCancellable* cancellable = nullptr);
+
+ private:
+  // Each fills a part of the snapshot; an empty text, or why it could not.
+  std::string readReferences(ReferencesSnapshot& into, bool& hasStash);
+  std::string readHead(ReferencesSnapshot& into);
+  void readStashes(ReferencesSnapshot& into);
+  void readPullRequests(ReferencesSnapshot& into);
+  void readSubmodules(ReferencesSnapshot& into);
+  void addReference(ListedReference listed, ReferencesSnapshot& into);
+  bool usesGitlfs() const;
+  ProgramResult ask(const Arguments& arguments) const;
+
+  GitCommand git_;
+  WorkingCopy workingCopy_;
+  ReferenceNumbers numbers_;
+  GCancellable* cancellable_ = nullptr;  // of the reading under way
+};
+
+}  // namespace kelpie::agent

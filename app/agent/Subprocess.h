@@ -1,0 +1,68 @@
+#pragma once
+
+#include <gio/gio.h>
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kelpie::agent {
+
+// A reference to a GObject; letting it go gives the reference back.
+struct GObjectUnref {
+  void operator()(gpointer object) const { g_object_unref(object); }
+};
+template <class T>
+using GObjectRef = std::unique_ptr<T, GObjectUnref>;
+
+// One program to run, and how far it may go. All texts are bytes.
+struct ProgramCall {
+  // The program, looked up on PATH, and its arguments. There is no shell in between.
+  std::vector<std::string> arguments;
+  std::string folder;  // where it runs; empty: where the agent runs
+  // Variables on top of the agent's own, and variables that it must not see.
+  std::vector<std::pair<std::string, std::string>> environment;
+  std::vector<std::string> withoutVariables;
+  std::string input;  // what it reads from its standard input
+  // A program that writes more than this is ended.
+  std::size_t maximumOutput = std::size_t{64} << 20U;
+  // A program that runs longer is ended; 0: as long as it wants.
+  std::chrono::milliseconds timeLimit{0};
+  // It has no use without the agent, and ends with it.
+  bool endsWithAgent = false;
+};
+
+// How a program ended, and what it wrote.
+struct ProgramResult {
+  enum class End {
+    Exited,         // `status` says how
+    NotStarted,     // `errors` says why
+    Killed,         // by the signal `status`
+    TimedOut,       // ended after the time limit
+    TooMuchOutput,  // ended after it had written more than was allowed
+    Cancelled,
+  };
+
+  End end = End::NotStarted;
+  int status = 0;
+  std::string output;
+  std::string errors;  // what it wrote to standard error, its beginning if that is long
+
+  bool succeeded() const { return end == End::Exited && status == 0; }
+  // The program's own words, or what became of it, without surrounding blanks. For people.
+  std::string failure() const;
+};
+
+// Runs programs.
+class Subprocess {
+ public:
+  // Runs the program to its end and blocks meanwhile, so no main loop calls this. What is still
+  // running when a limit is met or `cancellable` (may be null) is cancelled gets SIGTERM and then
+  // SIGKILL, with all that it started itself. Any thread.
+  static ProgramResult run(const ProgramCall& call, GCancellable* cancellable = nullptr);
+};
+
+}  // namespace kelpie::agent
