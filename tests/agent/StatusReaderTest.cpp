@@ -40,7 +40,8 @@ class StatusReaderTest : public testing::Test {
 
   std::map<std::string, int> words(const std::string& folder = "r") const {
     std::map<std::string, int> result;
-    for (const StatusItem& item : read(folder)->items()) result[item.path] = item.word;
+    const std::shared_ptr<const StatusSnapshot> status = read(folder);
+    for (const StatusItem& item : status->items()) result[item.path] = item.word;
     return result;
   }
 

@@ -47,7 +47,7 @@ TEST_F(StatusSnapshotTest, AnItemIsKeyedByItsIdentifier) {
 TEST_F(StatusSnapshotTest, ADeletedItemIsKeyedByItsPlaceholder) {
   const Object sent = message({{"d", "", 0x0200, false, true}, {"e", "", 0x0004, false, true}});
   const std::string placeholder = "/r/d \x0E.kelpieDeleted";
-  EXPECT_EQ(sent["KPRepositoryStatus"][placeholder].at(0).unsignedShortValue(), 0x0200);
+  EXPECT_EQ(sent["KPRepositoryStatus"][std::string_view(placeholder)].at(0).unsignedShortValue(), 0x0200);
   EXPECT_EQ(paths(sent["KPStatusDeletedURLs"]),
             (std::vector<std::string>{placeholder, "/r/e \x0E.kelpieDeleted"}));
   EXPECT_EQ(paths(sent["KPStatusDirtyURLs"]), paths(sent["KPStatusDeletedURLs"]));
