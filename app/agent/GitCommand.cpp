@@ -88,7 +88,8 @@ ProgramResult GitCommand::changePaths(const Arguments& arguments,
   change.environment.emplace_back("GIT_LITERAL_PATHSPECS", "1");
   if (how == Paths::FromInput) {
     for (const std::string& path : paths) change.input.append(path).push_back('\0');
-    change.arguments.insert(change.arguments.end(), {"--pathspec-from-file=-", "--pathspec-file-nul"});
+    change.arguments.insert(change.arguments.end(),
+                            {"--pathspec-from-file=-", "--pathspec-file-nul"});
     return Subprocess::run(change);
   }
   change.arguments.emplace_back("--");

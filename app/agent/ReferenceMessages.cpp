@@ -86,6 +86,7 @@ std::shared_ptr<const KPReference> recordOf(const Reference& reference) {
 std::shared_ptr<const KPReference> recordOf(const Remote& remote) {
   const auto texts = [](const std::vector<std::string>& all) {
     std::vector<std::string> shown;
+    shown.reserve(all.size());
     for (const std::string& each : all) shown.push_back(displayText(each));
     return shown;
   };

@@ -61,8 +61,7 @@ std::optional<std::string_view> numberIn(std::string_view name, std::string_view
 
 std::optional<std::string> pullRequestNumber(std::string_view name) {
   for (const Forge& forge : kForges)
-    if (const auto number = numberIn(name, forge.pattern))
-      return forge.mark + std::string(*number);
+    if (const auto number = numberIn(name, forge.pattern)) return forge.mark + std::string(*number);
   return std::nullopt;
 }
 
@@ -84,6 +83,7 @@ std::optional<std::vector<ListedReference>> parseReferences(std::string_view out
 
 std::vector<std::string> pullRequestPatterns() {
   std::vector<std::string> patterns;
+  patterns.reserve(kForges.size());
   for (const Forge& forge : kForges) patterns.emplace_back(forge.pattern);
   return patterns;
 }

@@ -138,8 +138,7 @@ std::string ReferencesReader::readHead(ReferencesSnapshot& into) {
     into.headBranch->isHead = true;
     return {};
   }
-  if (symbolic.end != ProgramResult::End::Exited || symbolic.status != 1)
-    return symbolic.failure();
+  if (symbolic.end != ProgramResult::End::Exited || symbolic.status != 1) return symbolic.failure();
   const ProgramResult commit = ask({"rev-parse", "--quiet", "--verify", "HEAD^{commit}"});
   if (!commit.succeeded()) return {};
   Reference head;

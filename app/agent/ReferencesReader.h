@@ -18,7 +18,7 @@ namespace kelpie::agent {
 // works. It remembers the numbers that it has given to references.
 class ReferencesReader {
  public:
-  ReferencesReader(GitCommand git, WorkingCopy workingCopy)
+  ReferencesReader(const GitCommand& git, WorkingCopy workingCopy)
       : git_(git.in(workingCopy.root)), workingCopy_(std::move(workingCopy)) {}
 
   // The references, or why there are none, in git's words.

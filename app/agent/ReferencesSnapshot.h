@@ -71,7 +71,7 @@ struct Gitflow {
 // All that is known of a repository's references at one time. Lists stand in the order of the
 // menus: a menu's position is a position here.
 struct ReferencesSnapshot {
-  std::vector<Reference> branches;        // local ones, and a detached HEAD at the end
+  std::vector<Reference> branches;  // local ones, and a detached HEAD at the end
   std::vector<Reference> tags;
   std::vector<Reference> remoteBranches;  // of all remotes that are configured
   std::vector<Remote> remotes;

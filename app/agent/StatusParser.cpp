@@ -127,8 +127,7 @@ bool Parser::parseConflict(std::string_view fields) {
   StatusItem item;
   item.path = fields;
   item.word = KPStatusConflicted;
-  if (ancestorMode->find_first_not_of('0') == std::string_view::npos)
-    item.word |= kWithoutAncestor;
+  if (ancestorMode->find_first_not_of('0') == std::string_view::npos) item.word |= kWithoutAncestor;
   item.isFolder = submodule->front() == 'S';
   items_.push_back(std::move(item));
   return true;

@@ -14,7 +14,7 @@ namespace kelpie::agent {
 // works.
 class StatusReader {
  public:
-  StatusReader(GitCommand git, WorkingCopy workingCopy)
+  StatusReader(const GitCommand& git, WorkingCopy workingCopy)
       : git_(git.in(workingCopy.root)), workingCopy_(std::move(workingCopy)) {}
 
   // The status, or why there is none, in git's words.

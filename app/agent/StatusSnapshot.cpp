@@ -42,8 +42,7 @@ void MessageParts::add(const StatusItem& item) {
   if (!item.isGone) {
     URL url = URL::fileURLWithPath(path, item.isFolder);
     if (const std::optional<FileIdentifier> identifier = url.identifier(files_)) {
-      if ((item.word & (KPStatusIndexRenamed | KPStatusWorkdirRenamed)) != 0)
-        addRenamed(url, path);
+      if ((item.word & (KPStatusIndexRenamed | KPStatusWorkdirRenamed)) != 0) addRenamed(url, path);
       return addEntry(*identifier, item, path, std::move(url));
     }
     // A conflicted item may have no file; anything else has gone this moment, and the next status

@@ -118,6 +118,7 @@ class Run {
   Descriptor process_;  // a pidfd
   Descriptor output_;
   Descriptor errors_;
+  std::vector<char> buffer_ = std::vector<char>(65536);
   bool processEnded_ = false;
   bool stopped_ = false;  // result_.end says why
 };
@@ -173,16 +174,15 @@ bool Run::spawn(int input, int output, int errors) {
 
 int Run::pollTimeout() const {
   if (!deadline_) return -1;
-  const auto left =
-      std::chrono::ceil<std::chrono::milliseconds>(*deadline_ - Clock::now()).count();
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline_ - Clock::now()).count();
   return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left, 0, 1 << 30));
 }
 
 // Waits for the next thing to happen and takes it in. False when the program is to be ended.
 bool Run::pump() {
   GPollFD cancel{-1, 0, 0};
-  const bool cancelled = cancellable_ != nullptr &&
-                         g_cancellable_make_pollfd(cancellable_, &cancel) == TRUE;
+  const bool cancelled =
+      cancellable_ != nullptr && g_cancellable_make_pollfd(cancellable_, &cancel) == TRUE;
   std::array<pollfd, 4> waits{pollfd{process_.get(), POLLIN, 0}, pollfd{output_.get(), POLLIN, 0},
                               pollfd{errors_.get(), POLLIN, 0},
                               pollfd{cancelled ? cancel.fd : -1, POLLIN, 0}};
@@ -208,15 +208,14 @@ bool Run::pump() {
 
 // Reads what is there.
 void Run::take(Descriptor& from, std::string& into, std::size_t maximum, bool dropRest) {
-  std::array<char, 65536> buffer;
   for (;;) {
-    const ssize_t got = read(from.get(), buffer.data(), buffer.size());
+    const ssize_t got = read(from.get(), buffer_.data(), buffer_.size());
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) return;
     if (got == 0) return from.reset();
     const auto size = static_cast<std::size_t>(got);
     const std::size_t room = maximum - std::min(maximum, into.size());
-    into.append(buffer.data(), std::min(size, room));
+    into.append(buffer_.data(), std::min(size, room));
     if (size <= room || dropRest) continue;
     result_.end = ProgramResult::End::TooMuchOutput;
     stopped_ = true;

@@ -36,8 +36,7 @@ std::string_view takeLine(std::string_view& text) {
 }
 
 bool saysNoRepository(const ProgramResult& answer) {
-  return std::string_view(answer.errors).find("fatal: not a git repository") !=
-         std::string_view::npos;
+  return answer.errors.find("fatal: not a git repository") != std::string::npos;
 }
 
 // The git directory that `gitDirectory` shares references with, by the file that git keeps there.
@@ -54,7 +53,7 @@ std::string commonDirectoryOf(const std::string& gitDirectory) {
 
 std::optional<std::string> WorkingCopyFinder::candidate(const std::string& folder) {
   for (fs::path at(folder); at.is_absolute(); at = at.parent_path()) {
-    if  (isThere(at / ".git") || looksBare(at)) return at.string();
+    if (isThere(at / ".git") || looksBare(at)) return at.string();
     if (at == at.root_path()) break;
   }
   return std::nullopt;
@@ -68,8 +67,8 @@ WorkingCopyFinder::Finding WorkingCopyFinder::find(const std::string& folder) co
 WorkingCopyFinder::Finding WorkingCopyFinder::findFrom(const std::string& folder,
                                                        bool insideGitDirectory) const {
   const GitCommand git = git_.in(folder);
-  const ProgramResult facts = git.ask(
-      {"rev-parse", "--is-inside-work-tree", "--is-bare-repository", "--absolute-git-dir"});
+  const ProgramResult facts =
+      git.ask({"rev-parse", "--is-inside-work-tree", "--is-bare-repository", "--absolute-git-dir"});
   if (!facts.succeeded()) {
     if (saysNoRepository(facts)) return {};
     return {std::nullopt, facts.failure()};

@@ -94,9 +94,9 @@ TEST(ReferenceParser, RemotesOfTheConfiguration) {
 }
 
 TEST(ReferenceParser, SubmodulesOfTheirFile) {
-  const auto modules = submodulesOf(GitConfig::parse(
-      "submodule.libs/zip.path\nlibs/zip\0submodule.libs/zip.url\n../zip\0"
-      "submodule.libs/zip.ignore\nall\0submodule.nopath.url\nu\0"s));
+  const auto modules = submodulesOf(
+      GitConfig::parse("submodule.libs/zip.path\nlibs/zip\0submodule.libs/zip.url\n../zip\0"
+                       "submodule.libs/zip.ignore\nall\0submodule.nopath.url\nu\0"s));
   ASSERT_EQ(modules.size(), 1U);
   EXPECT_EQ(modules[0].name, "libs/zip");
   EXPECT_EQ(modules[0].path, "libs/zip");

@@ -34,10 +34,9 @@ TEST(StatusParser, TheTwoLettersMakeTheWord) {
     bool isGone;
   };
   const Case cases[] = {
-      {"M.", 0x0002, false}, {"A.", 0x0001, false}, {"D.", 0x0004, true},
-      {"T.", 0x0010, false}, {".M", 0x0100, false}, {".D", 0x0200, true},
-      {".T", 0x0400, false}, {".A", 0x0080, false}, {"MM", 0x0102, false},
-      {"AM", 0x0101, false}, {"AD", 0x0201, true},  {"MD", 0x0202, true},
+      {"M.", 0x0002, false}, {"A.", 0x0001, false}, {"D.", 0x0004, true},  {"T.", 0x0010, false},
+      {".M", 0x0100, false}, {".D", 0x0200, true},  {".T", 0x0400, false}, {".A", 0x0080, false},
+      {"MM", 0x0102, false}, {"AM", 0x0101, false}, {"AD", 0x0201, true},  {"MD", 0x0202, true},
       {"TM", 0x0110, false}, {"MT", 0x0402, false}, {"DA", 0x0084, true},
   };
   for (const Case& c : cases) {
@@ -134,8 +133,7 @@ TEST(StatusParser, AFolderInTheDeletedFilesPlaceIsAnItemOfItsOwn) {
 }
 
 TEST(StatusParser, SubmodulesAreFolders) {
-  const auto items =
-      parseStatus("1 .M SCMU 160000 160000 160000 1111111 1111111 libs/zip\0"s);
+  const auto items = parseStatus("1 .M SCMU 160000 160000 160000 1111111 1111111 libs/zip\0"s);
   ASSERT_TRUE(items && items->size() == 1);
   EXPECT_EQ(items->front().word, 0x0100);
   EXPECT_TRUE(items->front().isFolder);

@@ -64,10 +64,10 @@ TEST_F(StatusReaderTest, EveryKindOfChange) {
   sandbox_.write("r/x.o", "");
   sandbox_.write("r/build/out/file", "");
   const std::map<std::string, int> want = {
-      {"modified", 0x0100},  {"staged", 0x0002}, {"deleted", 0x0200},
-      {"removed", 0x0004},   {"moved here", 8},  {"replaced", 0x0400},
-      {"packed", 0x0084},    {"added", 0x0001},  {"untracked/deep/file", 0x0080},
-      {"x.o", 0x4000},       {"build", 0x4000},
+      {"modified", 0x0100}, {"staged", 0x0002}, {"deleted", 0x0200},
+      {"removed", 0x0004},  {"moved here", 8},  {"replaced", 0x0400},
+      {"packed", 0x0084},   {"added", 0x0001},  {"untracked/deep/file", 0x0080},
+      {"x.o", 0x4000},      {"build", 0x4000},
   };
   EXPECT_EQ(words(), want);
   EXPECT_EQ(read()->itemAt("moved here")->renamedFrom, "moved");

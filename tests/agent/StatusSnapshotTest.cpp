@@ -47,7 +47,8 @@ TEST_F(StatusSnapshotTest, AnItemIsKeyedByItsIdentifier) {
 TEST_F(StatusSnapshotTest, ADeletedItemIsKeyedByItsPlaceholder) {
   const Object sent = message({{"d", "", 0x0200, false, true}, {"e", "", 0x0004, false, true}});
   const std::string placeholder = "/r/d \x0E.kelpieDeleted";
-  EXPECT_EQ(sent["KPRepositoryStatus"][std::string_view(placeholder)].at(0).unsignedShortValue(), 0x0200);
+  EXPECT_EQ(sent["KPRepositoryStatus"][std::string_view(placeholder)].at(0).unsignedShortValue(),
+            0x0200);
   EXPECT_EQ(paths(sent["KPStatusDeletedURLs"]),
             (std::vector<std::string>{placeholder, "/r/e \x0E.kelpieDeleted"}));
   EXPECT_EQ(paths(sent["KPStatusDirtyURLs"]), paths(sent["KPStatusDeletedURLs"]));
@@ -62,7 +63,8 @@ TEST_F(StatusSnapshotTest, ADeletedFileWithAFolderInItsPlaceIsStillAPlaceholder)
 
 TEST_F(StatusSnapshotTest, AConflictWithoutAFileIsAPlaceholder) {
   files_.addFile("/r/both");
-  const Object sent = message({{"both", "", 0x8000, false, false}, {"x", "", 0x8000, false, false}});
+  const Object sent =
+      message({{"both", "", 0x8000, false, false}, {"x", "", 0x8000, false, false}});
   EXPECT_EQ(sent["KPRepositoryStatus"][keyOf("/r/both")].at(0).unsignedShortValue(), 0x8000);
   EXPECT_EQ(paths(sent["KPStatusDeletedURLs"]),
             (std::vector<std::string>{"/r/x \x0E.kelpieDeleted"}));
@@ -83,20 +85,18 @@ TEST_F(StatusSnapshotTest, NewItemsAreCountedAndIgnoredOnesAreNotDirty) {
                                {"i", "", 0x4000, false, false},
                                {"build", "", 0x4000, true, false}});
   EXPECT_EQ(sent["KPStatusNewCount"].integerValue(), 1);
-  EXPECT_EQ(paths(sent["KPStatusDirtyURLs"]),
-            (std::vector<std::string>{"/r/new", "/r/staged"}));
-  EXPECT_EQ(paths(sent["KPStatusIgnoredURLs"]),
-            (std::vector<std::string>{"/r/i", "/r/build"}));
+  EXPECT_EQ(paths(sent["KPStatusDirtyURLs"]), (std::vector<std::string>{"/r/new", "/r/staged"}));
+  EXPECT_EQ(paths(sent["KPStatusIgnoredURLs"]), (std::vector<std::string>{"/r/i", "/r/build"}));
   EXPECT_EQ(sent["KPRepositoryStatus"][keyOf("/r/build")].at(0).unsignedShortValue(), 0x4000)
       << "a folder without an entry would be taken for a usual one";
 }
 
 TEST_F(StatusSnapshotTest, TheNewPathsOfRenamedItemsStandUnderTheirFolder) {
   for (const char* path : {"/r/sub/x", "/r/sub/y", "/r/z"}) files_.addFile(path);
-  const Object renamed = message({{"sub/x", "a", 0x0008, false, false},
-                                  {"z", "b", 0x0108, false, false},
-                                  {"sub/y", "c", 0x0800, false, false}})
-      ["KPStatusObservedPathsForRenamedItems"];
+  const Object renamed =
+      message({{"sub/x", "a", 0x0008, false, false},
+               {"z", "b", 0x0108, false, false},
+               {"sub/y", "c", 0x0800, false, false}})["KPStatusObservedPathsForRenamedItems"];
   ASSERT_EQ(renamed.size(), 2U);
   const Object inSub = renamed[keyOf("/r/sub")];
   ASSERT_EQ(inSub.size(), 2U);

@@ -72,8 +72,8 @@ TEST(Subprocess, TheTimeLimitEndsTheProgramAndWhatItStarted) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
   const auto lives = [&] {
     std::error_code error;
-    const auto link = std::filesystem::read_symlink(
-        "/proc/" + std::to_string(child) + "/exe", error);
+    const auto link =
+        std::filesystem::read_symlink("/proc/" + std::to_string(child) + "/exe", error);
     return !error && link.string().find("sleep") != std::string::npos;
   };
   while (lives() && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();

@@ -120,8 +120,7 @@ TEST_F(WorkingCopyFinderTest, VariablesThatNameAnotherRepositoryDoNotCount) {
 
 TEST_F(WorkingCopyFinderTest, NoGitSaysSo) {
   sandbox_.init("r");
-  const auto finding =
-      WorkingCopyFinder(GitCommand("no-such-git", "/")).find(sandbox_.path("r"));
+  const auto finding = WorkingCopyFinder(GitCommand("no-such-git", "/")).find(sandbox_.path("r"));
   EXPECT_FALSE(finding.workingCopy);
   EXPECT_NE(finding.failure.find("no-such-git"), std::string::npos);
 }
