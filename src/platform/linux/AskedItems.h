@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace kelpie {
+
+// What one host has asked badges for, each item in that host's own spelling of its URL, and which
+// folders it shows. An item is remembered until the host stops showing its folder; items of folders
+// that it does not show are remembered as long as the connection, up to a limit, the oldest
+// forgotten first. Items and folders are known by their paths (bytes). Main queue.
+class AskedItems {
+ public:
+  static constexpr std::size_t kMaximumUnshown = 100'000;
+
+  explicit AskedItems(std::size_t maximumUnshown = kMaximumUnshown)
+      : maximumUnshown_(maximumUnshown) {}
+
+  // The host shows the folder (once more). True for the first time.
+  bool show(const std::string& folder);
+  // The host shows the folder once less. True when it no longer shows it; its items are forgotten
+  // then. False also for a folder that it does not show.
+  bool hide(const std::string& folder);
+  bool shows(const std::string& folder) const { return shown_.contains(folder); }
+  // Every folder shown, whatever how often.
+  const std::unordered_map<std::string, std::size_t>& shown() const { return shown_; }
+
+  // The host asked for a badge of the item, spelled `url`.
+  void ask(const std::string& path, std::string url);
+  // How the host spelled the item when it asked; missing when it did not, or was forgotten.
+  std::optional<std::string_view> spelling(const std::string& path) const;
+
+  // The folder of the path, by its text; "" for the root.
+  static std::string folderOf(const std::string& path);
+
+ private:
+  struct Asked {
+    std::string url;
+    std::uint64_t order = 0;  // of its newest entry in unshownOrder_; 0 while its folder is shown
+  };
+  struct Order {
+    std::uint64_t number;
+    std::string path;
+  };
+
+  void noteUnshown(const std::string& path, Asked& item);
+  bool isStale(const Order& entry) const;
+  void forgetOldest();
+
+  std::size_t maximumUnshown_;
+  std::unordered_map<std::string, std::size_t> shown_;  // folder -> how often
+  // folder -> path -> item
+  std::unordered_map<std::string, std::unordered_map<std::string, Asked>> items_;
+  // The items of folders that are not shown, oldest first. An entry whose number is not its item's
+  // is stale: the item was asked for again, or its folder came into view.
+  std::deque<Order> unshownOrder_;
+  std::size_t unshown_ = 0;  // entries of unshownOrder_ that are not stale
+  std::uint64_t nextNumber_ = 1;
+};
+
+}  // namespace kelpie

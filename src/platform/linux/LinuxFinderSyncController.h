@@ -1,0 +1,71 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/FinderSyncController.h"
+#include "platform/SerialQueue.h"
+
+namespace kelpie {
+
+// The file managers, as the core sees them: one controller for all that are connected to the host
+// link. Badges may be set from any thread; they are gathered and handed on in batches on the main
+// queue, in the order in which they were set.
+class LinuxFinderSyncController final : public FinderSyncController {
+ public:
+  struct RegisteredBadge {
+    Image image;
+    std::string label;
+  };
+  // A badge that was set: the item and the identifier.
+  using Badge = std::pair<URL, std::string>;
+
+  // What becomes of badges and folders. Called on the main queue.
+  struct Listener {
+    std::function<void(const std::vector<Badge>& badges)> badgesSet;
+    // The observed folders are others than before.
+    std::function<void()> directoriesChanged;
+  };
+
+  explicit LinuxFinderSyncController(std::shared_ptr<SerialQueue> mainQueue);
+
+  // Replaces the listener; an empty one lets everything go. Main queue.
+  void setListener(Listener listener);
+  // The registered badges by identifier, as of now. Any thread.
+  std::map<std::string, RegisteredBadge> badges() const;
+  // What the next menu is asked for. Main queue.
+  void setSelection(std::vector<URL> selected, std::optional<URL> targeted);
+
+  void setBadgeImage(const Image& image, std::string_view label,
+                     std::string_view badgeIdentifier) override;
+  void setBadgeIdentifier(std::string_view badgeIdentifier, const URL& url) override;
+  std::vector<URL> directoryURLs() const override;
+  void setDirectoryURLs(std::vector<URL> urls) override;
+  std::vector<URL> selectedItemURLs() const override { return selected_; }
+  std::optional<URL> targetedURL() const override { return targeted_; }
+
+ private:
+  // What the tasks on the main queue reach; they may outlive the controller.
+  struct Shared {
+    std::mutex mutex;
+    std::vector<Badge> pending;     // guarded by mutex: set, and not handed on yet
+    bool handOverIsPosted = false;  // guarded by mutex
+    Listener listener;              // main queue
+  };
+  static void handOver(Shared& shared);
+
+  std::shared_ptr<SerialQueue> mainQueue_;
+  std::shared_ptr<Shared> shared_ = std::make_shared<Shared>();
+  mutable std::mutex mutex_;
+  std::map<std::string, RegisteredBadge> badges_;  // guarded by mutex_
+  std::vector<URL> directoryURLs_;                 // guarded by mutex_
+  std::vector<URL> selected_;                      // main queue
+  std::optional<URL> targeted_;                    // main queue
+};
+
+}  // namespace kelpie
