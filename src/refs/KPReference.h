@@ -80,14 +80,15 @@ class KPReference : public Archivable {
   void encodeWithCoder(KeyedEncoder& coder) const override;
 
  private:
-  std::int64_t type_ = 0;
-  std::int64_t tag_ = 0;
+  // What every menu reads stands first: a picker of many references waits for memory.
   std::optional<std::string> name_;
-  std::optional<std::string> fullName_;
-  std::optional<std::string> upstreamName_;
-  std::optional<Bytes> oid_;
+  std::int64_t tag_ = 0;
   bool head_ = false;
   bool detached_ = false;
+  std::optional<Bytes> oid_;
+  std::optional<std::string> fullName_;
+  std::optional<std::string> upstreamName_;
+  std::int64_t type_ = 0;
 };
 
 }  // namespace kelpie

@@ -12,6 +12,7 @@
 #include "foundation/Object.h"
 #include "refs/KPReference.h"
 #include "refs/KPTreeNode.h"
+#include "refs/ReferenceOutline.h"
 
 namespace kelpie {
 
@@ -93,11 +94,13 @@ class KPRefsManager {
                                      const KPTreeNode& node, Menu& menu);
 
  private:
-  const KPTreeNode::Children& section(std::uint64_t number) const;
+  // The section's node; one without children when there is no such section.
+  const KPTreeNode& section(std::uint64_t number) const;
 
   const Bundle& bundle_;
   Log& log_;
   std::shared_ptr<const KPTreeNode> references_;
+  ReferenceOutline outline_;  // of references_
   std::optional<std::vector<std::string>> stashes_;
   Object gitflowInfo_;
   std::shared_ptr<const KPReference> headBranch_;

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/Object.h"
 #include "refs/KPReference.h"
 
 namespace kelpie {
@@ -14,8 +15,6 @@ namespace kelpie {
 // A remote of a repository. Archived as "KPRemote". Threads and missing values as in KPReference.
 class KPRemote : public KPReference {
  public:
-  using Refspecs = std::vector<std::string>;
-
   KPRemote() : KPRemote(std::nullopt) {}
   explicit KPRemote(std::optional<std::string> name);
   // A new remote is a remote: the type is ignored.
@@ -30,12 +29,12 @@ class KPRemote : public KPReference {
   const std::optional<std::string>& pushUrl() const { return pushUrl_; }
   void setPushUrl(std::optional<std::string> url) { pushUrl_ = std::move(url); }
 
-  // A missing list and an empty one are two things.
-  const std::optional<Refspecs>& fetchRefspecs() const { return fetchRefspecs_; }
-  void setFetchRefspecs(std::optional<Refspecs> specs) { fetchRefspecs_ = std::move(specs); }
-
-  const std::optional<Refspecs>& pushRefspecs() const { return pushRefspecs_; }
-  void setPushRefspecs(std::optional<Refspecs> specs) { pushRefspecs_ = std::move(specs); }
+  // Arrays of strings, or nil: a missing list and an empty one are two things. What is no array is
+  // set as nil. Values, so that a list that repeats one long text does not cost its copies.
+  const Object& fetchRefspecs() const { return fetchRefspecs_; }
+  void setFetchRefspecs(const Object& refspecs);
+  const Object& pushRefspecs() const { return pushRefspecs_; }
+  void setPushRefspecs(const Object& refspecs);
 
   // Whether tags are followed, in the main application's numbers.
   std::int64_t autotag() const { return autotag_; }
@@ -51,8 +50,8 @@ class KPRemote : public KPReference {
  private:
   std::optional<std::string> url_;
   std::optional<std::string> pushUrl_;
-  std::optional<Refspecs> fetchRefspecs_;
-  std::optional<Refspecs> pushRefspecs_;
+  Object fetchRefspecs_;
+  Object pushRefspecs_;
   std::int64_t autotag_ = 0;
   bool skipFetchAll_ = false;
 };

@@ -28,7 +28,7 @@ class KPSubmodule : public KPReference {
   const std::optional<std::string>& url() const { return url_; }
   void setUrl(std::optional<std::string> url) { url_ = std::move(url); }
 
-  // In the working copy.
+  // In the working copy: bytes, which an archive holds as data when they are not UTF-8.
   const std::optional<std::string>& path() const { return path_; }
   void setPath(std::optional<std::string> path) { path_ = std::move(path); }
 

@@ -19,7 +19,9 @@ class KeyedDecoder;
 // is never deeper than kMaximumDepth levels: whoever walks it may recurse. Nodes are shared, never
 // copied. The tree belongs to whoever holds its root; a node does not keep its parent alive. Any
 // thread, once the tree is built.
-class KPTreeNode : public Archivable, public std::enable_shared_from_this<KPTreeNode> {
+class KPTreeNode : public Archivable {
+  struct Private {};  // who cannot name it makes nodes with create() only
+
  public:
   using Children = std::vector<std::shared_ptr<const KPTreeNode>>;
 
@@ -34,6 +36,7 @@ class KPTreeNode : public Archivable, public std::enable_shared_from_this<KPTree
   // From its archived keys. A child that does not decode into a tree node is skipped.
   static std::shared_ptr<const KPTreeNode> decode(const KeyedDecoder& coder);
 
+  KPTreeNode(Private, std::shared_ptr<const KPReference> representedObject);
   KPTreeNode(const KPTreeNode&) = delete;
   KPTreeNode& operator=(const KPTreeNode&) = delete;
   ~KPTreeNode() override = default;
@@ -53,14 +56,12 @@ class KPTreeNode : public Archivable, public std::enable_shared_from_this<KPTree
   void encodeWithCoder(KeyedEncoder& coder) const override;
 
  private:
-  explicit KPTreeNode(std::shared_ptr<const KPReference> representedObject);
-  void adopt(Children children);
-
   std::shared_ptr<const KPReference> representedObject_;
   Children children_;
-  // Where the node stands rather than what it is: set when its parent is made.
+  // Where the node stands rather than what it is: set when its parent is made. Weak, since the
+  // parent holds the node.
   mutable std::weak_ptr<const KPTreeNode> parent_;
-  int height_ = 1;  // levels of the tree below and including this node
+  int height_ = 1;  // levels of the tree from this node down, its own included
 };
 
 }  // namespace kelpie

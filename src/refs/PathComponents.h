@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string_view>
+
+namespace kelpie {
+
+// Names cut at slashes, as the platform cuts paths: empty components vanish, wherever they stand,
+// and a leading slash is a component of its own, "/".
+
+// The last component; "" of an empty name. Borrowed from `name`.
+std::string_view lastPathComponent(std::string_view name);
+
+// Cuts the first component off `name` and answers it; "" when there is none left. Borrowed from
+// `name`, like what is left.
+std::string_view takeFirstPathComponent(std::string_view& name);
+
+}  // namespace kelpie

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace kelpie {
+
+class KPReference;
+struct ReferenceEntry;
+
+// How one reference shows in a reference picker, by the action that its item will send. Main queue.
+struct ReferenceItemRule {
+  // Asks about the item's own reference and the one that the menu was asked for, or null. A
+  // comparison with what is missing is false.
+  using Test = bool (*)(const ReferenceEntry& item, const KPReference* reference);
+  // The title of the item.
+  using Title = std::string (*)(const ReferenceEntry& item);
+
+  std::string_view action;
+  Test isOn;        // the item is marked
+  Test isDisabled;  // the item is disabled, whatever isEnabled says
+  Test isEnabled;   // otherwise the item is enabled when this holds
+  Title title;
+};
+
+// The rule of the action with that name, or the one of all other actions.
+const ReferenceItemRule& ruleForAction(std::string_view action);
+
+}  // namespace kelpie
