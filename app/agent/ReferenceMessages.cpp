@@ -85,9 +85,9 @@ std::shared_ptr<const KPReference> recordOf(const Reference& reference) {
 
 std::shared_ptr<const KPReference> recordOf(const Remote& remote) {
   const auto texts = [](const std::vector<std::string>& all) {
-    std::vector<std::string> shown;
+    Objects shown;
     shown.reserve(all.size());
-    for (const std::string& each : all) shown.push_back(displayText(each));
+    for (const std::string& each : all) shown.emplace_back(displayText(each));
     return shown;
   };
   auto record = std::make_shared<KPRemote>(displayText(remote.name));
