@@ -1,6 +1,5 @@
 #include "foundation/Dictionary.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <stdexcept>
 #include <utility>
@@ -36,9 +35,10 @@ void Dictionary::set(Object key, Object value, ObjectComparison& comparison) {
     entries_[index].second = std::move(value);
     return;
   }
+  hashes_.push_back(key.hash());
   entries_.emplace_back(std::move(key), std::move(value));
   if (!index_.empty()) {
-    index_.emplace(entries_.back().first.hash(), entries_.size() - 1);
+    index_.emplace(hashes_.back(), entries_.size() - 1);
   } else if (entries_.size() > kLinearSize) {
     rebuildIndex();
   }
@@ -49,20 +49,9 @@ void Dictionary::remove(const Object& key) {
   const std::size_t index = indexOf(key, comparison);
   if (index == entries_.size()) return;
   entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(index));
+  hashes_.erase(hashes_.begin() + static_cast<std::ptrdiff_t>(index));
   rebuildIndex();
 }
-
-Object Dictionary::operator[](std::string_view key) const {
-  const Object* value = find(key);
-  return value != nullptr ? *value : Object();
-}
-
-Object Dictionary::operator[](const Object& key) const {
-  const Object* value = find(key);
-  return value != nullptr ? *value : Object();
-}
-
-bool Dictionary::contains(const Object& key) const { return find(key) != nullptr; }
 
 const Object* Dictionary::find(std::string_view key) const {
   const std::size_t index = search(Object::hashOfString(key), [&](const Object& candidate) {
@@ -71,7 +60,7 @@ const Object* Dictionary::find(std::string_view key) const {
   return index < entries_.size() ? &entries_[index].second : nullptr;
 }
 
-const Object* Dictionary::find(const Object& key) const {
+const Object* Dictionary::findObject(const Object& key) const {
   ObjectComparison comparison;
   return find(key, comparison);
 }
@@ -82,16 +71,18 @@ const Object* Dictionary::find(const Object& key, ObjectComparison& comparison) 
 }
 
 std::size_t Dictionary::indexOf(const Object& key, ObjectComparison& comparison) const {
-  return search(index_.empty() ? 0 : key.hash(),
+  return search(key.hash(),
                 [&](const Object& candidate) { return comparison.isEqual(candidate, key); });
 }
 
 template <class IsKey>
 std::size_t Dictionary::search(std::size_t hash, const IsKey& isKey) const {
   if (index_.empty()) {
-    const auto found = std::find_if(entries_.begin(), entries_.end(),
-                                    [&](const Entry& entry) { return isKey(entry.first); });
-    return static_cast<std::size_t>(found - entries_.begin());
+    for (std::size_t index = 0; index < entries_.size(); ++index) {
+      // By hash first here, too, so that a URL is found or not whatever the size is.
+      if (hashes_[index] == hash && isKey(entries_[index].first)) return index;
+    }
+    return entries_.size();
   }
   const auto [begin, end] = index_.equal_range(hash);
   for (auto candidate = begin; candidate != end; ++candidate) {
@@ -105,7 +96,7 @@ void Dictionary::rebuildIndex() {
   if (entries_.size() <= kLinearSize) return;
   index_.reserve(entries_.size());
   for (std::size_t index = 0; index < entries_.size(); ++index) {
-    index_.emplace(entries_[index].first.hash(), index);
+    index_.emplace(hashes_[index], index);
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <initializer_list>
 #include <string_view>
@@ -32,13 +33,20 @@ class Dictionary {
   // Removes the entry if there is one.
   void remove(const Object& key);
 
-  // The value, or nil.
-  Object operator[](std::string_view key) const;
-  Object operator[](const Object& key) const;
-  bool contains(const Object& key) const;
+  // The value, or nil. (Templates, so that a text is taken for a text and not turned into an
+  // object.)
+  Object operator[](std::string_view key) const { return valueAt(find(key)); }
+  template <std::same_as<Object> Key>
+  Object operator[](const Key& key) const {
+    return valueAt(find(key));
+  }
+  bool contains(const Object& key) const { return findObject(key) != nullptr; }
   // The value, null when missing. Borrowed until the dictionary changes.
   const Object* find(std::string_view key) const;
-  const Object* find(const Object& key) const;
+  template <std::same_as<Object> Key>
+  const Object* find(const Key& key) const {
+    return findObject(key);
+  }
   const Object* find(const Object& key, ObjectComparison& comparison) const;
 
   std::size_t size() const { return entries_.size(); }
@@ -48,6 +56,8 @@ class Dictionary {
   std::vector<Entry> entries() && { return std::move(entries_); }
 
  private:
+  static Object valueAt(const Object* found) { return found != nullptr ? *found : Object(); }
+  const Object* findObject(const Object& key) const;
   // The position of the key, or entries_.size().
   std::size_t indexOf(const Object& key, ObjectComparison& comparison) const;
   // The position of the key with this hash for which `isKey` is true, or entries_.size().
@@ -56,6 +66,7 @@ class Dictionary {
   void rebuildIndex();
 
   std::vector<Entry> entries_;
+  std::vector<std::size_t> hashes_;  // Object::hash() of the keys, by position
   // From Object::hash() to positions in entries_; empty while a linear search is cheaper.
   std::unordered_multimap<std::size_t, std::size_t> index_;
 };

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <string_view>
 
+#include "foundation/KeyedArchiver.h"
+#include "foundation/KeyedUnarchiver.h"
 #include "foundation/Object.h"
+#include "foundation/ObjectView.h"
 
 namespace kelpie {
 
@@ -19,11 +22,16 @@ FileIdentifier::FileIdentifier(ByteView bytes, bool archivedForm) : archivedForm
 }
 
 std::optional<FileIdentifier> FileIdentifier::fromObject(const Object& object) {
-  if (const auto data = object.data()) return FileIdentifier(*data);
-  return std::nullopt;
+  if (const auto data = ObjectView(object).data()) return FileIdentifier(*data);
+  if (object.isNil()) return std::nullopt;
+  const auto archive = KeyedArchiver::archivedData(object);
+  return archive ? std::optional(FileIdentifier(*archive, true)) : std::nullopt;
 }
 
-Object FileIdentifier::toObject() const { return {Bytes(bytes().begin(), bytes().end())}; }
+Object FileIdentifier::toObject() const {
+  if (archivedForm_) return KeyedUnarchiver::unarchiveObject(bytes());
+  return {Bytes(bytes().begin(), bytes().end())};
+}
 
 ByteView FileIdentifier::bytes() const {
   return long_ != nullptr ? bytesOf(*long_) : ByteView(inline_.data(), inlineSize_);

@@ -5,10 +5,13 @@
 #include <limits>
 #include <utility>
 
+#include "foundation/DecodingLimits.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
+#include "foundation/ObjectComparison.h"
 #include "foundation/ObjectView.h"
 #include "foundation/OpaqueObject.h"
+#include "foundation/OpenedArchive.h"
 #include "foundation/Overloaded.h"
 #include "foundation/Text.h"
 
@@ -35,8 +38,7 @@ std::uint64_t unsignedFromReal(double value) {
 
 }  // namespace
 
-// -- Making
-// ----------------------------------------------------------------------------------------
+// -- Making ----------------------------------------------------------------------------------
 
 Object::Object(double value) : value_(value) {}
 
@@ -101,17 +103,17 @@ Object::Value Object::integer(std::uint64_t value) {
   return value;
 }
 
-// -- Kind
-// ------------------------------------------------------------------------------------------
+// -- Kind ------------------------------------------------------------------------------------
 
 Object::Kind Object::kind() const {
-  // In the order of the alternatives of Value.
+  // In the order of the alternatives of Value; a part says itself what it is.
   static constexpr std::array kKinds = {
       Kind::Nil,    Kind::Boolean,    Kind::Integer, Kind::Integer,    Kind::Real,
       Kind::String, Kind::Data,       Kind::Date,    Kind::Url,        Kind::Array,
       Kind::Set,    Kind::Dictionary, Kind::Error,   Kind::Archivable, Kind::Opaque};
-  static_assert(kKinds.size() == std::variant_size_v<Value>);
-  return kKinds[value_.index()];
+  static_assert(kKinds.size() + 1 == std::variant_size_v<Value>);
+  const Part* in = part();
+  return in != nullptr ? in->kind : kKinds[value_.index()];
 }
 
 bool Object::isNumber() const {
@@ -121,6 +123,7 @@ bool Object::isNumber() const {
 
 bool Object::isMutable() const {
   return std::visit(Overloaded{[]<class T>(const Shared<T>& value) { return value.isMutable; },
+                               [](const Part& part) { return part.isMutable; },
                                [](const auto& /*other*/) { return false; }},
                     value_);
 }
@@ -129,17 +132,16 @@ Object Object::mutableCopy() const {
   // An object of its own, as its class name says: the value is not shared with the receiver, so
   // that an archive of both holds two.
   Object result;
-  result.value_ =
-      std::visit(Overloaded{[]<class T>(const Shared<T>& value) -> Value {
-                              return Shared<T>{std::make_shared<const T>(*value.value), true};
-                            },
-                            [](const auto& other) -> Value { return other; }},
-                 value_);
+  result.value_ = std::visit(Overloaded{[]<class T>(const Shared<T>& value) -> Value {
+                                          return Shared<T>{std::make_shared<const T>(*value.value)};
+                                        },
+                                        [](const auto& other) -> Value { return other; }},
+                             value_);
+  result.setMutable();
   return result;
 }
 
-// -- Numbers
-// ---------------------------------------------------------------------------------------
+// -- Numbers ---------------------------------------------------------------------------------
 
 bool Object::boolValue() const {
   const auto* real = std::get_if<double>(&value_);
@@ -150,6 +152,13 @@ std::int64_t Object::integerValue() const {
   const auto* real = std::get_if<double>(&value_);
   return real != nullptr ? integerFromReal(*real)
                          : static_cast<std::int64_t>(unsignedIntegerValue());
+}
+
+bool Object::isNegative() const {
+  return std::visit(Overloaded{[](std::int64_t value) { return value < 0; },
+                               [](double value) { return value < 0; },
+                               [](const auto& /*other*/) { return false; }},
+                    value_);
 }
 
 std::uint64_t Object::unsignedIntegerValue() const {
@@ -176,8 +185,7 @@ double Object::dateValue() const {
   return date != nullptr ? date->seconds : 0;
 }
 
-// -- Values
-// ----------------------------------------------------------------------------------------
+// -- Values ----------------------------------------------------------------------------------
 
 std::string Object::stringValue() const {
   const auto* text = shared<std::string>();
@@ -219,8 +227,17 @@ std::shared_ptr<const Archivable> Object::archivable() const {
   return found != nullptr ? *found : nullptr;
 }
 
-// -- Containers
-// ------------------------------------------------------------------------------------
+const void* Object::sharedAddress() const {
+  return std::visit(
+      Overloaded{
+          []<class T>(const Shared<T>& value) -> const void* { return value.value.get(); },
+          []<class T>(const std::shared_ptr<const T>& value) -> const void* { return value.get(); },
+          [](const URL& value) { return value.sharedAddress(); },
+          [](const auto& /*other*/) -> const void* { return nullptr; }},
+      value_);
+}
+
+// -- Containers ------------------------------------------------------------------------------
 
 const Objects* Object::builtElements() const {
   if (const auto* array = shared<Objects>()) return array;
@@ -234,7 +251,7 @@ Object Object::at(std::size_t index) const { return ObjectView(*this).at(index).
 
 Object Object::operator[](std::string_view key) const { return ObjectView(*this)[key].toObject(); }
 
-Object Object::operator[](const Object& key) const { return ObjectView(*this)[key].toObject(); }
+Object Object::valueForKey(const Object& key) const { return ObjectView(*this)[key].toObject(); }
 
 Objects Object::elements() const {
   if (const Objects* built = builtElements()) return *built;
@@ -250,15 +267,37 @@ Objects Object::elements() const {
 Dictionary Object::dictionary() const {
   if (const auto* entries = shared<Dictionary>()) return *entries;
   Dictionary result;
+  const Part* in = part();
+  ObjectComparison comparison(
+      DecodingLimits(in != nullptr ? in->archive->reader().list().byteCount() : 0).bytesLeft);
   ObjectView(*this).forEachEntry([&](ObjectView key, ObjectView value) {
     Object keyObject = key.toObject();
     Object valueObject = value.toObject();
     if (!keyObject.isNil() && !valueObject.isNil()) {
-      result.set(std::move(keyObject), std::move(valueObject));
+      result.set(std::move(keyObject), std::move(valueObject), comparison);
     }
     return true;
   });
   return result;
+}
+
+Object Object::ofPart(Part part) {
+  Object result;
+  result.value_ = std::move(part);
+  return result;
+}
+
+Object Object::whole() const {
+  const Part* in = part();
+  if (in == nullptr) return *this;
+  const Object whole = in->archive->whole(in->archive->reader().object(in->uid));
+  return in->isMutable && !whole.isMutable() ? whole.mutableCopy() : whole;
+}
+
+void Object::setMutable() {
+  std::visit(Overloaded{[]<class T>(Shared<T>& value) { value.isMutable = true; },
+                        [](Part& part) { part.isMutable = true; }, [](auto& /*other*/) {}},
+             value_);
 }
 
 }  // namespace kelpie

@@ -21,6 +21,7 @@ namespace kelpie {
 
 class Dictionary;
 class Object;
+class OpenedArchive;
 struct Error;
 struct OpaqueObject;
 
@@ -84,6 +85,8 @@ class Object {
   Kind kind() const;
   bool isNil() const { return kind() == Kind::Nil; }
   bool isNumber() const;  // Boolean, Integer or Real
+  // A number below 0; an integer beyond the signed range is none, though integerValue() is.
+  bool isNegative() const;
   bool isString() const { return kind() == Kind::String; }
   bool isArray() const { return kind() == Kind::Array; }
   bool isDictionary() const { return kind() == Kind::Dictionary; }
@@ -127,11 +130,21 @@ class Object {
   Object at(std::size_t index) const;
   // The value under a string key of a dictionary; nil when missing and for anything else.
   Object operator[](std::string_view key) const;
-  Object operator[](const char* key) const { return (*this)[std::string_view(key)]; }
-  Object operator[](const Object& key) const;
+  template <std::same_as<Object> Key>
+  Object operator[](const Key& key) const {
+    return valueForKey(key);
+  }
   // All elements of an array or set, all entries of a dictionary; empty for anything else.
   Objects elements() const;
   Dictionary dictionary() const;
+
+  // What copies of the object share, and no other object does while they live: the identity of
+  // what is not a plain number. Null for nil, numbers, dates and containers read in place.
+  const void* sharedAddress() const;
+
+  // This; of a container that is read in place, the same value read as a whole: nil when it nests
+  // too deep.
+  Object whole() const;
 
   // Object equality of the platform: numbers by value whatever their width, strings, data and dates
   // by content, URLs by URL::isEqual, containers by content, errors by domain, code and user
@@ -145,10 +158,12 @@ class Object {
   std::string description() const;
 
  private:
-  friend class ArchiveWriter;
+  friend class ArchiveDecoder;
+  friend class ArchiveReader;
   friend class Dictionary;
   friend class ObjectComparison;
   friend class ObjectView;
+  friend class OpenedArchive;
 
   struct Date {
     double seconds;
@@ -162,19 +177,31 @@ class Object {
   struct SetElements {
     Objects elements;
   };
+  // An array, set or dictionary that is read where it stands in an opened archive.
+  struct Part {
+    std::shared_ptr<OpenedArchive> archive;
+    std::uint32_t uid;  // its number there
+    Kind kind;
+    bool isMutable;
+  };
   using Value =
       std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, Shared<std::string>,
                    Shared<Bytes>, Date, URL, Shared<Objects>, Shared<SetElements>,
                    Shared<Dictionary>, std::shared_ptr<const Error>,
-                   std::shared_ptr<const Archivable>, std::shared_ptr<const OpaqueObject>>;
+                   std::shared_ptr<const Archivable>, std::shared_ptr<const OpaqueObject>, Part>;
 
   template <class T>
   const T* shared() const {
     const auto* found = std::get_if<Shared<T>>(&value_);
     return found != nullptr ? found->value.get() : nullptr;
   }
+  static Object ofPart(Part part);
+  Object valueForKey(const Object& key) const;
+  const Part* part() const { return std::get_if<Part>(&value_); }
   // The elements of a built array or set; null for anything else.
   const Objects* builtElements() const;
+  // Makes a value that nobody else has yet one of the mutable class.
+  void setMutable();
 
   // hash() of a string object of this text.
   static std::size_t hashOfString(std::string_view text);

@@ -10,7 +10,6 @@
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
 #include "foundation/OpaqueObject.h"
-#include "foundation/Overloaded.h"
 
 namespace kelpie {
 
@@ -34,9 +33,7 @@ struct ExactInteger {
 
 std::optional<ExactInteger> exactInteger(const Object& number) {
   if (number.kind() != Object::Kind::Real) {
-    const std::uint64_t bits = number.unsignedIntegerValue();
-    const bool isNegative = number.integerValue() < 0 && number.doubleValue() < 0;
-    return ExactInteger{isNegative, bits};
+    return ExactInteger{number.isNegative(), number.unsignedIntegerValue()};
   }
   const double value = number.doubleValue();
   if (value != std::trunc(value) || value < -kBeyondSigned || value >= kBeyondUnsigned) {
@@ -101,24 +98,16 @@ bool ObjectComparison::isEqual(const Object& a, const Object& b) {
     case Kind::Dictionary:
     case Kind::Error:
     case Kind::Opaque:
-      return isEqualContainer(a, b);
+      return isEqualContainer(a.whole(), b.whole());
     default:
       return false;
   }
 }
 
 bool ObjectComparison::isEqualContainer(const Object& a, const Object& b) {
-  const auto address = [](const Object& object) -> const void* {
-    return std::visit(Overloaded{[]<class T>(const Object::Shared<T>& value) -> const void* {
-                                   return value.value.get();
-                                 },
-                                 []<class T>(const std::shared_ptr<const T>& value) -> const void* {
-                                   return value.get();
-                                 },
-                                 [](const auto& /*other*/) -> const void* { return nullptr; }},
-                      object.value_);
-  };
-  const std::pair pair{address(a), address(b)};
+  const std::pair pair{a.sharedAddress(), b.sharedAddress()};
+  // A part that could not be read whole is nil by now.
+  if (pair.first == nullptr || pair.second == nullptr) return false;
   if (pair.first == pair.second) return true;
   if (const auto known = known_.find(pair); known != known_.end()) return known->second;
   if (depth_ == kMaximumDepth) return false;
@@ -158,8 +147,9 @@ bool ObjectComparison::isEqualSet(const Objects& a, const Objects& b) {
   }
   return std::all_of(a.begin(), a.end(), [&](const Object& element) {
     if (index.empty()) {
-      return std::any_of(b.begin(), b.end(),
-                         [&](const Object& other) { return isEqual(element, other); });
+      return std::any_of(b.begin(), b.end(), [&](const Object& other) {
+        return element.hash() == other.hash() && isEqual(element, other);
+      });
     }
     const auto [begin, end] = index.equal_range(element.hash());
     return std::any_of(begin, end,
@@ -196,8 +186,7 @@ bool ObjectComparison::isEqualSlot(const Object& a, const Object& b) {
   return (a.isNil() && b.isNil()) || isEqual(a, b);
 }
 
-// -- Object
-// ----------------------------------------------------------------------------------------
+// -- Object ----------------------------------------------------------------------------------
 
 bool Object::isEqual(const Object& other) const { return ObjectComparison().isEqual(*this, other); }
 

@@ -79,9 +79,8 @@ class Describer {
         text_ += object.boolValue() ? "YES" : "NO";
         return;
       case Object::Kind::Integer:
-        text_ += object.integerValue() < 0 && object.doubleValue() > 0
-                     ? std::to_string(object.unsignedIntegerValue())
-                     : std::to_string(object.integerValue());
+        text_ += object.isNegative() ? std::to_string(object.integerValue())
+                                     : std::to_string(object.unsignedIntegerValue());
         return;
       case Object::Kind::Real:
         text_ += std::to_string(object.doubleValue());
@@ -105,7 +104,9 @@ class Describer {
         text_ += '>';
         return;
       case Object::Kind::Opaque:
-        text_ += '<' + object.opaque()->classNames.front() + '>';
+        text_ += '<';
+        if (!object.opaque()->classNames.empty()) text_ += object.opaque()->classNames.front();
+        text_ += '>';
         return;
       default:
         text_ += "nil";

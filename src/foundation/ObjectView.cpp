@@ -1,98 +1,195 @@
 #include "foundation/ObjectView.h"
 
+#include <algorithm>
+
+#include "foundation/ArchiveReader.h"
 #include "foundation/Dictionary.h"
+#include "foundation/OpenedArchive.h"
 
 namespace kelpie {
 
 namespace {
 
-// What a view of nothing looks at.
-const Object& nil() {
-  static const Object object;
-  return object;
-}
+using Kind = Object::Kind;
 
 }  // namespace
 
-ObjectView::ObjectView(const Object& object) : object_(&object) {}
+ObjectView::ObjectView(const Object& object) {
+  if (const Object::Part* part = object.part()) {
+    reader_ = &part->archive->reader();
+    value_ = reader_->object(part->uid);
+  } else {
+    object_ = &object;
+  }
+}
 
 Object::Kind ObjectView::kind() const {
-  return object_ != nullptr ? object_->kind() : Object::Kind::Nil;
+  if (object_ != nullptr) return object_->kind();
+  if (reader_ == nullptr) return Kind::Nil;
+  const Kind kind = reader_->content(value_).kind;
+  // Whether these are anything shows when they are made.
+  if (kind == Kind::Url) return reader_->url(value_) ? kind : Kind::Nil;
+  if (kind == Kind::Archivable) return reader_->maker().objectOf(value_).kind();
+  return kind;
 }
 
-bool ObjectView::boolValue() const { return object_ != nullptr && object_->boolValue(); }
+bool ObjectView::boolValue() const { return number().boolValue(); }
 
-std::int64_t ObjectView::integerValue() const {
-  return object_ != nullptr ? object_->integerValue() : 0;
-}
+std::int64_t ObjectView::integerValue() const { return number().integerValue(); }
 
-std::uint64_t ObjectView::unsignedIntegerValue() const {
-  return object_ != nullptr ? object_->unsignedIntegerValue() : 0;
-}
+std::uint64_t ObjectView::unsignedIntegerValue() const { return number().unsignedIntegerValue(); }
 
-std::uint16_t ObjectView::unsignedShortValue() const {
-  return static_cast<std::uint16_t>(unsignedIntegerValue());
+std::uint16_t ObjectView::unsignedShortValue() const { return number().unsignedShortValue(); }
+
+Object ObjectView::number() const {
+  if (object_ != nullptr) return object_->isNumber() ? *object_ : Object();
+  return reader_ != nullptr ? reader_->number(reader_->content(value_)) : Object();
 }
 
 std::string ObjectView::stringValue() const {
-  return object_ != nullptr ? object_->stringValue() : std::string();
+  if (object_ != nullptr) return object_->stringValue();
+  return reader_ != nullptr ? reader_->string(reader_->content(value_)) : std::string();
 }
 
 bool ObjectView::isEqualToString(std::string_view text) const {
-  const auto* own = object_ != nullptr ? object_->shared<std::string>() : nullptr;
-  return own != nullptr && *own == text;
+  if (object_ != nullptr) {
+    const auto* own = object_->shared<std::string>();
+    return own != nullptr && *own == text;
+  }
+  return reader_ != nullptr && reader_->isEqualToString(reader_->content(value_), text);
 }
 
 std::optional<std::string> ObjectView::pathBytes() const {
-  return object_ != nullptr ? object_->pathBytes() : std::nullopt;
+  if (object_ != nullptr) return object_->pathBytes();
+  if (reader_ == nullptr) return std::nullopt;
+  const ArchivedContent content = reader_->content(value_);
+  if (content.kind == Kind::String) return reader_->string(content);
+  if (content.kind == Kind::Data) return std::string(textOf(reader_->data(content)));
+  return std::nullopt;
 }
 
 std::optional<ByteView> ObjectView::data() const {
-  const auto* own = object_ != nullptr ? object_->shared<Bytes>() : nullptr;
-  return own != nullptr ? std::optional<ByteView>(*own) : std::nullopt;
+  if (object_ != nullptr) {
+    const auto* own = object_->shared<Bytes>();
+    return own != nullptr ? std::optional<ByteView>(*own) : std::nullopt;
+  }
+  if (reader_ == nullptr) return std::nullopt;
+  const ArchivedContent content = reader_->content(value_);
+  return content.kind == Kind::Data ? std::optional(reader_->data(content)) : std::nullopt;
+}
+
+std::optional<URL> ObjectView::url() const {
+  if (object_ != nullptr) return object_->url();
+  return reader_ != nullptr ? reader_->url(value_) : std::nullopt;
 }
 
 std::size_t ObjectView::size() const {
-  if (object_ == nullptr) return 0;
-  if (const Objects* elements = object_->builtElements()) return elements->size();
-  const auto* entries = object_->shared<Dictionary>();
-  return entries != nullptr ? entries->size() : 0;
+  if (object_ != nullptr) {
+    if (const Objects* elements = object_->builtElements()) return elements->size();
+    const auto* entries = object_->shared<Dictionary>();
+    return entries != nullptr ? entries->size() : 0;
+  }
+  return reader_ != nullptr ? reader_->size(reader_->content(value_)) : 0;
 }
 
 ObjectView ObjectView::at(std::size_t index) const {
-  const Objects* elements = object_ != nullptr ? object_->builtElements() : nullptr;
-  return elements != nullptr && index < elements->size() ? ObjectView((*elements)[index])
-                                                         : ObjectView();
+  if (object_ != nullptr) {
+    const Objects* elements = object_->builtElements();
+    return elements != nullptr && index < elements->size() ? ObjectView((*elements)[index])
+                                                           : ObjectView();
+  }
+  if (reader_ == nullptr) return {};
+  const ArchivedContent content = reader_->content(value_);
+  const bool isElement =
+      (content.kind == Kind::Array || content.kind == Kind::Set) && index < content.item.count;
+  return isElement ? reader_->view(reader_->element(value_, content.item, index)) : ObjectView();
 }
 
 ObjectView ObjectView::operator[](std::string_view key) const {
-  const auto* entries = object_ != nullptr ? object_->shared<Dictionary>() : nullptr;
-  const Object* value = entries != nullptr ? entries->find(key) : nullptr;
-  return value != nullptr ? ObjectView(*value) : ObjectView();
+  if (object_ != nullptr) {
+    const auto* entries = object_->shared<Dictionary>();
+    const Object* value = entries != nullptr ? entries->find(key) : nullptr;
+    return value != nullptr ? ObjectView(*value) : ObjectView();
+  }
+  return entryWhere([&](const ObjectView& candidate) { return candidate.isEqualToString(key); });
 }
 
-ObjectView ObjectView::operator[](const Object& key) const {
-  const auto* entries = object_ != nullptr ? object_->shared<Dictionary>() : nullptr;
-  const Object* value = entries != nullptr ? entries->find(key) : nullptr;
-  return value != nullptr ? ObjectView(*value) : ObjectView();
+ObjectView ObjectView::valueForKey(const Object& key) const {
+  if (object_ != nullptr) {
+    const auto* entries = object_->shared<Dictionary>();
+    const Object* value = entries != nullptr ? entries->find(key) : nullptr;
+    return value != nullptr ? ObjectView(*value) : ObjectView();
+  }
+  if (const auto* text = key.shared<std::string>()) return (*this)[*text];
+  if (const auto* data = key.shared<Bytes>()) {
+    return entryWhere([&](const ObjectView& candidate) {
+      const auto own = candidate.data();
+      return own && std::equal(own->begin(), own->end(), data->begin(), data->end());
+    });
+  }
+  return entryWhere([&](const ObjectView& candidate) {
+    const Object object = candidate.toObject();
+    return object.hash() == key.hash() && object.isEqual(key);
+  });
+}
+
+template <class IsKey>
+ObjectView ObjectView::entryWhere(const IsKey& isKey) const {
+  if (reader_ == nullptr) return {};
+  const ArchivedContent content = reader_->content(value_);
+  if (content.kind != Kind::Dictionary) return {};
+  // The last of two equal keys wins, as it does when the dictionary is made as a whole.
+  for (std::size_t index = content.item.count; index-- > 0;) {
+    if (!isKey(reader_->view(reader_->element(value_, content.item, index)))) continue;
+    const ObjectView value = reader_->view(reader_->element(value_, content.values, index));
+    if (!value.isNil()) return value;
+  }
+  return {};
 }
 
 void ObjectView::forEachElement(FunctionRef<bool(ObjectView element)> visit) const {
-  const Objects* elements = object_ != nullptr ? object_->builtElements() : nullptr;
-  if (elements == nullptr) return;
-  for (const Object& element : *elements) {
+  if (object_ != nullptr) {
+    const Objects* elements = object_->builtElements();
+    if (elements == nullptr) return;
+    for (const Object& element : *elements) {
+      if (!visit(element)) return;
+    }
+    return;
+  }
+  if (reader_ == nullptr) return;
+  const ArchivedContent content = reader_->content(value_);
+  if (content.kind != Kind::Array && content.kind != Kind::Set) return;
+  for (std::size_t index = 0; index < content.item.count; ++index) {
+    const ObjectView element = reader_->view(reader_->element(value_, content.item, index));
+    // A place in an array may be empty; in a set there are no places.
+    if (element.reader_ == nullptr && content.kind == Kind::Set) continue;
     if (!visit(element)) return;
   }
 }
 
 void ObjectView::forEachEntry(FunctionRef<bool(ObjectView key, ObjectView value)> visit) const {
-  const auto* entries = object_ != nullptr ? object_->shared<Dictionary>() : nullptr;
-  if (entries == nullptr) return;
-  for (const auto& [key, value] : entries->entries()) {
+  if (object_ != nullptr) {
+    const auto* entries = object_->shared<Dictionary>();
+    if (entries == nullptr) return;
+    for (const auto& [key, value] : entries->entries()) {
+      if (!visit(key, value)) return;
+    }
+    return;
+  }
+  if (reader_ == nullptr) return;
+  const ArchivedContent content = reader_->content(value_);
+  if (content.kind != Kind::Dictionary) return;
+  for (std::size_t index = 0; index < content.item.count; ++index) {
+    const ObjectView key = reader_->view(reader_->element(value_, content.item, index));
+    const ObjectView value = reader_->view(reader_->element(value_, content.values, index));
+    if (key.reader_ == nullptr || value.reader_ == nullptr) continue;
     if (!visit(key, value)) return;
   }
 }
 
-Object ObjectView::toObject() const { return object_ != nullptr ? *object_ : nil(); }
+Object ObjectView::toObject() const {
+  if (object_ != nullptr) return *object_;
+  return reader_ != nullptr ? reader_->maker().objectOf(value_) : Object();
+}
 
 }  // namespace kelpie

@@ -1,15 +1,19 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "foundation/ArchivedValue.h"
 #include "foundation/FunctionRef.h"
 #include "foundation/Object.h"
 
 namespace kelpie {
+
+class ArchiveReader;
 
 // A borrowed look at an Object or at a part of an opened archive: trivially copyable, allocates
 // nothing and counts no references, so that a dictionary of a million entries can be walked in
@@ -38,23 +42,44 @@ class ObjectView {
   std::optional<std::string> pathBytes() const;
   // The bytes of data, borrowed; missing for anything else.
   std::optional<ByteView> data() const;
+  // The URL; missing for anything else. In an opened archive made anew by each call, so that it is
+  // not the same object as that of another call or of toObject().
+  std::optional<URL> url() const;
 
+  // Of a dictionary in an opened archive: the entries that stand there, those included that do not
+  // decode and those whose key comes again.
   std::size_t size() const;
   ObjectView at(std::size_t index) const;
   ObjectView operator[](std::string_view key) const;
-  ObjectView operator[](const char* key) const { return (*this)[std::string_view(key)]; }
-  ObjectView operator[](const Object& key) const;
+  template <std::same_as<Object> Key>
+  ObjectView operator[](const Key& key) const {
+    return valueForKey(key);
+  }
 
   // Calls `visit` for each element of an array or set, in order, until it answers false.
   void forEachElement(FunctionRef<bool(ObjectView element)> visit) const;
   // Calls `visit` for each entry of a dictionary, in the archive's order, until it answers false.
+  // Where a key stands twice there (no writer does that) the last is the one that counts.
   void forEachEntry(FunctionRef<bool(ObjectView key, ObjectView value)> visit) const;
 
   // An owning object with the same value; parts of an archive share the archive's bytes.
   Object toObject() const;
 
  private:
-  const Object* object_ = nullptr;
+  friend class ArchiveReader;
+  ObjectView(const ArchiveReader& reader, const ArchivedValue& value)
+      : reader_(&reader), value_(value) {}
+
+  ObjectView valueForKey(const Object& key) const;
+  // The number; nil for anything else.
+  Object number() const;
+  // The value of the last entry of an archived dictionary whose key is what `isKey` looks for.
+  template <class IsKey>
+  ObjectView entryWhere(const IsKey& isKey) const;
+
+  const Object* object_ = nullptr;         // a built value, or
+  const ArchiveReader* reader_ = nullptr;  // this one of an archive
+  ArchivedValue value_;
 };
 
 }  // namespace kelpie

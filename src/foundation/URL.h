@@ -54,6 +54,8 @@ class URL {
   std::optional<URL> deletingLastPathComponent() const;
 
   bool isSameObject(const URL& other) const { return rep_ == other.rep_; }
+  // What copies of the URL share, and no other URL does while they live.
+  const void* sharedAddress() const { return rep_.get(); }
   // Of the text alone: file URLs that are equal may have different hashes.
   std::size_t hash() const;
 

@@ -1,0 +1,11 @@
+#include "foundation/KeyedArchiver.h"
+
+#include "foundation/ArchiveWriter.h"
+
+namespace kelpie {
+
+std::optional<Bytes> KeyedArchiver::archivedData(const Object& root) {
+  return ArchiveWriter().archivedData(root);
+}
+
+}  // namespace kelpie
