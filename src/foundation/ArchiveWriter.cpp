@@ -109,8 +109,7 @@ std::uint32_t ArchiveWriter::uidOf(const Object& object) {
       return isPlain ? uidOfPlain(list_.addString(text)) : uidOfShared(object);
     }
     case Kind::Data:
-      return object.isMutable() ? uidOfShared(object)
-                                : uidOfPlain(list_.addData(*ObjectView(object).data()));
+      return object.isMutable() ? uidOfShared(object) : uidOfData(object);
     default:
       return uidOfShared(object);
   }
@@ -120,6 +119,16 @@ std::uint32_t ArchiveWriter::uidOfPlain(Number number) {
   const auto [known, isNew] = plain_.try_emplace(number, objects_.size());
   if (isNew) objects_.push_back(number);
   return known->second;
+}
+
+std::uint32_t ArchiveWriter::uidOfData(const Object& object) {
+  // Data too long to be compared is known by its identity.
+  const void* address = object.sharedAddress();
+  if (const auto known = shared_.find(address); known != shared_.end()) return known->second;
+  const std::uint32_t uid = uidOfPlain(list_.addData(*ObjectView(object).data()));
+  shared_.emplace(address, uid);
+  held_.push_back(object);
+  return uid;
 }
 
 std::uint32_t ArchiveWriter::uidOfShared(const Object& object) {
