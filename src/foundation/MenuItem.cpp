@@ -1,5 +1,7 @@
 #include "foundation/MenuItem.h"
 
+#include <utility>
+
 #include "foundation/KeyedCoder.h"
 #include "foundation/Menu.h"
 
@@ -13,6 +15,9 @@ constexpr std::int64_t kCommandKeyMask = 0x100000;
 constexpr std::int64_t kNoMnemonic = 0x7fffffff;
 
 }  // namespace
+
+MenuItem::MenuItem(std::string itemTitle, std::optional<std::string> itemAction)
+    : title(std::move(itemTitle)), action(std::move(itemAction)) {}
 
 std::vector<std::string_view> MenuItem::classNames() const { return {"NSMenuItem", "NSObject"}; }
 

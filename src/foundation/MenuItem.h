@@ -20,8 +20,7 @@ class MenuItem : public Archivable {
  public:
   MenuItem() = default;
   // Enabled, off, tag 0, an empty key equivalent.
-  explicit MenuItem(std::string itemTitle, std::optional<std::string> itemAction = std::nullopt)
-      : title(std::move(itemTitle)), action(std::move(itemAction)) {}
+  explicit MenuItem(std::string itemTitle, std::optional<std::string> itemAction = std::nullopt);
 
   std::string title;                  // UTF-8
   std::optional<std::string> action;  // such as "stage:"; missing for items that only inform
