@@ -199,7 +199,7 @@ class FakeFileSystem::Enumerator final : public DirectoryEnumerator {
         levels_.push_back({path, place.node->children, 0});
       }
     }
-    if (error) stopped_ = !onError_ || !onError_(path, *error);
+    if (error) stopped_ = onError_ && !onError_(path, *error);
   }
 
   const FakeFileSystem& files_;

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <glib.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "platform/Log.h"
+#include "platform/SerialQueue.h"
+
+namespace kelpie {
+
+// The main thread's event loop: GLib's default main context, on which the session bus delivers as
+// well. Made on the main thread. All callbacks run there; a std::invalid_argument that one of them
+// lets out is logged as one line, and the loop goes on. One at a time in a process.
+class MainLoop {
+ public:
+  // A registered callback; letting it go ends it, also from inside the callback. Main thread.
+  class Source {
+   public:
+    explicit Source(GSource* source) : source_(source) {}
+    ~Source();
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+
+   private:
+    GSource* source_;  // owned
+  };
+
+  // `log` outlives this.
+  explicit MainLoop(Log& log);
+  ~MainLoop();
+  MainLoop(const MainLoop&) = delete;
+  MainLoop& operator=(const MainLoop&) = delete;
+
+  // Main thread. Runs until quit() is called, and answers the status given there.
+  int run();
+  // Main thread. Runs until `done` answers true or `limit` has passed; what `done` answered last.
+  // For tests and for the end of a program: callbacks run inside it.
+  bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
+  // Any thread.
+  void quit(int status);
+
+  // The main queue. Its tasks run one after the other, and other events come in between.
+  // isCurrent() is true on the main thread, whatever event runs there. Any thread.
+  std::shared_ptr<SerialQueue> queue() const;
+
+  // Calls `onReady` each time that `fd` is ready for one of `conditions`, or has an error or a
+  // hang-up. `fd` is borrowed for the life of the source. Main thread.
+  std::unique_ptr<Source> watch(int fd, GIOCondition conditions,
+                                std::function<void(GIOCondition)> onReady);
+  // Calls `task` once. Main thread.
+  std::unique_ptr<Source> callAfter(std::chrono::milliseconds delay, std::function<void()> task);
+
+  Log& log() const { return log_; }
+
+ private:
+  class Queue;
+
+  Log& log_;
+  std::shared_ptr<Queue> queue_;
+  bool quit_ = false;  // both main thread
+  int status_ = 0;
+};
+
+}  // namespace kelpie

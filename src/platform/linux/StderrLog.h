@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "platform/Log.h"
+
+namespace kelpie {
+
+// The log of a program of this system: a file descriptor, standard error by default, a line an
+// event. Control characters, backslashes and bytes that are not UTF-8 are written as escapes such
+// as "\n" and "\xFF", so that what came from outside can neither break a line nor reach the
+// terminal. It never waits for whoever reads: when the reader does not keep up, lines are left out,
+// and the next one that goes out says how many.
+class StderrLog final : public Log {
+ public:
+  // Longer lines are cut and end in "...": one write() of so much arrives in one piece.
+  static constexpr std::size_t kLongestLine = 4000;
+
+  // `fd` is borrowed.
+  explicit StderrLog(int fd = 2) : fd_(fd) {}
+
+  void write(std::string_view line) override;
+
+  // The line as write() puts it out, without the line break.
+  static std::string escaped(std::string_view line);
+
+ private:
+  bool tryToWrite(std::string line);
+
+  int fd_;
+  std::mutex mutex_;
+  std::uint64_t leftOut_ = 0;  // guarded by mutex_
+};
+
+}  // namespace kelpie
