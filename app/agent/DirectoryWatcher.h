@@ -1,0 +1,99 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace kelpie::agent {
+
+// Tells when something in a folder changes, by one inotify instance for the whole process: the
+// system allows a user only a few of them.
+class DirectoryWatcher {
+ public:
+  struct Event {
+    enum class Kind {
+      Changed,     // the content or the attributes of the entry
+      Appeared,    // a new entry, or one that was moved here
+      Gone,        // deleted, or moved elsewhere
+      FolderGone,  // the watched folder itself, deleted or moved; the name is empty
+      Lost,        // events were lost: anything may have changed; folder and name are empty
+    };
+    Kind kind = Kind::Changed;
+    std::string folder;  // as it was given to add()
+    std::string name;    // bytes
+    bool isFolder = false;
+  };
+  using Handler = std::function<void(const Event& event)>;
+  using Client = std::uint64_t;
+
+  enum class Outcome {
+    Watched,       // from now on
+    WatchedBefore,
+    NotThere,      // nothing is there, or no folder, or it must not be read
+    LimitReached,  // no more folders can be watched
+  };
+
+  // At most `limit` folders are watched at a time, fewer when the system says so.
+  explicit DirectoryWatcher(std::size_t limit);
+  ~DirectoryWatcher();
+  DirectoryWatcher(const DirectoryWatcher&) = delete;
+  DirectoryWatcher& operator=(const DirectoryWatcher&) = delete;
+
+  // Three quarters of what the system allows one user.
+  static std::size_t defaultLimit();
+
+  // Main thread. `handler` runs on the main loop until the client is removed.
+  Client addClient(Handler handler);
+  // Main thread. Ends all its watches; its handler is not called any more.
+  void removeClient(Client client);
+
+  // Any thread. Links are not followed.
+  Outcome add(Client client, const std::string& folder);
+  // Any thread. Ends the client's watches of the folder and of all below it.
+  void removeWithin(Client client, std::string_view folder);
+
+  // Folders that are watched at present, each once. Any thread.
+  std::size_t count() const;
+  std::set<std::string> foldersOf(Client client) const;
+
+  // The descriptor that becomes readable when something has happened, for a main loop; -1 when the
+  // system has no more to give.
+  int descriptor() const { return inotify_; }
+  // Main thread. Calls the handlers for what has happened.
+  void dispatch();
+
+ private:
+  struct Watch {
+    std::vector<std::pair<Client, std::string>> watchers;
+  };
+  struct Subscriber {
+    std::shared_ptr<const Handler> handler;
+    std::map<std::string, int, std::less<>> folders;
+  };
+
+  void deliver(int watch, std::uint32_t mask, std::string_view name);
+  void call(Client client, const Event& event);
+  // With mutex_ held: ends one watcher's interest.
+  void release(Client client, const std::string& folder, int watch);
+
+  // With mutex_ held: the system has ended the watch.
+  void forget(Client client, const std::string& folder, int watch);
+
+  int inotify_ = -1;
+  std::size_t limit_;
+  mutable std::mutex mutex_;  // guards all below; never held while a handler runs
+  std::unordered_map<int, Watch> watches_;
+  std::unordered_map<Client, Subscriber> clients_;
+  Client lastClient_ = 0;
+};
+
+}  // namespace kelpie::agent
