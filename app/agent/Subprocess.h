@@ -11,13 +11,6 @@
 
 namespace kelpie::agent {
 
-// A reference to a GObject; letting it go gives the reference back.
-struct GObjectUnref {
-  void operator()(gpointer object) const { g_object_unref(object); }
-};
-template <class T>
-using GObjectRef = std::unique_ptr<T, GObjectUnref>;
-
 // One program to run, and how far it may go. All texts are bytes.
 struct ProgramCall {
   // The program, looked up on PATH, and its arguments. There is no shell in between.

@@ -162,9 +162,9 @@ TEST_F(DirectoryWatcherTest, AHandlerMayRemoveItsOwnClient) {
 TEST_F(DirectoryWatcherTest, LostEventsAreTold) {
   watcher_.add(client_, sandbox_.path("a"));
   // Different names, or the system makes one event of them.
-  std::ifstream file("/proc/sys/fs/inotify/max_queued_events");
+  std::ifstream setting("/proc/sys/fs/inotify/max_queued_events");
   int room = 0;
-  ASSERT_TRUE(file >> room);
+  ASSERT_TRUE(setting >> room);
   const std::string files[] = {sandbox_.path("a/0"), sandbox_.path("a/1")};
   for (const std::string& file : files) std::ofstream(file) << "x";
   for (int i = 0; i <= room; ++i) chmod(files[i % 2].c_str(), 0600);

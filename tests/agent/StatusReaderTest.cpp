@@ -6,6 +6,7 @@
 #include <string>
 
 #include "agent/GitSandbox.h"
+#include "platform/linux/GLibPointers.h"
 
 namespace kelpie::agent {
 namespace {
@@ -157,7 +158,7 @@ TEST_F(StatusReaderTest, ABrokenIndexTellsGitsWords) {
 }
 
 TEST_F(StatusReaderTest, CancellingEndsIt) {
-  const GObjectRef<GCancellable> cancellable(g_cancellable_new());
+  const GObjectPtr<GCancellable> cancellable(g_cancellable_new());
   g_cancellable_cancel(cancellable.get());
   const GitCommand git("git", "/");
   const auto finding = WorkingCopyFinder(git).find(sandbox_.path("r"));

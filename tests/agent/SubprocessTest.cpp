@@ -9,6 +9,8 @@
 #include <string>
 #include <thread>
 
+#include "platform/linux/GLibPointers.h"
+
 namespace kelpie::agent {
 namespace {
 
@@ -87,7 +89,7 @@ TEST(Subprocess, AProgramThatIgnoresTheFirstSignalIsKilled) {
 }
 
 TEST(Subprocess, CancellingEndsTheProgram) {
-  const GObjectRef<GCancellable> cancellable(g_cancellable_new());
+  const GObjectPtr<GCancellable> cancellable(g_cancellable_new());
   std::thread other([&] { g_cancellable_cancel(cancellable.get()); });
   EXPECT_EQ(Subprocess::run(shell("sleep 1000"), cancellable.get()).end, End::Cancelled);
   other.join();
