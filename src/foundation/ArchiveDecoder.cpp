@@ -60,7 +60,10 @@ Object ArchiveDecoder::root() {
 }
 
 Object ArchiveDecoder::unarchive(ByteView archive) {
-  if (limits_.nesting == KeyedUnarchiver::kMaximumNesting || !limits_.charge(0)) {
+  // Each archive names its classes and keys anew, which takes time however little it holds. One
+  // that is shorter than this holds nothing.
+  constexpr std::uint64_t kOpeningCost = 256;
+  if (limits_.nesting == KeyedUnarchiver::kMaximumNesting || !limits_.charge(kOpeningCost)) {
     return {};
   }
   ++limits_.nesting;

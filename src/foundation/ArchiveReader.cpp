@@ -104,9 +104,11 @@ ArchiveReader::ArchiveReader(ByteView archive, ArchivedValueMaker& maker) : make
   if (!list) return;
   list_ = *list;
   const Item top = list_.item(list_.topNumber());
-  if (!list_.isEqualToString(list_.value(top, "$archiver"), kArchiver)) return;
+  // A small archive may stand in another one many times: opening it must not take long.
+  if (!isObject(top) || !list_.isEqualToString(list_.value(top, "$archiver"), kArchiver)) return;
   const Item objects = list_.value(top, "$objects");
-  const Item root = list_.value(list_.value(top, "$top"), "root");
+  const Item roots = list_.value(top, "$top");
+  const Item root = isObject(roots) ? list_.value(roots, "root") : Item();
   if (objects.type != Type::Array || root.type != Type::Uid) return;
   objects_ = objects;
   const std::uint64_t uid = list_.uid(root);

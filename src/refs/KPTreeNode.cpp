@@ -35,12 +35,12 @@ std::shared_ptr<const KPTreeNode> KPTreeNode::create(
 std::shared_ptr<const KPTreeNode> KPTreeNode::decode(const KeyedDecoder& coder) {
   auto representedObject = coder.decodeObject("object").as<KPReference>();
 
-  const Object blobs = coder.decodeObject("children");
+  // Views, so that a blob is read where it stands rather than copied first.
+  const ObjectView blobs = coder.decodeView("children");
   Children children;
-  if (blobs.isArray()) {
+  if (blobs.kind() == Object::Kind::Array) {
     children.reserve(blobs.size());
-    // A view, so that a blob is read where it stands rather than copied first.
-    ObjectView(blobs).forEachElement([&](ObjectView blob) {
+    blobs.forEachElement([&](ObjectView blob) {
       const std::optional<ByteView> archive = blob.data();
       // What decodes into no node is null here, and create() leaves it out.
       if (archive) children.push_back(coder.unarchiveObject(*archive).as<KPTreeNode>());
