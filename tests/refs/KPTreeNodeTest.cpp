@@ -52,7 +52,7 @@ Object archiveOf(const Object& object) { return bytesOfArchive(object); }
 Object archiveOf(const Node& node) { return bytesOfArchive(Object(node)); }
 
 bool contains(const Bytes& whole, const Bytes& part) {
-  return std::ranges::search(whole, part).begin() != whole.end();
+  return std::search(whole.begin(), whole.end(), part.begin(), part.end()) != whole.end();
 }
 
 TEST(KPTreeNode, CopyYieldsNoNode) {
