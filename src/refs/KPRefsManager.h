@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -104,7 +105,7 @@ class KPRefsManager {
   std::optional<std::vector<std::string>> stashes_;
   Object gitflowInfo_;
   std::shared_ptr<const KPReference> headBranch_;
-  bool bare_ = false;
+  std::atomic<bool> bare_ = false;  // also read by the repository's update queue
   bool hasGitlfs_ = false;
   bool hasHeadCommit_ = false;
 };

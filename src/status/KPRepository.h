@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -19,7 +20,10 @@
 #include "platform/Platform.h"
 #include "status/ItemKey.h"
 #include "status/ObservedPaths.h"
+#include "status/RepositoryStatus.h"
+#include "status/StatusLooks.h"
 #include "status/StatusWord.h"
+#include "status/UrlList.h"
 
 namespace kelpie {
 
@@ -81,12 +85,12 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // Kept as it came; nothing here reads it.
   Object createdDirectoriesForDeletedItems() const;
   void setCreatedDirectoriesForDeletedItems(const Object& urls);
-  // The changed items, the ignored items, and the placeholders of deleted items.
-  std::vector<URL> dirtyUrls() const;
+  // The changed items, the ignored items, and the placeholders of deleted items. Never null.
+  std::shared_ptr<const UrlList> dirtyUrls() const;
   void setDirtyUrls(const Object& urls);
-  std::vector<URL> ignoredUrls() const;
+  std::shared_ptr<const UrlList> ignoredUrls() const;
   void setIgnoredUrls(const Object& urls);
-  std::vector<URL> deletedUrls() const;
+  std::shared_ptr<const UrlList> deletedUrls() const;
   void setDeletedUrls(const Object& urls);
   // Never null.
   const std::shared_ptr<KPRefsManager>& refsManager() const { return refsManager_; }
@@ -192,16 +196,49 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
                            const bool& exitCondition, std::optional<Error>* error) const;
 
  private:
+  // What the folders of one message, or of one burst of requests, have in common.
+  struct Work {
+    std::vector<std::string> folders;    // the paths of those that were given to the update queue
+    std::unique_ptr<StatusLooks> looks;  // made when the first of them is due
+  };
+  using WordChange = StatusWord (*)(StatusWord word);
+
   KPRepository(std::optional<URL> url, std::optional<URL> gitUrl,
                std::shared_ptr<ObservedPaths> observedPaths, const Platform& platform,
                KPUserDefaults& settings);
 
-  Platform platform_;
+  void post(std::function<void()> task);
+  StatusLooks& looksFor(Work& work) const;
+
+  // On the update queue.
+  void takeStatusIn(const Object& info);
+  void observeRenamedItems(const Object& pathsOfFolders);
+  void changeStatus(const Object& urls, WordChange change);
+  void updateFolder(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls, Work& work);
+
+  static std::optional<ItemKey> keyOf(const URL& url, const ResourceValues& item);
+  // `work` is null for a request that belongs to no message.
+  void updateBadge(const URL& url, const ResourceValues& item, StatusLooks& looks,
+                   const std::shared_ptr<Work>& work);
+  // Missing for a folder, whose badge follows.
+  std::optional<std::string_view> chooseBadge(const URL& url, const ResourceValues& item,
+                                              StatusLooks& looks,
+                                              const std::shared_ptr<Work>& work);
+  bool showsFolderStatus() const;
+  void postFolder(const URL& folder, std::shared_ptr<Work> work);
+
+  const Platform platform_;
   KPUserDefaults& settings_;
   const std::optional<URL> url_;
   const std::shared_ptr<ObservedPaths> observedPaths_;
   const std::shared_ptr<KPRefsManager> refsManager_;
   const std::shared_ptr<SerialQueue> updateQueue_;
+  RepositoryStatus status_;
+
+  mutable std::mutex mutex_;  // guards all below
+  std::optional<FileIdentifier> identifier_;
+  bool disabled_ = false;
+  std::shared_ptr<Work> openWork_;  // of the requests that wait and none of which has begun
 };
 
 }  // namespace kelpie

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <optional>
+#include <unordered_map>
+
+#include "foundation/FileIdentifier.h"
+#include "foundation/URL.h"
+#include "status/FolderLooks.h"
+
+namespace kelpie {
+
+// URL::isParentOfUrl() of one URL, for many others within one piece of work: the same answers, but
+// every folder on the way is looked at once. One thread at a time.
+class Ancestry {
+ public:
+  // Asks `looks`, which outlives this.
+  Ancestry(const URL& receiver, FolderLooks& looks);
+
+  // Whether the receiver is a parent of the item with this identifier (missing when nothing is
+  // there) in this folder (null when there is none).
+  bool isParentOf(const std::optional<FileIdentifier>& item, const FolderLooks::Folder* folder);
+
+ private:
+  bool isUpward(const FolderLooks::Folder* folder);
+
+  FolderLooks& looks_;
+  std::optional<FileIdentifier> receiver_;  // missing when it is parent of nothing
+  std::optional<FileIdentifier> stop_;      // its own parent, at which the way up ends
+  std::unordered_map<const FolderLooks::Folder*, bool> known_;
+};
+
+}  // namespace kelpie

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <unordered_map>
+
+#include "foundation/FileIdentifier.h"
+#include "foundation/URL.h"
+#include "status/FolderLooks.h"
+#include "status/UrlList.h"
+
+namespace kelpie {
+
+// The folders above a list of changed items, so that many folders can be asked whether one of the
+// items lies inside without trying all of them for each. One thread at a time.
+class DirtyFolders {
+ public:
+  // Asks `looks`, which outlives this.
+  DirtyFolders(std::shared_ptr<const UrlList> urls, FolderLooks& looks);
+
+  const std::shared_ptr<const UrlList>& urls() const { return urls_; }
+
+  // Whether `folder` is a parent (URL::isParentOfUrl) of one of the items.
+  bool isOneInside(const URL& folder);
+
+ private:
+  std::shared_ptr<const UrlList> urls_;
+  FolderLooks& looks_;
+  // For each file that a folder on the way up from an item is, the first such item.
+  std::unordered_map<FileIdentifier, std::size_t> firstBelow_;
+};
+
+}  // namespace kelpie

@@ -1,0 +1,79 @@
+#include "status/FolderLooks.h"
+
+#include <algorithm>
+#include <functional>
+
+namespace kelpie {
+
+std::string FolderLooks::Folder::path() const {
+  if (parent_ == nullptr) return "/";
+  std::string path(pathLength_, '/');
+  std::size_t end = pathLength_;
+  for (const Folder* folder = this; folder->parent_ != nullptr; folder = folder->parent_) {
+    end -= folder->name_.size();
+    path.replace(end, folder->name_.size(), folder->name_);
+    --end;
+  }
+  return path;
+}
+
+std::size_t FolderLooks::StepHash::operator()(const StepView& step) const {
+  return std::hash<std::string_view>()(step.name) * 31 + std::hash<const void*>()(step.parent);
+}
+
+const FolderLooks::Folder* FolderLooks::parentOf(const URL& url) {
+  return url.isFileURL() ? parentOfPath(url.path()) : nullptr;
+}
+
+const FolderLooks::Folder* FolderLooks::parentOfPath(std::string_view path) {
+  if (!path.starts_with('/') || path == "/") return nullptr;
+  return folderAt(path.substr(0, path.rfind('/') + 1));
+}
+
+const FolderLooks::Folder* FolderLooks::folderAt(std::string_view path) {
+  if (!path.starts_with('/')) return nullptr;
+  if (lastFolder_ != nullptr && path == lastPath_) return lastFolder_;
+  const Folder* folder = &root_;
+  std::string_view rest = path.substr(1);
+  while (!rest.empty()) {
+    const std::size_t length = std::min(rest.find('/'), rest.size());
+    const std::string_view name = rest.substr(0, length);
+    rest.remove_prefix(std::min(length + 1, rest.size()));
+    if (name.empty()) continue;
+    auto found = folders_.find(StepView{folder, name});
+    if (found == folders_.end()) {
+      found = folders_
+                  .emplace(Step{folder, std::string(name)},
+                           Folder(folder, folder->pathLength_ + 1 + name.size()))
+                  .first;
+      found->second.name_ = found->first.name;
+    }
+    folder = &found->second;
+  }
+  lastPath_ = path;
+  lastFolder_ = folder;
+  return folder;
+}
+
+const ResourceValues& FolderLooks::valuesOf(const Folder& folder) {
+  if (!folder.look_) {
+    folder.look_ = folder.pathLength_ > kMaximumPath
+                       ? ResourceValues()
+                       : files_.resourceValues(URL::fileURLWithPath(folder.path(), true));
+  }
+  return *folder.look_;
+}
+
+const ResourceValues* FolderLooks::seenAt(std::string_view path) {
+  const Folder* parent = parentOfPath(path);
+  if (parent == nullptr) return nullptr;
+  const auto found = folders_.find(StepView{parent, path.substr(path.rfind('/') + 1)});
+  if (found == folders_.end() || !found->second.look_) return nullptr;
+  return &*found->second.look_;
+}
+
+void FolderLooks::remember(const Folder& folder, const ResourceValues& values) {
+  if (!folder.look_) folder.look_ = values;
+}
+
+}  // namespace kelpie

@@ -1,0 +1,40 @@
+#include "status/FolderStatus.h"
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "status/FolderContents.h"
+#include "status/FolderTally.h"
+
+namespace kelpie {
+
+StatusWord statusOfFolder(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls,
+                          const RepositoryStatus& status, StatusLooks& looks) {
+  if (!looks.isDirty(folder, dirtyUrls)) return KPStatusCurrent;
+  FolderContents& contents = looks.contents();
+  const std::optional<std::size_t> files = contents.count(folder);
+  if (!files) return KPStatusCurrent;
+
+  // Placeholders elsewhere in the repository stay in the total, so that a folder of one kind of
+  // change counts as mixed while something is deleted outside it.
+  const std::shared_ptr<const DeletedUrls> deleted = status.deletedUrls();
+  FolderTally tally(*files + deleted->urls().count());
+  const auto add = [&tally](std::optional<StatusWord> word) {
+    if (word) {
+      tally.add(*word);
+    } else {
+      tally.leaveOut();
+    }
+  };
+  contents.forEachPart(folder, [&](std::span<const FolderContents::File> part) {
+    status.forEachWord(part, contents, add);
+  });
+  deleted->forEachWithPrefix(folder.path(), [&](std::string_view path) {
+    add(status.wordOf(StatusTable::Key::ofPath(path)));
+  });
+  return tally.status();
+}
+
+}  // namespace kelpie

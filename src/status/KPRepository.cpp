@@ -1,0 +1,481 @@
+#include "status/KPRepository.h"
+
+#include <bit>
+#include <utility>
+
+#include "refs/KPReference.h"
+#include "refs/KPRefsManager.h"
+#include "settings/KPUserDefaults.h"
+#include "settings/SettingsKeys.h"
+#include "status/DeletedItem.h"
+#include "status/FolderStatus.h"
+#include "status/FolderWalk.h"
+#include "status/KPBadge.h"
+#include "status/StagedStatus.h"
+#include "status/StatusInfo.h"
+
+namespace kelpie {
+namespace {
+
+// By the position of a bit. Bits 7 and 13 share a badge.
+constexpr std::string_view kBadgesOfBits[16] = {
+    KPBadge::kIndexNew,       KPBadge::kIndexModified,      KPBadge::kIndexDeleted,
+    KPBadge::kIndexRenamed,   KPBadge::kIndexTypeChanged,   KPBadge::kNone,
+    KPBadge::kNone,           KPBadge::kWorkdirNew,         KPBadge::kWorkdirModified,
+    KPBadge::kWorkdirDeleted, KPBadge::kWorkdirTypeChanged, KPBadge::kWorkdirRenamed,
+    KPBadge::kNone,           KPBadge::kWorkdirNew,         KPBadge::kIgnored,
+    KPBadge::kConflicted,
+};
+
+}  // namespace
+
+std::shared_ptr<KPRepository> KPRepository::create(std::optional<URL> url,
+                                                   std::optional<URL> gitUrl,
+                                                   std::shared_ptr<ObservedPaths> observedPaths,
+                                                   const Platform& platform,
+                                                   KPUserDefaults& settings) {
+  // The constructor is private, so that every repository is shared.
+  return std::shared_ptr<KPRepository>(new KPRepository(  // NOLINT(cppcoreguidelines-owning-memory)
+      std::move(url), std::move(gitUrl), std::move(observedPaths), platform, settings));
+}
+
+KPRepository::KPRepository(std::optional<URL> url, std::optional<URL> gitUrl,
+                           std::shared_ptr<ObservedPaths> observedPaths, const Platform& platform,
+                           KPUserDefaults& settings)
+    : platform_(platform),
+      settings_(settings),
+      url_(std::move(url)),
+      observedPaths_(std::move(observedPaths)),
+      refsManager_(std::make_shared<KPRefsManager>(platform.bundle, platform.log)),
+      updateQueue_(platform.queues.makeQueue(platform.bundle.identifier() + ".UpdateQueue")),
+      status_(url_, std::move(gitUrl)),
+      identifier_(url_ ? url_->identifier(platform.files) : std::nullopt) {
+  makeDeletedFilesSuffix();
+}
+
+KPRepository::~KPRepository() = default;
+
+std::optional<std::string_view> KPRepository::deletedFilesSuffix() {
+  return kelpie::deletedFilesSuffix();
+}
+
+// -- Properties -----------------------------------------------------------------------------------
+
+std::optional<FileIdentifier> KPRepository::identifier() const {
+  const std::lock_guard lock(mutex_);
+  return identifier_;
+}
+
+void KPRepository::setIdentifier(const Object& identifier) {
+  std::optional<FileIdentifier> value = FileIdentifier::fromObject(identifier);
+  const std::lock_guard lock(mutex_);
+  identifier_.swap(value);
+}
+
+std::optional<URL> KPRepository::gitUrl() const { return status_.gitUrl(); }
+
+void KPRepository::setGitUrl(const Object& url) { status_.setGitUrl(url.url()); }
+
+std::int64_t KPRepository::state() const { return status_.state(); }
+
+void KPRepository::setState(const Object& state) { status_.setState(state.integerValue()); }
+
+void KPRepository::setStatus(const Object& status) {
+  status_.setTable(StatusInfo::readTable(status));
+}
+
+bool KPRepository::isDirty() const { return status_.isDirty(); }
+
+void KPRepository::setDirty(const Object& dirty) { status_.setDirty(dirty.boolValue()); }
+
+bool KPRepository::isRealDirty() const { return status_.isRealDirty(); }
+
+void KPRepository::setRealDirty(const Object& realDirty) {
+  status_.setRealDirty(realDirty.boolValue());
+}
+
+bool KPRepository::isDisabled() const {
+  const std::lock_guard lock(mutex_);
+  return disabled_;
+}
+
+void KPRepository::setDisabled(const Object& disabled) {
+  const std::lock_guard lock(mutex_);
+  disabled_ = disabled.boolValue();
+}
+
+Object KPRepository::createdDirectoriesForDeletedItems() const {
+  return status_.createdDirectories();
+}
+
+void KPRepository::setCreatedDirectoriesForDeletedItems(const Object& urls) {
+  status_.setCreatedDirectories(StatusInfo::detached(urls));
+}
+
+std::shared_ptr<const UrlList> KPRepository::dirtyUrls() const { return status_.dirtyUrls(); }
+
+void KPRepository::setDirtyUrls(const Object& urls) {
+  status_.setDirtyUrls(std::make_shared<const UrlList>(urls));
+}
+
+std::shared_ptr<const UrlList> KPRepository::ignoredUrls() const {
+  const std::shared_ptr<const IgnoredUrls> ignored = status_.ignoredUrls();
+  return {ignored, &ignored->urls()};
+}
+
+void KPRepository::setIgnoredUrls(const Object& urls) {
+  status_.setIgnoredUrls(std::make_shared<const IgnoredUrls>(UrlList(urls)));
+}
+
+std::shared_ptr<const UrlList> KPRepository::deletedUrls() const {
+  const std::shared_ptr<const DeletedUrls> deleted = status_.deletedUrls();
+  return {deleted, &deleted->urls()};
+}
+
+void KPRepository::setDeletedUrls(const Object& urls) {
+  status_.setDeletedUrls(std::make_shared<const DeletedUrls>(UrlList(urls)));
+}
+
+// -- References -----------------------------------------------------------------------------------
+
+bool KPRepository::isBare() const { return refsManager_->isBare(); }
+bool KPRepository::hasGitlfs() const { return refsManager_->hasGitlfs(); }
+bool KPRepository::hasStashes() const { return refsManager_->hasStashes(); }
+bool KPRepository::hasRemotes() const { return refsManager_->hasRemotes(); }
+bool KPRepository::hasSubmodules() const { return refsManager_->hasSubmodules(); }
+bool KPRepository::hasPullRequests() const { return refsManager_->hasPullRequests(); }
+bool KPRepository::hasHeadCommit() const { return refsManager_->hasHeadCommit(); }
+
+std::shared_ptr<const KPReference> KPRepository::headBranch() const {
+  return refsManager_->headBranch();
+}
+
+Object KPRepository::gitflowInfo() const { return refsManager_->gitflowInfo(); }
+
+void KPRepository::setReferences(const Object& references) {
+  refsManager_->setReferences(references);
+}
+
+void KPRepository::setStashes(const Object& stashes) { refsManager_->setStashes(stashes); }
+
+void KPRepository::setGitflowInfo(const Object& info) {
+  refsManager_->setGitflowInfo(info.isDictionary() ? info : Object());
+}
+
+void KPRepository::setHeadBranch(const Object& reference) {
+  refsManager_->setHeadBranch(reference.as<KPReference>());
+}
+
+void KPRepository::setBare(const Object& bare) { refsManager_->setBare(bare.boolValue()); }
+
+void KPRepository::setHasGitlfs(const Object& hasGitlfs) {
+  refsManager_->setHasGitlfs(hasGitlfs.boolValue());
+}
+
+void KPRepository::setHasHeadCommit(const Object& hasHeadCommit) {
+  refsManager_->setHasHeadCommit(hasHeadCommit.boolValue());
+}
+
+std::shared_ptr<const Menu> KPRepository::stashesMenuWithAction(std::string_view action) const {
+  return refsManager_->stashesMenuWithAction(action);
+}
+
+std::shared_ptr<const Menu> KPRepository::remotesMenuWithAction(std::string_view action) const {
+  return refsManager_->remotesMenuWithAction(action);
+}
+
+std::shared_ptr<const Menu> KPRepository::submodulesMenuWithAction(std::string_view action) const {
+  return refsManager_->submodulesMenuWithAction(action);
+}
+
+std::shared_ptr<const Menu> KPRepository::pullRequestsMenuWithAction(
+    std::string_view action) const {
+  return refsManager_->pullRequestsMenuWithAction(action);
+}
+
+std::shared_ptr<const Menu> KPRepository::gitflowFeaturesMenu() const {
+  return refsManager_->gitflowFeaturesMenu();
+}
+
+std::shared_ptr<const Menu> KPRepository::gitflowReleasesMenu() const {
+  return refsManager_->gitflowReleasesMenu();
+}
+
+std::shared_ptr<const Menu> KPRepository::gitflowHotfixesMenu() const {
+  return refsManager_->gitflowHotfixesMenu();
+}
+
+MenuItem KPRepository::menuItemWithTitle(std::string title, const KPReference* reference,
+                                         std::string_view action,
+                                         const std::vector<std::uint64_t>& submenuTypes,
+                                         bool hasHeader) const {
+  return refsManager_->menuItemWithTitle(std::move(title), reference, action, submenuTypes,
+                                         hasHeader);
+}
+
+// -- Status intake --------------------------------------------------------------------------------
+
+void KPRepository::setStatusInfo(const Object& info) {
+  post([self = shared_from_this(), info] { self->takeStatusIn(info); });
+}
+
+void KPRepository::updateStagedStatus(const Object& urls) {
+  post([self = shared_from_this(), urls] {
+    self->changeStatus(urls, &kelpie::stagedStatusForStatus);
+  });
+}
+
+void KPRepository::updateUnstagedStatus(const Object& urls) {
+  post([self = shared_from_this(), urls] {
+    self->changeStatus(urls, &kelpie::unstagedStatusForStatus);
+  });
+}
+
+StatusWord KPRepository::stagedStatusForStatus(StatusWord word) {
+  return kelpie::stagedStatusForStatus(word);
+}
+
+StatusWord KPRepository::unstagedStatusForStatus(StatusWord word) {
+  return kelpie::unstagedStatusForStatus(word);
+}
+
+void KPRepository::post(std::function<void()> task) { updateQueue_->post(std::move(task)); }
+
+void KPRepository::takeStatusIn(const Object& info) {
+  status_.setState(info[kRepositoryStateKey].integerValue());
+  if (isBare()) return;
+  status_.take(StatusInfo::read(info));
+  if (observedPaths_ == nullptr) return;
+  observeRenamedItems(info[kStatusRenamedItemsKey]);
+  const auto work = std::make_shared<Work>();
+  for (const std::shared_ptr<PathSet>& set : observedPaths_->sets()) {
+    for (const std::string& path : set->paths()) {
+      const URL url = URL::fileURLWithPath(path);
+      StatusLooks& looks = looksFor(*work);
+      updateBadge(url, looks.look(url), looks, work);
+    }
+  }
+}
+
+void KPRepository::observeRenamedItems(const Object& pathsOfFolders) {
+  const ObjectView view(pathsOfFolders);
+  view.forEachEntry([this](ObjectView folder, ObjectView paths) {
+    const auto identifier = FileIdentifier::fromObject(folder.toObject());
+    const auto set = identifier ? observedPaths_->find(*identifier) : nullptr;
+    if (set == nullptr || paths.kind() != Object::Kind::Array) return true;
+    paths.forEachElement([&set](ObjectView element) {
+      if (const std::optional<std::string> path = element.pathBytes()) set->add(*path);
+      return true;
+    });
+    return true;
+  });
+}
+
+void KPRepository::changeStatus(const Object& urls, WordChange change) {
+  if (!urls.isArray()) return;
+  const auto work = std::make_shared<Work>();
+  std::vector<std::pair<URL, ResourceValues>> items;
+  for (const Object& element : urls.elements()) {
+    const std::optional<URL> url = element.url();
+    if (!url) continue;
+    const ResourceValues& item = items.emplace_back(*url, looksFor(*work).look(*url)).second;
+    const std::optional<ItemKey> key = keyOf(*url, item);
+    if (!key) continue;
+    const std::optional<StatusWord> word = status_.wordOrZeroOf(*key);
+    if (word) status_.change(*key, change(*word));
+  }
+  for (const auto& [url, item] : items) updateBadge(url, item, looksFor(*work), work);
+}
+
+// -- Questions about one item ---------------------------------------------------------------------
+
+std::optional<ItemKey> KPRepository::keyOf(const URL& url, const ResourceValues& item) {
+  if (item.identifier) return ItemKey(*item.identifier);
+  if (isPlaceholderPath(url.path())) return ItemKey(url.path());
+  return std::nullopt;
+}
+
+std::optional<ItemKey> KPRepository::identifierForUrl(const URL& url,
+                                                      const FileSystem& files) const {
+  return keyOf(url, files.resourceValues(url));
+}
+
+std::optional<StatusWord> KPRepository::statusOfItemAtURL(const URL& url,
+                                                          const FileSystem& files) const {
+  const std::optional<ItemKey> key = identifierForUrl(url, files);
+  return key ? status_.wordOf(*key) : std::nullopt;
+}
+
+bool KPRepository::isStagedItemAtURL(const URL& url, const FileSystem& files) const {
+  const std::optional<StatusWord> word = statusOfItemAtURL(url, files);
+  return word && isStagedStatus(*word);
+}
+
+bool KPRepository::isUnstagedItemAtURL(const URL& url, const FileSystem& files) const {
+  const std::optional<StatusWord> word = statusOfItemAtURL(url, files);
+  return word && isUnstagedStatus(*word);
+}
+
+bool KPRepository::isDiffableItemAtURL(const URL& url, const FileSystem& files) const {
+  const std::optional<StatusWord> word = statusOfItemAtURL(url, files);
+  return word && isDiffableStatus(*word);
+}
+
+bool KPRepository::isDiscardableItemAtURL(const URL& url, const FileSystem& files) const {
+  const std::optional<StatusWord> word = statusOfItemAtURL(url, files);
+  return word && isDiscardableStatus(*word);
+}
+
+bool KPRepository::isRevertableItemAtURL(const URL& url, const FileSystem& files) const {
+  const std::optional<StatusWord> word = statusOfItemAtURL(url, files);
+  return word && isRevertableStatus(*word);
+}
+
+bool KPRepository::isTrackedItemAtURL(const URL& url, const FileSystem& files) const {
+  const std::optional<StatusWord> word = statusOfItemAtURL(url, files);
+  return word && isTrackedStatus(*word);
+}
+
+std::int64_t KPRepository::isConflictedItemAtURL(const URL& url, const FileSystem& files) const {
+  const std::optional<StatusWord> word = statusOfItemAtURL(url, files);
+  return word ? conflictOfStatus(*word) : 0;
+}
+
+// -- Badges ---------------------------------------------------------------------------------------
+
+std::string_view KPRepository::badgeIdentifierForStatus(StatusWord word) {
+  if (word == 0) return KPBadge::kCurrent;
+  return kBadgesOfBits[std::bit_width(word) - 1];
+}
+
+void KPRepository::addObservedURL(const URL& url, const FileSystem& files) {
+  const std::optional<URL> parent = url.parentUrl(files);
+  const std::optional<FileIdentifier> folder = parent ? parent->identifier(files) : std::nullopt;
+  if (folder && observedPaths_ != nullptr) {
+    observedPaths_->findOrCreate(*folder)->add(url.path());
+  }
+  updateBadgeIdentifierForURL(url, files);
+}
+
+void KPRepository::updateBadgeIdentifierForURL(const URL& url, const FileSystem& files) {
+  // A status that comes in while the badge is chosen and set has perhaps set the right one already,
+  // which the one chosen before must not replace for good.
+  std::uint64_t changes = 0;
+  do {
+    changes = status_.changes();
+    StatusLooks looks(status_.places(), files);
+    updateBadge(url, looks.look(url), looks, nullptr);
+  } while (status_.changes() != changes);
+}
+
+void KPRepository::updateBadges(const Object& info) {
+  const Object badge = info["badge"];
+  if (!badge.isString()) return;
+  const std::string identifier = badge.stringValue();
+  for (const Object& element : info["urls"].elements()) {
+    const std::optional<URL> url = element.url();
+    if (url) platform_.finder.setBadgeIdentifier(identifier, *url);
+  }
+}
+
+void KPRepository::updateBadge(const URL& url, const ResourceValues& item, StatusLooks& looks,
+                               const std::shared_ptr<Work>& work) {
+  const std::optional<std::string_view> badge = chooseBadge(url, item, looks, work);
+  if (badge) platform_.finder.setBadgeIdentifier(*badge, url);
+}
+
+std::optional<std::string_view> KPRepository::chooseBadge(const URL& url,
+                                                          const ResourceValues& item,
+                                                          StatusLooks& looks,
+                                                          const std::shared_ptr<Work>& work) {
+  const std::optional<ItemKey> key = keyOf(url, item);
+  if (!key) return KPBadge::kEmpty;
+  const std::optional<StatusWord> word = status_.wordOf(*key);
+  if (word) return badgeIdentifierForStatus(*word);
+
+  if (looks.isGitItem(url, item.identifier)) return KPBadge::kEmpty;
+  if (looks.isParentIgnored(url)) {
+    return badgeIdentifierForStatus(status_.recordIfMissing(*key, KPStatusIgnored));
+  }
+  if (!item.isDirectory) {
+    return badgeIdentifierForStatus(status_.recordIfMissing(*key, KPStatusCurrent));
+  }
+  if (!item.isPackage && !showsFolderStatus()) return KPBadge::kEmpty;
+  postFolder(url, work);
+  return std::nullopt;
+}
+
+bool KPRepository::showsFolderStatus() const {
+  const UserDefaults* defaults = settings_.sharedApplicationGroupDefaults();
+  return defaults != nullptr && defaults->boolForKey(kShowFolderGitStatusKey);
+}
+
+// -- Folders --------------------------------------------------------------------------------------
+
+void KPRepository::updateStatusOfDirectoryURL(const URL& folder) { postFolder(folder, nullptr); }
+
+bool KPRepository::isParentIgnoredUrl(const URL& url) const {
+  return StatusLooks(status_.places(), platform_.files).isParentIgnored(url);
+}
+
+KPRepository::Enumeration KPRepository::enumerateUrl(const URL& folder,
+                                                     FunctionRef<void(const URL& url)> handler,
+                                                     const bool& exitCondition,
+                                                     std::optional<Error>* error) const {
+  const std::shared_ptr<const IgnoredUrls> ignored = status_.ignoredUrls();
+  FolderWalk walk(folder, *ignored, platform_.files);
+  Enumeration result = kEnumerated;
+  while (const DirectoryEntry* entry = walk.next()) {
+    if (exitCondition) {
+      result = kEnumerationStopped;
+      break;
+    }
+    if (entry->isDirectory) {
+      walk.skipIfIgnored(*entry);
+    } else {
+      handler(URL::fileURLWithPath(entry->path));
+    }
+  }
+  if (error != nullptr) *error = walk.error();
+  return walk.error() ? kEnumerationFailed : result;
+}
+
+void KPRepository::postFolder(const URL& folder, std::shared_ptr<Work> work) {
+  const std::shared_ptr<const UrlList> dirtyUrls = status_.dirtyUrls();
+  if (work != nullptr) {
+    work->folders.push_back(folder.path());
+    if (work->looks != nullptr) work->looks->contents().expect(folder.path());
+  } else {
+    const std::lock_guard lock(mutex_);
+    if (openWork_ == nullptr) openWork_ = std::make_shared<Work>();
+    work = openWork_;
+    work->folders.push_back(folder.path());
+  }
+  post([self = shared_from_this(), folder, dirtyUrls, work = std::move(work)] {
+    self->updateFolder(folder, dirtyUrls, *work);
+  });
+}
+
+void KPRepository::updateFolder(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls,
+                                Work& work) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (openWork_.get() == &work) openWork_ = nullptr;
+  }
+  StatusLooks& looks = looksFor(work);
+  const StatusWord word = statusOfFolder(folder, dirtyUrls, status_, looks);
+  platform_.finder.setBadgeIdentifier(badgeIdentifierForStatus(word), folder);
+  const std::optional<FileIdentifier> identifier = looks.identifierOf(folder);
+  if (identifier) status_.record(*identifier, word);
+}
+
+StatusLooks& KPRepository::looksFor(Work& work) const {
+  StatusLooks::Places places = status_.places();
+  if (work.looks == nullptr || work.looks->places().number != places.number) {
+    work.looks = std::make_unique<StatusLooks>(std::move(places), platform_.files);
+    for (const std::string& folder : work.folders) work.looks->contents().expect(folder);
+  }
+  return *work.looks;
+}
+
+}  // namespace kelpie

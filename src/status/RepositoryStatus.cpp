@@ -1,0 +1,170 @@
+#include "status/RepositoryStatus.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace kelpie {
+namespace {
+
+// How many words are looked up before others get their turn: some tens of microseconds.
+constexpr std::size_t kWordsInOneGo = 512;
+
+}  // namespace
+
+std::int64_t RepositoryStatus::state() const {
+  const std::lock_guard lock(mutex_);
+  return state_;
+}
+
+void RepositoryStatus::setState(std::int64_t state) {
+  const std::lock_guard lock(mutex_);
+  state_ = state;
+}
+
+bool RepositoryStatus::isDirty() const {
+  const std::lock_guard lock(mutex_);
+  return dirty_;
+}
+
+void RepositoryStatus::setDirty(bool dirty) {
+  const std::lock_guard lock(mutex_);
+  dirty_ = dirty;
+}
+
+bool RepositoryStatus::isRealDirty() const {
+  const std::lock_guard lock(mutex_);
+  return realDirty_;
+}
+
+void RepositoryStatus::setRealDirty(bool realDirty) {
+  const std::lock_guard lock(mutex_);
+  realDirty_ = realDirty;
+}
+
+Object RepositoryStatus::createdDirectories() const {
+  const std::lock_guard lock(mutex_);
+  return createdDirectories_;
+}
+
+void RepositoryStatus::setCreatedDirectories(Object directories) {
+  const std::lock_guard lock(mutex_);
+  std::swap(createdDirectories_, directories);
+}
+
+std::optional<URL> RepositoryStatus::gitUrl() const {
+  const std::lock_guard lock(mutex_);
+  return gitUrl_;
+}
+
+void RepositoryStatus::setGitUrl(std::optional<URL> url) {
+  const std::lock_guard lock(mutex_);
+  gitUrl_.swap(url);
+  ++placesNumber_;
+}
+
+std::shared_ptr<const UrlList> RepositoryStatus::dirtyUrls() const {
+  const std::lock_guard lock(mutex_);
+  return dirtyUrls_;
+}
+
+void RepositoryStatus::setDirtyUrls(std::shared_ptr<const UrlList> urls) {
+  const std::lock_guard lock(mutex_);
+  dirtyUrls_.swap(urls);
+}
+
+std::shared_ptr<const IgnoredUrls> RepositoryStatus::ignoredUrls() const {
+  const std::lock_guard lock(mutex_);
+  return ignoredUrls_;
+}
+
+void RepositoryStatus::setIgnoredUrls(std::shared_ptr<const IgnoredUrls> urls) {
+  const std::lock_guard lock(mutex_);
+  ignoredUrls_.swap(urls);
+  ++placesNumber_;
+}
+
+std::shared_ptr<const DeletedUrls> RepositoryStatus::deletedUrls() const {
+  const std::lock_guard lock(mutex_);
+  return deletedUrls_;
+}
+
+void RepositoryStatus::setDeletedUrls(std::shared_ptr<const DeletedUrls> urls) {
+  const std::lock_guard lock(mutex_);
+  deletedUrls_.swap(urls);
+}
+
+void RepositoryStatus::take(StatusInfo info) {
+  const std::size_t dirtyCount = info.dirtyUrls->count();
+  // What was there before goes into `info`, and with it only when the lock is no longer held.
+  const std::lock_guard lock(mutex_);
+  table_.swap(info.status);
+  std::swap(createdDirectories_, info.createdDirectories);
+  dirtyUrls_.swap(info.dirtyUrls);
+  ignoredUrls_.swap(info.ignoredUrls);
+  deletedUrls_.swap(info.deletedUrls);
+  dirty_ = dirtyCount != 0;
+  realDirty_ = dirtyCount != info.newCount;
+  ++placesNumber_;
+  ++changes_;
+}
+
+void RepositoryStatus::setTable(std::optional<StatusTable> table) {
+  const std::lock_guard lock(mutex_);
+  table_.swap(table);
+  ++changes_;
+}
+
+std::optional<StatusWord> RepositoryStatus::wordOf(const StatusTable::Key& key) const {
+  const std::lock_guard lock(mutex_);
+  return table_ ? table_->wordOf(key) : std::nullopt;
+}
+
+std::optional<StatusWord> RepositoryStatus::wordOrZeroOf(const StatusTable::Key& key) const {
+  const std::lock_guard lock(mutex_);
+  return table_ ? table_->wordOrZeroOf(key) : std::nullopt;
+}
+
+void RepositoryStatus::change(const StatusTable::Key& key, StatusWord word) {
+  const std::lock_guard lock(mutex_);
+  if (!table_ || !table_->wordOrZeroOf(key)) return;
+  table_->record(key, word);
+  ++changes_;
+}
+
+void RepositoryStatus::record(const StatusTable::Key& key, StatusWord word) {
+  const std::lock_guard lock(mutex_);
+  if (!table_) return;
+  table_->record(key, word);
+  ++changes_;
+}
+
+StatusWord RepositoryStatus::recordIfMissing(const StatusTable::Key& key, StatusWord word) {
+  const std::lock_guard lock(mutex_);
+  return table_ ? table_->recordIfMissing(key, word) : word;
+}
+
+void RepositoryStatus::forEachWord(std::span<const FolderContents::File> files,
+                                   const FolderContents& contents,
+                                   FunctionRef<void(std::optional<StatusWord> word)> visit) const {
+  while (!files.empty()) {
+    const auto part = files.first(std::min(files.size(), kWordsInOneGo));
+    files = files.subspan(part.size());
+    const std::lock_guard lock(mutex_);
+    for (const FolderContents::File& file : part) {
+      if (!file.hasIdentifier()) continue;
+      visit(table_ ? table_->wordOf(contents.keyOf(file)) : std::nullopt);
+    }
+  }
+}
+
+StatusLooks::Places RepositoryStatus::places() const {
+  const std::lock_guard lock(mutex_);
+  return {root_, gitUrl_, ignoredUrls_, placesNumber_};
+}
+
+std::uint64_t RepositoryStatus::changes() const {
+  const std::lock_guard lock(mutex_);
+  return changes_;
+}
+
+}  // namespace kelpie

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <utility>
+
+#include "foundation/Object.h"
+#include "foundation/URL.h"
+#include "status/DeletedUrls.h"
+#include "status/FolderContents.h"
+#include "status/IgnoredUrls.h"
+#include "status/ItemKey.h"
+#include "status/StatusInfo.h"
+#include "status/StatusLooks.h"
+#include "status/StatusTable.h"
+#include "status/StatusWord.h"
+#include "status/UrlList.h"
+
+namespace kelpie {
+
+// The values of a repository that its update queue writes while the controller's queue and the main
+// queue read and write them as well, behind one lock. Nothing is asked of the file system and
+// nothing handed to the file manager while it is held. Any thread.
+class RepositoryStatus {
+ public:
+  RepositoryStatus(std::optional<URL> root, std::optional<URL> gitUrl)
+      : root_(std::move(root)), gitUrl_(std::move(gitUrl)) {}
+  RepositoryStatus(const RepositoryStatus&) = delete;
+  RepositoryStatus& operator=(const RepositoryStatus&) = delete;
+
+  std::int64_t state() const;
+  void setState(std::int64_t state);
+  bool isDirty() const;
+  void setDirty(bool dirty);
+  bool isRealDirty() const;
+  void setRealDirty(bool realDirty);
+  Object createdDirectories() const;
+  void setCreatedDirectories(Object directories);
+  std::optional<URL> gitUrl() const;
+  void setGitUrl(std::optional<URL> url);
+  // Never null, like the two below.
+  std::shared_ptr<const UrlList> dirtyUrls() const;
+  void setDirtyUrls(std::shared_ptr<const UrlList> urls);
+  std::shared_ptr<const IgnoredUrls> ignoredUrls() const;
+  void setIgnoredUrls(std::shared_ptr<const IgnoredUrls> urls);
+  std::shared_ptr<const DeletedUrls> deletedUrls() const;
+  void setDeletedUrls(std::shared_ptr<const DeletedUrls> urls);
+
+  // Replaces all that a status dictionary brings but the state, at once.
+  void take(StatusInfo info);
+  void setTable(std::optional<StatusTable> table);
+
+  // As in StatusTable. Without a table there is no entry and nothing is recorded.
+  std::optional<StatusWord> wordOf(const StatusTable::Key& key) const;
+  std::optional<StatusWord> wordOrZeroOf(const StatusTable::Key& key) const;
+  // Changes the word of an entry that there is.
+  void change(const StatusTable::Key& key, StatusWord word);
+  void record(const StatusTable::Key& key, StatusWord word);
+  // The word that the item has then.
+  StatusWord recordIfMissing(const StatusTable::Key& key, StatusWord word);
+
+  // Calls `visit` with the word of each file, missing without an entry. Lets others in every now
+  // and then.
+  void forEachWord(std::span<const FolderContents::File> files, const FolderContents& contents,
+                   FunctionRef<void(std::optional<StatusWord> word)> visit) const;
+
+  // Where the items lie.
+  StatusLooks::Places places() const;
+  // A number that changes whenever an item may have got another badge than was chosen before.
+  std::uint64_t changes() const;
+
+ private:
+  const std::optional<URL> root_;
+  mutable std::mutex mutex_;  // guards all below
+  std::int64_t state_ = 0;
+  bool dirty_ = false;
+  bool realDirty_ = false;
+  std::optional<StatusTable> table_;  // missing before the first status
+  Object createdDirectories_;
+  std::optional<URL> gitUrl_;
+  std::shared_ptr<const UrlList> dirtyUrls_ = std::make_shared<const UrlList>();
+  std::shared_ptr<const IgnoredUrls> ignoredUrls_ = std::make_shared<const IgnoredUrls>();
+  std::shared_ptr<const DeletedUrls> deletedUrls_ = std::make_shared<const DeletedUrls>();
+  std::uint64_t placesNumber_ = 0;
+  std::uint64_t changes_ = 0;
+};
+
+}  // namespace kelpie

@@ -1,0 +1,100 @@
+#include "status/StatusInfo.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <utility>
+
+#include "foundation/FileIdentifier.h"
+#include "status/DeletedItem.h"
+
+namespace kelpie {
+namespace {
+
+// Fills a table from the entries of one dictionary.
+class TableReader {
+ public:
+  explicit TableReader(std::size_t entries) : table_(entries), budget_(kBudget * (entries + 256)) {}
+
+  void read(ObjectView key, ObjectView entry) {
+    if (entry.kind() != Object::Kind::Array) return;
+    switch (key.kind()) {
+      case Object::Kind::Data:
+        record(keyOfData(key.data().value_or(ByteView())), entry);
+        break;
+      case Object::Kind::String:
+        record(StatusTable::Key::ofPath(key.stringValue()), entry);
+        break;
+      case Object::Kind::Opaque:
+        readOpaque(key, entry);
+        break;
+      default:
+        break;
+    }
+  }
+
+  StatusTable take() { return std::move(table_); }
+
+ private:
+  // How many bytes of archived form an entry may have on average, so that a few bytes of a message
+  // that name a large object again and again cost no more than an honest message does.
+  static constexpr std::size_t kBudget = 1024;
+
+  // A path that is not UTF-8 comes as data.
+  static StatusTable::Key keyOfData(ByteView data) {
+    const std::string_view text = textOf(data);
+    if (data.size() > FileIdentifier::kInlineSize && isPlaceholderPath(text)) {
+      return StatusTable::Key::ofPath(text);
+    }
+    return StatusTable::Key::ofIdentifierData(data);
+  }
+
+  void readOpaque(const ObjectView& key, const ObjectView& entry) {
+    if (budget_ == 0) return;
+    const std::optional<FileIdentifier> identifier = FileIdentifier::fromObject(key.toObject());
+    if (!identifier) return;
+    budget_ -= std::min(budget_, identifier->bytes().size());
+    record(*identifier, entry);
+  }
+
+  void record(const StatusTable::Key& key, const ObjectView& entry) {
+    if (entry.size() == 0) {
+      table_.recordWithoutWord(key);
+    } else {
+      table_.record(key, entry.at(0).unsignedShortValue());
+    }
+  }
+
+  StatusTable table_;
+  std::size_t budget_;
+};
+
+}  // namespace
+
+StatusInfo StatusInfo::read(const ObjectView& info) {
+  StatusInfo result;
+  result.status = readTable(info[kRepositoryStatusKey]);
+  result.createdDirectories = detached(info[kStatusCreatedDirectoriesKey]);
+  result.dirtyUrls = std::make_shared<const UrlList>(info[kStatusDirtyUrlsKey]);
+  result.ignoredUrls = std::make_shared<const IgnoredUrls>(UrlList(info[kStatusIgnoredUrlsKey]));
+  result.deletedUrls = std::make_shared<const DeletedUrls>(UrlList(info[kStatusDeletedUrlsKey]));
+  result.newCount = info[kStatusNewCountKey].unsignedIntegerValue();
+  return result;
+}
+
+std::optional<StatusTable> StatusInfo::readTable(const ObjectView& entries) {
+  if (entries.kind() != Object::Kind::Dictionary) return std::nullopt;
+  TableReader reader(entries.size());
+  entries.forEachEntry([&reader](ObjectView key, ObjectView entry) {
+    reader.read(key, entry);
+    return true;
+  });
+  return reader.take();
+}
+
+Object StatusInfo::detached(const ObjectView& array) {
+  if (array.kind() != Object::Kind::Array) return {};
+  return {array.toObject().elements()};
+}
+
+}  // namespace kelpie

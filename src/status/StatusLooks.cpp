@@ -1,0 +1,57 @@
+#include "status/StatusLooks.h"
+
+#include <utility>
+
+namespace kelpie {
+StatusLooks::StatusLooks(Places places, const FileSystem& files)
+    : places_(std::move(places)), folders_(files), contents_(files, *places_.ignoredUrls) {}
+
+std::optional<FileIdentifier> StatusLooks::identifierOf(const URL& url) {
+  const FolderLooks::Folder* folder = url.isFileURL() ? folders_.folderAt(url.path()) : nullptr;
+  return folder == nullptr ? std::nullopt : folders_.identifierOf(*folder);
+}
+
+ResourceValues StatusLooks::look(const URL& item) {
+  if (!item.isFileURL()) return {};
+  if (const ResourceValues* seen = folders_.seenAt(item.path())) return *seen;
+  ResourceValues values = folders_.files().resourceValues(item);
+  if (values.isDirectory) folders_.remember(*folders_.folderAt(item.path()), values);
+  return values;
+}
+
+bool StatusLooks::isGitItem(const URL& url, const std::optional<FileIdentifier>& identifier) {
+  if (!places_.gitUrl) return false;
+  const URL& git = *places_.gitUrl;
+  if (url.isSameObject(git)) return true;
+  if (!url.isFileURL()) return url.absoluteString() == git.absoluteString();
+  if (identifier && identifier == identifierOf(git)) return true;
+  if (!git_) git_.emplace(git, folders_);
+  return git_->isParentOf(identifier, folders_.parentOf(url));
+}
+
+bool StatusLooks::isParentIgnored(const URL& url) {
+  if (places_.ignoredUrls->empty()) return false;
+  const FolderLooks::Folder* folder = folders_.parentOf(url);
+  const auto [known, isNew] = ignored_.try_emplace(folder, false);
+  if (isNew) known->second = isOrIsInIgnored(folder);
+  return known->second;
+}
+
+bool StatusLooks::isOrIsInIgnored(const FolderLooks::Folder* folder) {
+  const std::optional<FileIdentifier> root =
+      places_.root ? identifierOf(*places_.root) : std::nullopt;
+  for (; folder != nullptr; folder = folder->parent()) {
+    const std::optional<FileIdentifier>& identifier = folders_.identifierOf(*folder);
+    if (!identifier) continue;
+    if (identifier == root) return false;
+    if (places_.ignoredUrls->contains(folder->path(), identifier, folders_.files())) return true;
+  }
+  return false;
+}
+
+bool StatusLooks::isDirty(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls) {
+  if (!dirty_ || dirty_->urls() != dirtyUrls) dirty_.emplace(dirtyUrls, folders_);
+  return dirty_->isOneInside(folder);
+}
+
+}  // namespace kelpie

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <unordered_map>
+
+#include "foundation/FileIdentifier.h"
+#include "foundation/URL.h"
+#include "status/Ancestry.h"
+#include "status/DirtyFolders.h"
+#include "status/FolderContents.h"
+#include "status/FolderLooks.h"
+#include "status/IgnoredUrls.h"
+#include "status/UrlList.h"
+
+namespace kelpie {
+
+// What the badges of one piece of work look up in the file system, each thing once: the answers are
+// those that the items would get one by one. One thread at a time.
+class StatusLooks {
+ public:
+  // What a repository says about where its items lie.
+  struct Places {
+    std::optional<URL> root;
+    std::optional<URL> gitUrl;
+    std::shared_ptr<const IgnoredUrls> ignoredUrls;  // never null
+    std::uint64_t number = 0;                        // another whenever they change
+  };
+
+  // `files` outlives this.
+  StatusLooks(Places places, const FileSystem& files);
+
+  const Places& places() const { return places_; }
+  FolderLooks& folders() { return folders_; }
+
+  // What the file URL names; missing when nothing is there and for what is no file URL.
+  std::optional<FileIdentifier> identifierOf(const URL& url);
+
+  // A look at an item. It is not remembered, unless it is a folder: the others are met once.
+  ResourceValues look(const URL& item);
+
+  // Whether the item with this identifier is the git directory or lies inside it.
+  bool isGitItem(const URL& url, const std::optional<FileIdentifier>& identifier);
+  // Whether a folder above the item and below the root is ignored.
+  bool isParentIgnored(const URL& url);
+  // Whether one of the changed items lies inside the folder.
+  bool isDirty(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls);
+  // The files below folders, without what is ignored.
+  FolderContents& contents() { return contents_; }
+
+ private:
+  bool isOrIsInIgnored(const FolderLooks::Folder* folder);
+
+  const Places places_;
+  FolderLooks folders_;
+  FolderContents contents_;
+  std::optional<Ancestry> git_;        // made when it is first needed
+  std::optional<DirtyFolders> dirty_;  // of the list that was asked about last
+  std::unordered_map<const FolderLooks::Folder*, bool> ignored_;
+};
+
+}  // namespace kelpie

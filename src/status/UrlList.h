@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/ObjectView.h"
+
+namespace kelpie {
+
+// The paths of a list of URLs as the main application sends it: flat, since a status may name as
+// many URLs as it has entries, and since only their paths are ever read. Does not change once made,
+// so safe from any thread.
+class UrlList {
+ public:
+  UrlList() = default;
+  // Of an array; anything else reads as an empty one.
+  explicit UrlList(const ObjectView& array);
+
+  // How many elements the array had, also those that are no URLs.
+  std::size_t count() const { return count_; }
+
+  // The elements that are URLs, in order.
+  std::size_t size() const { return ends_.size(); }
+  // Borrowed from the list.
+  std::string_view path(std::size_t index) const;
+  bool isFileURL(std::size_t index) const { return isFile_[index]; }
+
+ private:
+  std::size_t count_ = 0;
+  std::string text_;               // all paths, one behind the other
+  std::vector<std::size_t> ends_;  // of each path in text_
+  std::vector<bool> isFile_;
+};
+
+}  // namespace kelpie
