@@ -27,8 +27,8 @@ std::shared_ptr<const KPTreeNode> branch(const char* name, std::int64_t tag = 0)
 }
 
 template <class Record>
-std::shared_ptr<const KPTreeNode> nodeOf(const char* name, Nodes children = {}) {
-  return KPTreeNode::create(std::make_shared<Record>(name), std::move(children));
+std::shared_ptr<const KPTreeNode> nodeOf(const char* name, const Nodes& children = {}) {
+  return KPTreeNode::create(std::make_shared<Record>(name), children);
 }
 
 Nodes headAndOthers() {

@@ -177,7 +177,7 @@ TEST(KPTreeNode, EqualBlobsAreSeparateChildren) {
 
 TEST(KPTreeNode, WhatDecodesIntoNoTreeNodeIsSkipped) {
   struct Case {
-    const char* why;
+    const char* why = nullptr;
     Object child;
   };
   Bytes truncated = bytesOfArchive(Object(leaf("x")));
