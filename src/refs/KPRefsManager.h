@@ -39,7 +39,8 @@ class KPRefsManager {
   void setReferences(const Object& references);
 
   // A title per stash; missing at first, and for what is no array. An element that is no string is
-  // an empty title, so that the others keep their positions.
+  // an empty title, so that the others keep their positions. Titles beyond 64 MiB in all are left
+  // out, with a line in the log.
   const std::optional<std::vector<std::string>>& stashes() const { return stashes_; }
   void setStashes(const Object& stashes);
 
