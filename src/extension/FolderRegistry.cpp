@@ -100,22 +100,19 @@ void FolderRegistry::endObservingDirectoryAtURL(const URL& url) {
   folders_.removeInactiveFolders(*identifier);
 }
 
-void FolderRegistry::requestBadgeIdentifierForURL(const URL& url) {
+void FolderRegistry::requestBadgeIdentifiersForURLs(const std::vector<URL>& urls) {
   const MemoFileSystem files(platform_.files);
-  if (applicationPid() > 0) {
-    if (const std::shared_ptr<KPRepository> repository = repositoryForURL(url, files)) {
-      repository->addObservedURL(url, files);
+  std::optional<RepositoryLookup> lookup;
+  for (const URL& url : urls) {
+    if (applicationPid() > 0) {
+      if (!lookup || !lookup->isCurrent()) {
+        lookup.emplace(repositories_, files);
+      }
+      if (const std::shared_ptr<KPRepository> repository = lookup->repositoryForURL(url)) {
+        repository->addObservedURL(url, files);
+      }
     }
-  }
-  const std::optional<URL> parent = url.parentUrl(files);
-  const std::optional<FileIdentifier> identifier =
-      parent ? parent->identifier(files) : std::nullopt;
-  if (!identifier) {
-    return;
-  }
-  allObservedFiles()->findOrCreate(*identifier)->add(url.path());
-  if (url.isDirectory(files) && !url.isPackage(files)) {
-    folders_.addInactiveFolder(*identifier, url);
+    noteItem(url, files);
   }
 }
 
@@ -175,6 +172,19 @@ void FolderRegistry::noteFolder(const URL& url, const FileSystem& files) {
   const std::optional<FileIdentifier> identifier =
       parent ? parent->identifier(files) : std::nullopt;
   if (identifier && !url.isPackage(files)) {
+    folders_.addInactiveFolder(*identifier, url);
+  }
+}
+
+void FolderRegistry::noteItem(const URL& url, const FileSystem& files) {
+  const std::optional<URL> parent = url.parentUrl(files);
+  const std::optional<FileIdentifier> identifier =
+      parent ? parent->identifier(files) : std::nullopt;
+  if (!identifier) {
+    return;
+  }
+  allObservedFiles()->findOrCreate(*identifier)->add(url.path());
+  if (url.isDirectory(files) && !url.isPackage(files)) {
     folders_.addInactiveFolder(*identifier, url);
   }
 }

@@ -30,7 +30,8 @@ class FolderRegistry {
 
   void beginObservingDirectoryAtURL(const URL& url);
   void endObservingDirectoryAtURL(const URL& url);
-  void requestBadgeIdentifierForURL(const URL& url);
+  // The requests of these URLs, in order.
+  void requestBadgeIdentifiersForURLs(const std::vector<URL>& urls);
   // Makes the repository of the working directory, whose identifier this is, and enters it.
   void openRepository(const URL& workingUrl, const URL& gitUrl, const FileIdentifier& identifier);
 
@@ -55,6 +56,7 @@ class FolderRegistry {
  private:
   std::shared_ptr<KPRepository> repositoryForURL(const URL& url, const FileSystem& files) const;
   void noteFolder(const URL& url, const FileSystem& files);
+  void noteItem(const URL& url, const FileSystem& files);
 
   const Platform platform_;
   KPUserDefaults& defaults_;

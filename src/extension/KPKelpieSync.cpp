@@ -8,6 +8,7 @@
 #include "extension/ControllerRoutes.h"
 #include "extension/FolderRegistry.h"
 #include "extension/MessageLink.h"
+#include "extension/ObservationQueue.h"
 #include "extension/PresenceMonitor.h"
 #include "extension/RepositoryLookup.h"
 #include "extension/RepositoryRoutes.h"
@@ -96,9 +97,10 @@ std::unique_ptr<KPKelpieSync> KPKelpieSync::create(const Platform& platform,
 KPKelpieSync::KPKelpieSync(const Platform& platform, KPUserDefaults& defaults)
     : platform_(platform),
       defaults_(defaults),
-      observerQueue_(platform.queues.makeQueue(platform.bundle.identifier() + ".ObserverQueue")),
       link_(std::make_shared<MessageLink>(platform_)),
       registry_(std::make_shared<FolderRegistry>(platform_, defaults, link_)),
+      observerQueue_(std::make_unique<ObservationQueue>(
+          platform.queues.makeQueue(platform.bundle.identifier() + ".ObserverQueue"), registry_)),
       presence_(std::make_unique<PresenceMonitor>(platform_, defaults, link_, registry_)),
       actions_(std::make_unique<ActionForwarder>(*this, platform_.files)),
       menus_(*this, platform_, defaults) {}
@@ -138,8 +140,7 @@ void KPKelpieSync::endObservingDirectoryAtURL(const URL& url) {
 }
 
 void KPKelpieSync::requestBadgeIdentifierForURL(const URL& url) {
-  observerQueue_->post(
-      [registry = registry_, url] { registry->requestBadgeIdentifierForURL(url); });
+  observerQueue_->requestBadge(url);
 }
 
 // -- Menus and actions

@@ -23,6 +23,7 @@ class FolderRegistry;
 class FolderTables;
 class KPUserDefaults;
 class MessageLink;
+class ObservationQueue;
 class ObservedPaths;
 class PresenceMonitor;
 class RepositoryTable;
@@ -152,9 +153,9 @@ class KPKelpieSync final : public MenuHost {
 
   const Platform platform_;
   KPUserDefaults& defaults_;
-  const std::shared_ptr<SerialQueue> observerQueue_;
   const std::shared_ptr<MessageLink> link_;         // shared with the registry
   const std::shared_ptr<FolderRegistry> registry_;  // shared with the work on the observer queue
+  const std::unique_ptr<ObservationQueue> observerQueue_;
   const std::unique_ptr<PresenceMonitor> presence_;
   const std::unique_ptr<ActionForwarder> actions_;
   MenuAssembly menus_;

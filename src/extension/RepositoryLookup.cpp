@@ -10,8 +10,7 @@ namespace kelpie {
 
 namespace {
 
-RepositoryTable::Repositories withRoot(const RepositoryTable& table) {
-  RepositoryTable::Repositories repositories = *table.all();
+RepositoryTable::Repositories withRoot(RepositoryTable::Repositories repositories) {
   std::erase_if(repositories, [](const auto& repository) { return !repository->url(); });
   return repositories;
 }
@@ -28,7 +27,10 @@ std::vector<URL> rootsOf(const RepositoryTable::Repositories& repositories) {
 }  // namespace
 
 RepositoryLookup::RepositoryLookup(const RepositoryTable& table, const FileSystem& files)
-    : repositories_(withRoot(table)), roots_(rootsOf(repositories_), files) {}
+    : table_(table),
+      all_(table.all()),
+      repositories_(withRoot(*all_)),
+      roots_(rootsOf(repositories_), files) {}
 
 std::shared_ptr<KPRepository> RepositoryLookup::repositoryForURL(const URL& url) {
   const std::optional<std::size_t> root = roots_.firstRootOf(url);

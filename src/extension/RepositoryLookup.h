@@ -9,17 +9,21 @@
 namespace kelpie {
 
 // Finds the open repository that holds a URL: the first one, in the table's order, whose root
-// folder equals the URL or is a parent of it. For one piece of work, during which it does not see
-// repositories come and go. Single-threaded.
+// folder equals the URL or is a parent of it. For one piece of work; it does not see repositories
+// come and go. Single-threaded.
 class RepositoryLookup {
  public:
-  // `files` is borrowed, and best looks at each path once: see MemoFileSystem.
+  // Both are borrowed. `files` best looks at each path once: see MemoFileSystem.
   RepositoryLookup(const RepositoryTable& table, const FileSystem& files);
 
   // Null when no open repository holds it.
   std::shared_ptr<KPRepository> repositoryForURL(const URL& url);
+  // False once the table has changed.
+  bool isCurrent() const { return table_.all() == all_; }
 
  private:
+  const RepositoryTable& table_;
+  std::shared_ptr<const RepositoryTable::Repositories> all_;
   RepositoryTable::Repositories repositories_;  // those that have a root folder
   RootFinder roots_;                            // of repositories_
 };

@@ -6,9 +6,6 @@ namespace kelpie {
 
 namespace {
 
-template <auto Member>
-constexpr auto calls = &Calling<Member>::call;
-
 constexpr auto answers = &noEffect<KPRepository>;
 
 constexpr Route<KPRepository> kRoutes[] = {

@@ -72,6 +72,9 @@ struct Calling<Member> {
   }
 };
 
+template <auto Member>
+inline constexpr auto calls = &Calling<Member>::call;
+
 // An operation that only answers, or that has nothing to take from a message. The message has
 // found its target all the same.
 template <class T>
