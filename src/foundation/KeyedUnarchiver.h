@@ -20,7 +20,9 @@ class KeyedUnarchiver {
   static Object unarchiveObject(ByteView archive);
 
   // The root object, read in place: containers look into `archive` on demand and keep it alive.
-  // What is read of it is what unarchiveObject() would give. nil when there is none.
+  // What is read of it is what unarchiveObject() would give, but that an element that does not
+  // decode is nil here and is left out there: telling them apart would mean decoding all of them
+  // first. nil when there is none.
   static Object open(std::shared_ptr<const Bytes> archive);
 };
 

@@ -1,0 +1,76 @@
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+
+#include "foundation/Bytes.h"
+#include "foundation/Dictionary.h"
+#include "foundation/KeyedArchiver.h"
+#include "foundation/KeyedUnarchiver.h"
+#include "foundation/Object.h"
+#include "foundation/ObjectView.h"
+#include "refs/ReferenceClasses.h"
+
+// Any bytes may stand where an archive should. The reader must not crash, hang or grow; what is
+// read in place must be what is read whole; and what was read, written and read again must be what
+// it was.
+namespace {
+
+using kelpie::Object;
+using kelpie::ObjectView;
+
+constexpr int kMaximumDepth = 16;
+
+// Looks at everything a rule could look at. The budget keeps a value that is shared a million times
+// from being walked a million times.
+void walk(ObjectView view, int depth, int& budget) {
+  if (depth > kMaximumDepth || --budget < 0) {
+    return;
+  }
+  (void)view.integerValue();
+  (void)view.stringValue();
+  (void)view.data();
+  (void)view.pathBytes();
+  (void)view["KPMessageSelector"].isEqualToString("setStatusInfo:");
+  view.forEachElement([&](ObjectView element) {
+    walk(element, depth + 1, budget);
+    return budget >= 0;
+  });
+  view.forEachEntry([&](ObjectView key, ObjectView value) {
+    walk(key, depth + 1, budget);
+    walk(value, depth + 1, budget);
+    return budget >= 0;
+  });
+}
+
+void require(bool holds) {
+  if (!holds) {
+    std::abort();
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  kelpie::registerReferenceClasses();
+  const auto bytes = std::make_shared<const kelpie::Bytes>(data, data + size);
+  const Object whole = kelpie::KeyedUnarchiver::unarchiveObject(*bytes);
+  const Object inPlace = kelpie::KeyedUnarchiver::open(bytes);
+  require(whole.kind() == inPlace.kind());
+  // In place, what reads as nil still counts; read whole, it is left out.
+  require(whole.size() <= inPlace.size());
+  int budget = 10'000;
+  walk(inPlace, 0, budget);
+  (void)whole.description();
+  (void)inPlace.description();
+
+  const std::optional<kelpie::Bytes> written = kelpie::KeyedArchiver::archivedData(whole);
+  if (!written) {
+    return 0;
+  }
+  const Object again = kelpie::KeyedUnarchiver::unarchiveObject(*written);
+  require(again.kind() == whole.kind());
+  require(again.size() == whole.size());
+  return 0;
+}
