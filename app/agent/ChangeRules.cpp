@@ -74,8 +74,7 @@ std::string_view relativeTo(std::string_view path, std::string_view folder) {
 Change changeInGitDirectory(std::string_view folder, std::string_view name, bool isOwn) {
   if (isLock(name)) return kNothing;
   for (const Rule& rule : kRules)
-    if (fits(rule, folder, name))
-      return rule.of == Of::Shared || isOwn ? rule.change : kNothing;
+    if (fits(rule, folder, name)) return rule.of == Of::Shared || isOwn ? rule.change : kNothing;
   return kNothing;
 }
 

@@ -101,9 +101,8 @@ void DirectoryWatcher::removeWithin(Client client, std::string_view folder) {
 void DirectoryWatcher::release(Client client, const std::string& folder, int watch) {
   const auto found = watches_.find(watch);
   if (found == watches_.end()) return;
-  std::erase_if(found->second.watchers, [&](const auto& each) {
-    return each.first == client && each.second == folder;
-  });
+  std::erase_if(found->second.watchers,
+                [&](const auto& each) { return each.first == client && each.second == folder; });
   if (!found->second.watchers.empty()) return;
   watches_.erase(found);
   inotify_rm_watch(inotify_, watch);

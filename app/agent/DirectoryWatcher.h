@@ -36,7 +36,7 @@ class DirectoryWatcher {
   using Client = std::uint64_t;
 
   enum class Outcome {
-    Watched,       // from now on
+    Watched,  // from now on
     WatchedBefore,
     NotThere,      // nothing is there, or no folder, or it must not be read
     LimitReached,  // no more folders can be watched

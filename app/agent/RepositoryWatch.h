@@ -79,7 +79,7 @@ class RepositoryWatch {
   std::set<std::string, std::less<>> opaque_;  // absolute
   // Trees to walk after the next status, which tells what in them is ignored.
   std::set<std::string, std::less<>> pending_;
-  bool gitPending_ = true;                     // the git directories are to be walked, too
+  bool gitPending_ = true;  // the git directories are to be walked, too
   bool limitReached_ = false;
   // Tasks ask it whether this is still there.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);

@@ -235,8 +235,7 @@ TEST_F(RepositoryWatchTest, OfARepositoryThatIsNotPartOfThisOneOnlyItsBeingThere
   sandbox_.remove("r/nested/.git");
   EXPECT_EQ(seen(), kStatus);
   settle();
-  EXPECT_EQ(watched(),
-            (std::set<std::string>{".", "sub", "sub/deep", "nested", "nested/src"}));
+  EXPECT_EQ(watched(), (std::set<std::string>{".", "sub", "sub/deep", "nested", "nested/src"}));
 }
 
 TEST_F(RepositoryWatchTest, WithoutUntrackedFilesOnlyTrackedFoldersAreWatched) {
@@ -246,8 +245,8 @@ TEST_F(RepositoryWatchTest, WithoutUntrackedFilesOnlyTrackedFoldersAreWatched) {
   EXPECT_EQ(watched(), (std::set<std::string>{}));
   const auto reading = StatusReader(GitCommand("git", "/"), copy_).read();
   ASSERT_EQ(reading.index(), 0U);
-  watch_->follow(*std::get<0>(reading), std::vector<std::string>{sandbox_.path("r"),
-                                                                 sandbox_.path("r/sub/deep")});
+  watch_->follow(*std::get<0>(reading),
+                 std::vector<std::string>{sandbox_.path("r"), sandbox_.path("r/sub/deep")});
   EXPECT_EQ(seen(), kStatus);
   EXPECT_EQ(watched(), (std::set<std::string>{".", "sub/deep"}));
 }
