@@ -52,7 +52,9 @@ class FieldDecoder : public KeyedDecoder {
 }  // namespace
 
 ArchiveDecoder::ArchiveDecoder(ByteView archive, DecodingLimits& limits)
-    : limits_(limits), reader_(archive, *this), comparison_(limits.bytesLeft) {}
+    : limits_(limits),
+      reader_(archive, *this),
+      comparison_(DecodingLimits::comparisons(archive.size())) {}
 
 Object ArchiveDecoder::root() {
   Object result = objectOf(reader_.root());

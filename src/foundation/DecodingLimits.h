@@ -14,6 +14,12 @@ struct DecodingLimits {
   static constexpr std::uint64_t kMaximumGrowth = 8;
   static constexpr std::uint64_t kFreeBytes = 65536;
 
+  // How many comparisons of keys the dictionaries of so many bytes may take. Keys are compared only
+  // where their hashes are equal, which in an honest archive they hardly ever are.
+  static constexpr std::uint64_t comparisons(std::size_t byteCount) {
+    return kFreeBytes + byteCount / 8;
+  }
+
   explicit DecodingLimits(std::size_t byteCount)
       : bytesLeft(kFreeBytes + kMaximumGrowth * byteCount) {}
 

@@ -1,6 +1,8 @@
 #include "foundation/Dictionary.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -22,7 +24,8 @@ Dictionary::Dictionary(std::initializer_list<Entry> entries) {
 }
 
 void Dictionary::set(Object key, Object value) {
-  ObjectComparison comparison;
+  // Enough to compare the key with every other, whatever their number.
+  ObjectComparison comparison(std::numeric_limits<std::uint64_t>::max());
   set(std::move(key), std::move(value), comparison);
 }
 
@@ -31,6 +34,7 @@ void Dictionary::set(Object key, Object value, ObjectComparison& comparison) {
   if (value.isNil()) throw std::invalid_argument("a dictionary cannot hold nil");
 
   const std::size_t index = indexOf(key, comparison);
+  if (comparison.isExhausted()) return;
   if (index < entries_.size()) {
     entries_[index].second = std::move(value);
     return;

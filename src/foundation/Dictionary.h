@@ -28,7 +28,7 @@ class Dictionary {
   // Adds or replaces; a replaced entry keeps its place. Raises std::invalid_argument for nil.
   void set(Object key, Object value);
   // The same for entries that come from nobody knows where: keys are compared by `comparison`,
-  // whose bound on the work holds. Once that is exhausted keys count as unequal.
+  // whose bound on the work holds. Once that is exhausted nothing is added.
   void set(Object key, Object value, ObjectComparison& comparison);
   // Removes the entry if there is one.
   void remove(const Object& key);

@@ -269,7 +269,7 @@ Dictionary Object::dictionary() const {
   Dictionary result;
   const Part* in = part();
   ObjectComparison comparison(
-      DecodingLimits(in != nullptr ? in->archive->reader().list().byteCount() : 0).bytesLeft);
+      DecodingLimits::comparisons(in != nullptr ? in->archive->reader().list().byteCount() : 0));
   ObjectView(*this).forEachEntry([&](ObjectView key, ObjectView value) {
     Object keyObject = key.toObject();
     Object valueObject = value.toObject();

@@ -149,7 +149,8 @@ class Object {
   // Object equality of the platform: numbers by value whatever their width, strings, data and dates
   // by content, URLs by URL::isEqual, containers by content, errors by domain, code and user
   // information, records, nodes and menu items by identity. A mutable value equals an immutable
-  // one. Nil equals nothing, not even nil. Nesting beyond 256 levels is unequal.
+  // one. Nil equals nothing, not even nil. What nests beyond 256 levels, or takes very many
+  // comparisons, is unequal.
   bool isEqual(const Object& other) const;
   // Equal objects have equal hashes, but for URLs (see URL::hash).
   std::size_t hash() const;

@@ -9,7 +9,9 @@
 
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
+#include "foundation/ObjectView.h"
 #include "foundation/OpaqueObject.h"
+#include "foundation/Overloaded.h"
 
 namespace kelpie {
 
@@ -18,6 +20,14 @@ namespace {
 // 2^63 and 2^64, the first reals beyond the integers.
 constexpr double kBeyondSigned = 9223372036854775808.0;
 constexpr double kBeyondUnsigned = 18446744073709551616.0;
+
+// Bytes of a long value that count as one comparison.
+constexpr std::size_t kPiece = 64;
+// What remembering a pair counts for, so that what is remembered is bounded, too.
+constexpr std::uint64_t kPairWork = 64;
+
+// How many elements of a container its hash depends on.
+constexpr std::size_t kHashedElements = 16;
 
 // Sets up to this size are compared element by element.
 constexpr std::size_t kLinearSize = 8;
@@ -59,8 +69,9 @@ std::size_t hashOfNumber(const Object& number) {
   return std::isnan(value) ? 1 : std::hash<double>{}(value);
 }
 
-// The hash of an element that has a hash of its content alone; 0 for a container or a URL.
-std::size_t hashOfLeaf(const Object& element) {
+// What an element adds to the hash of its container: nothing where its hash would lead deeper, or
+// is not one of its value alone.
+std::size_t hashOfLeaf(const ObjectView& element) {
   switch (element.kind()) {
     case Object::Kind::Boolean:
     case Object::Kind::Integer:
@@ -68,27 +79,60 @@ std::size_t hashOfLeaf(const Object& element) {
     case Object::Kind::String:
     case Object::Kind::Data:
     case Object::Kind::Date:
-      return element.hash();
+      return element.toObject().hash();
     default:
       return 0;
   }
+}
+
+// Containers hash by their size and a look at their surface, so that hashing is bounded whatever
+// they hold.
+std::size_t hashOfArray(const ObjectView& array) {
+  std::size_t hash = combine(3, array.size());
+  std::size_t looked = 0;
+  array.forEachElement([&](ObjectView element) {
+    hash = combine(hash, hashOfLeaf(element));
+    return ++looked < kHashedElements;
+  });
+  return hash;
+}
+
+// The order does not count, so it is all elements or none.
+std::size_t hashOfSet(const ObjectView& set) {
+  std::size_t sum = set.size();
+  if (set.size() > kHashedElements) return sum;
+  set.forEachElement([&](ObjectView element) {
+    sum += hashOfLeaf(element);
+    return true;
+  });
+  return sum;
+}
+
+std::size_t hashOfDictionary(const ObjectView& dictionary) {
+  std::size_t sum = dictionary.size();
+  if (dictionary.size() > kHashedElements) return sum;
+  dictionary.forEachEntry([&](ObjectView key, ObjectView value) {
+    sum += combine(hashOfLeaf(key), hashOfLeaf(value));
+    return true;
+  });
+  return sum;
 }
 
 }  // namespace
 
 bool ObjectComparison::isEqual(const Object& a, const Object& b) {
   using Kind = Object::Kind;
-  if (!charge(0)) return false;
+  if (!charge(1)) return false;
   if (a.isNumber() && b.isNumber()) return isEqualNumber(a, b);
   // A URL is asked even about what is no URL: its rule is its own.
   if (const auto* url = std::get_if<URL>(&a.value_)) return url->isEqual(b);
   if (a.kind() != b.kind()) return false;
   switch (a.kind()) {
     case Kind::String:
-      return charge(a.shared<std::string>()->size()) &&
+      return charge(a.shared<std::string>()->size() / kPiece) &&
              *a.shared<std::string>() == *b.shared<std::string>();
     case Kind::Data:
-      return charge(a.shared<Bytes>()->size()) && *a.shared<Bytes>() == *b.shared<Bytes>();
+      return charge(a.shared<Bytes>()->size() / kPiece) && *a.shared<Bytes>() == *b.shared<Bytes>();
     case Kind::Date:
       return isEqualReal(a.dateValue(), b.dateValue());
     case Kind::Archivable:
@@ -98,6 +142,8 @@ bool ObjectComparison::isEqual(const Object& a, const Object& b) {
     case Kind::Dictionary:
     case Kind::Error:
     case Kind::Opaque:
+      // Without a copy where there is nothing to be read, so that the count of holders is right.
+      if (a.part() == nullptr && b.part() == nullptr) return isEqualContainer(a, b);
       return isEqualContainer(a.whole(), b.whole());
     default:
       return false;
@@ -129,8 +175,18 @@ bool ObjectComparison::isEqualContainer(const Object& a, const Object& b) {
             isEqualSlot(errorA->userInfo, errorB->userInfo);
   }
   --depth_;
-  known_.emplace(pair, equal);
+  // What only one container holds is met only when that is compared.
+  if ((isHeldTwice(a) || isHeldTwice(b)) && charge(kPairWork)) known_.emplace(pair, equal);
   return equal;
+}
+
+bool ObjectComparison::isHeldTwice(const Object& object) {
+  return std::visit(
+      Overloaded{
+          []<class T>(const Object::Shared<T>& value) { return value.value.use_count() > 1; },
+          []<class T>(const std::shared_ptr<const T>& value) { return value.use_count() > 1; },
+          [](const auto& /*other*/) { return false; }},
+      object.value_);
 }
 
 bool ObjectComparison::isEqualArray(const Objects& a, const Objects& b) {
@@ -176,8 +232,7 @@ bool ObjectComparison::isEqualOpaque(const OpaqueObject& a, const OpaqueObject& 
   });
 }
 
-bool ObjectComparison::charge(std::size_t byteCount) {
-  const std::uint64_t work = 1 + byteCount / 64;
+bool ObjectComparison::charge(std::uint64_t work) {
   workLeft_ -= std::min(work, workLeft_);
   return workLeft_ != 0;
 }
@@ -195,6 +250,8 @@ std::size_t Object::hashOfString(std::string_view text) {
 }
 
 std::size_t Object::hash() const {
+  // What does not decode is an element in place, and none of the whole.
+  if (part() != nullptr) return whole().hash();
   switch (kind()) {
     case Kind::Nil:
       return 0;
@@ -211,12 +268,11 @@ std::size_t Object::hash() const {
     case Kind::Url:
       return std::get<URL>(value_).hash();
     case Kind::Array:
-      // Containers hash by a look at their surface, so that hashing is bounded whatever they hold.
-      return size() == 0 ? 3
-                         : combine(size(), combine(hashOfLeaf(at(0)), hashOfLeaf(at(size() - 1))));
+      return hashOfArray(*this);
     case Kind::Set:
+      return hashOfSet(*this);
     case Kind::Dictionary:
-      return combine(4, size());
+      return hashOfDictionary(*this);
     case Kind::Error:
       return combine(hashOfString(error()->domain), static_cast<std::size_t>(error()->code));
     case Kind::Archivable:

@@ -17,9 +17,13 @@ class ObjectComparison {
   // Containers nested deeper than this are unequal.
   static constexpr int kMaximumDepth = 256;
 
+  // Enough for any two objects that are compared in earnest, and about a second of work.
+  static constexpr std::uint64_t kMaximumWork = std::uint64_t{1} << 27U;
+
   // `maximumWork` bounds the number of values (and of 64-byte pieces of long ones) that are
-  // compared, for objects that come from nobody knows where.
-  explicit ObjectComparison(std::uint64_t maximumWork = UINT64_MAX) : workLeft_(maximumWork) {}
+  // compared. Objects that come from nobody knows where can be made so that each element of one
+  // set has to be compared with each of another.
+  explicit ObjectComparison(std::uint64_t maximumWork = kMaximumWork) : workLeft_(maximumWork) {}
 
   bool isEqual(const Object& a, const Object& b);
 
@@ -32,14 +36,17 @@ class ObjectComparison {
   bool isEqualSet(const Objects& a, const Objects& b);
   bool isEqualDictionary(const Dictionary& a, const Dictionary& b);
   bool isEqualOpaque(const OpaqueObject& a, const OpaqueObject& b);
+  // Whether more than one place holds the container: a hint, as others may take or leave it.
+  static bool isHeldTwice(const Object& object);
   // Equality of two places in a container, either of which may be empty.
   bool isEqualSlot(const Object& a, const Object& b);
 
-  bool charge(std::size_t byteCount);
+  bool charge(std::uint64_t work);
 
   int depth_ = 0;
   std::uint64_t workLeft_;
-  // What came out for two containers, by their addresses.
+  // What came out for two containers of which one at least is held in several places, by their
+  // addresses.
   std::map<std::pair<const void*, const void*>, bool> known_;
 };
 

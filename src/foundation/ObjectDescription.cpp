@@ -32,6 +32,7 @@ class Describer {
   }
 
   void describe(const ObjectView& view) {
+    if (isFull()) return;
     switch (view.kind()) {
       case Object::Kind::Array:
         return describeElements(view, '[', ']');
@@ -67,7 +68,7 @@ class Describer {
       isFirst = false;
       describe(key);
       text_ += ": ";
-      if (!isFull()) describe(value);
+      describe(value);
       return !isFull();
     });
     text_ += '}';
@@ -96,7 +97,7 @@ class Describer {
         return describeUrl(*object.url());
       case Object::Kind::Error:
         text_ += "error " + object.error()->domain + " " + std::to_string(object.error()->code);
-        if (!isFull()) describe(object.error()->userInfo);
+        describe(object.error()->userInfo);
         return;
       case Object::Kind::Archivable:
         text_ += '<';

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "foundation/Dictionary.h"
-#include "foundation/ObjectComparison.h"
 
 namespace kelpie {
 
@@ -71,15 +70,14 @@ Objects PropertyListDecoder::elements(const BinaryPropertyList::Item& item) {
 }
 
 Object PropertyListDecoder::dictionary(const BinaryPropertyList::Item& item) {
-  ObjectComparison comparison(limits_.bytesLeft);
   Dictionary entries;
   for (std::size_t index = 0; index < item.count; ++index) {
     Object key = object(list_.keyAt(item, index));
     Object value = object(list_.valueAt(item, index));
     if (key.isNil() || value.isNil()) continue;
-    entries.set(std::move(key), std::move(value), comparison);
+    entries.set(std::move(key), std::move(value), comparison_);
   }
-  if (comparison.isExhausted()) isRefused_ = true;
+  if (comparison_.isExhausted()) isRefused_ = true;
   return {std::move(entries)};
 }
 

@@ -7,6 +7,7 @@
 #include "foundation/BinaryPropertyList.h"
 #include "foundation/DecodingLimits.h"
 #include "foundation/Object.h"
+#include "foundation/ObjectComparison.h"
 
 namespace kelpie {
 
@@ -16,7 +17,7 @@ class PropertyListDecoder {
  public:
   // Borrows both.
   PropertyListDecoder(const BinaryPropertyList& list, DecodingLimits& limits)
-      : list_(list), limits_(limits) {}
+      : list_(list), limits_(limits), comparison_(DecodingLimits::comparisons(list.byteCount())) {}
 
   // nil for a UID or a set. In a container a nil is left out, and so is an entry whose key or value
   // is nil.
@@ -33,6 +34,7 @@ class PropertyListDecoder {
 
   const BinaryPropertyList& list_;
   DecodingLimits& limits_;
+  ObjectComparison comparison_;
   bool isRefused_ = false;
   // By the place in the list; missing while it is being made.
   std::unordered_map<std::uint32_t, std::optional<Object>> known_;
