@@ -70,7 +70,7 @@ TEST(RuntimeDirectory, IsRefusedWhenOthersHaveAccess) {
   const TemporaryFolder folder;
   const RuntimeDirectory runtime(folder / "kelpie");
   ASSERT_EQ(runtime.prepare(), std::nullopt);
-  for (const mode_t mode : {0701, 0710, 0740, 0704, 0755, 0777}) {
+  for (const mode_t mode : {0701U, 0710U, 0740U, 0704U, 0755U, 0777U}) {
     ASSERT_EQ(::chmod(runtime.path().c_str(), mode), 0);
     EXPECT_EQ(runtime.prepare(), runtime.path() + " is open to other users") << std::oct << mode;
   }
