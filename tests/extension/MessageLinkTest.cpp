@@ -204,7 +204,7 @@ TEST_F(MessageLinkTest, ADeadPortIsKeptAsWell) {
 TEST_F(MessageLinkTest, WhatCannotBeArchivedIsReported) {
   fakes.messagePorts.setListening(kApplicationPort, true);
   Object nested = "x";
-  for (int level = 0; level < 5000; ++level) {
+  for (int level = 0; level < 300; ++level) {
     nested = Objects{nested};
   }
   send({{kMessageArgumentKey, nested}});

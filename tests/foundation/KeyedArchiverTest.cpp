@@ -231,7 +231,9 @@ TEST(KeyedArchiver, UrlsOfOneTextStayTwoObjects) {
 }
 
 TEST(KeyedArchiver, APartOfAnOpenedArchiveIsWrittenOnce) {
-  const auto bytes = KeyedArchiver::archivedData(Objects{Objects{"a"}});
+  Objects outer;
+  outer.emplace_back(Objects{"a"});
+  const auto bytes = KeyedArchiver::archivedData(outer);
   ASSERT_TRUE(bytes);
   const Object part = KeyedUnarchiver::open(std::make_shared<const Bytes>(*bytes)).at(0);
   EXPECT_EQ(Written(Objects{part, part}).objectCount(), 3U + 2U);

@@ -19,21 +19,22 @@ class Blocker {
  public:
   // Posts the task and waits until it runs.
   void block(SerialQueue& queue) {
-    std::promise<void> running;
-    queue.post([this, &running, released = released_] {
-      running.set_value();
+    const auto running = std::make_shared<std::promise<void>>();
+    queue.post([running, released = released_, returned = returned_] {
+      running->set_value();
       released.wait();
-      ++returned;
+      ++*returned;
     });
-    running.get_future().wait();
+    running->get_future().wait();
   }
   void release() { release_.set_value(); }
-
-  std::atomic<int> returned = 0;
+  int returned() const { return *returned_; }
 
  private:
   std::promise<void> release_;
   std::shared_future<void> released_ = release_.get_future().share();
+  // Shared with the tasks, which may end after the test has let the blocker go.
+  std::shared_ptr<std::atomic<int>> returned_ = std::make_shared<std::atomic<int>>(0);
 };
 
 class ThreadPoolTest : public testing::Test {
@@ -98,6 +99,7 @@ TEST_F(ThreadPoolTest, TasksOfDifferentQueuesRunAtTheSameTime) {
 }
 
 TEST_F(ThreadPoolTest, WorkThatNeverReturnsCostsItsOwnQueueOnly) {
+  std::atomic<bool> waited = false;
   ThreadPool pool(log, 2);
   Blocker blocker;
   std::vector<std::shared_ptr<SerialQueue>> stuck;
@@ -107,7 +109,6 @@ TEST_F(ThreadPoolTest, WorkThatNeverReturnsCostsItsOwnQueueOnly) {
   }
   const auto healthy = pool.makeQueue("healthy");
   EXPECT_TRUE(runs(*healthy));
-  std::atomic<bool> waited = false;
   stuck[0]->post([&waited] { waited = true; });
   EXPECT_TRUE(runs(*healthy));
   EXPECT_FALSE(waited) << "a queue runs one task at a time";
@@ -131,15 +132,15 @@ TEST_F(ThreadPoolTest, ThreadsThatCameBackAreLetGo) {
   while (pool.threads() > 2 && std::chrono::steady_clock::now() < deadline)
     std::this_thread::yield();
   EXPECT_LE(pool.threads(), 2U);
-  EXPECT_EQ(blocker.returned, 6);
+  EXPECT_EQ(blocker.returned(), 6);
 }
 
 TEST_F(ThreadPoolTest, AQueueKnowsItsOwnTasks) {
+  std::promise<std::pair<bool, bool>> seen;
   ThreadPool pool(log, 2);
   const auto queue = pool.makeQueue("one");
   const auto other = pool.makeQueue("other");
   EXPECT_FALSE(queue->isCurrent());
-  std::promise<std::pair<bool, bool>> seen;
   queue->post([&] { seen.set_value({queue->isCurrent(), other->isCurrent()}); });
   EXPECT_EQ(seen.get_future().get(), std::pair(true, false));
 }
@@ -147,9 +148,11 @@ TEST_F(ThreadPoolTest, AQueueKnowsItsOwnTasks) {
 TEST_F(ThreadPoolTest, AQueueMayBeLetGoInsideItsOwnTask) {
   std::vector<int> order;
   {
-    ThreadPool pool(log, 1);
-    auto queue = pool.makeQueue("test");
+    // The pool goes first, and waits for the tasks, which use the others.
+    std::shared_ptr<SerialQueue> queue;
     std::promise<void> posted;
+    ThreadPool pool(log, 1);
+    queue = pool.makeQueue("test");
     queue->post([&, ready = posted.get_future().share()] {
       ready.wait();
       order.push_back(1);
@@ -162,10 +165,10 @@ TEST_F(ThreadPoolTest, AQueueMayBeLetGoInsideItsOwnTask) {
 }
 
 TEST_F(ThreadPoolTest, ATaskIsNeverRunInline) {
-  ThreadPool pool(log, 2);
-  const auto queue = pool.makeQueue("test");
   std::promise<std::thread::id> ran;
   std::promise<bool> returnedFirst;
+  ThreadPool pool(log, 2);
+  const auto queue = pool.makeQueue("test");
   queue->post([&] {
     bool inner = false;
     queue->post([&ran] { ran.set_value(std::this_thread::get_id()); });

@@ -57,6 +57,12 @@ void ManualQueue::runAll() {
   ADD_FAILURE() << "the queue \"" << label_ << "\" never runs dry";
 }
 
+void ManualQueue::dropAll() {
+  std::deque<Task> dropped;
+  const std::lock_guard lock(mutex_);
+  dropped.swap(tasks_);
+}
+
 void ManualQueue::post(std::function<void()> task) {
   const std::lock_guard lock(mutex_);
   tasks_.push_back({order_++, std::move(task)});

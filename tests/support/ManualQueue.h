@@ -27,6 +27,8 @@ class ManualQueue final : public SerialQueue {
   bool runOne();
   // Runs until nothing is left, what the tasks post included, and fails the test after a million.
   void runAll();
+  // Lets go of what waits, without running it.
+  void dropAll();
 
   void post(std::function<void()> task) override;
   bool isCurrent() const override;

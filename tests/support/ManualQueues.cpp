@@ -10,6 +10,12 @@ namespace kelpie {
 ManualQueues::ManualQueues(EventLog& events)
     : events_(events), main_(std::make_shared<ManualQueue>("main", order_)), queues_{main_} {}
 
+ManualQueues::~ManualQueues() {
+  for (const std::shared_ptr<ManualQueue>& queue : all()) {
+    queue->dropAll();
+  }
+}
+
 std::vector<std::shared_ptr<ManualQueue>> ManualQueues::all() const {
   const std::lock_guard lock(mutex_);
   return queues_;

@@ -19,6 +19,10 @@ namespace kelpie {
 class ManualQueues final : public SerialQueues {
  public:
   explicit ManualQueues(EventLog& events);
+  // Drops the tasks that never ran: they may hold what holds their queue.
+  ~ManualQueues() override;
+  ManualQueues(const ManualQueues&) = delete;
+  ManualQueues& operator=(const ManualQueues&) = delete;
 
   ManualQueue& main() { return *main_; }
   // The queues that bear the label, in the order of their making.
