@@ -33,7 +33,7 @@ class RootFinder {
   // A root that equals a folder or is a parent of it. An item that is the root's own parent is not
   // inside the root, though links in its path may make it look so.
   struct Holder {
-    std::size_t root;
+    std::size_t root = 0;
     std::optional<FileIdentifier> parent;
   };
   using Holders = std::vector<Holder>;
