@@ -4,8 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
-
+#include "support/EnvironmentVariable.h"
 #include "support/TemporaryFolder.h"
 
 namespace kelpie {
@@ -17,31 +16,8 @@ mode_t modeOf(const std::string& path) {
   return status.st_mode & 07777U;
 }
 
-// Sets a variable of the environment for its own life.
-class Variable {
- public:
-  Variable(const char* name, const char* value) : name_(name) {
-    if (const char* former = std::getenv(name)) former_ = former;
-    set(value);
-  }
-  ~Variable() { set(former_ ? former_->c_str() : nullptr); }
-  Variable(const Variable&) = delete;
-  Variable& operator=(const Variable&) = delete;
-
- private:
-  void set(const char* value) const {
-    if (value == nullptr) {
-      ::unsetenv(name_);
-    } else {
-      ::setenv(name_, value, 1);
-    }
-  }
-  const char* name_;
-  std::optional<std::string> former_;
-};
-
 TEST(RuntimeDirectory, IsBelowTheUsersRuntimeDirectory) {
-  const Variable variable("XDG_RUNTIME_DIR", "/run/user/7");
+  const EnvironmentVariable variable("XDG_RUNTIME_DIR", "/run/user/7");
   const RuntimeDirectory runtime;
   EXPECT_EQ(runtime.path(), "/run/user/7/kelpie");
   EXPECT_EQ(runtime.portsFolder(), "/run/user/7/kelpie/ports");
@@ -52,7 +28,7 @@ TEST(RuntimeDirectory, IsBelowTheUsersRuntimeDirectory) {
 TEST(RuntimeDirectory, IsATemporaryOneWhenTheUserHasNone) {
   const std::string want = "/tmp/kelpie-" + std::to_string(::getuid());
   for (const char* value : {static_cast<const char*>(nullptr), "", "relative/path"}) {
-    const Variable variable("XDG_RUNTIME_DIR", value);
+    const EnvironmentVariable variable("XDG_RUNTIME_DIR", value);
     EXPECT_EQ(RuntimeDirectory().path(), want);
   }
 }
