@@ -1,5 +1,8 @@
 #include "extension/ControllerRoutes.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "extension/KPKelpieSync.h"
 
 namespace kelpie {
@@ -20,6 +23,7 @@ void setMonitor(KPKelpieSync& controller, const Object& /*monitor*/) {
   controller.setMonitor(nullptr);
 }
 
+// The actions stand together: see actionRoutes().
 constexpr Route<KPKelpieSync> kRoutes[] = {
     // Presence, folders and repositories.
     {"updateApplicationRunning:", calls<&KPKelpieSync::updateApplicationRunning>},
@@ -148,8 +152,21 @@ constexpr Route<KPKelpieSync> kRoutes[] = {
     {"dealloc", answers},
 };
 
+constexpr const Route<KPKelpieSync>* routeOf(std::string_view selector) {
+  return std::ranges::find(kRoutes, selector, &Route<KPKelpieSync>::selector);
+}
+
+constexpr std::string_view kFirstAction = "addRemote:";
+constexpr std::string_view kLastAction = "createRepository:";
+static_assert(routeOf(kFirstAction) < routeOf(kLastAction) &&
+              routeOf(kLastAction) != std::end(kRoutes));
+
 }  // namespace
 
 std::span<const Route<KPKelpieSync>> controllerRoutes() { return kRoutes; }
+
+std::span<const Route<KPKelpieSync>> actionRoutes() {
+  return {routeOf(kFirstAction), routeOf(kLastAction) + 1};
+}
 
 }  // namespace kelpie

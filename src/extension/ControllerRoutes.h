@@ -12,4 +12,7 @@ class KPKelpieSync;
 // or a menu item names it with. Main queue.
 std::span<const Route<KPKelpieSync>> controllerRoutes();
 
+// Those of them that a menu item can bear as its action, `remoteRepositoryAction:` included.
+std::span<const Route<KPKelpieSync>> actionRoutes();
+
 }  // namespace kelpie

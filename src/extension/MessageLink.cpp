@@ -5,7 +5,6 @@
 
 #include "extension/AppMessage.h"
 #include "foundation/Error.h"
-#include "foundation/KeyedArchiver.h"
 #include "foundation/MessageKeys.h"
 #include "settings/ApplicationGroup.h"
 
@@ -84,7 +83,7 @@ void MessageLink::sendMessage(const Dictionary& message, std::int32_t id) {
   if (const std::optional<std::string> name = portName()) {
     addressed.set(kMessagePortNameKey, *name);
   }
-  const std::optional<Bytes> archive = KeyedArchiver::archivedData(std::move(addressed));
+  const std::optional<Bytes> archive = platform_.messagePorts.archivedMessage(std::move(addressed));
   if (!archive) {
     showSendingError(kArchivingError);
     return;

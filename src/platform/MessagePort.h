@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "foundation/Bytes.h"
+#include "foundation/Object.h"
 
 namespace kelpie {
 
@@ -50,6 +52,10 @@ class MessagePorts {
                                                         LocalMessagePort::Handler handler) = 0;
   // Any thread; never blocks. Null when nobody listens under that name.
   virtual std::shared_ptr<RemoteMessagePort> createRemote(std::string_view name) = 0;
+  // The keyed archive of a message that is to go out: the core's own, unless the platform has an
+  // archiver that its programs know better. Any thread. Missing when the message cannot be
+  // archived.
+  virtual std::optional<Bytes> archivedMessage(const Object& message) const;
 };
 
 }  // namespace kelpie

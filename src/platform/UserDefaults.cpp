@@ -1,7 +1,8 @@
 #include "platform/UserDefaults.h"
 
-#include <array>
-#include <charconv>
+#include <iomanip>
+#include <locale>
+#include <sstream>
 
 namespace kelpie {
 namespace {
@@ -18,19 +19,14 @@ bool boolOfString(std::string_view text) {
   return std::string_view("YyTt123456789").find(text[significant]) != std::string_view::npos;
 }
 
-template <class... Format>
-std::string numberText(Format... format) {
-  std::array<char, 32> text{};
-  const auto written = std::to_chars(text.data(), text.data() + text.size(), format...);
-  return {text.data(), written.ptr};
-}
-
-// "1" for YES; reals in at most 16 digits, as the platform writes them.
+// "1" for YES; reals in at most 16 digits, as the platform writes them. (A stream, since older
+// systems cannot write reals with std::to_chars.)
 std::string textOfNumber(const Object& number) {
-  constexpr int kDigits = 16;
-  if (number.kind() == Object::Kind::Real)
-    return numberText(number.doubleValue(), std::chars_format::general, kDigits);
-  return numberText(number.integerValue());
+  if (number.kind() != Object::Kind::Real) return std::to_string(number.integerValue());
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text << std::setprecision(16) << number.doubleValue();
+  return text.str();
 }
 
 }  // namespace

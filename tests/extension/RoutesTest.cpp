@@ -79,6 +79,18 @@ TEST(Routes, OfARepositoryAreItsOperationsOfOneObject) {
   EXPECT_EQ(selectorsOf(repositoryRoutes()), wanted);
 }
 
+TEST(Routes, ThatAMenuItemCanBearAreTheActions) {
+  const Selectors actions = selectorsOf(actionRoutes());
+  EXPECT_EQ(actions.size(), 62U);
+  for (const char* action : {"addRemote:", "stage:", "remoteRepositoryAction:", "quit:", "clone:",
+                             "createRepository:"}) {
+    EXPECT_TRUE(actions.contains(action)) << action;
+  }
+  for (const char* other : {"openRepositoryWithUrls:", "setRepositories:", "init"}) {
+    EXPECT_FALSE(actions.contains(other)) << other;
+  }
+}
+
 // Which of the two is asked first matters only where both know a selector, and none do: were one
 // to join both tables, the controller would take it from the repository.
 TEST(Routes, OfTheTwoHaveNothingInCommon) {

@@ -1,0 +1,11 @@
+#include "platform/MessagePort.h"
+
+#include "foundation/KeyedArchiver.h"
+
+namespace kelpie {
+
+std::optional<Bytes> MessagePorts::archivedMessage(const Object& message) const {
+  return KeyedArchiver::archivedData(message);
+}
+
+}  // namespace kelpie
