@@ -35,7 +35,7 @@ std::string homeFolder() {
   std::string home = absolutePathIn("HOME");
   if (!home.empty()) return home;
   const passwd* user = ::getpwuid(::getuid());
-  return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
+  return user != nullptr && user->pw_dir != nullptr && *user->pw_dir == '/' ? user->pw_dir : "/";
 }
 
 DefaultsFile::Stamp stampOf(const struct stat& status) {
@@ -90,8 +90,7 @@ std::optional<DefaultsFile> DefaultsFile::ofSuite(std::string_view suite) {
   std::string folder = absolutePathIn("XDG_CONFIG_HOME");
   if (folder.empty()) {
     folder = homeFolder();
-    if (folder.empty()) return std::nullopt;
-    folder += "/.config";
+    folder += folder.ends_with('/') ? ".config" : "/.config";
   }
   return DefaultsFile(folder.append("/kelpie/").append(suite).append(".plist"));
 }

@@ -18,8 +18,7 @@ namespace kelpie {
 class DefaultsFile {
  public:
   // `$XDG_CONFIG_HOME/kelpie/<suite>.plist`; below `~/.config` when that variable is missing, empty
-  // or no absolute path. Missing when the suite's name cannot be that of a file, or nobody says
-  // where the home folder is.
+  // or no absolute path. Missing when the suite's name cannot be that of a file.
   static std::optional<DefaultsFile> ofSuite(std::string_view suite);
   // Another file: an absolute path.
   explicit DefaultsFile(std::string path);

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/linux/DefaultsFile.h"
+#include "platform/linux/MainLoop.h"
+#include "platform/linux/UniqueFd.h"
+
+namespace kelpie {
+
+// Tells when a file in the folder of the settings may have changed. The folder is made when it is
+// missing, and again when it goes. Main thread.
+class DefaultsWatch {
+ public:
+  // Calls `onChange` on the main loop, once for changes that come close together. `file` is any
+  // file in the folder. What keeps the folder from being made or watched is logged as one line;
+  // nothing is told then. `loop` outlives this.
+  DefaultsWatch(MainLoop& loop, DefaultsFile file, std::function<void()> onChange);
+  DefaultsWatch(const DefaultsWatch&) = delete;
+  DefaultsWatch& operator=(const DefaultsWatch&) = delete;
+
+ private:
+  void watchFolder();
+  void takeEvents();
+
+  MainLoop& loop_;
+  const DefaultsFile file_;
+  const std::function<void()> onChange_;
+  UniqueFd events_;
+  int folder_ = -1;  // the watch on the folder that is there now
+  std::unique_ptr<MainLoop::Source> source_;
+};
+
+}  // namespace kelpie

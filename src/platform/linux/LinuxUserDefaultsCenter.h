@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <vector>
+
+#include "platform/UserDefaults.h"
+#include "platform/linux/DefaultsStore.h"
+#include "platform/linux/DefaultsWatch.h"
+#include "platform/linux/LinuxUserDefaults.h"
+#include "platform/linux/MainLoop.h"
+
+namespace kelpie {
+
+// The settings of this user, one file a suite in one folder, which is watched.
+class LinuxUserDefaultsCenter final : public UserDefaultsCenter {
+ public:
+  // Main thread. `bundleIdentifier` names the standard defaults, and can be the name of a file.
+  // `loop` outlives this and all stores.
+  LinuxUserDefaultsCenter(MainLoop& loop, std::string_view bundleIdentifier);
+
+  UserDefaults& standardDefaults() override { return standard_; }
+  // Null when the suite's name cannot be that of a file.
+  std::unique_ptr<UserDefaults> defaultsWithSuiteName(std::string_view suite) override;
+
+ private:
+  std::shared_ptr<DefaultsStore> open(DefaultsFile file);
+  void checkForChanges();
+
+  MainLoop& loop_;
+  DefaultsWatch watch_;  // before anything is read: no change is missed
+  std::mutex mutex_;
+  std::vector<std::weak_ptr<DefaultsStore>> stores_;  // guarded by mutex_
+  LinuxUserDefaults standard_;
+};
+
+}  // namespace kelpie
