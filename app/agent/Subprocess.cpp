@@ -129,7 +129,8 @@ bool Run::start() {
   std::array<int, 2> errors{-1, -1};
   if (pipe2(output.data(), O_CLOEXEC) != 0) return fail(systemError("pipe"));
   output_ = Descriptor(output[0]);
-  const Descriptor outputEnd(output[1]);
+  Descriptor outputEnd(output[1]);
+  if (!call_.outputMatters) outputEnd = Descriptor(open("/dev/null", O_WRONLY | O_CLOEXEC));
   if (pipe2(errors.data(), O_CLOEXEC) != 0) return fail(systemError("pipe"));
   errors_ = Descriptor(errors[0]);
   const Descriptor errorsEnd(errors[1]);

@@ -22,6 +22,8 @@ struct ProgramCall {
   std::string input;  // what it reads from its standard input
   // A program that writes more than this is ended.
   std::size_t maximumOutput = std::size_t{64} << 20U;
+  // False: what it writes to its standard output goes nowhere.
+  bool outputMatters = true;
   // A program that runs longer is ended; 0: as long as it wants.
   std::chrono::milliseconds timeLimit{0};
   // It has no use without the agent, and ends with it.

@@ -1,0 +1,16 @@
+#include "agent/ActionRules.h"
+
+#include "agent/FileActions.h"
+
+namespace kelpie::agent {
+
+std::vector<std::span<const ActionRule>> ActionRules::all() { return {fileActions()}; }
+
+const ActionRule* ActionRules::find(std::string_view action) {
+  for (const std::span<const ActionRule> group : all())
+    for (const ActionRule& rule : group)
+      if (rule.action == action) return &rule;
+  return nullptr;
+}
+
+}  // namespace kelpie::agent
