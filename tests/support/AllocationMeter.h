@@ -6,7 +6,7 @@
 namespace kelpie {
 
 // Counts what this thread takes from the heap with `new` between its making and the questions. A
-// program that uses it has its operator new replaced.
+// program that uses it has its operator new replaced; in a sanitizer's build malloc counts, too.
 class AllocationMeter {
  public:
   AllocationMeter();
