@@ -96,7 +96,7 @@ Object ArchiveDecoder::text(const ArchivedValue& value, const ArchivedContent& c
   const auto known = texts_.find(content.item.offset);
   // The same bytes may be read as a string here and as data there.
   if (known != texts_.end() && known->second.kind() == content.kind) return known->second;
-  const Object made = make(value, content);
+  Object made = make(value, content);
   texts_.insert_or_assign(content.item.offset, made);
   return made;
 }

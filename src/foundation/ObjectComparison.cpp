@@ -160,7 +160,7 @@ bool ObjectComparison::isEqualContainer(const Object& a, const Object& b) {
 
   ++depth_;
   bool equal = false;
-  if (const Objects* elements = a.shared<Objects>()) {
+  if (const auto* elements = a.shared<Objects>()) {
     equal = isEqualArray(*elements, *b.shared<Objects>());
   } else if (const auto* set = a.shared<Object::SetElements>()) {
     equal = isEqualSet(set->elements, b.shared<Object::SetElements>()->elements);

@@ -23,7 +23,8 @@ UrlList::UrlList(const ObjectView& array) {
 
 std::string_view UrlList::path(std::size_t index) const {
   const std::size_t begin = index == 0 ? 0 : ends_[index - 1];
-  return std::string_view(text_).substr(begin, ends_[index] - begin);
+  const std::string_view text = text_;
+  return text.substr(begin, ends_[index] - begin);
 }
 
 }  // namespace kelpie
