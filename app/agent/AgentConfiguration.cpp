@@ -1,0 +1,41 @@
+#include "agent/AgentConfiguration.h"
+
+#include <glib.h>
+
+#include <memory>
+
+#include "platform/linux/GLibPointers.h"
+
+namespace kelpie::agent {
+namespace {
+
+struct KeyFileFree {
+  void operator()(GKeyFile* file) const { g_key_file_unref(file); }
+};
+
+}  // namespace
+
+// GLib's own notion of the folder follows the same rules.
+std::string AgentConfiguration::file() {
+  return std::string(g_get_user_config_dir()) + "/kelpie/agent.conf";
+}
+
+AgentConfiguration AgentConfiguration::read(const std::string& file,
+                                            std::optional<std::string>& problem) {
+  AgentConfiguration configuration;
+  const std::unique_ptr<GKeyFile, KeyFileFree> keys(g_key_file_new());
+  GError* raw = nullptr;
+  const bool isRead =
+      g_key_file_load_from_file(keys.get(), file.c_str(), G_KEY_FILE_NONE, &raw) != FALSE;
+  const GErrorPtr error(raw);
+  if (!isRead) {
+    if (g_error_matches(error.get(), G_FILE_ERROR, G_FILE_ERROR_NOENT) == FALSE)
+      problem = file + ": " + error->message;
+    return configuration;
+  }
+  const GCharPtr program(g_key_file_get_string(keys.get(), "Git", "Program", nullptr));
+  if (program != nullptr && *program != '\0') configuration.gitProgram = program.get();
+  return configuration;
+}
+
+}  // namespace kelpie::agent

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace kelpie::agent {
+
+// What the user can set about the agent itself: `$XDG_CONFIG_HOME/kelpie/agent.conf`, a file of
+// groups, keys and values.
+struct AgentConfiguration {
+  // [Git] Program: the path of git, or a name that is looked up on PATH.
+  std::string gitProgram = "git";
+
+  // `$XDG_CONFIG_HOME/kelpie/agent.conf`; below `~/.config` when that variable is missing, empty or
+  // no absolute path.
+  static std::string file();
+  // What the file says. A missing file, or a key that is not there, leaves what stands above; of a
+  // file that cannot be read, `problem` says why, in one line.
+  static AgentConfiguration read(const std::string& file, std::optional<std::string>& problem);
+};
+
+}  // namespace kelpie::agent

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+
+#include "platform/linux/MainLoop.h"
+
+namespace kelpie::agent {
+
+// Lets only a few readings run at a time, so that a thousand repositories that change together do
+// not start a thousand gits. A reading that takes very long, such as on a file system that does not
+// answer, counts as ended after a while: the others go on. Main thread.
+class ReadingSlots {
+ public:
+  using Ticket = std::uint64_t;
+
+  // `loop` outlives this. At least one slot.
+  ReadingSlots(MainLoop& loop, std::size_t slots, std::chrono::milliseconds patience = kPatience);
+
+  // Calls `start` with a ticket: at once, or when the turn has come. Every ticket is given back.
+  void enter(std::function<void(Ticket ticket)> start);
+  void leave(Ticket ticket);
+
+  std::size_t running() const { return running_.size(); }
+
+  static constexpr std::chrono::milliseconds kPatience{5000};
+
+ private:
+  void startNext();
+
+  MainLoop& loop_;
+  const std::size_t slots_;
+  const std::chrono::milliseconds patience_;
+  // With the time at which each is no longer waited for.
+  std::map<Ticket, std::unique_ptr<MainLoop::Source>> running_;
+  std::deque<std::function<void(Ticket)>> waiting_;
+  Ticket last_ = 0;
+};
+
+}  // namespace kelpie::agent

@@ -1,0 +1,35 @@
+#include "agent/AgentConfiguration.h"
+
+#include <gtest/gtest.h>
+
+#include "support/TemporaryFolder.h"
+
+namespace kelpie::agent {
+namespace {
+
+class AgentConfigurationTest : public testing::Test {
+ protected:
+  AgentConfiguration read(std::string_view content) {
+    return AgentConfiguration::read(folder_.addFile("agent.conf", content), problem_);
+  }
+
+  TemporaryFolder folder_;
+  std::optional<std::string> problem_;
+};
+
+TEST_F(AgentConfigurationTest, GitIsLookedUpUnlessTheFileSaysWhereItIs) {
+  EXPECT_EQ(read("[Git]\nProgram=/opt/git/bin/git\n").gitProgram, "/opt/git/bin/git");
+  EXPECT_EQ(read("[Git]\nProgram=\n").gitProgram, "git");
+  EXPECT_EQ(read("[Tools]\nblame=x\n").gitProgram, "git");
+  EXPECT_EQ(AgentConfiguration::read(folder_ / "missing", problem_).gitProgram, "git");
+  EXPECT_FALSE(problem_);
+}
+
+TEST_F(AgentConfigurationTest, AFileThatCannotBeReadIsSaid) {
+  EXPECT_EQ(read("what is this\n").gitProgram, "git");
+  ASSERT_TRUE(problem_);
+  EXPECT_EQ(problem_->rfind(folder_ / "agent.conf", 0), 0U);
+}
+
+}  // namespace
+}  // namespace kelpie::agent
