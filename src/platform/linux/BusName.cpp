@@ -11,9 +11,10 @@ void acquired(GDBusConnection* /*connection*/, const gchar* /*name*/, gpointer d
   if (handlers.acquired) handlers.acquired();
 }
 
-void lost(GDBusConnection* /*connection*/, const gchar* /*name*/, gpointer data) {
+// Without a connection it is the bus that has ended.
+void lost(GDBusConnection* connection, const gchar* /*name*/, gpointer data) {
   const auto& handlers = *static_cast<BusName::Handlers*>(data);
-  if (handlers.lost) handlers.lost();
+  if (connection != nullptr && handlers.lost) handlers.lost();
 }
 
 void letGo(gpointer data) {

@@ -16,7 +16,7 @@ class BusName {
   // Both are called on the main context, as often as it happens.
   struct Handlers {
     std::function<void()> acquired;
-    // Somebody else has the name, or the bus has ended.
+    // Somebody else has the name. The end of the bus is SessionBus's to tell.
     std::function<void()> lost;
   };
 

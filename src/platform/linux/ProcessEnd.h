@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace kelpie {
+
+// The end of the process, which waits for nobody: threads are left where they are.
+class ProcessEnd {
+ public:
+  ProcessEnd() = delete;
+
+  // Ends the process with status 0 on SIGTERM, SIGINT and SIGHUP, whatever its threads do. To be
+  // called on the main thread while there is no other: the signals are kept from all threads, and
+  // one more thread waits for them. What went wrong, in one line, or nothing.
+  static std::optional<std::string> onSignals();
+
+  // Removes the socket files of this process (SocketFiles) and ends it. Any thread.
+  [[noreturn]] static void now(int status);
+};
+
+}  // namespace kelpie
