@@ -65,9 +65,8 @@ void FolderRegistry::beginObservingDirectoryAtURL(const URL& url) {
     requestRepository(url, false, files);
     if (const std::shared_ptr<KPRepository> repository = repositoryForURL(url, files)) {
       contents = files.contentsOfDirectory(url);
-      for (const URL& item : *contents) {
-        repository->addObservedURL(item, files);
-      }
+      // Each item is looked at once: nothing is gained by remembering them all.
+      repository->addObservedURLs(*contents, platform_.files);
     }
   }
   noteFolder(url, files);

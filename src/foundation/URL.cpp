@@ -24,6 +24,11 @@ void removeTrailingSlashes(std::string& path) {
 
 // Absolute, with single slashes and none at the end.
 std::string plainPath(std::string_view path) {
+  if (path.starts_with('/') && path.find("//") == std::string_view::npos) {
+    std::string plain(path);
+    removeTrailingSlashes(plain);
+    return plain;
+  }
   std::string plain = "/";
   plain.reserve(path.size() + 1);
   for (const char c : path)

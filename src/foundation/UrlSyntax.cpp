@@ -16,6 +16,7 @@ enum CharacterSet : std::uint8_t {
   kUnreservedMark = 1 << 4,
   kSubDelimiter = 1 << 5,
   kWhiteSpace = 1 << 6,
+  kPathMark = 1 << 7,
 };
 constexpr unsigned kUnreserved = kAlpha | kDigit | kUnreservedMark;
 constexpr unsigned kRegName = kUnreserved | kSubDelimiter;
@@ -35,6 +36,7 @@ constexpr std::array<std::uint8_t, 256> makeCharacterTable() {
   enter("-._~", kUnreservedMark);
   enter("!$&'()*+,;=", kSubDelimiter);
   enter(kUrlWhiteSpace, kWhiteSpace);
+  enter(":@/", kPathMark);
   return table;
 }
 
@@ -205,18 +207,19 @@ std::string percentDecoded(std::string_view text) {
 
 std::string percentEncodedPath(std::string_view bytes) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
-  constexpr std::string_view kPlain = ":@/";
+  const auto isPlain = [](char c) { return isIn(c, kRegName | kPathMark); };
   std::string encoded;
   encoded.reserve(bytes.size());
-  for (const char c : bytes) {
-    if (isIn(c, kRegName) || kPlain.find(c) != std::string_view::npos) {
-      encoded += c;
-      continue;
-    }
-    const auto byte = static_cast<std::uint8_t>(c);
+  const char* next = bytes.begin();
+  while (true) {
+    const char* const end = std::find_if_not(next, bytes.end(), isPlain);
+    encoded.append(next, end);
+    if (end == bytes.end()) break;
+    const auto byte = static_cast<std::uint8_t>(*end);
     encoded += '%';
     encoded += kDigits[byte >> 4];
     encoded += kDigits[byte & 0x0F];
+    next = end + 1;
   }
   return encoded;
 }

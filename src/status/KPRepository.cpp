@@ -349,17 +349,44 @@ std::string_view KPRepository::badgeIdentifierForStatus(StatusWord word) {
 }
 
 void KPRepository::addObservedURL(const URL& url, const FileSystem& files) {
+  addObservedURLs(std::span(&url, 1), files);
+}
+
+void KPRepository::addObservedURLs(std::span<const URL> urls, const FileSystem& files) {
+  std::string_view folderPath;  // of the URL before; its set is the same for its neighbours
+  std::shared_ptr<PathSet> set;
+  std::unique_ptr<StatusLooks> looks;
+  std::uint64_t changes = 0;
+  for (const URL& url : urls) {
+    const std::string_view path = url.path();
+    const std::string_view itsFolder = path.substr(0, path.rfind('/') + 1);
+    if (!url.isFileURL() || itsFolder.empty() || itsFolder != folderPath) {
+      folderPath = itsFolder;
+      set = observedPathsAround(url, files);
+    }
+    if (set != nullptr) set->add(path);
+    // A status that comes in while the badge is chosen and set has perhaps set the right one
+    // already, which the one chosen before must not replace for good.
+    for (bool isRight = false; !isRight; isRight = status_.changes() == changes) {
+      if (looks == nullptr || status_.changes() != changes) {
+        changes = status_.changes();
+        looks = std::make_unique<StatusLooks>(status_.places(), files);
+      }
+      updateBadge(url, looks->look(url), *looks, nullptr);
+    }
+  }
+}
+
+std::shared_ptr<PathSet> KPRepository::observedPathsAround(const URL& url,
+                                                           const FileSystem& files) const {
+  if (observedPaths_ == nullptr) return nullptr;
   const std::optional<URL> parent = url.parentUrl(files);
   const std::optional<FileIdentifier> folder = parent ? parent->identifier(files) : std::nullopt;
-  if (folder && observedPaths_ != nullptr) {
-    observedPaths_->findOrCreate(*folder)->add(url.path());
-  }
-  updateBadgeIdentifierForURL(url, files);
+  return folder ? observedPaths_->findOrCreate(*folder) : nullptr;
 }
 
 void KPRepository::updateBadgeIdentifierForURL(const URL& url, const FileSystem& files) {
-  // A status that comes in while the badge is chosen and set has perhaps set the right one already,
-  // which the one chosen before must not replace for good.
+  // See addObservedURLs().
   std::uint64_t changes = 0;
   do {
     changes = status_.changes();

@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -171,9 +172,11 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // The badge of a status word: its highest bit decides. Empty for words that have no badge.
   static std::string_view badgeIdentifierForStatus(StatusWord word);
   // Notes that the file manager has asked for the item's badge, and sets it. On the caller's
-  // thread, but for folders: see updateStatusOfDirectoryURL(). Who hands over all items of a folder
-  // hands in a MemoFileSystem, so that the folder is looked at once.
+  // thread, but for folders: see updateStatusOfDirectoryURL().
   void addObservedURL(const URL& url, const FileSystem& files = FileSystem::current());
+  // The same for each of many items, in order. The folders that they lie in are looked at once for
+  // all neighbours, or, if a status comes in meanwhile, once more.
+  void addObservedURLs(std::span<const URL> urls, const FileSystem& files = FileSystem::current());
   // Decides the item's badge and sets it. On the caller's thread, but for folders.
   void updateBadgeIdentifierForURL(const URL& url, const FileSystem& files = FileSystem::current());
   // Sets one badge on many items: {"urls": …, "badge": …}. On the caller's thread.
@@ -218,6 +221,8 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
 
   static std::optional<ItemKey> keyOf(const URL& url, const ResourceValues& item);
   // `work` is null for a request that belongs to no message.
+  // The set of the folder that holds the item; null when there is none or nothing is noted.
+  std::shared_ptr<PathSet> observedPathsAround(const URL& url, const FileSystem& files) const;
   void updateBadge(const URL& url, const ResourceValues& item, StatusLooks& looks,
                    const std::shared_ptr<Work>& work);
   // Missing for a folder, whose badge follows.

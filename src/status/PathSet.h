@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 namespace kelpie {
@@ -12,6 +12,9 @@ namespace kelpie {
 // The paths of the items that the file manager has shown in one folder. The controller and the
 // repository whose root the folder is share one set: what either adds, the other has. Paths are
 // bytes. Any thread.
+//
+// A folder may hold a hundred thousand items, and each costs its path and a few bytes here: the
+// paths stand one after the other in one text, and a table of their positions finds them.
 class PathSet {
  public:
   PathSet() = default;
@@ -23,12 +26,22 @@ class PathSet {
 
   bool contains(std::string_view path) const;
   std::size_t size() const;
-  // A copy, in no particular order, so that it can be walked while others add.
+  // A copy, in the order in which they came, so that it can be walked while others add.
   std::vector<std::string> paths() const;
 
  private:
-  mutable std::mutex mutex_;
-  std::unordered_set<std::string> paths_;  // guarded by mutex_
+  // Positions in ends_, plus 1; 0 is a free slot. At most half of them are taken.
+  using Slot = std::uint32_t;
+
+  std::string_view pathAt(std::size_t index) const;
+  // Where the path stands in slots_, or the free slot where it would.
+  std::size_t slotOf(std::string_view path) const;
+  void grow();
+
+  mutable std::mutex mutex_;  // guards all below
+  std::string text_;
+  std::vector<std::size_t> ends_;
+  std::vector<Slot> slots_;  // a power of two of them, or none
 };
 
 }  // namespace kelpie

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "foundation/FileIdentifier.h"
 #include "status/DeletedItem.h"
@@ -14,15 +15,18 @@ namespace {
 // Fills a table from the entries of one dictionary.
 class TableReader {
  public:
-  explicit TableReader(std::size_t entries) : table_(entries), budget_(kBudget * (entries + 256)) {}
+  explicit TableReader(std::size_t entries) : table_(entries), budget_(kBudget * (entries + 256)) {
+    waiting_.reserve(kWaiting);
+  }
 
   void read(ObjectView key, ObjectView entry) {
     if (entry.kind() != Object::Kind::Array) return;
     switch (key.kind()) {
       case Object::Kind::Data:
-        record(keyOfData(key.data().value_or(ByteView())), entry);
+        recordSoon(keyOfData(key.data().value_or(ByteView())), entry);
         break;
       case Object::Kind::String:
+        recordWaiting();
         record(StatusTable::Key::ofPath(key.stringValue()), entry);
         break;
       case Object::Kind::Opaque:
@@ -33,7 +37,10 @@ class TableReader {
     }
   }
 
-  StatusTable take() { return std::move(table_); }
+  StatusTable take() {
+    recordWaiting();
+    return std::move(table_);
+  }
 
  private:
   // How many bytes of archived form an entry may have on average, so that a few bytes of a message
@@ -50,11 +57,25 @@ class TableReader {
   }
 
   void readOpaque(const ObjectView& key, const ObjectView& entry) {
+    recordWaiting();
     if (budget_ == 0) return;
     const std::optional<FileIdentifier> identifier = FileIdentifier::fromObject(key.toObject());
     if (!identifier) return;
     budget_ -= std::min(budget_, identifier->bytes().size());
     record(*identifier, entry);
+  }
+
+  // Of a key that the archive keeps: its place in the table is on its way to the processor while
+  // the next entries are read. Entries are recorded in their order.
+  void recordSoon(const StatusTable::Key& key, const ObjectView& entry) {
+    table_.expect(key);
+    waiting_.emplace_back(key, entry);
+    if (waiting_.size() == kWaiting) recordWaiting();
+  }
+
+  void recordWaiting() {
+    for (const auto& [key, entry] : waiting_) record(key, entry);
+    waiting_.clear();
   }
 
   void record(const StatusTable::Key& key, const ObjectView& entry) {
@@ -65,7 +86,10 @@ class TableReader {
     }
   }
 
+  static constexpr std::size_t kWaiting = 16;
+
   StatusTable table_;
+  std::vector<std::pair<StatusTable::Key, ObjectView>> waiting_;
   std::size_t budget_;
 };
 

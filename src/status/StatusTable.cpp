@@ -60,9 +60,13 @@ std::size_t capacityFor(std::size_t entries, std::size_t loadPercent) {
 
 }  // namespace
 
+// The kind takes part in the comparison only: no two kinds have the same bytes in earnest.
+StatusTable::Key::Key(Kind kind, ByteView bytes)
+    : kind_(kind), bytes_(bytes), hash_(hashOfBytes(bytes)) {}
+
 StatusTable::Key::Key(const FileIdentifier& identifier)
-    : kind_(identifier.isArchivedForm() ? Kind::IdentifierForm : Kind::IdentifierData),
-      bytes_(identifier.bytes()) {}
+    : Key(identifier.isArchivedForm() ? Kind::IdentifierForm : Kind::IdentifierData,
+          identifier.bytes()) {}
 
 StatusTable::Key::Key(const ItemKey& key)
     : Key(std::holds_alternative<std::string>(key) ? ofPath(std::get<std::string>(key))
@@ -91,6 +95,10 @@ std::optional<StatusWord> StatusTable::wordOrZeroOf(const Key& key) const {
   return slot->word;
 }
 
+void StatusTable::expect(const Key& key) const {
+  if (!slots_.empty()) __builtin_prefetch(&slots_[firstIndex(key.hash_)], 1);
+}
+
 void StatusTable::record(const Key& key, StatusWord word) {
   Slot& slot = findOrAdd(key);
   slot.word = word;
@@ -109,11 +117,6 @@ StatusWord StatusTable::recordIfMissing(const Key& key, StatusWord word) {
   return word;
 }
 
-std::uint32_t StatusTable::hashOf(const Key& key) {
-  // The kind takes part in the comparison only: no two kinds have the same bytes in earnest.
-  return hashOfBytes(key.bytes_);
-}
-
 std::uint32_t StatusTable::hashOf(const Slot& slot) {
   if (slot.size == kLong) return placeOf(slot).hash;
   return hashOfBytes(ByteView(slot.bytes).first(slot.size));
@@ -125,14 +128,14 @@ StatusTable::Place StatusTable::placeOf(const Slot& slot) {
   return place;
 }
 
-bool StatusTable::holds(const Slot& slot, const Key& key, std::uint32_t hash) const {
+bool StatusTable::holds(const Slot& slot, const Key& key) const {
   if ((slot.kind & ~kHasNoWord) != static_cast<int>(key.kind_)) return false;
   if (slot.size != kLong) {
     return slot.size == key.bytes_.size() &&
            std::memcmp(slot.bytes.data(), key.bytes_.data(), slot.size) == 0;
   }
   const Place place = placeOf(slot);
-  return place.hash == hash && place.size == key.bytes_.size() &&
+  return place.hash == key.hash_ && place.size == key.bytes_.size() &&
          std::memcmp(&blocks_[place.block][place.offset], key.bytes_.data(), place.size) == 0;
 }
 
@@ -142,26 +145,26 @@ std::size_t StatusTable::firstIndex(std::uint32_t hash) const {
 
 const StatusTable::Slot* StatusTable::find(const Key& key) const {
   if (slots_.empty()) return nullptr;
-  const std::uint32_t hash = hashOf(key);
   // Ends: a table is never full.
-  for (std::size_t index = firstIndex(hash);; index = index + 1 == slots_.size() ? 0 : index + 1) {
+  for (std::size_t index = firstIndex(key.hash_);;
+       index = index + 1 == slots_.size() ? 0 : index + 1) {
     const Slot& slot = slots_[index];
     if (slot.kind == 0) return nullptr;
-    if (holds(slot, key, hash)) return &slot;
+    if (holds(slot, key)) return &slot;
   }
 }
 
 StatusTable::Slot& StatusTable::findOrAdd(const Key& key) {
   if (slots_.empty() || (size_ + 1) * 100 > slots_.size() * kMaximumLoadPercent) grow();
-  const std::uint32_t hash = hashOf(key);
-  for (std::size_t index = firstIndex(hash);; index = index + 1 == slots_.size() ? 0 : index + 1) {
+  for (std::size_t index = firstIndex(key.hash_);;
+       index = index + 1 == slots_.size() ? 0 : index + 1) {
     Slot& slot = slots_[index];
     if (slot.kind == 0) {
-      store(slot, key, hash);
+      store(slot, key);
       ++size_;
       return slot;
     }
-    if (holds(slot, key, hash)) return slot;
+    if (holds(slot, key)) return slot;
   }
 }
 
@@ -177,7 +180,7 @@ void StatusTable::rehash(std::size_t capacity) {
   }
 }
 
-void StatusTable::store(Slot& slot, const Key& key, std::uint32_t hash) {
+void StatusTable::store(Slot& slot, const Key& key) {
   slot.kind = static_cast<std::uint8_t>(key.kind_);
   if (key.bytes_.size() <= kInlineSize) {
     slot.size = static_cast<std::uint8_t>(key.bytes_.size());
@@ -190,7 +193,7 @@ void StatusTable::store(Slot& slot, const Key& key, std::uint32_t hash) {
   Bytes& block = blocks_.back();
   const Place place{static_cast<std::uint32_t>(blocks_.size() - 1),
                     static_cast<std::uint32_t>(block.size()),
-                    static_cast<std::uint32_t>(key.bytes_.size()), hash};
+                    static_cast<std::uint32_t>(key.bytes_.size()), key.hash_};
   block.insert(block.end(), key.bytes_.begin(), key.bytes_.end());
   slot.size = kLong;
   std::memcpy(slot.bytes.data(), &place, sizeof place);

@@ -33,10 +33,11 @@ class StatusTable {
     friend class StatusTable;
     // Equal bytes of different kinds are different keys. The numbers are part of Slot.
     enum class Kind : std::uint8_t { IdentifierData = 1, IdentifierForm = 2, Path = 3 };
-    Key(Kind kind, ByteView bytes) : kind_(kind), bytes_(bytes) {}
+    Key(Kind kind, ByteView bytes);
 
     Kind kind_;
     ByteView bytes_;
+    std::uint32_t hash_;
   };
 
   StatusTable() = default;
@@ -49,6 +50,10 @@ class StatusTable {
   std::optional<StatusWord> wordOf(const Key& key) const;
   // The same, but 0 for an entry that holds no word: staging meets it all the same.
   std::optional<StatusWord> wordOrZeroOf(const Key& key) const;
+
+  // The entry will be asked for soon: fetches its place into the processor's cache, since a large
+  // table lies far away. Changes nothing.
+  void expect(const Key& key) const;
 
   // Adds or replaces the entry.
   void record(const Key& key, StatusWord word);
@@ -80,16 +85,15 @@ class StatusTable {
   };
   static_assert(sizeof(Slot) == 20);
 
-  static std::uint32_t hashOf(const Key& key);
   static std::uint32_t hashOf(const Slot& slot);
   static Place placeOf(const Slot& slot);
-  bool holds(const Slot& slot, const Key& key, std::uint32_t hash) const;
+  bool holds(const Slot& slot, const Key& key) const;
   std::size_t firstIndex(std::uint32_t hash) const;
   const Slot* find(const Key& key) const;
   Slot& findOrAdd(const Key& key);
   void grow();
   void rehash(std::size_t capacity);
-  void store(Slot& slot, const Key& key, std::uint32_t hash);
+  void store(Slot& slot, const Key& key);
 
   std::vector<Slot> slots_;
   std::size_t size_ = 0;

@@ -245,9 +245,10 @@ TEST_F(FolderRegistryTest, BeginLooksAtEachItemOnce) {
   }
   fakes.files->forgetCounts();
   begin(URL::fileURLWithPath("/work/repo/src", true));
-  // The items; the way up: src, repo, work and the root; and the git directory, which each item is
-  // compared with.
-  EXPECT_EQ(fakes.files->lookUps(), 50U + 4U + 1U);
+  // The items; the way up to whoever finds the repository: src, repo, work and the root; the way up
+  // to the git directory, which each item is compared with, and that directory; and the folder
+  // under which the items are noted. However many items there are.
+  EXPECT_EQ(fakes.files->lookUps(), 50U + 4U + 3U + 1U);
 }
 
 TEST_F(FolderRegistryTest, APackageIsAskedForButNotNotedUnderItsParent) {

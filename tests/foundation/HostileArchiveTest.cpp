@@ -18,7 +18,7 @@
 #include "refs/KPReference.h"
 #include "refs/KPTreeNode.h"
 #include "refs/ReferenceClasses.h"
-#include "support/AllocationMeter.h"
+#include "foundation/AllocationMeter.h"
 #include "support/ArchiveJson.h"
 #include "support/RawPropertyList.h"
 

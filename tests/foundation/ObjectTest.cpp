@@ -13,7 +13,7 @@
 #include "foundation/MenuItem.h"
 #include "foundation/ObjectView.h"
 #include "foundation/OpaqueObject.h"
-#include "support/AllocationMeter.h"
+#include "foundation/AllocationMeter.h"
 #include "support/FakeFileSystem.h"
 #include "support/ScopedFileSystem.h"
 

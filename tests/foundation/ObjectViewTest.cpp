@@ -10,7 +10,7 @@
 #include "foundation/KeyedArchiver.h"
 #include "foundation/KeyedUnarchiver.h"
 #include "foundation/MenuItem.h"
-#include "support/AllocationMeter.h"
+#include "foundation/AllocationMeter.h"
 #include "support/ArchiveJson.h"
 
 namespace kelpie {

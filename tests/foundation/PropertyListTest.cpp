@@ -6,7 +6,7 @@
 #include "foundation/Error.h"
 #include "foundation/KeyedArchiver.h"
 #include "foundation/KeyedUnarchiver.h"
-#include "support/AllocationMeter.h"
+#include "foundation/AllocationMeter.h"
 #include "support/ArchiveJson.h"
 #include "support/RawPropertyList.h"
 

@@ -1,4 +1,4 @@
-#include "support/AllocationMeter.h"
+#include "foundation/AllocationMeter.h"
 
 #include <algorithm>
 #include <cstdlib>
