@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "foundation/AllocationMeter.h"
 #include "foundation/Dictionary.h"
 #include "foundation/KeyedArchiver.h"
 #include "foundation/KeyedUnarchiver.h"
@@ -18,7 +19,6 @@
 #include "refs/KPReference.h"
 #include "refs/KPTreeNode.h"
 #include "refs/ReferenceClasses.h"
-#include "foundation/AllocationMeter.h"
 #include "support/ArchiveJson.h"
 #include "support/RawPropertyList.h"
 

@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 
+#include "foundation/AllocationMeter.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
 #include "foundation/KeyedArchiver.h"
@@ -13,7 +14,6 @@
 #include "foundation/MenuItem.h"
 #include "foundation/ObjectView.h"
 #include "foundation/OpaqueObject.h"
-#include "foundation/AllocationMeter.h"
 #include "support/FakeFileSystem.h"
 #include "support/ScopedFileSystem.h"
 

@@ -6,11 +6,11 @@
 #include <memory>
 #include <thread>
 
+#include "foundation/AllocationMeter.h"
 #include "foundation/Dictionary.h"
 #include "foundation/KeyedArchiver.h"
 #include "foundation/KeyedUnarchiver.h"
 #include "foundation/MenuItem.h"
-#include "foundation/AllocationMeter.h"
 #include "support/ArchiveJson.h"
 
 namespace kelpie {

@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include "foundation/AllocationMeter.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
 #include "foundation/KeyedArchiver.h"
 #include "foundation/KeyedUnarchiver.h"
-#include "foundation/AllocationMeter.h"
 #include "support/ArchiveJson.h"
 #include "support/RawPropertyList.h"
 
