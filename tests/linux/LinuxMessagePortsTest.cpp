@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "linux/TestSocket.h"
+#include "support/linux/TestSocket.h"
 #include "platform/linux/LinuxRemoteMessagePort.h"
 #include "platform/linux/MessageFrame.h"
 #include "platform/linux/UnixListener.h"

@@ -4,13 +4,13 @@
 
 #include <csignal>
 
-#include "linux/TestSocket.h"
 #include "platform/linux/BusName.h"
 #include "platform/linux/MainLoop.h"
 #include "support/EnvironmentVariable.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
 #include "support/linux/PrivateBus.h"
+#include "support/linux/TestSocket.h"
 
 namespace kelpie {
 namespace {
@@ -134,6 +134,21 @@ TEST_F(SessionBusTest, ATakenNameIsWaitedForAndNobodyReplaced) {
   name.reset();
   EXPECT_TRUE(runUntil([&] { return acquired == 2; }));
   EXPECT_EQ(owner(*first), uniqueName(*second));
+}
+
+TEST_F(SessionBusTest, TheEndOfTheBusIsNoLossOfAName) {
+  const auto bus = connect();
+  int lost = 0;
+  bool closed = false;
+  bus->setClosedHandler([&] { closed = true; });
+  daemon.process().signal(SIGSTOP);  // so that the name is never answered for
+  const BusName name(*bus, kName, {{}, [&] { ++lost; }});
+  daemon.process().signal(SIGKILL);
+  EXPECT_TRUE(runUntil([&] { return closed; }));
+  bool settled = false;
+  loop.queue()->post([&] { loop.queue()->post([&] { settled = true; }); });
+  EXPECT_TRUE(runUntil([&] { return settled; }));
+  EXPECT_EQ(lost, 0);
 }
 
 }  // namespace

@@ -11,10 +11,11 @@ void acquired(GDBusConnection* /*connection*/, const gchar* /*name*/, gpointer d
   if (handlers.acquired) handlers.acquired();
 }
 
-// Without a connection it is the bus that has ended.
+// Without a connection, or with one that is closed, it is the bus that has ended.
 void lost(GDBusConnection* connection, const gchar* /*name*/, gpointer data) {
   const auto& handlers = *static_cast<BusName::Handlers*>(data);
-  if (connection != nullptr && handlers.lost) handlers.lost();
+  if (connection == nullptr || g_dbus_connection_is_closed(connection) != FALSE) return;
+  if (handlers.lost) handlers.lost();
 }
 
 void letGo(gpointer data) {

@@ -1,4 +1,4 @@
-#include "linux/TestSocket.h"
+#include "support/linux/TestSocket.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>

@@ -1,0 +1,73 @@
+#include "e2e/TestApplication.h"
+
+#include <gtest/gtest.h>
+
+#include "Configuration.h"
+#include "foundation/Dictionary.h"
+#include "foundation/KeyedArchiver.h"
+#include "foundation/KeyedUnarchiver.h"
+#include "foundation/MessageKeys.h"
+#include "settings/SettingsKeys.h"
+
+namespace kelpie {
+
+TestApplication::TestApplication(ProcessHost& processes)
+    : processes_(processes),
+      bus_(SessionBus::connectTo(processes.bus().address()).bus),
+      ports_(processes.loop(), processes.runtime().portsFolder()),
+      notifications_(bus_.get(), processes.log()) {
+  EXPECT_EQ(processes.runtime().prepare(), std::nullopt);
+  port_ = ports_.createLocal(
+      std::string(kApplicationGroup).append(".App"),
+      [this](std::int32_t id, const std::shared_ptr<const Bytes>& bytes, const auto& done) {
+        received_.push_back({id, KeyedUnarchiver::unarchiveObject(*bytes)});
+        done();
+      });
+  EXPECT_TRUE(port_);
+  bool answered = false;
+  const auto answer = [&] { answered = true; };
+  name_.emplace(*bus_, std::string(kApplicationIdentifier), BusName::Handlers{answer, answer});
+  EXPECT_TRUE(processes.waitUntil([&] { return answered; }));
+}
+
+void TestApplication::writeVersion(const std::string& version) {
+  EXPECT_EQ(processes_.sharedDefaults().update([&](Dictionary& values) {
+    values.set(Object(kApplicationVersionKey), Object(version));
+    return true;
+  }),
+            std::nullopt);
+}
+
+void TestApplication::announce() {
+  notifications_.post(kApplicationRunningNotification, kApplicationIdentifier);
+}
+
+std::optional<TestApplication::Received> TestApplication::waitFor(const std::string& selector) {
+  std::optional<Received> found;
+  processes_.waitUntil([&] {
+    while (!found && !received_.empty()) {
+      if (received_.front().message[kMessageSelectorKey].stringValue() == selector)
+        found = received_.front();
+      received_.erase(received_.begin());
+    }
+    return found.has_value();
+  });
+  if (!found) ADD_FAILURE() << "no message " << selector;
+  return found;
+}
+
+void TestApplication::send(const std::string& portName, const std::string& selector,
+                           const Object& target, const Object& argument) {
+  Dictionary message = {{Object(kMessageSelectorKey), Object(selector)},
+                        {Object(kMessageArgumentKey), argument}};
+  if (!target.isNil()) message.set(Object(kMessageTargetKey), target);
+  const auto archive = KeyedArchiver::archivedData(message);
+  ASSERT_TRUE(archive);
+  auto& port = sendingPorts_[portName];
+  if (!port) port = ports_.createRemote(portName);
+  ASSERT_TRUE(port) << portName;
+  constexpr std::chrono::milliseconds kLimit(10000);
+  EXPECT_EQ(port->send(kExtensionMessage, *archive, kLimit, kLimit), RemoteMessagePort::kSuccess);
+}
+
+}  // namespace kelpie
