@@ -77,6 +77,15 @@ bool ActionJob::hasHeadCommit() const {
   return git_.ask({"rev-parse", "--verify", "--quiet", "HEAD^{commit}"}).succeeded();
 }
 
+std::string ActionJob::spokenName() const {
+  const Reference& reference = *target_.reference;
+  if (reference.shortName.starts_with('-')) return reference.fullName;
+  const ProgramResult meant = git_.ask({"rev-parse", "--symbolic-full-name", "--verify", "--quiet",
+                                        "--end-of-options", reference.shortName});
+  const bool same = meant.succeeded() && meant.output == reference.fullName + "\n";
+  return same ? reference.shortName : reference.fullName;
+}
+
 ActionOutcome ActionJob::change(const Arguments& arguments) const {
   return ActionOutcome::of(git_.change(arguments));
 }
@@ -118,11 +127,13 @@ ActionOutcome ActionJob::openWindow(std::string_view fallback) const {
 }
 
 ActionOutcome ActionJob::openWindow(std::string_view fallback,
-                                    const std::vector<std::string>& paths) const {
+                                    const std::vector<std::string>& paths,
+                                    const std::string& address) const {
   if (!Dialogs::hasDisplay() && !means_->tools.isOverridden(request_.action))
     return ActionOutcome::failed(kNoDisplay);
   ToolCommands::Values all = values();
   all.paths = paths;
+  all.address = address;
   std::optional<ProgramCall> call = means_->tools.call(request_.action, fallback, all);
   if (!call) return ActionOutcome::failed("The menu item names nothing to show.");
   return ActionOutcome::opens({*std::move(call)});

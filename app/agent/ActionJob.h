@@ -48,6 +48,9 @@ class ActionJob {
   // The status of now, since what is destroyed by it must be there; null when git does not tell it.
   const StatusSnapshot* freshStatus();
   bool hasHeadCommit() const;
+  // How git is told of the target's reference where a message will say its name: the short name
+  // when that means this very reference, else the full one. Begins with no "-".
+  std::string spokenName() const;
 
   // Has git change something.
   ActionOutcome change(const Arguments& arguments) const;
@@ -60,9 +63,11 @@ class ActionJob {
   // How the action ends when a dialog gave no answer that it needs.
   ActionOutcome unanswered(const Dialogs::Answer& answer) const;
 
-  // The windows of the rule's own program or of the user's; `fallback` in the place of the rule's.
+  // Opens the window of the user's program for the action, or of `fallback`, which is written like
+  // the rules' own. The second form is for other paths than the target's, and for a web address.
   ActionOutcome openWindow(std::string_view fallback) const;
-  ActionOutcome openWindow(std::string_view fallback, const std::vector<std::string>& paths) const;
+  ActionOutcome openWindow(std::string_view fallback, const std::vector<std::string>& paths,
+                           const std::string& address = {}) const;
   // The same in another folder.
   ActionOutcome openWindowIn(const std::string& folder, std::string_view fallback) const;
 

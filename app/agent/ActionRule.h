@@ -40,7 +40,7 @@ enum class ActionSubject {
 // and in `window`, whose first word is the program:
 //   %p        the paths, relative to the root    %f      the paths, absolute
 //   %r        the root of the working copy       %e      the folder of the configuration files
-//   %%        a percent sign
+//   %u        the address of a web page          %%   a percent sign
 // A word that is %p or %f alone stands for one word per path. In `git` the paths come last, given
 // as the rule of the subject says.
 struct ActionRule {

@@ -29,18 +29,20 @@ struct Placeholder {
   std::string ToolCommands::Values::*value;
 };
 // Where one begins like another, the longer one comes first.
-constexpr std::array<Placeholder, 5> kPlaceholders = {{
+constexpr std::array<Placeholder, 6> kPlaceholders = {{
     {"%full", &ToolCommands::Values::fullName},
     {"%name", &ToolCommands::Values::name},
     {"%oid", &ToolCommands::Values::oid},
     {"%r", &ToolCommands::Values::root},
     {"%e", &ToolCommands::Values::configurationFolder},
+    {"%u", &ToolCommands::Values::address},
 }};
 
 std::string pathFor(std::string_view placeholder, const std::string& path,
                     const ToolCommands::Values& values) {
   if (placeholder == "%p") return path;
-  return path == "." ? values.root : values.root + "/" + path;
+  if (path == ".") return values.root;
+  return values.root.ends_with('/') ? values.root + path : values.root + "/" + path;
 }
 
 // Appends what the placeholder at the beginning of `rest` stands for and cuts it off. False when it

@@ -28,6 +28,7 @@ class ToolCommands {
     std::string name;
     std::string oid;
     std::string configurationFolder;
+    std::string address;  // of a page on the web
   };
 
   // Whether the user has a command of his own for the action.

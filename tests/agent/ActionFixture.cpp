@@ -42,6 +42,14 @@ void ActionFixture::SetUp() {
   sandbox.write("r/sub/b", "one\n");
   sandbox.commitAll("r", "first");
   means.configurationFolder = sandbox.path(".config/kelpie");
+  useTools("");
+}
+
+void ActionFixture::useTools(std::string_view tools) {
+  sandbox.write(".config/kelpie/agent.conf", "[Tools]\n" + std::string(tools));
+  std::vector<std::string> problems;
+  means.tools = ToolCommands::read(sandbox.path(".config/kelpie/agent.conf"), problems);
+  EXPECT_TRUE(problems.empty());
   runner = std::make_unique<ActionRunner>(
       means, queues, log, notifier,
       ActionRunner::Callbacks{[this] { hasQuit = true; },

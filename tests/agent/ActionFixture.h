@@ -29,6 +29,8 @@ class ActionFixture : public testing::Test {
   void answer(const std::vector<std::string>& answers) const;
   // What the dialogs showed, an argument a line.
   std::string asked() const { return sandbox.read("asked"); }
+  // Makes the runner anew, with the user's own commands of this text of [Tools].
+  void useTools(std::string_view tools);
   // From now on there is nothing to ask with.
   void takeDialogsAway();
   // A program on PATH that writes its folder and its arguments, a line each, to the file `name`.
