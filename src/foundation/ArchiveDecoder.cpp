@@ -77,7 +77,7 @@ Object ArchiveDecoder::unarchive(ByteView archive) {
 Object ArchiveDecoder::objectOf(const ArchivedValue& value) {
   const ArchivedContent content = reader_.content(value);
   switch (content.kind) {
-    case Kind::Nil:
+    case Kind::Absent:
     case Kind::Boolean:
     case Kind::Integer:
     case Kind::Real:

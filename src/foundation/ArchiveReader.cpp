@@ -54,7 +54,7 @@ Kind plainKind(Type type) {
     case Type::Utf16:
       return Kind::String;
     default:
-      return Kind::Nil;
+      return Kind::Absent;
   }
 }
 

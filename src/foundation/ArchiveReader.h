@@ -23,7 +23,7 @@ class ArchiveCycles;
 
 // What a value of a keyed archive is, and the part of the property list that says so.
 struct ArchivedContent {
-  Object::Kind kind = Object::Kind::Nil;
+  Object::Kind kind = Object::Kind::Absent;
   bool isMutable = false;
   // Of a plain or boxed value the value, of an array or set its elements, of a dictionary its
   // keys, of anything else the object itself.

@@ -91,7 +91,7 @@ std::optional<Bytes> ArchiveWriter::archivedData(const Object& root) {
 
 std::uint32_t ArchiveWriter::uidOf(const Object& object) {
   switch (object.kind()) {
-    case Kind::Nil:
+    case Kind::Absent:
       return 0;
     case Kind::Boolean:
       return uidOfPlain(list_.addBoolean(object.boolValue()));

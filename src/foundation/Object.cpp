@@ -108,7 +108,7 @@ Object::Value Object::integer(std::uint64_t value) {
 Object::Kind Object::kind() const {
   // In the order of the alternatives of Value; a part says itself what it is.
   static constexpr std::array kKinds = {
-      Kind::Nil,    Kind::Boolean,    Kind::Integer, Kind::Integer,    Kind::Real,
+      Kind::Absent, Kind::Boolean,    Kind::Integer, Kind::Integer,    Kind::Real,
       Kind::String, Kind::Data,       Kind::Date,    Kind::Url,        Kind::Array,
       Kind::Set,    Kind::Dictionary, Kind::Error,   Kind::Archivable, Kind::Opaque};
   static_assert(kKinds.size() + 1 == std::variant_size_v<Value>);

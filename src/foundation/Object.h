@@ -36,7 +36,7 @@ using Objects = std::vector<Object>;
 class Object {
  public:
   enum class Kind : std::uint8_t {
-    Nil,
+    Absent,  // nil; "Nil" is a macro of Objective-C
     Boolean,
     Integer,
     Real,
@@ -83,7 +83,7 @@ class Object {
   static Object path(std::string_view bytes);
 
   Kind kind() const;
-  bool isNil() const { return kind() == Kind::Nil; }
+  bool isNil() const { return kind() == Kind::Absent; }
   bool isNumber() const;  // Boolean, Integer or Real
   // A number below 0; an integer beyond the signed range is none, though integerValue() is.
   bool isNegative() const;

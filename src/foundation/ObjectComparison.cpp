@@ -253,7 +253,7 @@ std::size_t Object::hash() const {
   // What does not decode is an element in place, and none of the whole.
   if (part() != nullptr) return whole().hash();
   switch (kind()) {
-    case Kind::Nil:
+    case Kind::Absent:
       return 0;
     case Kind::Boolean:
     case Kind::Integer:

@@ -27,7 +27,7 @@ class ObjectView {
   ObjectView(const Object& object);  // NOLINT(google-explicit-constructor)
 
   Object::Kind kind() const;
-  bool isNil() const { return kind() == Object::Kind::Nil; }
+  bool isNil() const { return kind() == Object::Kind::Absent; }
 
   bool boolValue() const;
   std::int64_t integerValue() const;

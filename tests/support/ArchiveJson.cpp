@@ -154,7 +154,7 @@ json integerJson(const Object& number) {
 
 json description(const Object& object) {
   switch (object.kind()) {
-    case Object::Kind::Nil:
+    case Object::Kind::Absent:
       return {};
     case Object::Kind::Boolean:
       return object.boolValue();
