@@ -1,0 +1,13 @@
+#pragma once
+
+#include "platform/Entitlements.h"
+
+namespace kelpie {
+
+// The entitlements of this process's own code signature. Any thread.
+class MacEntitlements final : public Entitlements {
+ public:
+  EntitlementReading valueForEntitlement(std::string_view name) const override;
+};
+
+}  // namespace kelpie

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "platform/FinderSyncController.h"
+
+namespace kelpie {
+
+// The Finder, by its one controller. What the platform cannot name (a nil image or URL) is left
+// out.
+class MacFinderSyncController final : public FinderSyncController {
+ public:
+  void setBadgeImage(const Image& image, std::string_view label,
+                     std::string_view badgeIdentifier) override;
+  void setBadgeIdentifier(std::string_view badgeIdentifier, const URL& url) override;
+  std::vector<URL> directoryURLs() const override;
+  // The Finder is handed references, so that it follows a folder that is moved.
+  void setDirectoryURLs(std::vector<URL> urls) override;
+  std::vector<URL> selectedItemURLs() const override;
+  std::optional<URL> targetedURL() const override;
+};
+
+}  // namespace kelpie

@@ -1,0 +1,49 @@
+#include "platform/macos/MacLocalMessagePort.h"
+
+#include "platform/macos/Guard.h"
+#include "platform/macos/Strings.h"
+
+namespace kelpie {
+
+std::unique_ptr<MacLocalMessagePort> MacLocalMessagePort::create(std::string_view name,
+                                                                 Handler handler) {
+  // The constructor is private, so make_unique cannot reach it.
+  std::unique_ptr<MacLocalMessagePort> port(
+      new MacLocalMessagePort(std::move(handler)));  // NOLINT(cppcoreguidelines-owning-memory)
+  return port->open(name) ? std::move(port) : nullptr;
+}
+
+bool MacLocalMessagePort::open(std::string_view name) {
+  NSString* const portName = nsString(name);
+  if (portName == nil) return false;
+  CFMessagePortContext context = {1, this, nullptr, nullptr, nullptr};
+  port_ = CFRetained<CFMessagePortRef>::adopt(CFMessagePortCreateLocal(
+      nullptr, cfOf<CFStringRef>(portName), &MacLocalMessagePort::receive, &context, nullptr));
+  if (!port_) return false;
+  source_ = CFRetained<CFRunLoopSourceRef>::adopt(
+      CFMessagePortCreateRunLoopSource(nullptr, port_.get(), 0));
+  if (!source_) return false;
+  CFRunLoopAddSource(CFRunLoopGetCurrent(), source_.get(), kCFRunLoopCommonModes);
+  return true;
+}
+
+MacLocalMessagePort::~MacLocalMessagePort() {
+  if (source_) CFRunLoopRemoveSource(CFRunLoopGetCurrent(), source_.get(), kCFRunLoopCommonModes);
+  if (port_) CFMessagePortInvalidate(port_.get());
+}
+
+CFDataRef MacLocalMessagePort::receive(CFMessagePortRef /*port*/, SInt32 id, CFDataRef message,
+                                       void* receiver) {
+  @autoreleasepool {
+    const auto& self = *static_cast<const MacLocalMessagePort*>(receiver);
+    auto bytes = std::make_shared<Bytes>();
+    if (message != nullptr) {
+      const UInt8* const start = CFDataGetBytePtr(message);
+      bytes->assign(start, start + CFDataGetLength(message));
+    }
+    runGuarded([&] { self.handler_(id, std::move(bytes), [] {}); });
+    return nullptr;
+  }
+}
+
+}  // namespace kelpie

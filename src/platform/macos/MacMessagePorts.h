@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/MessagePort.h"
+
+namespace kelpie {
+
+// CoreFoundation's message ports.
+class MacMessagePorts final : public MessagePorts {
+ public:
+  std::unique_ptr<LocalMessagePort> createLocal(std::string_view name,
+                                                LocalMessagePort::Handler handler) override;
+  std::shared_ptr<RemoteMessagePort> createRemote(std::string_view name) override;
+  // By the platform's archiver, so that a chosen item is archived as AppKit archives its own. What
+  // the platform has no object for (a reference record) makes the core's archiver write it all.
+  std::optional<Bytes> archivedMessage(const Object& message) const override;
+};
+
+}  // namespace kelpie

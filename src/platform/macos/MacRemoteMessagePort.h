@@ -1,0 +1,29 @@
+#pragma once
+
+#import <CoreFoundation/CoreFoundation.h>
+
+#include <mutex>
+
+#include "platform/MessagePort.h"
+#include "platform/macos/Retained.h"
+
+namespace kelpie {
+
+// The sending end of another process's port. Any thread.
+class MacRemoteMessagePort final : public RemoteMessagePort {
+ public:
+  // Null when nobody listens under that name.
+  static std::shared_ptr<MacRemoteMessagePort> create(std::string_view name);
+
+  explicit MacRemoteMessagePort(CFRetained<CFMessagePortRef> port) : port_(std::move(port)) {}
+
+  // CoreFoundation's status as it is.
+  std::int32_t send(std::int32_t id, const Bytes& message, std::chrono::milliseconds sendTimeout,
+                    std::chrono::milliseconds receiveTimeout) override;
+
+ private:
+  std::mutex mutex_;  // one message after the other
+  const CFRetained<CFMessagePortRef> port_;
+};
+
+}  // namespace kelpie

@@ -1,0 +1,98 @@
+#include "platform/macos/MacUserDefaults.h"
+
+#include <string>
+
+#include "platform/macos/DefaultsObserver.h"
+#include "platform/macos/Objects.h"
+#include "platform/macos/Strings.h"
+#include "platform/macos/SystemLog.h"
+
+namespace kelpie {
+namespace {
+
+// Observes from its making to its end.
+class Observation final : public DefaultsObservation {
+ public:
+  Observation(Retained<NSUserDefaults*> defaults, Retained<NSString*> key,
+              std::function<void()> onChange)
+      : defaults_(std::move(defaults)),
+        key_(std::move(key)),
+        observer_(Retained<KPDefaultsObserver*>::adopt(
+            [[KPDefaultsObserver alloc] initWithHandler:std::move(onChange)])) {
+    [defaults_.get() addObserver:observer_.get()
+                      forKeyPath:key_.get()
+                         options:NSKeyValueObservingOptionNew
+                         context:nullptr];
+  }
+  ~Observation() override {
+    [defaults_.get() removeObserver:observer_.get() forKeyPath:key_.get()];
+  }
+  Observation(const Observation&) = delete;
+  Observation& operator=(const Observation&) = delete;
+
+ private:
+  const Retained<NSUserDefaults*> defaults_;
+  const Retained<NSString*> key_;
+  const Retained<KPDefaultsObserver*> observer_;
+};
+
+}  // namespace
+
+Object MacUserDefaults::objectForKey(std::string_view key) const {
+  @autoreleasepool {
+    NSString* const name = nsString(key);
+    return name == nil ? Object() : objectOf([defaults_.get() objectForKey:name]);
+  }
+}
+
+void MacUserDefaults::setObject(std::string_view key, const Object& value) {
+  @autoreleasepool {
+    NSString* const name = nsString(key);
+    id object = nsObject(value);
+    @try {
+      if (name != nil && object != nil) {
+        [defaults_.get() setObject:object forKey:name];
+        return;
+      }
+    } @catch (NSException* exception) {
+      NSLog(@"setting %@: %@", name, [exception reason]);
+      return;
+    }
+    writeSystemLog("no setting can hold the value for " + std::string(key));
+  }
+}
+
+void MacUserDefaults::removeObject(std::string_view key) {
+  @autoreleasepool {
+    NSString* const name = nsString(key);
+    if (name != nil) [defaults_.get() removeObjectForKey:name];
+  }
+}
+
+void MacUserDefaults::registerDefaults(const Dictionary& defaults) {
+  @autoreleasepool {
+    id object = nsObject(defaults);
+    if (object != nil) [defaults_.get() registerDefaults:object];
+  }
+}
+
+Dictionary MacUserDefaults::dictionaryRepresentation() const {
+  @autoreleasepool {
+    return objectOf([defaults_.get() dictionaryRepresentation]).dictionary();
+  }
+}
+
+std::unique_ptr<DefaultsObservation> MacUserDefaults::observe(std::string_view key,
+                                                              std::function<void()> onChange) {
+  return std::make_unique<Observation>(defaults_, Retained<NSString*>::keep(nsString(key)),
+                                       std::move(onChange));
+}
+
+std::unique_ptr<UserDefaults> MacUserDefaultsCenter::defaultsWithSuiteName(std::string_view suite) {
+  auto defaults =
+      Retained<NSUserDefaults*>::adopt([[NSUserDefaults alloc] initWithSuiteName:nsString(suite)]);
+  if (defaults.get() == nil) return nullptr;
+  return std::make_unique<MacUserDefaults>(std::move(defaults));
+}
+
+}  // namespace kelpie

@@ -1,0 +1,31 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <optional>
+
+#include "foundation/Bytes.h"
+#include "foundation/Error.h"
+#include "foundation/Object.h"
+
+namespace kelpie {
+
+// Values and the platform's own objects. Any thread.
+
+// Deeper than this nothing is converted: what other processes have written may nest as it likes.
+inline constexpr int kDeepestNesting = 64;
+
+// Strings, numbers, data, dates, URLs, errors, arrays, sets and dictionaries of them; nil for nil
+// and for anything else. Containers leave out what is nil here.
+Object objectOf(id object);
+Error errorOf(NSError* error);
+
+// The platform's object, autoreleased. nil for nil, and when the value or anything in it has none
+// here: a reference record, a text that is no UTF-8. A menu item becomes one of AppKit's, without
+// its image; an object of an unknown class becomes what the platform unarchives it to.
+id nsObject(const Object& object);
+
+NSData* nsData(ByteView bytes);  // autoreleased copy
+Bytes bytesOfData(NSData* data);
+
+}  // namespace kelpie

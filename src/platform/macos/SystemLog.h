@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string_view>
+
+#include "platform/Log.h"
+
+namespace kelpie {
+
+// Writes one event as one line to the system log. Control characters are escaped, what is no UTF-8
+// shows as U+FFFD, and a line of more than 4 KB is cut. Any thread.
+void writeSystemLog(std::string_view line);
+
+// The system log. Any thread.
+class SystemLog final : public Log {
+ public:
+  void write(std::string_view line) override { writeSystemLog(line); }
+};
+
+}  // namespace kelpie

@@ -1,0 +1,19 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+// The file system's side of NSURL and NSFileManager that GNUstep lacks: resource values, file
+// references, bookmarks, and a walk that yields URLs.
+
+@interface NSURL (Host)
+// The bookmark of a file that exists; nil for what does not.
+- (NSData*)hostBookmark;
+@end
+
+// An identifier of a file that is no data, as the platform is free to give one.
+@interface HostFileIdentifier : NSObject <NSCoding, NSCopying> {
+ @private
+  NSString* _name;
+}
+- (instancetype)initWithName:(NSString*)name;
+@end

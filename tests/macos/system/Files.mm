@@ -1,0 +1,230 @@
+#include "macos/system/Files.h"
+
+#include <objc/blocks_runtime.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+namespace {
+
+constexpr NSInteger kNoSuchFile = 260;
+constexpr NSInteger kCorruptFile = 259;
+
+struct Status {
+  bool exists = false;
+  struct stat value = {};
+};
+
+Status statusOf(NSURL* url) {
+  Status status;
+  status.exists =
+      [url isFileURL] && lstat([[url path] fileSystemRepresentation], &status.value) == 0;
+  return status;
+}
+
+NSData* identifierOf(const struct stat& status) {
+  const std::uint64_t parts[] = {status.st_dev, status.st_ino};
+  return [NSData dataWithBytes:parts length:sizeof parts];
+}
+
+NSError* cocoaError(NSInteger code) {
+  return [NSError errorWithDomain:NSCocoaErrorDomain code:code userInfo:nil];
+}
+
+// The path of each file whose reference was made, by the path of the reference.
+NSMutableDictionary* references() {
+  static NSMutableDictionary* const paths = [[NSMutableDictionary alloc] init];
+  return paths;
+}
+
+NSString* const kReferencePrefix = @"/.file/id=";
+
+}  // namespace
+
+@implementation NSURL (Additions)
+
+- (NSDictionary*)resourceValuesForKeys:(NSArray*)keys error:(NSError**)error {
+  const Status status = statusOf([self isFileReferenceURL] ? [self filePathURL] : self);
+  if (!status.exists) {
+    if (error != nullptr) *error = cocoaError(kNoSuchFile);
+    return nil;
+  }
+  const BOOL isDirectory = S_ISDIR(status.value.st_mode);
+  NSDictionary* const values = [NSDictionary
+      dictionaryWithObjectsAndKeys:identifierOf(status.value), NSURLFileResourceIdentifierKey,
+                                   [NSNumber numberWithBool:isDirectory], NSURLIsDirectoryKey,
+                                   [NSNumber
+                                       numberWithBool:isDirectory && [[self pathExtension]
+                                                                         isEqualToString:@"app"]],
+                                   NSURLIsPackageKey,
+                                   [NSNumber numberWithBool:S_ISLNK(status.value.st_mode)],
+                                   NSURLIsSymbolicLinkKey, [[self path] lastPathComponent],
+                                   NSURLLocalizedNameKey, nil];
+  NSMutableDictionary* const wanted = [NSMutableDictionary dictionary];
+  for (NSString* key in keys)
+    if ([values objectForKey:key] != nil) [wanted setObject:[values objectForKey:key] forKey:key];
+  return wanted;
+}
+
++ (NSURL*)URLByResolvingBookmarkData:(NSData*)bookmark
+                             options:(NSURLBookmarkResolutionOptions)options
+                       relativeToURL:(NSURL*)base
+                 bookmarkDataIsStale:(BOOL*)isStale
+                               error:(NSError**)error {
+  NSAssert(options == NSURLBookmarkResolutionWithoutUI && base == nil, @"not provided for");
+  id const value = [NSPropertyListSerialization propertyListWithData:bookmark
+                                                             options:NSPropertyListImmutable
+                                                              format:nullptr
+                                                               error:nullptr];
+  const BOOL isBookmark = [value isKindOfClass:[NSString class]];
+  NSURL* const url = isBookmark ? [NSURL fileURLWithPath:value] : nil;
+  if (url != nil && statusOf(url).exists) {
+    if (isStale != nullptr) *isStale = NO;
+    return url;
+  }
+  if (error != nullptr) *error = cocoaError(isBookmark ? kNoSuchFile : kCorruptFile);
+  return nil;
+}
+
+@end
+
+@implementation NSURL (Host)
+
+- (BOOL)getResourceValue:(id*)value forKey:(NSString*)key error:(NSError**)error {
+  NSDictionary* const values = [self resourceValuesForKeys:[NSArray arrayWithObject:key]
+                                                     error:error];
+  *value = [values objectForKey:key];
+  return values != nil;
+}
+
+- (BOOL)isFileReferenceURL {
+  return [self isFileURL] && [[self absoluteString] rangeOfString:kReferencePrefix].length > 0;
+}
+
+- (NSURL*)fileReferenceURL {
+  const Status status = statusOf(self);
+  if (!status.exists) return nil;
+  NSString* const reference = [kReferencePrefix
+      stringByAppendingFormat:@"%llu.%llu", static_cast<unsigned long long>(status.value.st_dev),
+                              static_cast<unsigned long long>(status.value.st_ino)];
+  const std::string real =
+      std::filesystem::canonical([[self path] fileSystemRepresentation]).string();
+  @synchronized(references()) {
+    [references() setObject:[NSString stringWithUTF8String:real.c_str()] forKey:reference];
+  }
+  return [NSURL URLWithString:[@"file://" stringByAppendingString:reference]];
+}
+
+- (NSURL*)filePathURL {
+  if (![self isFileReferenceURL]) return self;
+  const NSRange start = [[self absoluteString] rangeOfString:kReferencePrefix];
+  NSString* const reference = [[self absoluteString] substringFromIndex:start.location];
+  @synchronized(references()) {
+    NSString* const path = [references() objectForKey:reference];
+    return path == nil ? nil : [NSURL fileURLWithPath:path];
+  }
+}
+
+- (NSData*)hostBookmark {
+  if (!statusOf(self).exists) return nil;
+  return [NSPropertyListSerialization dataWithPropertyList:[self path]
+                                                    format:NSPropertyListBinaryFormat_v1_0
+                                                   options:0
+                                                     error:nullptr];
+}
+
+@end
+
+@implementation HostFileIdentifier
+
+- (instancetype)initWithName:(NSString*)name {
+  self = [super init];
+  if (self != nil) _name = [name copy];
+  return self;
+}
+
+- (instancetype)initWithCoder:(NSCoder*)coder {
+  return [self initWithName:[coder decodeObjectForKey:@"name"]];
+}
+
+- (void)encodeWithCoder:(NSCoder*)coder {
+  [coder encodeObject:_name forKey:@"name"];
+}
+
+- (id)copyWithZone:(NSZone* __attribute__((unused)))zone {
+  return [self retain];
+}
+
+- (BOOL)isEqual:(id)other {
+  return [other isKindOfClass:[HostFileIdentifier class]] &&
+         [static_cast<HostFileIdentifier*>(other)->_name isEqual:_name];
+}
+
+- (NSUInteger)hash {
+  return [_name hash];
+}
+
+- (void)dealloc {
+  [_name release];
+  [super dealloc];
+}
+
+@end
+
+typedef BOOL (^HostErrorHandler)(NSURL* url, NSError* error);
+
+// A walk below a folder. A folder that cannot be read is an error at its own URL.
+@interface HostDirectoryEnumerator : NSDirectoryEnumerator {
+ @public
+  HostErrorHandler _onError;
+  std::filesystem::recursive_directory_iterator _next;
+  BOOL _hasBegun;
+}
+- (void)beginAt:(NSURL*)url;
+@end
+
+@implementation HostDirectoryEnumerator
+
+- (void)beginAt:(NSURL*)url {
+  std::error_code failure;
+  _next = std::filesystem::recursive_directory_iterator(
+      [[url path] fileSystemRepresentation],
+      std::filesystem::directory_options::skip_permission_denied, failure);
+  if (failure && _onError != nullptr) _onError(url, cocoaError(kNoSuchFile));
+}
+
+- (id)nextObject {
+  std::error_code failure;
+  if (_hasBegun && _next != std::filesystem::recursive_directory_iterator())
+    _next.increment(failure);
+  _hasBegun = YES;
+  if (failure || _next == std::filesystem::recursive_directory_iterator()) return nil;
+  return [NSURL fileURLWithPath:[NSString stringWithUTF8String:_next->path().c_str()]];
+}
+
+- (void)skipDescendants {
+  _next.disable_recursion_pending();
+}
+
+- (void)dealloc {
+  if (_onError != nullptr) Block_release(_onError);
+  [super dealloc];
+}
+
+@end
+
+@implementation NSFileManager (Host)
+
+- (NSDirectoryEnumerator*)enumeratorAtURL:(NSURL*)url
+               includingPropertiesForKeys:(NSArray*)keys
+                                  options:(NSDirectoryEnumerationOptions)options
+                             errorHandler:(HostErrorHandler)onError {
+  NSAssert(options == 0 && [keys count] == 2, @"not provided for");
+  HostDirectoryEnumerator* const walk = [[[HostDirectoryEnumerator alloc] init] autorelease];
+  walk->_onError = Block_copy(onError);
+  [walk beginAt:url];
+  return walk;
+}
+
+@end

@@ -1,0 +1,17 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <cstdint>
+
+// What a test decides about the message ports of CoreFoundation.h. Ports of this process find each
+// other by name; a message is delivered by the main run loop, once the receiving port's source
+// stands in its common modes.
+namespace kelpie::system {
+
+// What the next sends answer; 0 sends. Any thread.
+void setSendStatus(std::int32_t status);
+// Whether a port of that name is open.
+bool isPortOpen(NSString* name);
+
+}  // namespace kelpie::system

@@ -1,0 +1,131 @@
+#include "macos/system/SuiteDefaults.h"
+
+@interface HostSuiteDefaults ()
+- (void)notifyObserversOf:(NSString*)key;
+@end
+
+@implementation HostSuiteDefaults
+
++ (HostSuiteDefaults*)suiteNamed:(NSString*)name {
+  static NSMutableDictionary* const suites = [[NSMutableDictionary alloc] init];
+  @synchronized(suites) {
+    HostSuiteDefaults* suite = [suites objectForKey:name];
+    if (suite == nil) {
+      suite = [[[HostSuiteDefaults alloc] init] autorelease];
+      [suites setObject:suite forKey:name];
+    }
+    return suite;
+  }
+}
+
+- (instancetype)init {
+  self = [super init];
+  if (self != nil) {
+    _stored = [[NSMutableDictionary alloc] init];
+    _registered = [[NSMutableDictionary alloc] init];
+    _observers = [[NSMutableArray alloc] init];
+  }
+  return self;
+}
+
+- (void)dealloc {
+  [_stored release];
+  [_registered release];
+  [_observers release];
+  [super dealloc];
+}
+
+- (void)removeAllObjects {
+  @synchronized(self) {
+    [_stored removeAllObjects];
+  }
+}
+
+- (id)objectForKey:(NSString*)key {
+  @synchronized(self) {
+    id const stored = [_stored objectForKey:key];
+    return [[(stored != nil ? stored : [_registered objectForKey:key]) retain] autorelease];
+  }
+}
+
+// As the platform's, it holds property lists only.
+- (void)setObject:(id)value forKey:(NSString*)key {
+  if (![NSPropertyListSerialization propertyList:value
+                                isValidForFormat:NSPropertyListBinaryFormat_v1_0])
+    [NSException raise:NSInvalidArgumentException format:@"no property list: %@", key];
+  @synchronized(self) {
+    [_stored setObject:value forKey:key];
+  }
+  [self notifyObserversOf:key];
+}
+
+- (void)removeObjectForKey:(NSString*)key {
+  @synchronized(self) {
+    [_stored removeObjectForKey:key];
+  }
+  [self notifyObserversOf:key];
+}
+
+- (void)registerDefaults:(NSDictionary*)defaults {
+  @synchronized(self) {
+    [_registered addEntriesFromDictionary:defaults];
+  }
+}
+
+- (NSDictionary*)dictionaryRepresentation {
+  @synchronized(self) {
+    NSMutableDictionary* const all = [NSMutableDictionary dictionaryWithDictionary:_registered];
+    [all addEntriesFromDictionary:_stored];
+    return all;
+  }
+}
+
+- (void)addObserver:(NSObject*)observer
+         forKeyPath:(NSString*)key
+            options:(NSKeyValueObservingOptions)options
+            context:(void*)context {
+  NSAssert(options == NSKeyValueObservingOptionNew && context == nullptr, @"not provided for");
+  @synchronized(self) {
+    [_observers addObject:[NSArray arrayWithObjects:[NSValue valueWithNonretainedObject:observer],
+                                                    key, nil]];
+  }
+}
+
+- (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)key {
+  @synchronized(self) {
+    [_observers
+        removeObject:[NSArray
+                         arrayWithObjects:[NSValue valueWithNonretainedObject:observer], key, nil]];
+  }
+}
+
+- (NSUInteger)observerCount {
+  @synchronized(self) {
+    return [_observers count];
+  }
+}
+
+- (void)notifyObserversOf:(NSString*)key {
+  NSArray* observers = nil;
+  @synchronized(self) {
+    observers = [NSArray arrayWithArray:_observers];
+  }
+  for (NSArray* observer in observers)
+    if ([[observer objectAtIndex:1] isEqualToString:key])
+      [[[observer objectAtIndex:0] nonretainedObjectValue] observeValueForKeyPath:key
+                                                                         ofObject:self
+                                                                           change:nil
+                                                                          context:nullptr];
+}
+
+@end
+
+@implementation NSUserDefaults (Additions)
+
+- (instancetype)initWithSuiteName:(NSString*)suite {
+  [self release];
+  if (suite == nil) return nil;
+  return static_cast<id>([[HostSuiteDefaults suiteNamed:suite] retain]);
+}
+
+@end
