@@ -9,13 +9,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "support/linux/TestSocket.h"
 #include "platform/linux/LinuxRemoteMessagePort.h"
 #include "platform/linux/MessageFrame.h"
 #include "platform/linux/UnixListener.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
 #include "support/TemporaryFolder.h"
+#include "support/linux/TestSocket.h"
 
 namespace kelpie {
 namespace {

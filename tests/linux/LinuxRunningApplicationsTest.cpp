@@ -5,13 +5,14 @@
 
 #include <algorithm>
 #include <csignal>
-#include <filesystem>
+#include <cstdlib>
 #include <iostream>
 
 #include "platform/linux/BusName.h"
 #include "platform/linux/MainLoop.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
+#include "support/linux/OwnProcess.h"
 #include "support/linux/PrivateBus.h"
 
 namespace kelpie {
@@ -39,11 +40,8 @@ class LinuxRunningApplicationsTest : public testing::Test {
   }
   // Another process that does so: see OwnsTheName below.
   std::unique_ptr<ChildProcess> startOwner() const {
-    auto process = std::make_unique<ChildProcess>(
-        std::vector<std::string>{std::filesystem::read_symlink("/proc/self/exe"),
-                                 "--gtest_also_run_disabled_tests",
-                                 "--gtest_filter=AnotherProcess.DISABLED_OwnsTheName"},
-        ChildProcess::Environment{{kAddressVariable, daemon.address()}});
+    auto process = startDisabledTest("AnotherProcess.DISABLED_OwnsTheName",
+                                     {{kAddressVariable, daemon.address()}});
     EXPECT_TRUE(process->waitForOutput("owns or waits")) << process->errors();
     return process;
   }
@@ -59,12 +57,11 @@ class LinuxRunningApplicationsTest : public testing::Test {
 
 // No test: what startOwner() runs as a process of its own.
 TEST(AnotherProcess, DISABLED_OwnsTheName) {
-  const char* address = std::getenv(kAddressVariable);
-  if (address == nullptr) GTEST_SKIP() << "started by hand";
+  if (!isStartedAsProcess()) GTEST_SKIP() << "runs as another process only";
   EventLog events;
   FakeLog log(events);
   MainLoop loop(log);
-  const auto bus = SessionBus::connectTo(address).bus;
+  const auto bus = SessionBus::connectTo(std::getenv(kAddressVariable)).bus;
   const auto answer = [] { std::cout << "owns or waits" << std::endl; };
   const BusName name(*bus, kName, {answer, answer});
   loop.run();

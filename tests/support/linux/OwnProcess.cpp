@@ -1,0 +1,24 @@
+#include "support/linux/OwnProcess.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace kelpie {
+namespace {
+
+constexpr const char* kVariable = "KELPIE_TEST_PROCESS";
+
+}  // namespace
+
+std::unique_ptr<ChildProcess> startDisabledTest(const std::string& suiteAndName,
+                                                ChildProcess::Environment environment) {
+  environment.emplace(kVariable, std::string("1"));
+  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
+  const std::vector<std::string> command = {self.string(), "--gtest_also_run_disabled_tests",
+                                            "--gtest_filter=" + suiteAndName};
+  return std::make_unique<ChildProcess>(command, environment);
+}
+
+bool isStartedAsProcess() { return std::getenv(kVariable) != nullptr; }
+
+}  // namespace kelpie
