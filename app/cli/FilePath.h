@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelpie::cli {
+
+// Paths as the user writes them, and file URLs as the extension does. All are bytes. Any thread.
+class FilePath {
+ public:
+  FilePath() = delete;
+
+  struct Place {
+    std::string path;       // absolute; without links, but that the item itself may be one
+    bool exists = false;    // a link that leads nowhere does
+    bool isFolder = false;  // or a link to one; then `path` is that of the folder
+  };
+
+  // What an operand of the command line names.
+  static Place locate(const std::string& operand);
+  // The names in a folder, sorted by bytes, without "." and ".."; missing when it cannot be read.
+  // At most kMaximumItems, the rest is left out.
+  static constexpr std::size_t kMaximumItems = 1'000'000;
+  static std::optional<std::vector<std::string>> namesIn(const std::string& folder);
+  // `folder`/`name`.
+  static std::string join(std::string_view folder, std::string_view name);
+  // The folder that holds the item; the root holds itself.
+  static std::string parentOf(std::string_view path);
+  // Whether `path` is the folder or lies in it, by the spelling alone.
+  static bool isWithin(std::string_view path, std::string_view folder);
+
+  // The file URL of an absolute path.
+  static std::string urlOf(const std::string& path, bool isFolder);
+  // The path of a file URL; missing for anything else.
+  static std::optional<std::string> pathOf(std::string_view url);
+};
+
+}  // namespace kelpie::cli
