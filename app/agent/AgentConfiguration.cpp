@@ -21,7 +21,7 @@ std::string AgentConfiguration::file() {
 }
 
 AgentConfiguration AgentConfiguration::read(const std::string& file,
-                                            std::optional<std::string>& problem) {
+                                            std::vector<std::string>& problems) {
   AgentConfiguration configuration;
   const std::unique_ptr<GKeyFile, KeyFileFree> keys(g_key_file_new());
   GError* raw = nullptr;
@@ -30,7 +30,7 @@ AgentConfiguration AgentConfiguration::read(const std::string& file,
   const GErrorPtr error(raw);
   if (!isRead) {
     if (g_error_matches(error.get(), G_FILE_ERROR, G_FILE_ERROR_NOENT) == FALSE)
-      problem = file + ": " + error->message;
+      problems.push_back(file + ": " + error->message);
     return configuration;
   }
   const GCharPtr program(g_key_file_get_string(keys.get(), "Git", "Program", nullptr));

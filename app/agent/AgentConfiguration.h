@@ -1,7 +1,7 @@
 #pragma once
 
-#include <optional>
 #include <string>
+#include <vector>
 
 namespace kelpie::agent {
 
@@ -15,8 +15,8 @@ struct AgentConfiguration {
   // no absolute path.
   static std::string file();
   // What the file says. A missing file, or a key that is not there, leaves what stands above; of a
-  // file that cannot be read, `problem` says why, in one line.
-  static AgentConfiguration read(const std::string& file, std::optional<std::string>& problem);
+  // file that cannot be read, a line in `problems` says why.
+  static AgentConfiguration read(const std::string& file, std::vector<std::string>& problems);
 };
 
 }  // namespace kelpie::agent

@@ -10,25 +10,25 @@ namespace {
 class AgentConfigurationTest : public testing::Test {
  protected:
   AgentConfiguration read(std::string_view content) {
-    return AgentConfiguration::read(folder_.addFile("agent.conf", content), problem_);
+    return AgentConfiguration::read(folder_.addFile("agent.conf", content), problems_);
   }
 
   TemporaryFolder folder_;
-  std::optional<std::string> problem_;
+  std::vector<std::string> problems_;
 };
 
 TEST_F(AgentConfigurationTest, GitIsLookedUpUnlessTheFileSaysWhereItIs) {
   EXPECT_EQ(read("[Git]\nProgram=/opt/git/bin/git\n").gitProgram, "/opt/git/bin/git");
   EXPECT_EQ(read("[Git]\nProgram=\n").gitProgram, "git");
   EXPECT_EQ(read("[Tools]\nblame=x\n").gitProgram, "git");
-  EXPECT_EQ(AgentConfiguration::read(folder_ / "missing", problem_).gitProgram, "git");
-  EXPECT_FALSE(problem_);
+  EXPECT_EQ(AgentConfiguration::read(folder_ / "missing", problems_).gitProgram, "git");
+  EXPECT_TRUE(problems_.empty());
 }
 
 TEST_F(AgentConfigurationTest, AFileThatCannotBeReadIsSaid) {
   EXPECT_EQ(read("what is this\n").gitProgram, "git");
-  ASSERT_TRUE(problem_);
-  EXPECT_EQ(problem_->rfind(folder_ / "agent.conf", 0), 0U);
+  ASSERT_EQ(problems_.size(), 1U);
+  EXPECT_EQ(problems_[0].rfind(folder_ / "agent.conf", 0), 0U);
 }
 
 }  // namespace

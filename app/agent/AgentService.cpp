@@ -1,0 +1,99 @@
+#include "agent/AgentService.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <optional>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "Configuration.h"
+#include "agent/AgentConfiguration.h"
+#include "agent/SharedSettings.h"
+#include "agent/ToolCommands.h"
+#include "foundation/MessageKeys.h"
+#include "platform/linux/DefaultsFile.h"
+
+namespace kelpie::agent {
+namespace {
+
+// As many gits at a time as the machine has use for.
+std::size_t readingsAtATime() { return std::max(4U, std::thread::hardware_concurrency()); }
+
+std::string folderOf(const std::string& file) { return file.substr(0, file.rfind('/')); }
+
+}  // namespace
+
+AgentService::AgentService(MainLoop& loop, const SessionBus& bus, const std::string& portsFolder,
+                           std::function<void()> quit)
+    : loop_(loop),
+      ports_(loop, portsFolder),
+      notifications_(&bus, loop.log()),
+      notifier_(bus.connection(), loop.log()),
+      configuration_(configuration(loop.log())),
+      watcher_(DirectoryWatcher::defaultLimit()),
+      pool_(loop.log(), readingsAtATime() + 2),
+      queues_(loop, pool_),
+      extensions_({loop, queues_, ports_}, std::string(kApplicationGroup)),
+      registry_({loop, queues_, watcher_, *files_, notifier_, configuration_.git,
+                 std::make_shared<ReadingSlots>(loop, readingsAtATime())}),
+      runner_(configuration_.means, queues_, loop.log(), notifier_, {std::move(quit), {}}),
+      actions_(runner_, loop.log()),
+      errors_(loop.log(), notifier_),
+      peer_({loop.log(), extensions_, registry_, actions_, errors_}) {
+  FileSystem::install(files_);
+  // An extension that lives but does not answer any more is asked to present itself again.
+  extensions_.setCallbacks({[this](const std::string& name) {
+                              registry_.gone(name);
+                              notifications_.post(kApplicationRunningNotification,
+                                                  kApplicationIdentifier);
+                            },
+                            [this](const std::string& name) { registry_.renewed(name); }});
+}
+
+AgentService::Configuration AgentService::configuration(Log& log) {
+  const std::string file = AgentConfiguration::file();
+  std::vector<std::string> problems;
+  const GitCommand git(AgentConfiguration::read(file, problems).gitProgram, "/");
+  ToolCommands tools = ToolCommands::read(file, problems);
+  // Of a file that cannot be read at all, each part says so.
+  problems.erase(std::unique(problems.begin(), problems.end()), problems.end());
+  for (const std::string& problem : problems) log.write(problem);
+  return {git, {git, std::move(tools), folderOf(file)}};
+}
+
+bool AgentService::start() {
+  if (watcher_.descriptor() < 0)
+    loop_.log().write("changes of files cannot be watched: too many watchers of this user");
+  else
+    watching_ =
+        loop_.watch(watcher_.descriptor(), G_IO_IN, [this](GIOCondition) { watcher_.dispatch(); });
+  if (!peer_.listen(ports_, kApplicationGroup)) {
+    loop_.log().write("the port " + std::string(kApplicationGroup) + "." +
+                      std::string(kApplicationPortComponent) +
+                      " cannot be opened; another application may have it");
+    return false;
+  }
+  appMessages_ =
+      notifications_.addObserver(kAppMessageNotification, [this](const std::string& message) {
+        if (!errors_.showJson(message)) loop_.log().write("an error without a text, dropped");
+      });
+  publish();
+  registry_.checkGit();
+  notifications_.post(kApplicationRunningNotification, kApplicationIdentifier);
+  return true;
+}
+
+// Without the version the extension takes no notice of this application.
+void AgentService::publish() {
+  const std::optional<DefaultsFile> file = DefaultsFile::ofSuite(kApplicationGroup);
+  const std::optional<std::string> problem =
+      file ? SharedSettings(*file).publish(kVersion, g_get_home_dir())
+           : "there is no folder for the settings";
+  if (!problem) return;
+  loop_.log().write("settings: " + *problem);
+  notifier_.notify("The settings cannot be written", *problem);
+}
+
+}  // namespace kelpie::agent

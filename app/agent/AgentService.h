@@ -1,0 +1,69 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "agent/ActionRunner.h"
+#include "agent/DesktopNotifier.h"
+#include "agent/DirectoryWatcher.h"
+#include "agent/ExtensionErrors.h"
+#include "agent/ExtensionPorts.h"
+#include "agent/GitCommand.h"
+#include "agent/MenuActions.h"
+#include "agent/ProtocolPeer.h"
+#include "agent/RepositoryRegistry.h"
+#include "platform/linux/LinuxFileSystem.h"
+#include "platform/linux/LinuxMessagePorts.h"
+#include "platform/linux/LinuxNotificationCenter.h"
+#include "platform/linux/LinuxSerialQueues.h"
+#include "platform/linux/MainLoop.h"
+#include "platform/linux/SessionBus.h"
+#include "platform/linux/ThreadPool.h"
+
+namespace kelpie::agent {
+
+// The main application at work: its end of the message link, and all that stands behind it. Main
+// thread.
+class AgentService {
+ public:
+  // All outlive this. `portsFolder` exists. `quit` is called when the user wants the agent to end.
+  AgentService(MainLoop& loop, const SessionBus& bus, const std::string& portsFolder,
+               std::function<void()> quit);
+  AgentService(const AgentService&) = delete;
+  AgentService& operator=(const AgentService&) = delete;
+  ~AgentService() = default;
+
+  // Opens the port, says in the shared settings which version runs, and then tells the extensions
+  // that it does. False, after a log line, when another application has the port.
+  bool start();
+
+ private:
+  // What the user's file says, for all parts.
+  struct Configuration {
+    GitCommand git{"git", "/"};
+    ActionJob::Means means;
+  };
+  static Configuration configuration(Log& log);
+  void publish();
+
+  MainLoop& loop_;
+  std::shared_ptr<LinuxFileSystem> files_ = std::make_shared<LinuxFileSystem>();
+  LinuxMessagePorts ports_;
+  LinuxNotificationCenter notifications_;
+  DesktopNotifier notifier_;
+  const Configuration configuration_;
+  DirectoryWatcher watcher_;
+  ThreadPool pool_;
+  LinuxSerialQueues queues_;
+  ExtensionPorts extensions_;
+  RepositoryRegistry registry_;
+  ActionRunner runner_;
+  MenuActions actions_;
+  ExtensionErrors errors_;
+  ProtocolPeer peer_;
+  std::unique_ptr<MainLoop::Source> watching_;
+  std::unique_ptr<NotificationObservation> appMessages_;
+};
+
+}  // namespace kelpie::agent
