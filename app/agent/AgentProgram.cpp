@@ -3,77 +3,99 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
+#include <cstdlib>
 #include <iostream>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include "Configuration.h"
-#include "agent/EndSignals.h"
-#include "foundation/MessageKeys.h"
-#include "platform/linux/SocketFiles.h"
+#include "platform/linux/ProcessEnd.h"
+#include "platform/linux/StderrLog.h"
 
 namespace kelpie::agent {
 namespace {
 
-constexpr const char* kHelp =
-    "usage: kelpie-agent [--version | --help]\n"
+constexpr int kUsageError = 2;
+
+constexpr std::string_view kHelp =
+    "Usage: kelpie-agent [--version | --help]\n"
     "\n"
-    "Reads the state of git working copies for the file manager's extension, and carries out\n"
-    "what is chosen from its menus. It runs until the session or SIGTERM ends it; of several\n"
-    "copies one works and the others wait.\n"
+    "Reads the state of git working copies for the file managers' extension, and carries out\n"
+    "what is chosen from its menus. It works until the session ends; of several copies one\n"
+    "works and the others wait. It needs git 2.16 or newer.\n"
     "\n"
-    "It writes its log to standard error. Its settings are in\n"
-    "$XDG_CONFIG_HOME/kelpie/agent.conf; it needs git 2.16 or newer.\n";
+    "  --version  print the version and end\n"
+    "  --help     print this and end\n"
+    "\n"
+    "Settings are in $XDG_CONFIG_HOME/kelpie/agent.conf. The log goes to standard error.\n";
 
 // The bus itself answers at once or never.
 constexpr std::chrono::milliseconds kBusLimit{2000};
 
+int answer(std::string_view argument) {
+  if (argument == "--version") {
+    std::cout << kVersion << '\n';
+  } else if (argument == "--help") {
+    std::cout << kHelp;
+  } else {
+    std::cerr << "kelpie-agent: unknown argument " << argument << "; try --help\n";
+    return kUsageError;
+  }
+  std::cout.flush();
+  return std::cout ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
 }  // namespace
 
-int AgentProgram::run(const std::vector<std::string>& arguments) {
-  if (arguments.size() == 1 && arguments[0] == "--version") {
-    std::cout << kVersion << '\n' << std::flush;
-    return std::cout ? 0 : 1;
+int AgentProgram::main(std::span<char* const> arguments) {
+  if (!arguments.empty()) return answer(arguments.front());
+  std::signal(SIGPIPE, SIG_IGN);  // of a log that nobody reads
+  StderrLog log;
+  const RuntimeDirectory runtime;
+  std::optional<std::string> problem = runtime.prepare();
+  if (!problem) problem = ProcessEnd::onSignals();
+  if (problem) {
+    log.write(*problem);
+    return EXIT_FAILURE;
   }
-  if (arguments.size() == 1 && arguments[0] == "--help") {
-    std::cout << kHelp << std::flush;
-    return std::cout ? 0 : 1;
+  AgentProgram(log, runtime).serve();
+}
+
+AgentProgram::AgentProgram(Log& log, const RuntimeDirectory& runtime)
+    : log_(log),
+      runtime_(runtime),
+      loop_(log),
+      monitors_(loop_),
+      bus_(connectToBus()),
+      notifications_(bus_.get(), log),
+      waitingCopies_(notifications_, monitors_, getpid(), [this] {
+        if (service_ != nullptr) service_->announce();
+      }) {}
+
+std::unique_ptr<SessionBus> AgentProgram::connectToBus() {
+  auto [bus, problem] = SessionBus::connect();
+  if (bus == nullptr) {
+    log_.write(problem + "; without it nobody can find the main application");
+    ProcessEnd::now(EXIT_FAILURE);
   }
-  if (!arguments.empty()) {
-    std::cerr << kHelp;
-    return 2;
-  }
-  // A log that nobody reads any more does not end the process.
-  std::signal(SIGPIPE, SIG_IGN);
-  AgentProgram().serve();
+  bus->setClosedHandler([this] {
+    log_.write("the session bus has ended");
+    ProcessEnd::now(EXIT_SUCCESS);
+  });
+  return std::move(bus);
 }
 
 void AgentProgram::serve() {
-  const EndSignals signals([this] { loop_.quit(0); });
-  if (const std::optional<std::string> problem = runtime_.prepare()) {
-    log_.write(*problem);
-    end(1);
-  }
-  SessionBus::Attempt attempt = SessionBus::connect();
-  if (attempt.bus == nullptr) {
-    log_.write("no session bus, which is needed: " + attempt.problem);
-    end(1);
-  }
-  bus_ = std::move(attempt.bus);
-  bus_->setClosedHandler([this] {
-    hasEnded_ = true;
-    log_.write("the session bus has ended");
-    loop_.quit(0);
-  });
-  name_ = std::make_unique<BusName>(
-      *bus_, std::string(kApplicationIdentifier),
-      BusName::Handlers{[this] { nameAcquired(); }, [this] { nameTaken(); }});
-  end(loop_.run());
+  name_.emplace(*bus_, std::string(kApplicationIdentifier),
+                BusName::Handlers{[this] { nameAcquired(); }, [this] { nameTaken(); }});
+  ProcessEnd::now(loop_.run());
 }
 
 void AgentProgram::nameTaken() {
-  if (hasEnded_ || service_ != nullptr) return;
-  log_.write("another copy runs; waiting until it ends");
+  // The name is also lost with the bus.
+  if (hasName_ || ownerMonitor_ != nullptr) return;
+  log_.write("another kelpie-agent runs; waiting until it ends");
   watchOwner();
 }
 
@@ -87,20 +109,22 @@ void AgentProgram::nameAcquired() {
 void AgentProgram::watchOwner() {
   const std::optional<std::int32_t> owner = pidOfOwner();
   if (!owner) return;
+  waitingCopies_.sayWaiting();
   ownerMonitor_ = monitors_.makeMonitor(*owner);
   ownerMonitor_->setEventHandler([this] {
     std::exchange(ownerMonitor_, nullptr)->cancel();
+    if (hasName_) return startService();
     // Yet another copy may have been the next.
-    hasName_ ? startService() : watchOwner();
+    watchOwner();
   });
   ownerMonitor_->resume();
 }
 
 void AgentProgram::startService() {
   if (service_ != nullptr) return;
-  service_ = std::make_unique<AgentService>(loop_, *bus_, runtime_.portsFolder(),
-                                            [this] { loop_.quit(0); });
-  if (!service_->start()) loop_.quit(1);
+  service_ = std::make_unique<AgentService>(loop_, *bus_, notifications_, runtime_.portsFolder(),
+                                            [this] { loop_.quit(EXIT_SUCCESS); });
+  if (!service_->start()) loop_.quit(EXIT_FAILURE);
 }
 
 std::optional<std::int32_t> AgentProgram::pidOfOwner() const {
@@ -111,20 +135,6 @@ std::optional<std::int32_t> AgentProgram::pidOfOwner() const {
   g_variant_get(answer.get(), "(u)", &pid);
   const auto owner = static_cast<std::int32_t>(pid);
   return owner == getpid() ? std::nullopt : std::optional(owner);
-}
-
-// At once, whatever the queues are busy with: git that only answers questions ends with the
-// process, and what changes a repository comes to its end by itself. A copy that was waiting made
-// the extensions take no notice of any; they are to look again.
-void AgentProgram::end(int status) {
-  SocketFiles::shared().removeAllForGood();
-  if (service_ == nullptr && bus_ != nullptr && !hasEnded_) {
-    name_.reset();
-    LinuxNotificationCenter(bus_.get(), log_)
-        .post(kApplicationRunningNotification, kApplicationIdentifier);
-    g_dbus_connection_flush_sync(bus_->connection(), nullptr, nullptr);
-  }
-  _exit(status);
 }
 
 }  // namespace kelpie::agent

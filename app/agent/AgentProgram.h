@@ -3,17 +3,18 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <string>
-#include <vector>
+#include <span>
 
 #include "agent/AgentService.h"
+#include "agent/WaitingCopies.h"
+#include "platform/Log.h"
 #include "platform/ProcessMonitor.h"
 #include "platform/linux/BusName.h"
+#include "platform/linux/LinuxNotificationCenter.h"
 #include "platform/linux/LinuxProcessMonitors.h"
 #include "platform/linux/MainLoop.h"
 #include "platform/linux/RuntimeDirectory.h"
 #include "platform/linux/SessionBus.h"
-#include "platform/linux/StderrLog.h"
 
 namespace kelpie::agent {
 
@@ -21,33 +22,33 @@ namespace kelpie::agent {
 // thread.
 class AgentProgram {
  public:
-  AgentProgram() = default;
-  AgentProgram(const AgentProgram&) = delete;
-  AgentProgram& operator=(const AgentProgram&) = delete;
-  ~AgentProgram() = default;
-
-  // The program as it was called, without its name. Answers the exit status: 0 also when it was
-  // told to end or its session has ended; 1 when it cannot run, which a log line explains; 2 when
-  // it was called with what it does not understand.
-  static int run(const std::vector<std::string>& arguments);
+  // Runs the program with these arguments, its own name left out, until it is told to end. The exit
+  // status: 0, also when the session has ended; 1 when it cannot serve, which is said in one line;
+  // 2 for arguments that it does not know.
+  static int main(std::span<char* const> arguments);
 
  private:
+  AgentProgram(Log& log, const RuntimeDirectory& runtime);
+
+  // From here on nothing returns to a caller: the process ends with ProcessEnd, whatever its queues
+  // do. Git that only answers questions ends with it; what changes a repository comes to its end.
   [[noreturn]] void serve();
+  std::unique_ptr<SessionBus> connectToBus();
   void nameTaken();
   void nameAcquired();
   void watchOwner();
   void startService();
   // The process of another copy that has the name; missing when none has, or the bus does not say.
   std::optional<std::int32_t> pidOfOwner() const;
-  [[noreturn]] void end(int status);
 
-  StderrLog log_;
-  MainLoop loop_{log_};
-  RuntimeDirectory runtime_;
-  LinuxProcessMonitors monitors_{loop_};
+  Log& log_;
+  const RuntimeDirectory& runtime_;
+  MainLoop loop_;
+  LinuxProcessMonitors monitors_;
   std::unique_ptr<SessionBus> bus_;
-  std::unique_ptr<BusName> name_;
-  bool hasEnded_ = false;  // the bus
+  LinuxNotificationCenter notifications_;
+  WaitingCopies waitingCopies_;
+  std::optional<BusName> name_;
   bool hasName_ = false;
   // Of the copy that this one waits for; null when it waits for none.
   std::shared_ptr<ProcessMonitor> ownerMonitor_;

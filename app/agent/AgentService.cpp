@@ -25,11 +25,12 @@ std::string folderOf(const std::string& file) { return file.substr(0, file.rfind
 
 }  // namespace
 
-AgentService::AgentService(MainLoop& loop, const SessionBus& bus, const std::string& portsFolder,
-                           std::function<void()> quit)
+AgentService::AgentService(MainLoop& loop, const SessionBus& bus,
+                           DistributedNotificationCenter& notifications,
+                           const std::string& portsFolder, std::function<void()> quit)
     : loop_(loop),
       ports_(loop, portsFolder),
-      notifications_(&bus, loop.log()),
+      notifications_(notifications),
       notifier_(bus.connection(), loop.log()),
       configuration_(configuration(loop.log())),
       watcher_(DirectoryWatcher::defaultLimit()),
@@ -46,8 +47,7 @@ AgentService::AgentService(MainLoop& loop, const SessionBus& bus, const std::str
   // An extension that lives but does not answer any more is asked to present itself again.
   extensions_.setCallbacks({[this](const std::string& name) {
                               registry_.gone(name);
-                              notifications_.post(kApplicationRunningNotification,
-                                                  kApplicationIdentifier);
+                              announce();
                             },
                             [this](const std::string& name) { registry_.renewed(name); }});
 }
@@ -81,8 +81,12 @@ bool AgentService::start() {
       });
   publish();
   registry_.checkGit();
-  notifications_.post(kApplicationRunningNotification, kApplicationIdentifier);
+  announce();
   return true;
+}
+
+void AgentService::announce() {
+  notifications_.post(kApplicationRunningNotification, kApplicationIdentifier);
 }
 
 // Without the version the extension takes no notice of this application.

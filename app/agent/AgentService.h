@@ -13,9 +13,9 @@
 #include "agent/MenuActions.h"
 #include "agent/ProtocolPeer.h"
 #include "agent/RepositoryRegistry.h"
+#include "platform/DistributedNotificationCenter.h"
 #include "platform/linux/LinuxFileSystem.h"
 #include "platform/linux/LinuxMessagePorts.h"
-#include "platform/linux/LinuxNotificationCenter.h"
 #include "platform/linux/LinuxSerialQueues.h"
 #include "platform/linux/MainLoop.h"
 #include "platform/linux/SessionBus.h"
@@ -28,8 +28,8 @@ namespace kelpie::agent {
 class AgentService {
  public:
   // All outlive this. `portsFolder` exists. `quit` is called when the user wants the agent to end.
-  AgentService(MainLoop& loop, const SessionBus& bus, const std::string& portsFolder,
-               std::function<void()> quit);
+  AgentService(MainLoop& loop, const SessionBus& bus, DistributedNotificationCenter& notifications,
+               const std::string& portsFolder, std::function<void()> quit);
   AgentService(const AgentService&) = delete;
   AgentService& operator=(const AgentService&) = delete;
   ~AgentService() = default;
@@ -37,6 +37,8 @@ class AgentService {
   // Opens the port, says in the shared settings which version runs, and then tells the extensions
   // that it does. False, after a log line, when another application has the port.
   bool start();
+  // Tells the extensions to look for this application.
+  void announce();
 
  private:
   // What the user's file says, for all parts.
@@ -50,7 +52,7 @@ class AgentService {
   MainLoop& loop_;
   std::shared_ptr<LinuxFileSystem> files_ = std::make_shared<LinuxFileSystem>();
   LinuxMessagePorts ports_;
-  LinuxNotificationCenter notifications_;
+  DistributedNotificationCenter& notifications_;
   DesktopNotifier notifier_;
   const Configuration configuration_;
   DirectoryWatcher watcher_;

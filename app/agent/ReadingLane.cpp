@@ -10,8 +10,8 @@ namespace kelpie::agent {
 using Clock = ReadingPace::Clock;
 
 ReadingLane::ReadingLane(MainLoop& loop, std::shared_ptr<ReadingSlots> slots,
-                         std::function<void()> begin)
-    : loop_(loop), slots_(std::move(slots)), begin_(std::move(begin)) {}
+                         ReadingSlots::Urgency urgency, std::function<void()> begin)
+    : loop_(loop), slots_(std::move(slots)), urgency_(urgency), begin_(std::move(begin)) {}
 
 ReadingLane::~ReadingLane() {
   if (stage_ == Stage::Reading) slots_->leave(ticket_);
@@ -48,8 +48,8 @@ void ReadingLane::due() {
   const std::optional<Clock::time_point> next = pace_.next();
   if (!wanted_ || !next || *next > Clock::now()) return schedule();
   stage_ = Stage::Queued;
-  slots_->enter([this, alive = std::weak_ptr<bool>(alive_),
-                 slots = slots_.get()](ReadingSlots::Ticket ticket) {
+  slots_->enter(urgency_, [this, alive = std::weak_ptr<bool>(alive_),
+                           slots = slots_.get()](ReadingSlots::Ticket ticket) {
     if (alive.expired()) return slots->leave(ticket);
     begin(ticket);
   });

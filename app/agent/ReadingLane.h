@@ -14,7 +14,8 @@ namespace kelpie::agent {
 class ReadingLane {
  public:
   // `begin` starts a reading, whose end is to be told with finished(). `loop` outlives this.
-  ReadingLane(MainLoop& loop, std::shared_ptr<ReadingSlots> slots, std::function<void()> begin);
+  ReadingLane(MainLoop& loop, std::shared_ptr<ReadingSlots> slots, ReadingSlots::Urgency urgency,
+              std::function<void()> begin);
   ~ReadingLane();
   ReadingLane(const ReadingLane&) = delete;
   ReadingLane& operator=(const ReadingLane&) = delete;
@@ -35,6 +36,7 @@ class ReadingLane {
 
   MainLoop& loop_;
   std::shared_ptr<ReadingSlots> slots_;
+  const ReadingSlots::Urgency urgency_;
   std::function<void()> begin_;
   ReadingPace pace_;
   bool wanted_ = false;

@@ -36,8 +36,10 @@ RepositorySession::RepositorySession(const SessionServices& services,
       number_(nextNumber()),
       callbacks_(std::move(callbacks)),
       messages_(std::make_shared<const RepositoryMessages>(workingCopy, std::move(identifier))),
-      statusLane_(services.loop, services.slots, [this] { readStatus(); }),
-      referencesLane_(services.loop, services.slots, [this] { readReferences(); }) {
+      statusLane_(services.loop, services.slots, ReadingSlots::Urgency::Status,
+                  [this] { readStatus(); }),
+      referencesLane_(services.loop, services.slots, ReadingSlots::Urgency::References,
+                      [this] { readReferences(); }) {
   const auto context = [&](std::string_view label) {
     return ReadingContext{workingCopy,    services.git,          messages_,
                           services.files, services.loop.queue(), services.queues.makeQueue(label)};

@@ -1,8 +1,9 @@
-#include <string>
-#include <vector>
+#include <cstddef>
+#include <span>
 
 #include "agent/AgentProgram.h"
 
 int main(int argc, char** argv) {
-  return kelpie::agent::AgentProgram::run(std::vector<std::string>(argv + 1, argv + argc));
+  const std::span<char* const> all(argv, static_cast<std::size_t>(argc));
+  return kelpie::agent::AgentProgram::main(all.empty() ? all : all.subspan(1));
 }

@@ -18,12 +18,14 @@ class ReadingLaneTest : public testing::Test {
     loop_.runUntil([] { return false; }, ReadingPace::kQuiet * 4);
   }
 
+  static constexpr auto kStatus = ReadingSlots::Urgency::Status;
+
   EventLog events_;
   FakeLog log_{events_};
   MainLoop loop_{log_};
   std::shared_ptr<ReadingSlots> slots_ = std::make_shared<ReadingSlots>(loop_, 1);
   int begun_ = 0;
-  ReadingLane lane_{loop_, slots_, [this] { ++begun_; }};
+  ReadingLane lane_{loop_, slots_, kStatus, [this] { ++begun_; }};
 };
 
 TEST_F(ReadingLaneTest, NothingIsReadThatNobodyWants) {
@@ -51,7 +53,7 @@ TEST_F(ReadingLaneTest, AChangeDuringAReadingLeadsToOneMore) {
 
 TEST_F(ReadingLaneTest, ALaneWaitsForASlot) {
   ReadingSlots::Ticket other = 0;
-  slots_->enter([&](ReadingSlots::Ticket ticket) { other = ticket; });
+  slots_->enter(kStatus, [&](ReadingSlots::Ticket ticket) { other = ticket; });
   lane_.setWanted(true);
   lane_.changed();
   idle();
@@ -65,7 +67,7 @@ TEST_F(ReadingLaneTest, ALaneWaitsForASlot) {
 
 TEST_F(ReadingLaneTest, ALaneThatGoesGivesItsSlotBack) {
   {
-    ReadingLane reading(loop_, slots_, [this] { ++begun_; });
+    ReadingLane reading(loop_, slots_, kStatus, [this] { ++begun_; });
     reading.setWanted(true);
     reading.changed();
     ASSERT_TRUE(runUntil([&] { return begun_ == 1; }));
@@ -76,9 +78,9 @@ TEST_F(ReadingLaneTest, ALaneThatGoesGivesItsSlotBack) {
 
 TEST_F(ReadingLaneTest, ALaneThatGoesWhileItWaitsIsPassedOver) {
   ReadingSlots::Ticket other = 0;
-  slots_->enter([&](ReadingSlots::Ticket ticket) { other = ticket; });
+  slots_->enter(kStatus, [&](ReadingSlots::Ticket ticket) { other = ticket; });
   {
-    ReadingLane waiting(loop_, slots_, [this] { ++begun_; });
+    ReadingLane waiting(loop_, slots_, kStatus, [this] { ++begun_; });
     waiting.setWanted(true);
     waiting.changed();
     idle();
@@ -88,11 +90,28 @@ TEST_F(ReadingLaneTest, ALaneThatGoesWhileItWaitsIsPassedOver) {
   EXPECT_EQ(slots_->running(), 0U);
 }
 
+TEST_F(ReadingLaneTest, AStatusComesBeforeReferencesThatHaveWaitedLonger) {
+  std::string order;
+  ReadingSlots::Ticket first = 0;
+  slots_->enter(kStatus, [&](ReadingSlots::Ticket ticket) { first = ticket; });
+  const auto note = [&](char what) {
+    return [&order, what, this](ReadingSlots::Ticket ticket) {
+      order += what;
+      slots_->leave(ticket);
+    };
+  };
+  slots_->enter(ReadingSlots::Urgency::References, note('r'));
+  slots_->enter(kStatus, note('s'));
+  slots_->enter(kStatus, note('t'));
+  slots_->leave(first);
+  EXPECT_EQ(order, "str");
+}
+
 TEST_F(ReadingLaneTest, AReadingThatDoesNotEndGivesWayAfterAWhile) {
   ReadingSlots slots(loop_, 1, std::chrono::milliseconds(10));
   int started = 0;
-  slots.enter([&](ReadingSlots::Ticket) { ++started; });
-  slots.enter([&](ReadingSlots::Ticket) { ++started; });
+  slots.enter(kStatus, [&](ReadingSlots::Ticket) { ++started; });
+  slots.enter(kStatus, [&](ReadingSlots::Ticket) { ++started; });
   EXPECT_EQ(started, 1);
   EXPECT_TRUE(runUntil([&] { return started == 2; }));
 }
