@@ -41,7 +41,7 @@ function(kelpie_add_program NAME)
   target_link_libraries(${NAME} PRIVATE kelpie_warnings ${program_USES})
   set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
   add_dependencies(kelpie_programs ${NAME})
-  install(TARGETS ${NAME} RUNTIME DESTINATION bin)
+  install(TARGETS ${NAME} RUNTIME DESTINATION bin COMPONENT kelpie)
 endfunction()
 
 # Enters FOLDER when it has a CMakeLists.txt of its own.

@@ -4,14 +4,8 @@
 #include <filesystem>
 
 #include "Configuration.h"
-#include "e2e/ProcessHost.h"
-#include "e2e/TestApplication.h"
-#include "e2e/TestHost.h"
-#include "foundation/Dictionary.h"
+#include "e2e/RepositoryFixture.h"
 #include "foundation/MessageKeys.h"
-#include "platform/linux/Bookmark.h"
-#include "platform/linux/FileIdentity.h"
-#include "settings/SettingsKeys.h"
 
 namespace kelpie {
 namespace {
@@ -19,46 +13,7 @@ namespace {
 using nlohmann::json;
 namespace fs = std::filesystem;
 
-Object identifierOf(const std::string& path) {
-  struct stat status = {};
-  EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
-  return fileIdentifier(status).toObject();
-}
-
-class HostLink : public testing::Test {
- protected:
-  // Configures the folders that are observed.
-  void chooseFolders(const std::vector<std::string>& paths) {
-    Objects bookmarks;
-    for (const std::string& path : paths) bookmarks.emplace_back(Bookmark::make(path).value());
-    EXPECT_EQ(session.sharedDefaults().update([&](Dictionary& values) {
-      values.set(Object(kFoldersPathsKey), bookmarks);
-      return true;
-    }),
-              std::nullopt);
-  }
-  // A folder that counts as a repository, with one changed file in it.
-  void addRepository() {
-    repository = session.home().addFolder("repository");
-    session.home().addFolder("repository/.git");
-    file = session.home().addFile("repository/a file.txt", "x");
-  }
-  // What the main application answers when it is asked for the repository.
-  void answerWithRepository(TestApplication& application, const std::string& portName) const {
-    application.send(portName, "openRepositoryWithUrls:", Object(),
-                     Objects{URL::fileURLWithPath(repository, true),
-                             URL::fileURLWithPath(repository + "/.git", true)});
-    application.send(
-        portName, "setStatusInfo:", identifierOf(repository),
-        Dictionary{{"KPRepositoryState", 0},
-                   {"KPRepositoryStatus",
-                    Dictionary{{identifierOf(file), Objects{0x0100, Object::path(file)}}}}});
-  }
-
-  ProcessHost session;
-  std::string repository;
-  std::string file;
-};
+using HostLink = RepositoryFixture;
 
 TEST_F(HostLink, WelcomeNamesFoldersAndImagesThatExist) {
   addRepository();
@@ -123,39 +78,22 @@ TEST_F(HostLink, FromTheAnnouncementToTheBadgeAndTheMenu) {
   EXPECT_EQ(sync->errors(), "");
 }
 
-TEST_F(HostLink, AnApplicationOfAnotherVersionIsNone) {
+TEST_F(HostLink, ARepositoryThatIsReachedThroughALinkIsKnownByItsFolder) {
   addRepository();
+  const std::string link = session.home().addLink("link", "repository");
   chooseFolders({repository});
-  const auto sync = session.startSync();
-  TestApplication application(session);
-  application.writeVersion("another");
-  application.announce();
-  application.writeVersion(std::string(kVersion));
-  application.announce();
-  ASSERT_TRUE(application.waitFor("pingPortName:"));
-}
-
-TEST_F(HostLink, AnApplicationThatRunsAtTheStartIsFound) {
   TestApplication application(session);
   application.writeVersion(std::string(kVersion));
   const auto sync = session.startSync();
-  EXPECT_TRUE(application.waitFor("pingPortName:"));
-}
-
-TEST_F(HostLink, AFileManagerStartsTheExtensionByItsName) {
-  session.home().addFile(".local/share/dbus-1/services/org.kelpie.Kelpie.Sync.service",
-                         "[D-BUS Service]\nName=org.kelpie.Kelpie.Sync\nExec=" +
-                             ProcessHost::program("kelpie-sync") + "\n");
-  const auto bus = SessionBus::connectTo(session.bus().address()).bus;
-  const GVariantPtr started(g_dbus_connection_call_sync(
-      bus->connection(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-      "StartServiceByName", g_variant_new("(su)", "org.kelpie.Kelpie.Sync", 0U),
-      G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, 30000, nullptr, nullptr));
-  ASSERT_TRUE(started);
+  const std::string portName = ProcessHost::portNameOf(*sync);
   TestHost files(session);
-  EXPECT_EQ(files.hello().at("type"), "welcome") << "it listened before it had its name";
-  session.bus().end();
-  EXPECT_TRUE(session.waitUntil([&] { return files.isClosed(); })) << "and ends with the session";
+  files.hello();
+  files.send({{"type", "requestBadges"}, {"urls", {fileURL(file)}}});
+  application.send(
+      portName, "openRepositoryWithUrls:", Object(),
+      Objects{URL::fileURLWithPath(link, true), URL::fileURLWithPath(link + "/.git", true)});
+  application.send(portName, "setStatusInfo:", identifierOf(repository), status());
+  EXPECT_TRUE(files.waitForBadge(fileURL(file), "KPWorkdirModifiedBadge"));
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "Configuration.h"
 #include "foundation/Dictionary.h"
 #include "foundation/KeyedArchiver.h"
@@ -11,23 +13,33 @@
 
 namespace kelpie {
 
-TestApplication::TestApplication(ProcessHost& processes)
+namespace {
+
+const std::string kPortName = std::string(kApplicationGroup).append(".App");
+
+}  // namespace
+
+TestApplication::TestApplication(ProcessHost& processes, Name name)
     : processes_(processes),
       bus_(SessionBus::connectTo(processes.bus().address()).bus),
       ports_(processes.loop(), processes.runtime().portsFolder()),
       notifications_(bus_.get(), processes.log()) {
   EXPECT_EQ(processes.runtime().prepare(), std::nullopt);
   port_ = ports_.createLocal(
-      std::string(kApplicationGroup).append(".App"),
+      kPortName,
       [this](std::int32_t id, const std::shared_ptr<const Bytes>& bytes, const auto& done) {
         received_.push_back({id, KeyedUnarchiver::unarchiveObject(*bytes)});
         done();
       });
   EXPECT_TRUE(port_);
+  if (name == Name::Own) takeName();
+}
+
+void TestApplication::takeName() {
   bool answered = false;
   const auto answer = [&] { answered = true; };
   name_.emplace(*bus_, std::string(kApplicationIdentifier), BusName::Handlers{answer, answer});
-  EXPECT_TRUE(processes.waitUntil([&] { return answered; }));
+  EXPECT_TRUE(processes_.waitUntil([&] { return answered; }));
 }
 
 void TestApplication::writeVersion(const std::string& version) {
@@ -54,6 +66,22 @@ std::optional<TestApplication::Received> TestApplication::waitFor(const std::str
   });
   if (!found) ADD_FAILURE() << "no message " << selector;
   return found;
+}
+
+// What this sends itself arrives after what was sent before.
+std::size_t TestApplication::count(const std::string& selector) {
+  const auto countOf = [&](std::string_view wanted) {
+    return std::ranges::count_if(received_, [&](const Received& received) {
+      return received.message[kMessageSelectorKey].stringValue() == wanted;
+    });
+  };
+  constexpr std::string_view kMarker = "marker";
+  send(kPortName, std::string(kMarker), Object(), Object(true));
+  EXPECT_TRUE(processes_.waitUntil([&] { return countOf(kMarker) > 0; }));
+  std::erase_if(received_, [&](const Received& received) {
+    return received.message[kMessageSelectorKey].stringValue() == kMarker;
+  });
+  return static_cast<std::size_t>(countOf(selector));
 }
 
 void TestApplication::send(const std::string& portName, const std::string& selector,

@@ -24,9 +24,12 @@ class TestApplication {
     Object message;
   };
 
-  // Takes its place in the name's queue and opens its port; announces nothing yet. `processes`
+  // Who has the bus name, and so is the application's process.
+  enum class Name { Own, LeaveToAnotherProcess };
+
+  // Opens its port and takes its place in the name's queue; announces nothing yet. `processes`
   // outlives this.
-  explicit TestApplication(ProcessHost& processes);
+  explicit TestApplication(ProcessHost& processes, Name name = Name::Own);
 
   // Writes the version to the shared settings.
   void writeVersion(const std::string& version);
@@ -36,12 +39,17 @@ class TestApplication {
   // Runs the main loop until a message of that selector is there, and takes it; those before it are
   // dropped. Missing when none comes.
   std::optional<Received> waitFor(const std::string& selector);
+  // How many messages of that selector have been sent and were neither taken nor dropped: also
+  // those that are still on their way.
+  std::size_t count(const std::string& selector);
   // Sends the extension a message to the repository `target` (nil: to the extension itself). All
   // that goes to one port goes over one connection.
   void send(const std::string& portName, const std::string& selector, const Object& target,
             const Object& argument);
 
  private:
+  void takeName();
+
   ProcessHost& processes_;
   std::unique_ptr<SessionBus> bus_;
   LinuxMessagePorts ports_;
