@@ -42,6 +42,8 @@ class BadgeCollector {
   // Takes in a message of the extension. The wanted items whose badges it brings.
   std::vector<std::string> take(const nlohmann::json& message);
 
+  // Whether items are wanted, and none of them has got a badge.
+  bool isWithoutAnswer() const { return !badges_.empty() && unanswered_ == badges_.size(); }
   // The identifier of the item's badge; missing when none came.
   std::optional<std::string> badge(std::string_view path) const;
 

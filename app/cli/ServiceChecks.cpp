@@ -93,8 +93,9 @@ void ServiceChecks::checkHostLink() {
   std::string why;
   if (const auto session = ExtensionSession::open(ExtensionSession::Start::Never, why)) {
     const LinkWelcome& welcome = session->welcome();
-    report_.good(kHostLink, path + " answers, version " + std::to_string(welcome.version) + ", " +
-                                std::to_string(welcome.directories.size()) + " observed folders");
+    report_.good(kHostLink,
+                 path + " answers, version " + std::to_string(welcome.version) +
+                     "; observed folders: " + std::to_string(welcome.directories.size()));
   } else if (extension_) {
     report_.problem(kHostLink, path + ": " + why,
                     "end process " + std::to_string(*extension_) + " and start kelpie-sync again");

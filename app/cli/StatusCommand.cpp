@@ -27,6 +27,10 @@ int StatusCommand::run() {
   if (!sections.empty() && !badges.settle(arguments_.wait())) {
     console_.complain("the extension has ended; some badges may be missing");
     status = kFailure;
+  } else if (badges.isWithoutAnswer()) {
+    console_.complain(
+        "no badge came: nothing there lies in a working copy, or the main application does not "
+        "run; see: kelpie doctor");
   }
   if (arguments_.has("json")) {
     printJson(sections, badges);

@@ -105,7 +105,7 @@ void SystemChecks::checkFolders(const SettingsSnapshot& settings) {
     report_.problem(kFolders, "there are none, so nothing has a badge",
                     "kelpie folders add FOLDER");
   } else {
-    report_.good(kFolders, std::to_string(entries.size()));
+    report_.good(kFolders, std::to_string(entries.size()) + " in the list");
   }
 }
 

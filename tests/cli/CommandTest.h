@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "FakeExtension.h"
-#include "KelpieProcess.h"
 #include "support/TemporaryFolder.h"
+#include "support/linux/ChildProcess.h"
 
 namespace kelpie::cli {
 
@@ -28,7 +28,10 @@ class CommandTest : public ::testing::Test {
   void startExtension();
   // Runs the program to its end.
   Result run(const std::vector<std::string>& words);
-  std::unique_ptr<KelpieProcess> start(const std::vector<std::string>& words);
+  std::unique_ptr<ChildProcess> start(const std::vector<std::string>& words);
+  // Runs another program in the same world to its end.
+  Result runProgram(const std::vector<std::string>& words);
+  std::unique_ptr<ChildProcess> startProgram(const std::vector<std::string>& words);
   // A file or folder below `files`, and its URL.
   std::string path(std::string_view name) const { return files + '/' + std::string(name); }
   std::string url(std::string_view name) const { return "file://" + path(name); }
@@ -36,7 +39,7 @@ class CommandTest : public ::testing::Test {
   TemporaryFolder home;
   std::string files;
   FakeExtension extension;
-  KelpieProcess::Environment environment;
+  ChildProcess::Environment environment;
 };
 
 }  // namespace kelpie::cli

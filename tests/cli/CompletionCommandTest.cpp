@@ -16,10 +16,10 @@ class CompletionCommandTest : public CommandTest {
   }
   // What a program prints, sorted by lines, in one line. It must not complain.
   std::string output(const std::vector<std::string>& words) {
-    KelpieProcess process(words, environment, files);
-    EXPECT_EQ(process.wait(), 0) << words.back();
-    EXPECT_EQ(process.err(), "") << words.back();
-    std::istringstream text(process.out());
+    const Result result = runProgram(words);
+    EXPECT_EQ(result.status, 0) << words.back();
+    EXPECT_EQ(result.err, "") << words.back();
+    std::istringstream text(result.out);
     std::set<std::string> lines;
     for (std::string line; std::getline(text, line);) {
       while (line.ends_with('\r')) line.pop_back();

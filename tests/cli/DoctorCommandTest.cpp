@@ -49,7 +49,7 @@ TEST_F(DoctorCommandTest, TheHostLinkIsTried) {
   EXPECT_EQ(only("host link")["text"], "no socket, since the extension does not run");
   startExtension();
   EXPECT_EQ(only("host link")["text"],
-            home / "runtime/kelpie/finder" + " answers, version 1, 1 observed folders");
+            home / "runtime/kelpie/finder" + " answers, version 1; observed folders: 1");
 }
 
 TEST_F(DoctorCommandTest, TheRuntimeDirectoryIsForNobodyElse) {
@@ -80,7 +80,7 @@ TEST_F(DoctorCommandTest, SettingsAndFoldersAreRead) {
   EXPECT_EQ(only("observed folders")["advice"], "kelpie folders add FOLDER");
   home.addFolder("one");
   run({"folders", "add", files, home / "one"});
-  EXPECT_EQ(only("observed folders")["text"], "2");
+  EXPECT_EQ(only("observed folders")["text"], "2 in the list");
   std::filesystem::remove(home / "one");
   EXPECT_EQ(about("observed folders")[0]["advice"], "kelpie folders remove " + home / "one");
   std::ofstream(home / "config/kelpie/group.org.kelpie.plist") << "something else";

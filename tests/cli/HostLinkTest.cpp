@@ -1,13 +1,12 @@
 #include "cli/HostLink.h"
 
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 #include "support/TemporaryFolder.h"
+#include "support/linux/TestSocket.h"
 
 namespace kelpie::cli {
 namespace {
@@ -18,29 +17,21 @@ using nlohmann::json;
 class HostLinkTest : public ::testing::Test {
  protected:
   HostLinkTest() {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    path.copy(std::begin(address.sun_path), path.size());
-    const UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    EXPECT_EQ(::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
-              0);
-    EXPECT_EQ(::listen(listener.get(), 1), 0);
     int error = 0;
     link = HostLink::connect(path, error);
     EXPECT_EQ(error, 0);
-    peer.reset(::accept(listener.get(), nullptr, nullptr));
+    peer = listener.accept();
+    listener.close();
   }
-  void write(std::string_view bytes) const {
-    ASSERT_EQ(::send(peer.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
-              static_cast<ssize_t>(bytes.size()));
-  }
+  void write(std::string_view bytes) const { ASSERT_TRUE(peer.write(bytes)); }
   HostLink::Event receive() { return link->receive(message, soon()); }
   static Clock::time_point soon() { return Clock::now() + std::chrono::seconds(30); }
 
   TemporaryFolder folder;
   std::string path = folder / "finder";
+  TestSocket listener = TestSocket::listen(path);
+  TestSocket peer = TestSocket::connect(folder / "nobody");
   std::unique_ptr<HostLink> link;
-  UniqueFd peer;
   json message;
 };
 
@@ -76,12 +67,7 @@ TEST_F(HostLinkTest, ALineWithoutAnEndIsNotKept) {
   std::thread writer([this] {
     const std::string piece(std::size_t{1} << 20U, 'x');
     for (std::size_t sent = 0; sent <= HostLink::kMaximumLine; sent += piece.size()) {
-      std::string_view rest = piece;
-      while (!rest.empty()) {
-        const ssize_t size = ::send(peer.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
-        if (size <= 0) return;
-        rest.remove_prefix(static_cast<std::size_t>(size));
-      }
+      if (!peer.write(piece)) return;
     }
     write("\n{\"n\":1}\n");
   });
@@ -94,7 +80,7 @@ TEST_F(HostLinkTest, ALineWithoutAnEndIsNotKept) {
 TEST_F(HostLinkTest, SilenceAndTheEndAreToldApart) {
   EXPECT_EQ(link->receive(message, Clock::now()), HostLink::Event::Quiet);
   write("{\"n\":1}\n");
-  peer.reset();
+  peer.close();
   EXPECT_EQ(receive(), HostLink::Event::Message) << "what came before the end counts";
   EXPECT_EQ(receive(), HostLink::Event::Ended);
   EXPECT_EQ(receive(), HostLink::Event::Ended);
@@ -111,7 +97,7 @@ TEST_F(HostLinkTest, AnotherDescriptorEndsTheWait) {
 
 TEST_F(HostLinkTest, SendingToNobodyFails) {
   EXPECT_TRUE(link->send({{"type", "hello"}}));
-  peer.reset();
+  peer.close();
   EXPECT_FALSE(link->send({{"type", "hello"}}));
 }
 

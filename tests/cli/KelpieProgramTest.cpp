@@ -65,10 +65,10 @@ TEST_F(KelpieProgramTest, BadUsageIsOneLineAndStatusTwo) {
 }
 
 TEST_F(KelpieProgramTest, OutputThatCannotBeWrittenIsAFailure) {
-  KelpieProcess process({"/bin/sh", "-c", "exec \"$0\" --help >/dev/full", KELPIE_PROGRAM},
-                        environment, files);
-  EXPECT_EQ(process.wait(), 1);
-  EXPECT_EQ(process.err(), "kelpie: cannot write to standard output\n");
+  const Result result =
+      runProgram({"/bin/sh", "-c", "exec \"$0\" --help >/dev/full", KELPIE_PROGRAM});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "kelpie: cannot write to standard output\n");
 }
 
 }  // namespace

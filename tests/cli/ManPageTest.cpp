@@ -15,9 +15,9 @@ std::string pagePath(const std::string& name) {
 
 TEST_F(ManPageTest, ThePagesAreWellFormed) {
   for (const char* name : {"kelpie", "kelpie-sync", "kelpie-agent"}) {
-    KelpieProcess process({"mandoc", "-Tlint", "-Wwarning", pagePath(name)}, environment, files);
-    EXPECT_EQ(process.wait(), 0) << name;
-    EXPECT_EQ(process.out() + process.err(), "") << name;
+    const Result result = runProgram({"mandoc", "-Tlint", "-Wwarning", pagePath(name)});
+    EXPECT_EQ(result.status, 0) << name;
+    EXPECT_EQ(result.out + result.err, "") << name;
   }
 }
 

@@ -57,6 +57,7 @@ TEST_F(StatusCommandTest, AnItemWithoutAnAnswerIsShownAfterTheWait) {
   startExtension();
   const Result result = run({"status", "--wait=50", "a.txt"});
   EXPECT_EQ(result.out, "  no badge              " + path("a.txt") + "\n");
+  EXPECT_TRUE(result.err.starts_with("kelpie: no badge came: ")) << result.err;
   EXPECT_EQ(result.status, 0);
 }
 
@@ -67,8 +68,8 @@ TEST_F(StatusCommandTest, TheLastOfSeveralBadgesCounts) {
   ASSERT_TRUE(extension.waitFor("requestBadges"));
   extension.sayBadge(url("a.txt"), "KPCurrentBadge");
   extension.sayBadge(url("a.txt"), "KPWorkdirModifiedBadge");
-  EXPECT_EQ(process->wait(), 0);
-  EXPECT_EQ(process->out(), "± modified              " + path("a.txt") + "\n");
+  EXPECT_EQ(process->waitForEnd(), 0);
+  EXPECT_EQ(process->output(), "± modified              " + path("a.txt") + "\n");
 }
 
 TEST_F(StatusCommandTest, PathsThatCannotBeShownAreNamedAndTheOthersShown) {
@@ -144,8 +145,8 @@ TEST_F(StatusCommandTest, AnExtensionThatEndsIsNoticed) {
   const auto process = start({"status", "--wait=30000", "a.txt"});
   ASSERT_TRUE(extension.waitFor("requestBadges"));
   extension.stop();
-  EXPECT_EQ(process->wait(), 1);
-  EXPECT_EQ(process->err(), "kelpie: the extension has ended; some badges may be missing\n");
+  EXPECT_EQ(process->waitForEnd(), 1);
+  EXPECT_EQ(process->errors(), "kelpie: the extension has ended; some badges may be missing\n");
 }
 
 TEST_F(StatusCommandTest, AnotherVersionOfTheProtocolIsRefused) {

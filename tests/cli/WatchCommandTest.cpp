@@ -11,17 +11,16 @@ class WatchCommandTest : public CommandTest {
     extension.sayBadge(url(name), badge);
   }
   // The lines that the program has printed, without the time of day in front.
-  static std::string lines(const KelpieProcess& process) {
-    std::istringstream text(process.out());
+  static std::string lines(ChildProcess& process) {
+    std::istringstream text(process.output());
     std::string all;
     for (std::string line; std::getline(text, line);) all += line.substr(10) + '\n';
     return all;
   }
-  // Waits until the last line printed is this one.
-  static testing::AssertionResult printed(KelpieProcess& process, const std::string& line) {
-    if (process.waitUntil([&] { return lines(process).ends_with(line + '\n'); }))
-      return testing::AssertionSuccess();
-    return testing::AssertionFailure() << process.out() << process.err();
+  // Waits until that is printed at the end of a line.
+  static testing::AssertionResult printed(ChildProcess& process, const std::string& text) {
+    if (process.waitForOutput("  " + text + '\n')) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << process.output() << process.errors();
   }
 };
 
@@ -44,9 +43,9 @@ TEST_F(WatchCommandTest, BadgesArePrintedAsTheyChange) {
                                  "  no badge              " +
                                  path("a.txt") + "\n")
       << "a badge that is set again is no change";
-  EXPECT_EQ(process->out().find_first_not_of("0123456789:"), 8U) << "a time stands in front";
+  EXPECT_EQ(process->output().find_first_not_of("0123456789:"), 8U) << "a time stands in front";
   process->signal(SIGINT);
-  EXPECT_EQ(process->wait(), 0);
+  EXPECT_EQ(process->waitForEnd(), 0);
 }
 
 TEST_F(WatchCommandTest, AnItemThatIsNewInTheFolderIsWatchedToo) {
@@ -57,7 +56,7 @@ TEST_F(WatchCommandTest, AnItemThatIsNewInTheFolderIsWatchedToo) {
   home.addFile("files/new.txt");
   EXPECT_TRUE(printed(*process, "? untracked             " + path("new.txt")));
   process->signal(SIGTERM);
-  EXPECT_EQ(process->wait(), 0);
+  EXPECT_EQ(process->waitForEnd(), 0);
 }
 
 TEST_F(WatchCommandTest, ItComesBackWithTheExtension) {
@@ -67,15 +66,15 @@ TEST_F(WatchCommandTest, ItComesBackWithTheExtension) {
   const auto process = start({"watch", "a.txt"});
   EXPECT_TRUE(printed(*process, "✓ unchanged             " + path("a.txt")));
   extension.stop();
-  EXPECT_TRUE(process->waitUntil([&] { return process->err().ends_with("until it is back\n"); }));
+  EXPECT_TRUE(process->waitForErrors("until it is back\n"));
   extension.badges = {{url("a.txt"), "KPIgnoredBadge"}};
   startExtension();
   EXPECT_TRUE(printed(*process, "⊘ ignored               " + path("a.txt")));
-  EXPECT_EQ(process->err(),
+  EXPECT_EQ(process->errors(),
             "kelpie: the extension has ended; waiting until it is back\n"
             "kelpie: the extension is back\n");
   process->signal(SIGINT);
-  EXPECT_EQ(process->wait(), 0);
+  EXPECT_EQ(process->waitForEnd(), 0);
 }
 
 TEST_F(WatchCommandTest, ItCanBeInterruptedWhileTheExtensionIsAway) {
@@ -83,9 +82,9 @@ TEST_F(WatchCommandTest, ItCanBeInterruptedWhileTheExtensionIsAway) {
   const auto process = start({"watch", files});
   ASSERT_TRUE(extension.waitFor("requestBadges"));
   extension.stop();
-  EXPECT_TRUE(process->waitUntil([&] { return !process->err().empty(); }));
+  EXPECT_TRUE(process->waitForErrors("until it is back\n"));
   process->signal(SIGINT);
-  EXPECT_EQ(process->wait(), 0);
+  EXPECT_EQ(process->waitForEnd(), 0);
 }
 
 TEST_F(WatchCommandTest, WhatIsNotObservedIsRefused) {
