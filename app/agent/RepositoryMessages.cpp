@@ -46,6 +46,11 @@ Message RepositoryMessages::opening() const {
   return archived({{kMessageSelectorKey, kOpening}, {kMessageArgumentKey, urls}});
 }
 
+Message RepositoryMessages::lookAgain(const std::string& folder) const {
+  return archived({{kMessageSelectorKey, kLookAgain},
+                   {kMessageArgumentKey, URL::fileURLWithPath(folder, true)}});
+}
+
 Message RepositoryMessages::status(const StatusSnapshot& snapshot, const FileSystem& files) const {
   return message(kStatus, snapshot.toObject(files));
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "agent/ReferencesSnapshot.h"
@@ -28,6 +29,9 @@ class RepositoryMessages {
 
   // "openRepositoryWithUrls:"
   Message opening() const;
+  // "beginObservingDirectoryAtURL:": the extension is to look at the folder (absolute, bytes)
+  // again.
+  Message lookAgain(const std::string& folder) const;
   // "setStatusInfo:". Blocks while the file system tells the identifier of each item.
   Message status(const StatusSnapshot& snapshot, const FileSystem& files) const;
   // "setStatusInfo:" of a working copy that there is no more: nothing bears a badge.
@@ -39,6 +43,7 @@ class RepositoryMessages {
   References references(const ReferencesSnapshot& snapshot) const;
 
   static constexpr std::string_view kOpening = "openRepositoryWithUrls:";
+  static constexpr std::string_view kLookAgain = "beginObservingDirectoryAtURL:";
   static constexpr std::string_view kStatus = "setStatusInfo:";
   static std::string_view referenceSelector(std::size_t index);
 

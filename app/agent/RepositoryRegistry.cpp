@@ -20,7 +20,7 @@ void RepositoryRegistry::open(const std::string& folder, const std::shared_ptr<E
                               bool shallow) {
   services_.queues.makeQueue(kQueueLabel)
       ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), folder,
-              request = Request{port, shallow}] {
+              request = Request{port, folder, shallow}] {
         const std::optional<std::string> candidate = WorkingCopyFinder::candidate(folder);
         if (!candidate) return;
         main->post([this, alive, candidate, request] {
@@ -37,7 +37,7 @@ RepositorySession* RepositoryRegistry::find(const FileIdentifier& identifier) co
 void RepositoryRegistry::folderLooksLike(const std::string& candidate, const Request& request) {
   if (const auto known = known_.find(candidate); known != known_.end()) {
     const std::shared_ptr<ExtensionPort> port = request.port.lock();
-    if (port != nullptr) find(known->second)->open(port, request.shallow);
+    if (port != nullptr) find(known->second)->open(port, request.folder, request.shallow);
     return;
   }
   std::vector<Request>& waiting = searches_[candidate];
@@ -72,7 +72,7 @@ void RepositoryRegistry::searched(const std::string& candidate, const Found& fou
   for (const Request& request : search.mapped()) {
     const std::shared_ptr<ExtensionPort> port = request.port.lock();
     if (port == nullptr) continue;
-    sessionFor(*found.workingCopy, *found.identifier).open(port, request.shallow);
+    sessionFor(*found.workingCopy, *found.identifier).open(port, request.folder, request.shallow);
     known_.insert_or_assign(candidate, *found.identifier);
   }
 }

@@ -43,6 +43,7 @@ class RepositoryRegistry {
  private:
   struct Request {
     std::weak_ptr<ExtensionPort> port;
+    std::string folder;
     bool shallow = false;
   };
   // What a search came to.

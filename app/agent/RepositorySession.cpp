@@ -63,8 +63,11 @@ RepositorySession::~RepositorySession() {
 
 // -- The extensions -------------------------------------------------------------------------------
 
-void RepositorySession::open(const std::shared_ptr<ExtensionPort>& port, bool shallow) {
+void RepositorySession::open(const std::shared_ptr<ExtensionPort>& port, const std::string& folder,
+                             bool shallow) {
   Subscriber& subscriber = subscribe(port);
+  // The extension has just been told all there is to tell.
+  if (subscriber.early.isEcho(folder)) return;
   subscriber.told[0] = 0;
   subscriber.wantsReferences |= !shallow;
   port->post({number_, RepositoryMessages::kOpening}, messages_->opening());
@@ -83,13 +86,16 @@ void RepositorySession::unshallow(const std::shared_ptr<ExtensionPort>& port) {
 
 void RepositorySession::distrust(const std::string& portName) {
   const auto found = subscribers_.find(portName);
-  if (found != subscribers_.end()) found->second.told.fill(0);
+  if (found == subscribers_.end()) return;
+  found->second.told.fill(0);
+  found->second.early.reset();
 }
 
 void RepositorySession::tellAgain(const std::string& portName) {
   const auto found = subscribers_.find(portName);
   if (found == subscribers_.end()) return;
-  distrust(portName);
+  found->second.told.fill(0);
+  found->second.early.tellAgain();
   found->second.port->post({number_, RepositoryMessages::kOpening}, messages_->opening());
   tell(found->second);
 }
@@ -108,7 +114,9 @@ void RepositorySession::forget(const std::string& portName) {
 RepositorySession::Subscriber& RepositorySession::subscribe(
     const std::shared_ptr<ExtensionPort>& port) {
   idleTimer_.reset();
-  Subscriber& subscriber = subscribers_[port->name()];
+  Subscriber& subscriber =
+      subscribers_.try_emplace(port->name(), Subscriber{port, EarlyFolders(workingCopy_.root)})
+          .first->second;
   subscriber.port = port;
   return subscriber;
 }
@@ -136,6 +144,12 @@ void RepositorySession::tell(Subscriber& subscriber) {
     subscriber.told.at(i) = telling.revision;
     subscriber.port->post({number_, selectorOf(i)}, telling.message);
   }
+  if (tellings_.front().revision == 0) return;
+  // With the status there, a second look finds the right badges. Each folder is a matter of its
+  // own.
+  for (const std::string& folder : subscriber.early.take())
+    subscriber.port->post({nextNumber(), RepositoryMessages::kLookAgain},
+                          messages_->lookAgain(folder));
 }
 
 void RepositorySession::tellAll() {

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "agent/DirectoryWatcher.h"
+#include "agent/EarlyFolders.h"
 #include "agent/ExtensionPort.h"
 #include "agent/GitCommand.h"
 #include "agent/Notifier.h"
@@ -59,9 +60,10 @@ class RepositorySession {
   const std::shared_ptr<const StatusSnapshot>& status() const { return status_; }
   const std::shared_ptr<const ReferencesSnapshot>& references() const { return references_; }
 
-  // An extension has opened the working copy: it is told that it is open, its status and, unless
-  // the request was shallow, its references, and from then on what changes of these.
-  void open(const std::shared_ptr<ExtensionPort>& port, bool shallow);
+  // An extension shows a folder (absolute, bytes) of the working copy: it is told that it is open,
+  // its status and, unless the request was shallow, its references, and from then on what changes
+  // of these.
+  void open(const std::shared_ptr<ExtensionPort>& port, const std::string& folder, bool shallow);
   // The extension wants the references, too.
   void unshallow(const std::shared_ptr<ExtensionPort>& port);
   // The extension may have forgotten what it was told: the next time it is told everything.
@@ -85,6 +87,7 @@ class RepositorySession {
   };
   struct Subscriber {
     std::shared_ptr<ExtensionPort> port;
+    EarlyFolders early;
     bool wantsReferences = false;
     std::array<std::uint64_t, kMessages> told{};  // the revisions that it knows
   };

@@ -48,12 +48,36 @@ TEST_F(RepositoryRegistryTest, AShallowRequestIsAnsweredWithTheStatusAlone) {
   open("r/sub", true);
   ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
   settle();
-  EXPECT_EQ(selectors(), (Selectors{"openRepositoryWithUrls:", "setStatusInfo:"}));
+  EXPECT_EQ(
+      selectors(),
+      (Selectors{"openRepositoryWithUrls:", "setStatusInfo:", "beginObservingDirectoryAtURL:"}));
   EXPECT_EQ(pathOfOpened(), sandbox_.path("r"));
   EXPECT_EQ(gitPathOfOpened(), sandbox_.path("r/.git"));
   EXPECT_EQ(FileIdentifier::fromObject(lastMessage("setStatusInfo:")[kMessageTargetKey]),
             identifierOf("r"));
   EXPECT_EQ(word("r/sub/f"), KPStatusWorkdirModified);
+}
+
+// The extension puts only the root's items under the care of a repository that it opens.
+TEST_F(RepositoryRegistryTest, TheExtensionIsToldToLookAgainAtFoldersThatItShowedBefore) {
+  start();
+  open("r", true);
+  open("r/sub", true);
+  ASSERT_TRUE(waitForCount("beginObservingDirectoryAtURL:", 1));
+  EXPECT_EQ(last("beginObservingDirectoryAtURL:").url().value().path(), sandbox_.path("r/sub"));
+
+  // It asks once more, which is no wish for references and leads to no third look.
+  const std::size_t answers = count("openRepositoryWithUrls:");
+  open("r/sub", false);
+  settle();
+  EXPECT_EQ(count("beginObservingDirectoryAtURL:"), 1U);
+  EXPECT_EQ(count("openRepositoryWithUrls:"), answers);
+  EXPECT_EQ(count("setReferences:"), 0U);
+
+  // From now on it has the repository at hand.
+  open("r/sub/deeper", true);
+  settle();
+  EXPECT_EQ(count("beginObservingDirectoryAtURL:"), 1U);
 }
 
 TEST_F(RepositoryRegistryTest, ReferencesFollowWhenTheyAreAskedFor) {

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace kelpie::agent {
+
+// The folders of one working copy that an extension asked about before it knew the working copy.
+//
+// An extension that opens a working copy puts the items of its root alone under the new
+// repository's care. What other folders show, several windows after a restart for example, would go
+// without badges until it is shown again; so the extension is told to look at these folders again.
+// It then asks about each once more, which is an echo: when the last has come back, whatever it
+// asks about, it asks about with the repository at hand. Main thread.
+class EarlyFolders {
+ public:
+  // `root` is the working folder, which needs no second look.
+  explicit EarlyFolders(std::string root) : root_(std::move(root)) {}
+
+  // The extension has asked about the folder (absolute, bytes). Whether that is an echo.
+  bool isEcho(const std::string& folder);
+  // The extension knows the working copy now: the folders that it is to look at again.
+  std::vector<std::string> take();
+  // The extension may have missed what it was told: those that have not come back are taken again.
+  void tellAgain();
+  // The extension has forgotten the working copy.
+  void reset();
+
+  // Beyond these none is kept: an extension shows no more folders than people open windows.
+  static constexpr std::size_t kMaximum = 4096;
+
+ private:
+  std::string root_;
+  bool isEarly_ = true;
+  std::set<std::string> asked_;
+  std::set<std::string> echoes_;  // to come
+};
+
+}  // namespace kelpie::agent
