@@ -9,9 +9,10 @@ namespace {
 
 NSData* archiveOf(id identifier) {
   @try {
+    NSError* error = nil;
     return [NSKeyedArchiver archivedDataWithRootObject:identifier
                                  requiringSecureCoding:NO
-                                                 error:nullptr];
+                                                 error:&error];
   } @catch (NSException*) {
     return nil;  // a class that does not archive
   }

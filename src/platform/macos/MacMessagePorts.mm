@@ -13,9 +13,12 @@ namespace {
 // nil when the object does not let itself be archived.
 NSData* archiveOf(id object) {
   @try {
-    return [NSKeyedArchiver archivedDataWithRootObject:object
-                                 requiringSecureCoding:NO
-                                                 error:nullptr];
+    NSError* error = nil;
+    NSData* const archive = [NSKeyedArchiver archivedDataWithRootObject:object
+                                                  requiringSecureCoding:NO
+                                                                  error:&error];
+    if (archive == nil) NSLog(@"archiving a message: %@", error);
+    return archive;
   } @catch (NSException* exception) {
     NSLog(@"archiving a message: %@", [exception reason]);
     return nil;

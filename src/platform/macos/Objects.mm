@@ -23,7 +23,8 @@ Object numberOf(NSNumber* number) {
   const std::string_view type = [number objCType];
   const long long integer = [number longLongValue];
   // Booleans are numbers of one byte, as characters are.
-  const bool isByte = type == @encode(char) || type == @encode(bool);
+  const bool isByte =
+      type == @encode(char) || type == @encode(unsigned char) || type == @encode(bool);
   if (isByte && (integer == 0 || integer == 1)) return {integer == 1};
   if (type == @encode(double) || type == @encode(float)) return {[number doubleValue]};
   if (type == @encode(unsigned long long) || type == @encode(unsigned long))
@@ -116,7 +117,8 @@ id nsOpaque(const Object& object) {
     const auto unarchiver = Retained<NSKeyedUnarchiver*>::adopt(
         [[NSKeyedUnarchiver alloc] initForReadingFromData:nsData(*archive) error:nullptr]);
     [unarchiver.get() setRequiresSecureCoding:NO];
-    return [unarchiver.get() decodeObjectForKey:NSKeyedArchiveRootObjectKey];
+    // The unarchiver may be the only one that holds it.
+    return [[[unarchiver.get() decodeObjectForKey:NSKeyedArchiveRootObjectKey] retain] autorelease];
   } @catch (NSException*) {
     return nil;  // no such class in this process
   }

@@ -81,10 +81,11 @@ bool hasEnded(int pidFd) {
 }
 
 - (void)post:(dispatch_block_t)block {
-  HostTask* const task = [[[HostTask alloc] init] autorelease];
+  HostTask* const task = [[HostTask alloc] init];
   task->_block = Block_copy(block);
   @synchronized(self) {
     [_tasks addObject:task];
+    [task release];
     if (_isBusy) return;
     _isBusy = YES;
   }

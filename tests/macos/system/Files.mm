@@ -73,10 +73,15 @@ NSString* const kReferencePrefix = @"/.file/id=";
                  bookmarkDataIsStale:(BOOL*)isStale
                                error:(NSError**)error {
   NSAssert(options == NSURLBookmarkResolutionWithoutUI && base == nil, @"not provided for");
-  id const value = [NSPropertyListSerialization propertyListWithData:bookmark
-                                                             options:NSPropertyListImmutable
-                                                              format:nullptr
-                                                               error:nullptr];
+  id value = nil;
+  @try {
+    value = [NSPropertyListSerialization propertyListWithData:bookmark
+                                                      options:NSPropertyListImmutable
+                                                       format:nullptr
+                                                        error:nullptr];
+  } @catch (NSException*) {
+    value = nil;  // too short to be looked at
+  }
   const BOOL isBookmark = [value isKindOfClass:[NSString class]];
   NSURL* const url = isBookmark ? [NSURL fileURLWithPath:value] : nil;
   if (url != nil && statusOf(url).exists) {
@@ -174,8 +179,9 @@ NSString* const kReferencePrefix = @"/.file/id=";
 
 typedef BOOL (^HostErrorHandler)(NSURL* url, NSError* error);
 
-// A walk below a folder. A folder that cannot be read is an error at its own URL.
-@interface HostDirectoryEnumerator : NSDirectoryEnumerator {
+// A walk below a folder, as far as a NSDirectoryEnumerator is asked for it. A folder that cannot be
+// read is an error at its own URL.
+@interface HostDirectoryEnumerator : NSEnumerator {
  @public
   HostErrorHandler _onError;
   std::filesystem::recursive_directory_iterator _next;
@@ -224,7 +230,7 @@ typedef BOOL (^HostErrorHandler)(NSURL* url, NSError* error);
   HostDirectoryEnumerator* const walk = [[[HostDirectoryEnumerator alloc] init] autorelease];
   walk->_onError = Block_copy(onError);
   [walk beginAt:url];
-  return walk;
+  return static_cast<NSDirectoryEnumerator*>(static_cast<id>(walk));
 }
 
 @end

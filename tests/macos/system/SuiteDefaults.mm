@@ -1,5 +1,20 @@
 #include "macos/system/SuiteDefaults.h"
 
+namespace {
+
+bool isPropertyList(id value) {
+  id parts = nil;
+  if ([value isKindOfClass:[NSArray class]]) parts = value;
+  if ([value isKindOfClass:[NSDictionary class]]) parts = [value allValues];
+  for (id part in parts)
+    if (!isPropertyList(part)) return false;
+  return parts != nil || [value isKindOfClass:[NSString class]] ||
+         [value isKindOfClass:[NSNumber class]] || [value isKindOfClass:[NSData class]] ||
+         [value isKindOfClass:[NSDate class]];
+}
+
+}  // namespace
+
 @interface HostSuiteDefaults ()
 - (void)notifyObserversOf:(NSString*)key;
 @end
@@ -50,8 +65,7 @@
 
 // As the platform's, it holds property lists only.
 - (void)setObject:(id)value forKey:(NSString*)key {
-  if (![NSPropertyListSerialization propertyList:value
-                                isValidForFormat:NSPropertyListBinaryFormat_v1_0])
+  if (!isPropertyList(value))
     [NSException raise:NSInvalidArgumentException format:@"no property list: %@", key];
   @synchronized(self) {
     [_stored setObject:value forKey:key];
