@@ -107,5 +107,51 @@ TEST_F(Presence, TheEndOfTheProcessClearsWhatItTold) {
   EXPECT_EQ(sync->errors(), "");
 }
 
+TEST_F(Presence, AKilledExtensionThatIsStartedAgainFindsItsWayBack) {
+  addRepository();
+  chooseFolders({repository});
+  TestApplication application(session);
+  application.writeVersion(std::string(kVersion));
+  for (int life = 0; life < 3; ++life) {
+    const auto sync = session.startSync();
+    const auto ping = application.waitFor(kPing);
+    ASSERT_TRUE(ping);
+    EXPECT_EQ(ping->message[kMessageArgumentKey].stringValue(), ProcessHost::portNameOf(*sync));
+    TestHost files(session);
+    files.hello();
+    files.send({{"type", "beginObserving"}, {"url", fileURL(repository)}});
+    files.send({{"type", "requestBadges"}, {"urls", {fileURL(file)}}});
+    const auto request = application.waitFor("openRepository:portName:");
+    ASSERT_TRUE(request);
+    EXPECT_FALSE(request->message[kMessageArgumentKey]["shallow"].boolValue());
+    answerWithRepository(application, ProcessHost::portNameOf(*sync));
+    EXPECT_TRUE(files.waitForBadge(fileURL(file), "KPWorkdirModifiedBadge"));
+    sync->signal(SIGKILL);
+    EXPECT_EQ(sync->waitForEnd(), 128 + SIGKILL);
+    EXPECT_TRUE(session.waitUntil([&] { return files.isClosed(); }));
+  }
+}
+
+TEST_F(Presence, AThousandFoldersInViewAreAskedForAndServed) {
+  addRepository();
+  chooseFolders({session.home().path()});
+  TestApplication application(session);
+  application.writeVersion(std::string(kVersion));
+  const auto sync = session.startSync();
+  TestHost files(session);
+  files.hello();
+  constexpr int kFolders = 1000;
+  for (int i = 0; i < kFolders; ++i) {
+    const std::string folder = session.home().addFolder("folder" + std::to_string(i));
+    files.send({{"type", "beginObserving"}, {"url", fileURL(folder)}});
+  }
+  for (int i = 0; i < kFolders; ++i)
+    ASSERT_TRUE(application.waitFor("openRepository:portName:")) << "folder " << i;
+  files.send({{"type", "beginObserving"}, {"url", fileURL(repository)}});
+  answerWithRepository(application, ProcessHost::portNameOf(*sync));
+  EXPECT_TRUE(files.waitForBadge(fileURL(file), "KPWorkdirModifiedBadge"));
+  EXPECT_EQ(sync->errors(), "");
+}
+
 }  // namespace
 }  // namespace kelpie
