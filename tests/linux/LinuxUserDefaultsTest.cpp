@@ -179,6 +179,14 @@ TEST_F(LinuxUserDefaultsTest, AFileThatDoesNotParseLeavesTheFormerValuesAndIsLog
   EXPECT_EQ(defaults->stringForKey("key"), "new") << "and service goes on";
 }
 
+TEST_F(LinuxUserDefaultsTest, AFileThatDoesNotParseAtTheStartReadsAsEmptyAndIsLoggedOnce) {
+  replaceFile("this is no property list");
+  const auto store = center.defaultsWithSuiteName(kSuite);
+  EXPECT_TRUE(store->dictionaryRepresentation().empty());
+  EXPECT_TRUE(store->objectForKey("key").isNil());
+  EXPECT_EQ(log.lines().size(), 1U);
+}
+
 TEST_F(LinuxUserDefaultsTest, AValueThatCannotBeStoredLeavesTheFormerOne) {
   defaults->setObject("key", "former");
   defaults->setObject("key", URL::fileURLWithPath("/x", false));

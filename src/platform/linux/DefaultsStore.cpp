@@ -19,13 +19,13 @@ DefaultsStore::DefaultsStore(DefaultsFile file, Log& log)
 }
 
 void DefaultsStore::refresh() {
-  if (file_.stamp() == reading_.stamp) return;
+  if (reading_ && file_.stamp() == reading_->stamp) return;
   reading_ = file_.read();
-  if (reading_.problem) {
-    log_.write(*reading_.problem + "; the former settings stay");
+  if (reading_->problem) {
+    log_.write(*reading_->problem + "; the former settings stay");
     return;
   }
-  values_ = std::make_shared<const Dictionary>(std::exchange(reading_.values, {}));
+  values_ = std::make_shared<const Dictionary>(std::exchange(reading_->values, {}));
 }
 
 Object DefaultsStore::valueIn(const Values& stored, std::string_view key) const {

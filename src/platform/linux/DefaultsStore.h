@@ -4,6 +4,7 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -53,10 +54,10 @@ class DefaultsStore {
 
   const DefaultsFile file_;
   Log& log_;
-  std::mutex mutex_;               // guards all below; nobody is called while it is held
-  DefaultsFile::Reading reading_;  // the last one; its values are moved to values_
-  Values values_;                  // of the last file that could be read
-  Values told_;                    // those that the observers know
+  std::mutex mutex_;  // guards all below; nobody is called while it is held
+  std::optional<DefaultsFile::Reading> reading_;  // the last one; its values are moved to values_
+  Values values_;                                 // of the last file that could be read
+  Values told_;                                   // those that the observers know
   Dictionary registered_;
   std::list<std::shared_ptr<const Observer>> observers_;
 };
