@@ -177,7 +177,7 @@ else
 fi
 )";
 
-// Text within a specification of _arguments or _describe, where some characters mean something.
+// Text within an argument of _arguments or _describe, where some characters mean something.
 std::string zshText(std::string_view text) {
   std::string escaped;
   for (const char letter : text) {
