@@ -95,8 +95,8 @@ void AgentProgram::serve() {
 void AgentProgram::nameTaken() {
   // The name is also lost with the bus.
   if (hasName_ || ownerMonitor_ != nullptr) return;
-  log_.write("another kelpie-agent runs; waiting until it ends");
   watchOwner();
+  log_.write("another kelpie-agent runs; waiting until it ends");
 }
 
 void AgentProgram::nameAcquired() {
@@ -110,6 +110,7 @@ void AgentProgram::watchOwner() {
   const std::optional<std::int32_t> owner = pidOfOwner();
   if (!owner) return;
   waitingCopies_.sayWaiting();
+  g_dbus_connection_flush_sync(bus_->connection(), nullptr, nullptr);
   ownerMonitor_ = monitors_.makeMonitor(*owner);
   ownerMonitor_->setEventHandler([this] {
     std::exchange(ownerMonitor_, nullptr)->cancel();

@@ -69,12 +69,7 @@ bool AgentService::start() {
   else
     watching_ =
         loop_.watch(watcher_.descriptor(), G_IO_IN, [this](GIOCondition) { watcher_.dispatch(); });
-  if (!peer_.listen(ports_, kApplicationGroup)) {
-    loop_.log().write("the port " + std::string(kApplicationGroup) + "." +
-                      std::string(kApplicationPortComponent) +
-                      " cannot be opened; another application may have it");
-    return false;
-  }
+  if (!peer_.listen(ports_, kApplicationGroup)) return false;
   appMessages_ =
       notifications_.addObserver(kAppMessageNotification, [this](const std::string& message) {
         if (!errors_.showJson(message)) loop_.log().write("an error without a text, dropped");
