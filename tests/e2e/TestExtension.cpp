@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "Configuration.h"
 #include "foundation/Dictionary.h"
 #include "foundation/KeyedArchiver.h"
@@ -64,12 +66,13 @@ bool TestExtension::open(const std::string& folder, bool shallow) {
 Object TestExtension::waitFor(const std::string& selector) {
   Object found;
   processes_.waitUntil([&] {
-    while (found.isNil() && !received_.empty()) {
-      if (received_.front()[kMessageSelectorKey].stringValue() == selector)
-        found = received_.front();
-      received_.erase(received_.begin());
-    }
-    return !found.isNil();
+    const auto message = std::ranges::find_if(received_, [&](const Object& each) {
+      return each[kMessageSelectorKey].stringValue() == selector;
+    });
+    if (message == received_.end()) return false;
+    found = *message;
+    received_.erase(message);
+    return true;
   });
   if (found.isNil()) ADD_FAILURE() << "no message " << selector;
   return found;

@@ -29,7 +29,7 @@ class TestExtension {
   // Sends the main application a selector message. False when nobody takes it.
   bool send(const std::string& selector, const Object& argument);
   bool open(const std::string& folder, bool shallow);
-  // Waits for a message of that selector; the ones before it are dropped. nil when none comes.
+  // Waits for a message of that selector and takes the oldest. nil when none comes.
   Object waitFor(const std::string& selector);
 
  private:
