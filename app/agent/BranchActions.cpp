@@ -27,6 +27,7 @@ constexpr std::array<ResetKind, 3> kResets = {{
 
 ActionOutcome reset(ActionJob& job) {
   std::vector<std::string> choices;
+  choices.reserve(kResets.size());
   for (const ResetKind& kind : kResets) choices.emplace_back(kind.words);
   const Dialogs::Answer answer =
       Dialogs::choose("Reset the current branch to " + job.target().name + ":", choices);

@@ -38,6 +38,7 @@ std::variant<Remote, ActionOutcome> pushRemote(ActionJob& job, const Reference& 
     if (found != remotes.end()) return *found;
   }
   std::vector<std::string> choices;
+  choices.reserve(remotes.size());
   for (const Remote& remote : remotes) choices.push_back(remote.name);
   const Dialogs::Answer answer =
       Dialogs::choose("Push \"" + reference.shortName + "\" to:", choices);
