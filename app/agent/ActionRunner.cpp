@@ -13,6 +13,7 @@ constexpr const char* kQueueLabel = "org.kelpie.Kelpie.Actions";
 constexpr const char* kWindowLabel = "org.kelpie.Kelpie.Windows";
 // A person does not choose faster than this; a program that sends messages may.
 constexpr std::size_t kMostWaiting = 32;
+constexpr std::size_t kMostWindows = 64;
 
 std::string laneOf(const ActionRequest& request, const ActionContext& context) {
   if (request.kind == ActionRequest::Kind::Creation && !request.paths.empty())
@@ -40,6 +41,9 @@ void ActionRunner::run(const ActionRequest& request, ActionContext context) {
     if (callbacks_.quit) callbacks_.quit();
     return;
   }
+  // git would take the agent's own folder for the one that is meant.
+  if (request.kind == ActionRequest::Kind::Repository && context.workingCopy.root.empty())
+    return log_.write("Action " + request.action + " for no working copy.");
   Lane& lane = lanes_[laneOf(request, context)];
   if (lane.waiting >= kMostWaiting) return report(request, "Too many actions wait to be done.");
   if (lane.queue == nullptr) lane.queue = queues_.makeQueue(kQueueLabel);
@@ -69,11 +73,14 @@ void ActionRunner::ended(const ActionRequest& request, const ActionContext& cont
 
 // Each window keeps its own queue busy until it is closed.
 void ActionRunner::start(const ActionRequest& request, const ProgramCall& window) {
+  if (windows_ >= kMostWindows) return report(request, "Too many windows are open.");
+  ++windows_;
   queues_.makeQueue(kWindowLabel)->post([this, request, window, main = main_, alive = alive_] {
-    const ProgramResult result = Subprocess::run(window);
-    if (result.succeeded()) return;
-    main->post([this, request, alive, program = window.arguments.front(), why = result.failure()] {
-      if (*alive) report(request, program + ": " + why);
+    main->post([this, request, alive, program = window.arguments.front(),
+                result = Subprocess::run(window)] {
+      if (!*alive) return;
+      --windows_;
+      if (!result.succeeded()) report(request, program + ": " + result.failure());
     });
   });
 }

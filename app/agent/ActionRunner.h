@@ -35,7 +35,8 @@ class ActionRunner {
   ActionRunner(const ActionRunner&) = delete;
   ActionRunner& operator=(const ActionRunner&) = delete;
 
-  // Returns at once. Too many that wait for the same working copy are turned away with a message.
+  // Returns at once. Too many that wait for the same working copy are turned away with a message,
+  // and so is a window where too many are open.
   void run(const ActionRequest& request, ActionContext context);
 
  private:
@@ -58,6 +59,7 @@ class ActionRunner {
   Notifier& notifier_;
   Callbacks callbacks_;
   std::map<std::string, Lane> lanes_;
+  std::size_t windows_ = 0;  // that are open
   // Tasks ask it whether this is still there.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

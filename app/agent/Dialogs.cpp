@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstddef>
@@ -16,9 +17,11 @@ namespace kelpie::agent {
 namespace {
 
 constexpr const char* kTitle = "Kelpie";
-// Both programs answer so when the user has agreed, and when not.
+// Both programs answer so when the user has agreed; by one of the others when not.
 constexpr int kAgreed = 0;
-constexpr int kDisagreed = 1;
+constexpr int kLastRefusal = 2;
+// What they say where there is no display after all.
+constexpr std::array<std::string_view, 2> kNoDisplay = {"open display", "connect to display"};
 
 enum class Program { None, Zenity, Kdialog };
 
@@ -44,6 +47,17 @@ std::string asRichText(const std::string& text) {
   return rich + "</qt>";
 }
 
+Dialogs::End endOf(const ProgramResult& result) {
+  if (result.end != ProgramResult::End::Exited) return Dialogs::End::Unavailable;
+  if (result.status == kAgreed) return Dialogs::End::Answered;
+  const bool noDisplay = std::ranges::any_of(kNoDisplay, [&](std::string_view words) {
+    return result.errors.find(words) != std::string::npos;
+  });
+  // Whatever else they end with, it is no consent.
+  return result.status > kLastRefusal || noDisplay ? Dialogs::End::Unavailable
+                                                   : Dialogs::End::Cancelled;
+}
+
 Dialogs::Answer run(Arguments arguments) {
   ProgramCall call;
   call.arguments = std::move(arguments);
@@ -51,12 +65,7 @@ Dialogs::Answer run(Arguments arguments) {
   call.endsWithAgent = false;
   const ProgramResult result = Subprocess::run(call);
   Dialogs::Answer answer;
-  if (result.end != ProgramResult::End::Exited) return answer;
-  // Whatever else they end with, it is no consent.
-  answer.end = result.status == kAgreed ? Dialogs::End::Answered
-               : result.status == kDisagreed && result.errors.find("display") == std::string::npos
-                   ? Dialogs::End::Cancelled
-                   : Dialogs::End::Unavailable;
+  answer.end = endOf(result);
   answer.text = result.output;
   if (answer.text.ends_with('\n')) answer.text.pop_back();
   return answer;
@@ -147,9 +156,9 @@ Dialogs::Answer Dialogs::choose(const std::string& prompt,
                  "--hide-header",
                  "--hide-column=2",
                  "--print-column=2",
-                 "--column=",
-                 "--column=",
-                 "--column=",
+                 "--column=Pick",
+                 "--column=Number",
+                 "--column=Choice",
                  "--width=480",
                  "--height=320",
                  std::string("--title=") + kTitle,

@@ -94,10 +94,11 @@ ActionOutcome fetch(ActionJob& job) {
 
 ActionOutcome prune(ActionJob& job) {
   Arguments arguments = {"remote", "prune", "--"};
+  const ReferencesSnapshot* references = job.references();
   if (job.target().remote)
     arguments.push_back(job.target().remote->name);
-  else
-    for (const Remote& remote : job.references()->remotes) arguments.push_back(remote.name);
+  else if (references != nullptr)
+    for (const Remote& remote : references->remotes) arguments.push_back(remote.name);
   return job.change(arguments);
 }
 

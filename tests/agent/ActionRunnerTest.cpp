@@ -54,6 +54,30 @@ TEST_F(ActionRunnerTest, TooManyThatWaitAreTurnedAway) {
   queues.runAll();
 }
 
+TEST_F(ActionRunnerTest, TooManyWindowsAreTurnedAway) {
+  addProgram("gitk");
+  // Carried out, but for the windows, which wait to be opened.
+  const auto open = [&] {
+    runner->run(request("showBrowser:"), context());
+    queues.withLabel(kQueue).back()->runAll();
+    queues.main().runAll();
+  };
+  for (int i = 0; i < 64; ++i) open();
+  EXPECT_TRUE(notifier.shown.empty());
+  open();
+  EXPECT_EQ(notifier.shown.size(), 1U);
+  queues.runAll();
+  open();
+  EXPECT_EQ(notifier.shown.size(), 1U) << "closed windows do not count";
+  queues.runAll();
+}
+
+TEST_F(ActionRunnerTest, AnActionForNoWorkingCopyIsDropped) {
+  runner->run(request("fetch:", "origin", -1), ActionContext());
+  EXPECT_EQ(queues.pending(), 0U);
+  EXPECT_EQ(log.lines().size(), 1U);
+}
+
 TEST_F(ActionRunnerTest, AnActionOutlivesTheRunner) {
   sandbox.write("r/x", "");
   sandbox.write("r/y", "");

@@ -92,8 +92,10 @@ TEST_F(DialogsTest, KdialogServesWhereZenityIsMissing) {
   EXPECT_EQ(Dialogs::confirm("Delete <b>\n&?", "Delete").end, End::Answered);
   EXPECT_TRUE(wasAsked("<qt>Delete &lt;b&gt;<br/>&amp;?</qt>")) << "a name is no markup";
   EXPECT_TRUE(wasAsked("--warningcontinuecancel"));
-  useKdialog("exit 1");
-  EXPECT_EQ(Dialogs::confirm("Sure?", "Delete").end, End::Cancelled);
+  for (const char* refusal : {"exit 1", "exit 2"}) {
+    useKdialog(refusal);
+    EXPECT_EQ(Dialogs::confirm("Sure?", "Delete").end, End::Cancelled);
+  }
   useKdialog("echo typed");
   EXPECT_EQ(Dialogs::ask("Name:", "initial").text, "typed");
   EXPECT_EQ(Dialogs::openFile("Open", "/start").text, "typed");

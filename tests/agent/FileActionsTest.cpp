@@ -109,6 +109,18 @@ TEST_F(FileActionsTest, DiscardOfAFolderLeavesIgnoredFilesAndOtherFolders) {
   EXPECT_FALSE(sandbox.exists("r/sub/deep"));
 }
 
+TEST_F(FileActionsTest, DiscardAndUnstageTakeNamesAsTheyAre) {
+  const std::vector<std::string> names = {"-f", "*", ":(top)x", "with\nline", "\xFF", " "};
+  for (const std::string& name : names) sandbox.write("r/" + name, "x");
+  sandbox.write("r/other", "x");
+  sandbox.git("r", {"add", "-A"});
+  expectDone(runFiles("unstage:", names));
+  EXPECT_EQ(sandbox.git("r", {"diff", "--cached", "--name-only"}), "other");
+  answer({"yes"});
+  expectDone(runFiles("discard:", names));
+  EXPECT_EQ(status(), "A  other");
+}
+
 TEST_F(FileActionsTest, DiscardOfARenameBringsTheFormerNameBack) {
   sandbox.git("r", {"mv", "a", "c"});
   answer({"yes"});
