@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "cli/BadgeLook.h"
 #include "cli/FilePath.h"
 
 namespace kelpie::cli {
@@ -28,7 +29,8 @@ void BadgeCollector::showFolder(const std::string& path) {
 }
 
 void BadgeCollector::want(const std::string& path, bool isFolder) {
-  if (badges_.size() >= kMaximumItems || !badges_.emplace(path, std::nullopt).second) return;
+  if (items_.size() >= kMaximumItems) return;
+  if (!items_.emplace(path, Item{isFolder, std::nullopt}).second) return;
   ++unanswered_;
   questions_.push_back(FilePath::urlOf(path, isFolder));
 }
@@ -49,19 +51,37 @@ bool BadgeCollector::ask() {
   return flush();
 }
 
+bool BadgeCollector::askAgain() {
+  for (const auto& [path, item] : items_) {
+    if (!isBadge(item.badge.value_or("")))
+      questions_.push_back(FilePath::urlOf(path, item.isFolder));
+  }
+  return ask();
+}
+
 bool BadgeCollector::settle(std::chrono::milliseconds wait) {
   if (!ask()) return false;
-  const auto end = Clock::now() + 10 * wait;
+  auto settling = kSettling;
+  auto pause = kFirstPause;
   auto lastNews = Clock::now();
+  auto nextQuestion = lastNews + pause;
+  const auto end = lastNews + 10 * wait;
   json message;
   while (true) {
-    const auto patience = unanswered_ == 0 ? std::min(wait, kSettling) : wait;
-    switch (session_.link().receive(message, std::min(end, lastNews + patience))) {
+    const auto limit =
+        std::min(end, lastNews + (unanswered_ == 0 ? std::min(wait, settling) : wait));
+    const auto next = unanswered_ == 0 ? limit : std::min(limit, nextQuestion);
+    switch (session_.link().receive(message, next)) {
       case HostLink::Event::Message:
         if (!take(message).empty()) lastNews = Clock::now();
         break;
       case HostLink::Event::Quiet:
-        return true;
+        if (Clock::now() >= limit) return true;
+        settling = kOpening;
+        pause *= 2;
+        nextQuestion = Clock::now() + pause;
+        if (!askAgain()) return false;
+        break;
       default:
         return false;
     }
@@ -71,21 +91,21 @@ bool BadgeCollector::settle(std::chrono::milliseconds wait) {
 
 std::vector<std::string> BadgeCollector::take(const json& message) {
   session_.note(message);
-  std::vector<std::string> items;
-  if (link::type(message) != "badges") return items;
+  std::vector<std::string> changed;
+  if (link::type(message) != "badges") return changed;
   for (auto& [path, identifier] : link::badges(message)) {
-    const auto found = badges_.find(path);
-    if (found == badges_.end()) continue;
-    if (!found->second) --unanswered_;
-    found->second = std::move(identifier);
-    items.push_back(std::move(path));
+    const auto found = items_.find(path);
+    if (found == items_.end() || found->second.badge == identifier) continue;
+    if (!found->second.badge) --unanswered_;
+    found->second.badge = std::move(identifier);
+    changed.push_back(std::move(path));
   }
-  return items;
+  return changed;
 }
 
 std::optional<std::string> BadgeCollector::badge(std::string_view path) const {
-  const auto found = badges_.find(path);
-  return found == badges_.end() ? std::nullopt : found->second;
+  const auto found = items_.find(path);
+  return found == items_.end() ? std::nullopt : found->second.badge;
 }
 
 }  // namespace kelpie::cli

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 
 #include "Configuration.h"
 #include "cli/BusClient.h"
@@ -23,7 +24,23 @@ constexpr std::string_view kDirectory = "runtime directory";
 constexpr std::string_view kHostLink = "host link";
 constexpr std::string_view kPort = "message port";
 
-std::string process(std::uint32_t number) { return "runs, process " + std::to_string(number); }
+// Whether the process was stopped, as by SIGSTOP, so that it answers nothing.
+bool isStopped(std::uint32_t process) {
+  std::string line;
+  std::getline(std::ifstream("/proc/" + std::to_string(process) + "/stat"), line);
+  // The name stands in parentheses and may hold some itself; the state follows it.
+  const std::size_t name = line.rfind(") ");
+  return name != std::string::npos && line.substr(name + 2, 1) == "T";
+}
+
+void addProcess(DoctorReport& report, std::string_view topic, std::uint32_t process) {
+  const std::string number = std::to_string(process);
+  if (isStopped(process)) {
+    report.problem(topic, "is stopped, process " + number, "kill -CONT " + number);
+  } else {
+    report.good(topic, "runs, process " + number);
+  }
+}
 
 bool isSocket(const std::string& path) {
   struct stat status = {};
@@ -52,7 +69,7 @@ void ServiceChecks::checkBus() {
   const std::string extension(kExtensionIdentifier);
   extension_ = bus->ownerProcess(extension);
   if (extension_) {
-    report_.good(kExtension, process(*extension_));
+    addProcess(report_, kExtension, *extension_);
   } else if (bus->canStart(extension)) {
     report_.good(kExtension, "does not run; the bus starts it when it is needed");
   } else {
@@ -61,7 +78,7 @@ void ServiceChecks::checkBus() {
   }
   const auto application = bus->ownerProcess(std::string(kApplicationIdentifier));
   if (application) {
-    report_.good(kApplication, process(*application));
+    addProcess(report_, kApplication, *application);
   } else {
     report_.problem(kApplication, "does not run, so nothing has a badge", "start it: kelpie-agent");
   }
@@ -111,7 +128,7 @@ void ServiceChecks::checkPorts() {
   for (const std::string& name : FilePath::namesIn(folder).value_or(std::vector<std::string>())) {
     const bool answers =
         static_cast<bool>(UnixSocket::connect(FilePath::join(folder, name)).socket);
-    report_.good(kPort, name + (answers ? " listens" : " is left over; its owner replaces it"));
+    report_.good(kPort, name + (answers ? " listens" : " is left over, which does no harm"));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <poll.h>
 
+#include <algorithm>
 #include <array>
 #include <ctime>
 #include <filesystem>
@@ -15,8 +16,8 @@ namespace {
 
 // How often it looks whether the extension is back.
 constexpr int kReturnPause = 500;  // milliseconds
-// The wait is for messages; now and then it is begun anew.
-constexpr std::chrono::minutes kRound(30);
+// The longest time between two questions about items that have no badge.
+constexpr std::chrono::milliseconds kLongestPause(8000);
 
 std::string timeOfDay() {
   const std::time_t now = std::time(nullptr);
@@ -69,15 +70,21 @@ WatchCommand::End WatchCommand::follow(ExtensionSession& session) {
   BadgeCollector badges(session);
   badges.showFolder(folder);
   wantAll(badges);
+  auto pause = BadgeCollector::kFirstPause;
   nlohmann::json message;
   while (badges.ask()) {
     const auto event = session.link().receive(
-        message, Clock::now() + kRound, {interrupt_.descriptor(), news ? news->descriptor() : -1});
+        message, Clock::now() + pause, {interrupt_.descriptor(), news ? news->descriptor() : -1});
     if (interrupt_.hasCome()) return End::Interrupted;
     if (event == HostLink::Event::Ended) break;
     if (event == HostLink::Event::Message) {
-      for (const std::string& path : badges.take(message))
-        print(path, badges.badge(path).value_or(""));
+      const std::vector<std::string> changed = badges.take(message);
+      for (const std::string& path : changed) print(path, badges.badge(path).value_or(""));
+      // The main application may have come or gone, and with it all badges.
+      if (!changed.empty()) pause = BadgeCollector::kFirstPause;
+    } else if (event == HostLink::Event::Quiet) {
+      pause = std::min(2 * pause, kLongestPause);
+      if (!badges.askAgain()) break;
     } else if (news) {
       for (const std::string& name : news->newNames()) want(badges, FilePath::join(folder, name));
     }

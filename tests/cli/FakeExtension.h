@@ -33,6 +33,7 @@ class FakeExtension {
   // Sent after the welcome, as they are: what a peer gone wrong might send.
   std::string noise;
   bool answersHello = true;
+  int passesOver = 0;  // so many of the first questions for badges have no answer
 
   // Listens at the path, and serves.
   void start(const std::string& path);

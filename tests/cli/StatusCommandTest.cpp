@@ -61,6 +61,17 @@ TEST_F(StatusCommandTest, AnItemWithoutAnAnswerIsShownAfterTheWait) {
   EXPECT_EQ(result.status, 0);
 }
 
+// A working copy opens after its items were asked about.
+TEST_F(StatusCommandTest, ItemsWithoutAnAnswerAreAskedAboutAgain) {
+  home.addFile("files/a.txt");
+  extension.badges = {{url("a.txt"), "KPIgnoredBadge"}};
+  extension.passesOver = 2;
+  startExtension();
+  EXPECT_EQ(run({"status", "--wait=30000", "a.txt"}).out,
+            "⊘ ignored               " + path("a.txt") + "\n");
+  EXPECT_EQ(extension.heard("requestBadges").size(), 3U);
+}
+
 TEST_F(StatusCommandTest, TheLastOfSeveralBadgesCounts) {
   home.addFile("files/a.txt");
   startExtension();

@@ -59,6 +59,17 @@ TEST_F(WatchCommandTest, AnItemThatIsNewInTheFolderIsWatchedToo) {
   EXPECT_EQ(process->waitForEnd(), 0);
 }
 
+TEST_F(WatchCommandTest, ItemsWithoutABadgeAreAskedAboutAgain) {
+  home.addFile("files/a.txt");
+  extension.badges = {{url("a.txt"), "KPWorkdirNewBadge"}};
+  extension.passesOver = 1;
+  startExtension();
+  const auto process = start({"watch", "a.txt"});
+  EXPECT_TRUE(printed(*process, "? untracked             " + path("a.txt")));
+  process->signal(SIGINT);
+  EXPECT_EQ(process->waitForEnd(), 0);
+}
+
 TEST_F(WatchCommandTest, ItComesBackWithTheExtension) {
   home.addFile("files/a.txt");
   extension.badges = {{url("a.txt"), "KPCurrentBadge"}};
