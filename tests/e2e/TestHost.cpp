@@ -62,10 +62,16 @@ bool TestHost::waitForBadge(const std::string& url, const std::string& badge) {
 
 json TestHost::menu(int kind, const std::vector<std::string>& selected) {
   const int id = ++requests_;
+  menu_ = id;
   send({{"type", "menu"}, {"id", id}, {"kind", kind}, {"selected", selected}});
   const json answer = waitFor("menu");
   EXPECT_EQ(answer.value("id", 0), id);
   return answer.value("menu", json());
+}
+
+json TestHost::choose(const std::vector<std::size_t>& path) {
+  send({{"type", "choose"}, {"id", ++requests_}, {"menu", menu_}, {"path", path}});
+  return waitFor("done");
 }
 
 bool TestHost::isClosed() { return socket_.isClosed(); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <deque>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -29,6 +30,9 @@ class TestHost {
   bool waitForBadge(const std::string& url, const std::string& badge);
   // Asks for the menu of these URLs and answers it; null when there is none.
   nlohmann::json menu(int kind, const std::vector<std::string>& selected);
+  // Chooses the item at that index path of the last menu, and waits until its action has run; null
+  // when it does not.
+  nlohmann::json choose(const std::vector<std::size_t>& path);
   // Whether the other end has closed the connection.
   bool isClosed();
 
@@ -40,6 +44,7 @@ class TestHost {
   std::string unread_;
   std::deque<nlohmann::json> messages_;
   int requests_ = 0;
+  int menu_ = 0;  // the id of the last one
 };
 
 // The URL of a path as a host spells it.
