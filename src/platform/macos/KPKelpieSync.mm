@@ -1,5 +1,7 @@
 #include "platform/macos/KPKelpieSync.h"
 
+#import <objc/runtime.h>
+
 #include <optional>
 #include <string>
 

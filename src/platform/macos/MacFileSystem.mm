@@ -15,6 +15,9 @@ namespace {
 // nil for what is no file URL.
 NSURL* fileUrl(const URL& url) { return url.isFileURL() ? nsUrl(url) : nil; }
 
+// Told by the text alone: parents are asked for by the thousand.
+bool isFileReference(const URL& url) { return url.path().starts_with("/.file/id="); }
+
 }  // namespace
 
 ResourceValues MacFileSystem::resourceValues(const URL& url) const {
@@ -41,10 +44,9 @@ std::optional<std::string> MacFileSystem::localizedName(const URL& url) const {
 std::optional<Image> MacFileSystem::icon(const URL& /*url*/) const { return std::nullopt; }
 
 std::optional<URL> MacFileSystem::parentUrl(const URL& url) const {
+  if (!isFileReference(url)) return url.deletingLastPathComponent();
   @autoreleasepool {
-    NSURL* const file = fileUrl(url);
-    if (![file isFileReferenceURL]) return url.deletingLastPathComponent();
-    const std::optional<URL> path = urlOf(file);
+    const std::optional<URL> path = urlOf(fileUrl(url));
     return path ? path->deletingLastPathComponent() : std::nullopt;
   }
 }
