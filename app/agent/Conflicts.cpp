@@ -4,20 +4,15 @@
 #include <cstddef>
 #include <string_view>
 
+#include "agent/PathScope.h"
+
 namespace kelpie::agent {
-namespace {
-
-bool holds(std::string_view folder, std::string_view path) {
-  if (folder == "." || folder == path) return true;
-  return path.starts_with(folder) && path.size() > folder.size() && path[folder.size()] == '/';
-}
-
-}  // namespace
 
 Conflicts Conflicts::read(const GitCommand& git, const std::vector<std::string>& within) {
   Conflicts conflicts;
   const ProgramResult listed = git.ask({"ls-files", "--unmerged", "-z"});
   if (!listed.succeeded()) return conflicts;
+  const PathScope scope(within);
   // mode blank oid blank stage tab path NUL
   for (std::string_view rest = listed.output; !rest.empty();) {
     const std::string_view entry = rest.substr(0, rest.find('\0'));
@@ -27,8 +22,7 @@ Conflicts Conflicts::read(const GitCommand& git, const std::vector<std::string>&
     const std::string_view path = entry.substr(tab + 1);
     const char stage = entry[tab - 1];
     if (stage < '1' || stage > '3') continue;
-    if (std::ranges::none_of(within, [&](const std::string& each) { return holds(each, path); }))
-      continue;
+    if (!scope.contains(path)) continue;
     conflicts.stages_[std::string(path)] |= 1U << static_cast<unsigned>(stage - '0');
     if (entry.starts_with("160000 ")) conflicts.hasSubmodule_ = true;
   }

@@ -62,7 +62,7 @@ Dialogs::Answer run(Arguments arguments) {
   ProgramCall call;
   call.arguments = std::move(arguments);
   call.maximumOutput = std::size_t{1} << 20U;
-  call.endsWithAgent = false;
+  call.endsWithAgent = true;
   const ProgramResult result = Subprocess::run(call);
   Dialogs::Answer answer;
   answer.end = endOf(result);

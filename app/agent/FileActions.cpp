@@ -1,7 +1,6 @@
 #include "agent/FileActions.h"
 
 #include <filesystem>
-#include <map>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -10,6 +9,7 @@
 #include "agent/ActionJob.h"
 #include "agent/HeadTree.h"
 #include "agent/IgnoreFile.h"
+#include "agent/PathScope.h"
 
 namespace kelpie::agent {
 namespace {
@@ -19,11 +19,12 @@ using Paths = std::vector<std::string>;
 
 constexpr const char* kNoStatus = "The status could not be read. Nothing was done.";
 
-// Calls `visit` with each changed item that the paths name or hold.
+// Calls `visit` with each changed item that the paths name or hold, once.
 template <class Visit>
 void forEachItem(const StatusSnapshot& status, const Paths& paths, Visit visit) {
-  for (const std::string& path : paths)
-    for (const StatusItem* item : status.itemsWithin(path == "." ? "" : path)) visit(*item);
+  const PathScope scope(paths);
+  for (const StatusItem& item : status.items())
+    if (scope.contains(item.path)) visit(item);
 }
 
 // The paths, and those that renamed items among them had before: git knows a rename as two changes.

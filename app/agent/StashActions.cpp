@@ -6,16 +6,16 @@
 #include <vector>
 
 #include "agent/ActionJob.h"
+#include "agent/PathScope.h"
 #include "agent/ReferenceParser.h"
 
 namespace kelpie::agent {
 namespace {
 
 bool holdsUntracked(const StatusSnapshot& status, const std::vector<std::string>& paths) {
-  return std::ranges::any_of(paths, [&](const std::string& path) {
-    const auto items = status.itemsWithin(path == "." ? "" : path);
-    return std::ranges::any_of(
-        items, [](const StatusItem* item) { return item->word == KPStatusWorkdirNew; });
+  const PathScope scope(paths);
+  return std::ranges::any_of(status.items(), [&](const StatusItem& item) {
+    return item.word == KPStatusWorkdirNew && scope.contains(item.path);
   });
 }
 

@@ -31,6 +31,8 @@ ActionFixture::ActionFixture() {
   sandbox.setVariable("PATH", sandbox.path("bin") + ":" + (path == nullptr ? "" : path));
   sandbox.setVariable("DISPLAY", ":kelpie");
   sandbox.setVariable("WAYLAND_DISPLAY", "");
+  // What git says is looked for in English.
+  sandbox.setVariable("LC_ALL", "C");
   sandbox.setVariable("KELPIE_SANDBOX", sandbox.root());
   sandbox.writeScript("bin/zenity", kZenity);
   sandbox.write("answers", "");

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+namespace kelpie::agent {
+
+// What a selection of paths (relative to the root, "." for the root itself) holds: each of them,
+// and everything below it. Any thread.
+class PathScope {
+ public:
+  // `paths` outlives this.
+  explicit PathScope(const std::vector<std::string>& paths);
+
+  // In time of the path's length, however many paths were selected.
+  bool contains(std::string_view path) const;
+
+ private:
+  std::unordered_set<std::string_view> paths_;
+  bool all_;
+};
+
+}  // namespace kelpie::agent
