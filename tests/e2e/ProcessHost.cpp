@@ -10,6 +10,7 @@ namespace {
 
 // How often a condition that no event tells of is looked at.
 constexpr std::chrono::milliseconds kLook(2);
+constexpr std::chrono::milliseconds kMoment(20);
 
 // Wakes the main loop again and again while it lives.
 class Ticks {
@@ -76,6 +77,10 @@ std::string ProcessHost::portNameOf(const ChildProcess& sync) {
 bool ProcessHost::waitUntil(const std::function<bool()>& done) {
   const Ticks ticks(loop_);
   return loop_.runUntil(done, ChildProcess::kLongEnough);
+}
+
+void ProcessHost::letTimePass() {
+  loop_.runUntil([] { return false; }, kMoment);
 }
 
 bool ProcessHost::waitForSocket(const std::string& path) {

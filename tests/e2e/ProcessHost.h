@@ -57,6 +57,8 @@ class ProcessHost {
 
   // Runs the main loop until `done` answers true. False when that does not come.
   bool waitUntil(const std::function<bool()>& done);
+  // Runs the main loop for a moment, before something that tells nobody is asked again.
+  void letTimePass();
   // Waits until somebody listens on the socket at `path`.
   bool waitForSocket(const std::string& path);
 

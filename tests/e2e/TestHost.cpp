@@ -2,12 +2,35 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
+#include <chrono>
+#include <filesystem>
+#include <span>
 
 namespace kelpie {
 
 using nlohmann::json;
+
+namespace {
+
+// Titles may occur more than once, such as the "More" of each group.
+std::vector<std::size_t> findIn(const json& menu, std::span<const std::string> titles) {
+  if (!menu.is_object() || titles.empty()) return {};
+  const json& items = menu.at("items");
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    if (items[i].at("title") != titles.front()) continue;
+    std::vector<std::size_t> path = {i};
+    if (titles.size() == 1) return path;
+    const std::vector<std::size_t> rest = findIn(items[i].at("submenu"), titles.subspan(1));
+    path.insert(path.end(), rest.begin(), rest.end());
+    if (!rest.empty()) return path;
+  }
+  return {};
+}
+
+}  // namespace
 
 TestHost::TestHost(ProcessHost& processes)
     : processes_(processes), socket_(TestSocket::connect(processes.runtime().finderSocket())) {
@@ -25,11 +48,19 @@ json TestHost::hello() {
 
 void TestHost::readLines() {
   unread_ += socket_.read();
-  for (std::size_t end = unread_.find('\n'); end != std::string::npos; end = unread_.find('\n')) {
-    messages_.push_back(json::parse(unread_.substr(0, end), nullptr, false));
-    EXPECT_TRUE(messages_.back().is_object()) << unread_.substr(0, end);
-    unread_.erase(0, end + 1);
+  std::size_t begin = 0;
+  for (std::size_t end = unread_.find('\n'); end != std::string::npos;
+       begin = end + 1, end = unread_.find('\n', begin)) {
+    messages_.push_back(json::parse(unread_.substr(begin, end - begin), nullptr, false));
+    EXPECT_TRUE(messages_.back().is_object()) << unread_.substr(begin, end - begin);
+    note(messages_.back());
   }
+  unread_.erase(0, begin);
+}
+
+void TestHost::note(const json& message) {
+  if (message.value("type", "") != "badges") return;
+  for (const json& pair : message.at("badges")) badges_[pair.at(0)] = pair.at(1);
 }
 
 json TestHost::waitFor(const std::string& type) {
@@ -45,20 +76,43 @@ json TestHost::waitFor(const std::string& type) {
   return found;
 }
 
-bool TestHost::waitForBadge(const std::string& url, const std::string& badge) {
-  std::string last;
-  const bool came = processes_.waitUntil([&] {
-    readLines();
-    for (; !messages_.empty(); messages_.pop_front()) {
-      if (messages_.front().value("type", "") != "badges") continue;
-      for (const json& pair : messages_.front().at("badges"))
-        if (pair.at(0) == url) last = pair.at(1);
-    }
-    return last == badge;
-  });
-  if (!came) ADD_FAILURE() << url << " has the badge \"" << last << "\", not " << badge;
-  return came;
+std::string TestHost::badge(const std::string& url) {
+  readLines();
+  const auto found = badges_.find(url);
+  return found == badges_.end() ? "none" : found->second;
 }
+
+bool TestHost::waitForBadge(const std::string& url, const std::string& badge) {
+  if (processes_.waitUntil([&] { return this->badge(url) == badge; })) return true;
+  ADD_FAILURE() << url << " has the badge \"" << this->badge(url) << "\", not " << badge;
+  return false;
+}
+
+// -- As a user, who sees paths --------------------------------------------------------------------
+
+void TestHost::show(const std::string& folder) {
+  send({{"type", "beginObserving"}, {"url", fileURL(folder)}});
+  std::vector<std::string> paths = {folder};
+  for (const auto& entry : std::filesystem::directory_iterator(folder))
+    paths.push_back(entry.path());
+  ask(paths);
+}
+
+void TestHost::hide(const std::string& folder) {
+  send({{"type", "endObserving"}, {"url", fileURL(folder)}});
+}
+
+void TestHost::ask(const std::vector<std::string>& paths) {
+  json urls = json::array();
+  for (const std::string& path : paths) urls.push_back(fileURL(path));
+  send({{"type", "requestBadges"}, {"urls", urls}});
+}
+
+bool TestHost::sees(const std::string& path, const std::string& badge) {
+  return waitForBadge(fileURL(path), badge);
+}
+
+// -- Menus ----------------------------------------------------------------------------------------
 
 json TestHost::menu(int kind, const std::vector<std::string>& selected) {
   const int id = ++requests_;
@@ -66,7 +120,38 @@ json TestHost::menu(int kind, const std::vector<std::string>& selected) {
   send({{"type", "menu"}, {"id", id}, {"kind", kind}, {"selected", selected}});
   const json answer = waitFor("menu");
   EXPECT_EQ(answer.value("id", 0), id);
-  return answer.value("menu", json());
+  lastMenu_ = answer.value("menu", json());
+  return lastMenu_;
+}
+
+std::vector<std::size_t> TestHost::find(const std::vector<std::string>& titles) const {
+  return findIn(lastMenu_, titles);
+}
+
+json TestHost::waitForItem(const std::vector<std::string>& paths,
+                           const std::vector<std::string>& titles, int kind) {
+  std::vector<std::string> urls;
+  for (const std::string& path : paths) urls.push_back(fileURL(path));
+  const auto end = std::chrono::steady_clock::now() + ChildProcess::kLongEnough;
+  while (std::chrono::steady_clock::now() < end) {
+    json level = menu(kind, urls);
+    json item;
+    for (const std::size_t index : find(titles)) {
+      item = level.at("items").at(index);
+      level = item.at("submenu");
+    }
+    if (item.is_object() && item.at("enabled") == true) return item;
+    // Until something changes, the next menu is the same.
+    processes_.letTimePass();
+  }
+  ADD_FAILURE() << "no item " << json(titles) << " in " << lastMenu_;
+  return {};
+}
+
+bool TestHost::choose(const std::vector<std::string>& paths,
+                      const std::vector<std::string>& titles) {
+  if (waitForItem(paths, titles).is_null()) return false;
+  return !choose(find(titles)).is_null();
 }
 
 json TestHost::choose(const std::vector<std::size_t>& path) {
@@ -91,5 +176,7 @@ std::string fileURL(const std::string& path) {
   }
   return url;
 }
+
+std::string placeholderOf(const std::string& path) { return path + " \x0E.kelpieDeleted"; }
 
 }  // namespace kelpie
