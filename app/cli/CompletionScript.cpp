@@ -264,15 +264,14 @@ std::string fishOperand(ValueKind kind) {
 }
 
 std::string fishForms(const CommandInfo& command, const std::string& seen) {
-  std::string verbs;
-  for (const FormInfo& form : command.forms) verbs += ' ' + std::string(form.verb);
+  std::string noVerb = seen + "; and not __fish_seen_subcommand_from";
+  for (const FormInfo& form : command.forms) noVerb.append(" ").append(form.verb);
   std::string text;
   for (const FormInfo& form : command.forms) {
     const std::string verb(form.verb);
     std::string condition = seen;
     if (!verb.empty()) {
-      text += fishLine(seen + "; and not __fish_seen_subcommand_from" + verbs,
-                       "-a " + verb + " -d " + fishWord(form.help));
+      text += fishLine(noVerb, "-a " + verb + " -d " + fishWord(form.help));
       condition += "; and __fish_seen_subcommand_from " + verb;
     }
     // After a title come paths, after the name of a setting its value.

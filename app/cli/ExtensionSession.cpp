@@ -62,8 +62,19 @@ std::unique_ptr<ExtensionSession> ExtensionSession::open(Start start, std::strin
 std::unique_ptr<ExtensionSession> ExtensionSession::openOrComplain(Context& context) {
   std::string problem;
   auto session = open(Start::IfNeeded, problem);
-  if (!session) context.console.complain(context.console.printable(problem));
+  if (!session) {
+    context.console.complain(context.console.printable(problem));
+  } else {
+    session->reportTo(context.console);
+  }
   return session;
+}
+
+ExtensionSession::~ExtensionSession() {
+  const std::size_t dropped = link_->droppedLines();
+  if (console_ != nullptr && dropped > 0)
+    console_->complain("the extension sent lines that are no messages; dropped: " +
+                       std::to_string(dropped));
 }
 
 bool ExtensionSession::isObserved(std::string_view path) const {

@@ -29,6 +29,13 @@ class ExtensionSession {
   // The same, starting the extension if needed; complains when it fails.
   static std::unique_ptr<ExtensionSession> openOrComplain(Context& context);
 
+  // Says at its end, in one line, when lines of the extension were dropped.
+  ~ExtensionSession();
+  ExtensionSession(const ExtensionSession&) = delete;
+  ExtensionSession& operator=(const ExtensionSession&) = delete;
+  // Where it says that; nowhere at first. `console` outlives it.
+  void reportTo(Console& console) { console_ = &console; }
+
   HostLink& link() { return *link_; }
   const LinkWelcome& welcome() const { return welcome_; }
   // Whether the item lies in an observed folder; only there are badges and menus asked for.
@@ -49,6 +56,7 @@ class ExtensionSession {
   std::optional<std::string> greet();
 
   std::unique_ptr<HostLink> link_;
+  Console* console_ = nullptr;
   LinkWelcome welcome_;
 };
 

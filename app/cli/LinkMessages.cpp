@@ -58,11 +58,6 @@ LinkWelcome welcome(const Json& message) {
   LinkWelcome welcome;
   const Json& version = member(message, "version");
   if (version.is_number_integer()) welcome.version = version.get<std::int64_t>();
-  const Json& badges = member(message, "badges");
-  if (badges.is_object()) {
-    for (const auto& [identifier, badge] : badges.items())
-      welcome.badgeLabels.emplace(identifier, text(badge, "label"));
-  }
   welcome.directories = directories(member(message, "directories"));
   return welcome;
 }

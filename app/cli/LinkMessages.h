@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -30,8 +29,7 @@ struct LinkMenuItem {
 // The answer to "hello", as far as it concerns a terminal.
 struct LinkWelcome {
   std::int64_t version = 0;
-  std::map<std::string, std::string> badgeLabels;  // by badge identifier; "" for most
-  std::vector<std::string> directories;            // paths of the observed folders
+  std::vector<std::string> directories;  // paths of the observed folders
 };
 
 // What the lines of the extension hold, and the lines that a host writes. What is missing or of

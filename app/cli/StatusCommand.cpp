@@ -74,9 +74,8 @@ std::string StatusCommand::lineOf(const std::string& badge, const std::string& n
                                   bool isFolder) const {
   std::string shown = console_.printable(name);
   if (isFolder && !shown.ends_with('/')) shown += '/';
-  const bool isPlain = isBadge(badge);
-  return badgeText(console_, badge, widestLabel()) + "  " +
-         (isPlain ? shown : console_.paint(Colour::Dim, shown)) + '\n';
+  if (!isBadge(badge)) shown = console_.paint(Colour::Dim, shown);
+  return badgeText(console_, badge, widestLabel()) + "  " + shown + '\n';
 }
 
 void StatusCommand::print(const std::vector<Section>& sections, const BadgeCollector& badges) {

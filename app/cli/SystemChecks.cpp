@@ -24,8 +24,8 @@ constexpr std::string_view kDialogs = "dialogs";
 constexpr std::string_view kWatches = "inotify";
 
 constexpr std::chrono::seconds kProgramLimit(5);
-// The first git that reports the status in the form that the main application reads.
-constexpr std::pair<int, int> kOldestGit(2, 11);
+// The first git that the main application can work with.
+constexpr std::pair<int, int> kOldestGit(2, 16);
 // A watch is needed for each folder of an open working copy.
 constexpr long kFewWatches = 65'536;
 

@@ -118,7 +118,10 @@ std::unique_ptr<ExtensionSession> WatchCommand::awaitReturn() {
   while (!interrupt_.hasCome()) {
     std::string ignored;
     auto session = ExtensionSession::open(ExtensionSession::Start::Never, ignored);
-    if (session) return session;
+    if (session) {
+      session->reportTo(console_);
+      return session;
+    }
     pollfd wait = {interrupt_.descriptor(), POLLIN, 0};
     ::poll(&wait, 1, kReturnPause);
   }

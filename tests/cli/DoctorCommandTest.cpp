@@ -4,6 +4,7 @@
 
 #include "CommandTest.h"
 #include "Configuration.h"
+#include "agent/GitVersion.h"
 #include "cli/SystemChecks.h"
 
 namespace kelpie::cli {
@@ -64,16 +65,24 @@ TEST_F(DoctorCommandTest, TheRuntimeDirectoryIsForNobodyElse) {
 }
 
 TEST_F(DoctorCommandTest, VersionsMustAgree) {
-  const bool isBuilt = std::filesystem::exists(
-      std::filesystem::path(KELPIE_PROGRAM).replace_filename("kelpie-agent"));
-  if (!isBuilt) {
-    install("kelpie-agent", "0.0.7");
-    EXPECT_EQ(
-        only("kelpie-agent")["text"],
-        home / "bin/kelpie-agent" + " has version 0.0.7, kelpie has " + std::string(kVersion));
-  }
+  // A program is looked for beside kelpie first.
+  std::filesystem::create_directories(home / "bin");
+  std::filesystem::copy_file(KELPIE_PROGRAM, home / "bin/kelpie");
+  const auto find = [&] {
+    for (const json& finding :
+         json::parse(runProgram({home / "bin/kelpie", "doctor", "--json"}).out)) {
+      if (finding["topic"] == "kelpie-agent") return finding;
+    }
+    return json();
+  };
+  EXPECT_EQ(find()["text"], "is not installed");
+  install("kelpie-agent", "0.0.7");
+  EXPECT_EQ(find()["text"],
+            home / "bin/kelpie-agent" + " has version 0.0.7, kelpie has " + std::string(kVersion));
   install("kelpie-agent", std::string(kVersion));
-  EXPECT_EQ(only("kelpie-agent")["level"], "good");
+  EXPECT_EQ(find()["level"], "good");
+  install("kelpie-agent", "1; exit 3");
+  EXPECT_EQ(find()["text"], home / "bin/kelpie-agent" + " does not tell its version");
 }
 
 TEST_F(DoctorCommandTest, SettingsAndFoldersAreRead) {
@@ -89,24 +98,26 @@ TEST_F(DoctorCommandTest, SettingsAndFoldersAreRead) {
 
 TEST_F(DoctorCommandTest, GitMustBeThereAndRecent) {
   EXPECT_EQ(only("git")["level"], "good");
-  install("git", "git version 2.10.5");
-  EXPECT_EQ(only("git")["text"], "git version 2.10.5 is too old");
+  install("git", "git version 2.15.4");
+  EXPECT_EQ(only("git")["text"], "git version 2.15.4 is too old");
   std::filesystem::remove(home / "bin/git");
   EXPECT_EQ(only("git")["advice"], "install git");
 }
 
 TEST_F(DoctorCommandTest, ADialogProgramIsLookedFor) {
-  install("git", "git version 2.11.0");
+  install("git", "git version 2.16.0");
   EXPECT_EQ(only("dialogs")["level"], "warning");
   install("kdialog", "");
   EXPECT_EQ(only("dialogs")["text"], home / "bin/kdialog");
 }
 
 TEST(SystemChecks, GitVersions) {
-  EXPECT_TRUE(SystemChecks::isGitRecent("git version 2.11.0"));
+  EXPECT_TRUE(SystemChecks::isGitRecent("git version 2.16.0"));
   EXPECT_TRUE(SystemChecks::isGitRecent("git version 2.39.5"));
   EXPECT_TRUE(SystemChecks::isGitRecent("git version 3.0.rc1"));
   EXPECT_FALSE(SystemChecks::isGitRecent("git version 2.9.9"));
+  const std::string oldest = "git version " + agent::kOldestGit.text();
+  EXPECT_TRUE(SystemChecks::isGitRecent(oldest)) << "what the main application works with";
   EXPECT_FALSE(SystemChecks::isGitRecent("git version 2"));
   EXPECT_FALSE(SystemChecks::isGitRecent("version 2.39.5"));
   EXPECT_FALSE(SystemChecks::isGitRecent("git version x.y"));

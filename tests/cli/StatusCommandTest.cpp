@@ -181,6 +181,7 @@ TEST_F(StatusCommandTest, NoiseFromTheExtensionIsPassedOver) {
   startExtension();
   const Result result = run({"status", "a.txt"});
   EXPECT_EQ(result.out, "✓ unchanged             " + path("a.txt") + "\n");
+  EXPECT_EQ(result.err, "kelpie: the extension sent lines that are no messages; dropped: 4\n");
   EXPECT_EQ(result.status, 0);
 }
 
