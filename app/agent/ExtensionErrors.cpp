@@ -14,7 +14,8 @@ constexpr std::size_t kLongestText = 4096;
 constexpr std::size_t kLongestJson = 64 * 1024;
 
 std::string shortened(const std::string& text) {
-  return displayText(std::string_view(text).substr(0, kLongestText));
+  const std::string_view all = text;
+  return displayText(all.substr(0, kLongestText));
 }
 
 // The text under the key; empty when there is none.

@@ -57,11 +57,11 @@ void ExtensionPorts::forgetTheGone() {
 }
 
 void ExtensionPorts::gone(const std::string& name) {
-  // The name may be that of the very port that goes.
-  const std::string ended = name;
-  if (ports_.erase(ended) == 0) return;
-  services_.loop.log().write("port " + ended + ": the extension is gone");
-  if (callbacks_.gone) callbacks_.gone(ended);
+  // What is given may be the name that the port itself holds.
+  const auto ended = ports_.extract(name);
+  if (ended.empty()) return;
+  services_.loop.log().write("port " + ended.key() + ": the extension is gone");
+  if (callbacks_.gone) callbacks_.gone(ended.key());
 }
 
 }  // namespace kelpie::agent

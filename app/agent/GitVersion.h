@@ -13,7 +13,10 @@ struct GitVersion {
   int major = 0;
   int minor = 0;
 
-  friend auto operator<=>(const GitVersion&, const GitVersion&) = default;
+  friend bool operator==(const GitVersion&, const GitVersion&) = default;
+  friend bool operator<(const GitVersion& a, const GitVersion& b) {
+    return a.major != b.major ? a.major < b.major : a.minor < b.minor;
+  }
 
   std::string text() const { return std::to_string(major) + "." + std::to_string(minor); }
   // What `git --version` printed, such as "git version 2.39.5 (some vendor)". Missing for anything

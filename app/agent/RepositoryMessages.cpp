@@ -37,8 +37,8 @@ Message archived(Dictionary content) {
 
 }  // namespace
 
-RepositoryMessages::RepositoryMessages(const WorkingCopy& workingCopy, FileIdentifier target)
-    : workingCopy_(workingCopy), target_(std::move(target)) {}
+RepositoryMessages::RepositoryMessages(WorkingCopy workingCopy, FileIdentifier target)
+    : workingCopy_(std::move(workingCopy)), target_(std::move(target)) {}
 
 Message RepositoryMessages::opening() const {
   const Objects urls = {URL::fileURLWithPath(workingCopy_.root, true),

@@ -23,7 +23,7 @@ using Message = std::shared_ptr<const Bytes>;
 class RepositoryMessages {
  public:
   // `target` is the identifier of the working folder.
-  RepositoryMessages(const WorkingCopy& workingCopy, FileIdentifier target);
+  RepositoryMessages(WorkingCopy workingCopy, FileIdentifier target);
 
   const FileIdentifier& target() const { return target_; }
 

@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "agent/ExtensionPorts.h"
@@ -18,7 +19,7 @@ namespace kelpie::agent {
 // The sessions of all working copies that an extension has opened, one for each. Main thread.
 class RepositoryRegistry {
  public:
-  explicit RepositoryRegistry(const SessionServices& services) : services_(services) {}
+  explicit RepositoryRegistry(SessionServices services) : services_(std::move(services)) {}
   RepositoryRegistry(const RepositoryRegistry&) = delete;
   RepositoryRegistry& operator=(const RepositoryRegistry&) = delete;
   ~RepositoryRegistry() = default;

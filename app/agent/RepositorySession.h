@@ -74,8 +74,6 @@ class RepositorySession {
   // The extension is gone.
   void forget(const std::string& portName);
 
-  bool isUsed() const { return !subscribers_.empty(); }
-
  private:
   // The status, and the messages about references.
   static constexpr std::size_t kMessages = 1 + RepositoryMessages::kReferenceMessages;
