@@ -101,8 +101,11 @@ ActionOutcome discardNow(ActionJob& job, const Discarded& what, const Paths& sco
   everything.insert(everything.end(), what.others.begin(), what.others.end());
   if (ActionOutcome outcome = job.changePaths({"reset", "-q"}, everything); !outcome.isDone())
     return outcome;
+  // The index has them as the commit has them now. Told so, git looks up each path; as patterns it
+  // would try each of thousands on every file.
   if (!what.inHead.empty())
-    if (ActionOutcome outcome = job.changePaths({"checkout", "-q", "HEAD"}, what.inHead);
+    if (ActionOutcome outcome = job.changePaths({"checkout-index", "-q", "-f", "-u"}, what.inHead,
+                                                GitCommand::Paths::AsArguments);
         !outcome.isDone())
       return outcome;
   if (ActionOutcome outcome = resetSubmodules(job, what.submodules); !outcome.isDone())
