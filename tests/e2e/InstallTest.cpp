@@ -50,6 +50,9 @@ TEST_F(Installation, TheServiceFilesNameTheInstalledProgram) {
   EXPECT_NE(unit.find("\nType=dbus\nBusName=org.kelpie.Kelpie.Sync\nExecStart=" + program + "\n"),
             std::string::npos)
       << unit;
+  const std::string agent = contentsOf("/share/systemd/user/kelpie-agent.service");
+  EXPECT_NE(agent.find("\nExecStart=" + prefix + "/bin/kelpie-agent\n"), std::string::npos)
+      << agent;
 }
 
 TEST_F(Installation, AFileManagerStartsTheExtensionByItsName) {
