@@ -101,6 +101,7 @@ bool ArgumentParser::chooseForm() {
     return true;
   }
   std::vector<std::string_view> verbs;
+  verbs.reserve(command_.forms.size());
   for (const FormInfo& form : command_.forms) verbs.push_back(form.verb);
   std::vector<std::string>& operands = arguments_.operands_;
   const auto found = operands.empty() ? verbs.end() : std::ranges::find(verbs, operands.front());

@@ -42,9 +42,10 @@ std::string_view FolderList::textOf(State state) {
 }
 
 std::vector<FolderList::Entry> FolderList::read(const SettingsSnapshot& settings) {
+  const Objects elements = settings.arrayForKey(kFoldersPathsKey).elements();
   std::vector<Entry> entries;
-  for (const Object& element : settings.arrayForKey(kFoldersPathsKey).elements())
-    entries.push_back(entryOf(element));
+  entries.reserve(elements.size());
+  for (const Object& element : elements) entries.push_back(entryOf(element));
   return entries;
 }
 

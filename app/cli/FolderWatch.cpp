@@ -19,7 +19,7 @@ FolderWatch::FolderWatch(std::string folder)
 
 std::vector<std::string> FolderWatch::newNames() {
   std::vector<std::string> names;
-  std::array<char, 65536> buffer;
+  std::array<char, 65536> buffer{};
   const ssize_t size = ::read(events_.get(), buffer.data(), buffer.size());
   for (std::size_t at = 0; size > 0 && at < static_cast<std::size_t>(size);) {
     inotify_event event = {};

@@ -83,7 +83,7 @@ HostLink::Event HostLink::receive(json& message, Clock::time_point deadline,
 }
 
 bool HostLink::read() {
-  std::array<char, 65536> piece;
+  std::array<char, 65536> piece{};
   const ssize_t size = ::recv(socket_.get(), piece.data(), piece.size(), 0);
   if (size == 0) return false;
   if (size < 0) return errno == EAGAIN || errno == EINTR;

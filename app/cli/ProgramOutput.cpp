@@ -27,7 +27,7 @@ bool readAll(int pipe, Clock::time_point deadline, std::string& output) {
   while (output.size() <= kMaximumOutput) {
     pollfd wait = {pipe, POLLIN, 0};
     if (::poll(&wait, 1, pollTimeout(deadline)) == 0) return false;
-    std::array<char, 4096> piece;
+    std::array<char, 4096> piece{};
     const ssize_t size = ::read(pipe, piece.data(), piece.size());
     if (size == 0) return true;
     if (size > 0) output.append(piece.data(), static_cast<std::size_t>(size));
@@ -52,6 +52,7 @@ std::optional<std::string> ProgramOutput::firstLine(const std::vector<std::strin
   const auto deadline = Clock::now() + limit;
   std::vector<std::string> words = call;
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   GPid process = 0;
