@@ -308,6 +308,16 @@ TEST_F(Glue, AnItemOfASubmenuIsFoundByActionAndTag) {
   EXPECT_EQ([sent tag], [item tag]);
 }
 
+// The status finds the repository and its items, and the answer bears the object itself.
+TEST_F(Glue, IdentifiersThatAreNoDataAreTheSameInBothDirections) {
+  system::setIdentifiersOpaque(true);
+  startWithRepository();
+  host.choose(itemWithAction(menuOf([NSArray arrayWithObject:host.url("repo/a.txt")]), "stage:"));
+  id const target = [actionMessage() objectForKey:@"KPMessageTarget"];
+  EXPECT_TRUE([target isKindOfClass:[HostFileIdentifier class]]);
+  EXPECT_TRUE([target isEqual:host.identifier("repo")]);
+}
+
 TEST_F(Glue, AFolderOutsideOfAnyRepositoryCanBeClonedInto) {
   host.startApplication();
   ASSERT_NE(host.start(), nil);

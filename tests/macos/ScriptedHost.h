@@ -69,7 +69,7 @@ class ScriptedHost {
   // for.
   void openRepository();
   // The identifier of an existing item, as messages hold it.
-  NSData* identifier(const std::string& path) const;
+  id identifier(const std::string& path) const;
   // Runs the main loop until the condition holds; false when it does not within a generous limit.
   static bool runUntil(const std::function<bool()>& condition);
 

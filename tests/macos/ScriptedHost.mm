@@ -41,6 +41,7 @@ ScriptedHost::ScriptedHost() {
   system::setEntitlement([NSArray arrayWithObject:kGroup]);
   system::setRunningApplications(kApplication, {});
   system::setSendStatus(0);
+  system::setIdentifiersOpaque(false);
   [[HostSuiteDefaults suiteNamed:kGroup] removeAllObjects];
   [[HostNotificationCenter center] reset];
   [[HostFinder finder] reset];
@@ -169,7 +170,7 @@ void ScriptedHost::openRepository() {
   ASSERT_TRUE(runUntil([&] { return badge("repo") == "KPEmptyBadge"; }));
 }
 
-NSData* ScriptedHost::identifier(const std::string& path) const {
+id ScriptedHost::identifier(const std::string& path) const {
   id value = nil;
   [url(path) getResourceValue:&value forKey:NSURLFileResourceIdentifierKey error:nullptr];
   return value;

@@ -17,3 +17,10 @@
 }
 - (instancetype)initWithName:(NSString*)name;
 @end
+
+namespace kelpie::system {
+
+// Whether files have such identifiers instead of data. Changed while nobody asks for one.
+void setIdentifiersOpaque(bool areOpaque);
+
+}  // namespace kelpie::system

@@ -3,6 +3,7 @@
 #include <objc/blocks_runtime.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <filesystem>
 #include <string>
 
@@ -23,9 +24,13 @@ Status statusOf(NSURL* url) {
   return status;
 }
 
-NSData* identifierOf(const struct stat& status) {
+std::atomic<bool> areIdentifiersOpaque = false;
+
+id identifierOf(const struct stat& status) {
   const std::uint64_t parts[] = {status.st_dev, status.st_ino};
-  return [NSData dataWithBytes:parts length:sizeof parts];
+  NSData* const data = [NSData dataWithBytes:parts length:sizeof parts];
+  if (!areIdentifiersOpaque) return data;
+  return [[[HostFileIdentifier alloc] initWithName:[data description]] autorelease];
 }
 
 NSError* cocoaError(NSInteger code) {
@@ -234,3 +239,9 @@ typedef BOOL (^HostErrorHandler)(NSURL* url, NSError* error);
 }
 
 @end
+
+namespace kelpie::system {
+
+void setIdentifiersOpaque(bool areOpaque) { areIdentifiersOpaque = areOpaque; }
+
+}  // namespace kelpie::system
