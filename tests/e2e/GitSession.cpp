@@ -36,7 +36,7 @@ GitSession::GitSession() {
 
 std::string GitSession::git(std::string_view folder,
                             const std::vector<std::string>& arguments) const {
-  std::vector<std::string> command = {"git", "-C", home() / folder};
+  std::vector<std::string> command = {"git", "-C", fs::path(home().path()) / folder};
   command.insert(command.end(), arguments.begin(), arguments.end());
   ChildProcess process(command, environment());
   EXPECT_EQ(process.waitForEnd(), 0) << process.errors();

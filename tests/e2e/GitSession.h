@@ -20,8 +20,8 @@ class GitSession : public ProcessHost {
 
   // -- Repositories -------------------------------------------------------------------------------
 
-  // Runs git in the folder and answers what it printed, without the line end. Fails the test when
-  // git fails.
+  // Runs git in the folder, which may be an absolute one, and answers what it printed, without the
+  // line end. Fails the test when git fails.
   std::string git(std::string_view folder, const std::vector<std::string>& arguments) const;
   // A new repository with these files committed; the absolute path.
   std::string addRepository(const std::string& folder,

@@ -45,6 +45,12 @@ DefaultsFile ProcessHost::sharedDefaults() const {
   return DefaultsFile((home_ / ".config/kelpie/").append(kApplicationGroup).append(".plist"));
 }
 
+void ProcessHost::restartBus() {
+  bus_->end();
+  bus_ = std::make_unique<PrivateBus>(environment_);
+  setVariable("DBUS_SESSION_BUS_ADDRESS", bus_->address());
+}
+
 void ProcessHost::removeBusFromEnvironment() {
   setVariable("DBUS_SESSION_BUS_ADDRESS", std::nullopt);
 }

@@ -35,6 +35,8 @@ class ProcessHost {
   // The settings that the programs share.
   DefaultsFile sharedDefaults() const;
   PrivateBus& bus() { return *bus_; }
+  // Ends the bus; programs that are started from now on have another one.
+  void restartBus();
   // Programs that are started from now on have no session bus.
   void removeBusFromEnvironment();
   // A variable of those that are started from now on; missing takes it away.
