@@ -17,8 +17,9 @@ namespace fs = std::filesystem;
 class Installation : public testing::Test {
  protected:
   Installation() {
-    ChildProcess install(
-        {KELPIE_CMAKE, "--install", KELPIE_BUILD_DIR, "--component", "kelpie", "--prefix", prefix});
+    // One at a time: an installation writes to the build folder, too.
+    ChildProcess install({"flock", KELPIE_BUILD_DIR "/e2e-install.lock", KELPIE_CMAKE, "--install",
+                          KELPIE_BUILD_DIR, "--component", "kelpie", "--prefix", prefix});
     EXPECT_EQ(install.waitForEnd(), 0) << install.errors();
   }
   std::string contentsOf(const std::string& name) const {
