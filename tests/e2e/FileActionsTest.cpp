@@ -87,11 +87,14 @@ TEST_F(FileItems, DiscardNothingWhenNobodyCanBeAsked) {
   EXPECT_TRUE(host().sees(a, "KPIndexModifiedBadge"));
 }
 
-TEST_F(FileItems, Ignore) {
+TEST_F(FileItems, IgnoreExactlyThatFile) {
+  session.append("r/n*.txt", "new");
   startWithChanges();
-  EXPECT_TRUE(host().choose({added}, {"More", "Ignore \"new.txt\""}));
-  EXPECT_TRUE(host().sees(added, "KPIgnoredBadge"));
-  EXPECT_EQ(session.read("r/.gitignore"), "/new.txt\n");
+  const std::string star = repository + "/n*.txt";
+  EXPECT_TRUE(host().choose({star}, {"More", "Ignore \"n*.txt\""}));
+  EXPECT_TRUE(host().sees(star, "KPIgnoredBadge"));
+  EXPECT_TRUE(host().sees(added, "KPWorkdirNewBadge"));
+  EXPECT_EQ(session.read("r/.gitignore"), "/n\\*.txt\n");
 }
 
 TEST_F(FileItems, Exclude) {
@@ -120,7 +123,7 @@ TEST_F(FileItems, StashOneFile) {
   EXPECT_EQ(session.read("r/b.txt"), "as committed\nchanged\n");
 }
 
-TEST_F(FileItems, ResolveAConflictWithTheirVersion) {
+TEST_F(FileItems, ResolveTheConflictOfAMergeWithTheirVersion) {
   session.addUser(kSaysYes);
   session.git("r", {"checkout", "-q", "-b", "theirs"});
   session.append("r/a.txt", "theirs");
@@ -128,11 +131,9 @@ TEST_F(FileItems, ResolveAConflictWithTheirVersion) {
   session.git("r", {"checkout", "-q", "main"});
   session.append("r/a.txt", "ours");
   session.git("r", {"commit", "-q", "-a", "-m", "Ours"});
-  // It fails with a conflict.
-  EXPECT_EQ(ChildProcess({"git", "-C", repository, "merge", "-q", "theirs"}, session.environment())
-                .waitForEnd(),
-            1);
-  startWith(repository, a, "KPConflictedBadge");
+  startWith(repository, a, "KPCurrentBadge");
+  EXPECT_TRUE(host().choose({a}, {"Merge With", "theirs"}));
+  EXPECT_TRUE(host().sees(a, "KPConflictedBadge"));
   EXPECT_TRUE(host().choose({a}, {"Resolve \"a.txt\"", "Resolve Using Theirs"}));
   EXPECT_TRUE(host().sees(a, "KPIndexModifiedBadge"));
   EXPECT_EQ(session.read("r/a.txt"), "as committed\ntheirs\n");

@@ -36,9 +36,12 @@ class RepositoryItems : public ProgramsFixture {
 
 TEST_F(RepositoryItems, CheckoutByThePicker) {
   session.git("r", {"branch", "topic/one"});
+  session.git("r", {"branch", "one"});
   start();
   EXPECT_TRUE(host().choose({file}, {"Checkout", "topic", "one"}));
   EXPECT_TRUE(gitSays("r", {"branch", "--show-current"}, "topic/one"));
+  EXPECT_TRUE(host().choose({file}, {"Checkout", "one"}));
+  EXPECT_TRUE(gitSays("r", {"branch", "--show-current"}, "one"));
 }
 
 TEST_F(RepositoryItems, ANewBranchIsNamedByTheUser) {
@@ -75,13 +78,15 @@ TEST_F(RepositoryItems, FetchPullAndPush) {
   EXPECT_TRUE(gitSays("origin.git", {"log", "-1", "--format=%s", "main"}, "Here"));
 }
 
-TEST_F(RepositoryItems, AStashIsApplied) {
-  session.append("r/file.txt", "put away");
-  session.git("r", {"stash", "push", "-q", "-m", "Away"});
+TEST_F(RepositoryItems, AStashIsAppliedByItsPlaceInTheList) {
+  for (const char* name : {"first", "second"}) {
+    session.append("r/file.txt", name);
+    session.git("r", {"stash", "push", "-q", "-m", name});
+  }
   start();
-  EXPECT_TRUE(host().choose({file}, {"More", "Apply Stash", "On main: Away"}));
+  EXPECT_TRUE(host().choose({file}, {"More", "Apply Stash", "On main: first"}));
   EXPECT_TRUE(host().sees(file, "KPWorkdirModifiedBadge"));
-  EXPECT_EQ(session.read("r/file.txt"), "as committed\nput away\n");
+  EXPECT_EQ(session.read("r/file.txt"), "as committed\nfirst\n");
 }
 
 TEST_F(RepositoryItems, ATagIsDeletedWhenTheUserAgrees) {
@@ -104,14 +109,34 @@ TEST_F(RepositoryItems, AllChangesAreDiscardedWhenTheUserAgrees) {
   EXPECT_TRUE(gitSays("r", {"status", "--porcelain"}, ""));
 }
 
-TEST_F(RepositoryItems, AFolderWithoutARepositoryGetsOne) {
-  const std::string plain = session.home().addFolder("plain");
+TEST_F(RepositoryItems, AFeatureOfGitflowIsFinished) {
+  session.git("r", {"config", "gitflow.branch.master", "main"});
+  session.git("r", {"config", "gitflow.branch.develop", "develop"});
+  session.git("r", {"branch", "develop"});
+  session.git("r", {"checkout", "-q", "-b", "feature/x"});
+  session.append("r/file.txt", "feature");
+  session.git("r", {"commit", "-q", "-a", "-m", "Feature"});
+  start();
+  EXPECT_TRUE(host().choose({file}, {"More", "Finish Git-Flow Feature", "feature/x"}));
+  EXPECT_TRUE(gitSays("r", {"branch", "--list", "feature/x"}, ""));
+  EXPECT_EQ(session.git("r", {"branch", "--show-current"}), "develop");
+  EXPECT_EQ(session.read("r/file.txt"), "as committed\nfeature\n");
+}
+
+TEST_F(RepositoryItems, AWindowOpensInTheProgramForIt) {
   session.addUser(kSaysYes);
-  ProgramsFixture::start({plain});
-  host().show(plain);
-  EXPECT_TRUE(host().choose({plain}, {"Create…"}));
-  EXPECT_TRUE(becomes<bool>([&] { return fs::exists(plain + "/.git/HEAD"); }, true))
-      << agent->errors();
+  session.addProgram("gitk", "echo \"$PWD $*\" >>\"$HOME/asked\"\n");
+  start();
+  EXPECT_TRUE(host().choose({file}, {"Browser…"}));
+  EXPECT_TRUE(becomes<std::string>([&] { return asked(); }, repository + " --all\n"));
+}
+
+TEST_F(RepositoryItems, AFolderWithoutARepositoryGetsOne) {
+  const std::string folder = session.home().addFolder("plain/inner");
+  ProgramsFixture::start({session.home() / "plain"});
+  host().show(session.home() / "plain");
+  EXPECT_TRUE(host().choose({folder}, {"Create…"}));
+  EXPECT_TRUE(becomes<bool>([&] { return fs::exists(folder + "/.git/HEAD"); }, true));
 }
 
 // git's own words reach the log, and everything goes on.
