@@ -5,27 +5,8 @@
 #include "platform/macos/MacLocalMessagePort.h"
 #include "platform/macos/MacRemoteMessagePort.h"
 #include "platform/macos/Objects.h"
-#include "platform/macos/SystemLog.h"
 
 namespace kelpie {
-namespace {
-
-// nil when the object does not let itself be archived.
-NSData* archiveOf(id object) {
-  @try {
-    NSError* error = nil;
-    NSData* const archive = [NSKeyedArchiver archivedDataWithRootObject:object
-                                                  requiringSecureCoding:NO
-                                                                  error:&error];
-    if (archive == nil) NSLog(@"archiving a message: %@", error);
-    return archive;
-  } @catch (NSException* exception) {
-    NSLog(@"archiving a message: %@", [exception reason]);
-    return nil;
-  }
-}
-
-}  // namespace
 
 std::unique_ptr<LocalMessagePort> MacMessagePorts::createLocal(std::string_view name,
                                                                LocalMessagePort::Handler handler) {
@@ -40,7 +21,7 @@ std::optional<Bytes> MacMessagePorts::archivedMessage(const Object& message) con
   @autoreleasepool {
     id object = nsObject(message);
     if (object == nil) return MessagePorts::archivedMessage(message);
-    NSData* const archive = archiveOf(object);
+    NSData* const archive = nsArchive(object);
     return archive == nil ? std::nullopt : std::optional(bytesOfData(archive));
   }
 }

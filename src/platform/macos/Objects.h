@@ -25,6 +25,10 @@ Error errorOf(NSError* error);
 // its image; an object of an unknown class becomes what the platform unarchives it to.
 id nsObject(const Object& object);
 
+// The platform's keyed archive of an object, autoreleased. nil, and a log line, for what does not
+// let itself be archived.
+NSData* nsArchive(id object);
+
 NSData* nsData(ByteView bytes);  // autoreleased copy
 Bytes bytesOfData(NSData* data);
 

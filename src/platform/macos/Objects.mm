@@ -169,6 +169,20 @@ Error errorOf(NSError* error) { return errorOf(error, 0); }
 
 id nsObject(const Object& object) { return nsObject(object, 0); }
 
+NSData* nsArchive(id object) {
+  @try {
+    NSError* error = nil;
+    NSData* const archive = [NSKeyedArchiver archivedDataWithRootObject:object
+                                                  requiringSecureCoding:NO
+                                                                  error:&error];
+    if (archive == nil) NSLog(@"archiving a %@: %@", [object class], error);
+    return archive;
+  } @catch (NSException* exception) {
+    NSLog(@"archiving a %@: %@", [object class], [exception reason]);
+    return nil;
+  }
+}
+
 NSData* nsData(ByteView bytes) { return [NSData dataWithBytes:bytes.data() length:bytes.size()]; }
 
 Bytes bytesOfData(NSData* data) {
