@@ -4,19 +4,17 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <iostream>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "Configuration.h"
 #include "platform/linux/ProcessEnd.h"
+#include "platform/linux/ProgramArguments.h"
 #include "platform/linux/StderrLog.h"
 
 namespace kelpie::agent {
 namespace {
-
-constexpr int kUsageError = 2;
 
 constexpr std::string_view kHelp =
     "Usage: kelpie-agent [--version | --help]\n"
@@ -33,23 +31,10 @@ constexpr std::string_view kHelp =
 // The bus itself answers at once or never.
 constexpr std::chrono::milliseconds kBusLimit{2000};
 
-int answer(std::string_view argument) {
-  if (argument == "--version") {
-    std::cout << kVersion << '\n';
-  } else if (argument == "--help") {
-    std::cout << kHelp;
-  } else {
-    std::cerr << "kelpie-agent: unknown argument " << argument << "; try --help\n";
-    return kUsageError;
-  }
-  std::cout.flush();
-  return std::cout ? EXIT_SUCCESS : EXIT_FAILURE;
-}
-
 }  // namespace
 
 int AgentProgram::main(std::span<char* const> arguments) {
-  if (!arguments.empty()) return answer(arguments.front());
+  if (!arguments.empty()) return answerProgramArgument(arguments.front(), "kelpie-agent", kHelp);
   std::signal(SIGPIPE, SIG_IGN);  // of a log that nobody reads
   StderrLog log;
   const RuntimeDirectory runtime;

@@ -13,7 +13,8 @@ Arguments::Parsed Arguments::parse(const CommandInfo& command,
 
 std::string_view Arguments::value(std::string_view option, std::string_view fallback) const {
   const auto found = options_.find(option);
-  return found == options_.end() ? fallback : std::string_view(found->second);
+  if (found == options_.end()) return fallback;
+  return found->second;
 }
 
 std::chrono::milliseconds Arguments::wait() const {

@@ -50,9 +50,8 @@ std::string printableText(std::string_view bytes, bool utf8) {
     const std::size_t length = utf8SequenceLength(bytes);
     const std::string_view sequence = bytes.substr(0, length == 0 ? 1 : length);
     bytes.remove_prefix(sequence.size());
-    if (length == 0 || steers(codePoint(sequence))) {
-      appendEscaped(text, sequence);
-    } else if (length == 1 || utf8) {
+    const bool isPlain = length != 0 && !steers(codePoint(sequence));
+    if (isPlain && (length == 1 || utf8)) {
       text += sequence;
     } else if (sequence == kEllipsis) {
       text += "...";

@@ -103,7 +103,7 @@ std::optional<std::string> Setting::setSwitch(SettingsSnapshot& settings,
   const auto* found = words.size() == 1
                           ? std::ranges::find(kSwitchWords, words.front(), &SwitchWord::word)
                           : std::end(kSwitchWords);
-  if (found == std::end(kSwitchWords)) return std::string(name_) + " is \"on\" or \"off\"";
+  if (found == std::end(kSwitchWords)) return std::string(name_) + R"( is "on" or "off")";
   settings.setObject(key_, found->value);
   return std::nullopt;
 }

@@ -1,8 +1,8 @@
 #include "platform/linux/SyncProgram.h"
+#include "platform/linux/ProgramArguments.h"
 
 #include <csignal>
 #include <cstdlib>
-#include <iostream>
 #include <stdexcept>
 #include <string_view>
 
@@ -13,8 +13,6 @@
 
 namespace kelpie {
 namespace {
-
-constexpr int kUsageError = 2;
 
 constexpr std::string_view kHelp =
     "Usage: kelpie-sync [--version | --help]\n"
@@ -28,23 +26,10 @@ constexpr std::string_view kHelp =
     "Sockets are in $XDG_RUNTIME_DIR/kelpie, settings in $XDG_CONFIG_HOME/kelpie. The log goes\n"
     "to standard error.\n";
 
-int answer(std::string_view argument) {
-  if (argument == "--version") {
-    std::cout << kVersion << '\n';
-  } else if (argument == "--help") {
-    std::cout << kHelp;
-  } else {
-    std::cerr << "kelpie-sync: unknown argument " << argument << "; try --help\n";
-    return kUsageError;
-  }
-  std::cout.flush();
-  return std::cout ? EXIT_SUCCESS : EXIT_FAILURE;
-}
-
 }  // namespace
 
 int SyncProgram::main(std::span<char* const> arguments) {
-  if (!arguments.empty()) return answer(arguments.front());
+  if (!arguments.empty()) return answerProgramArgument(arguments.front(), "kelpie-sync", kHelp);
   std::signal(SIGPIPE, SIG_IGN);  // of a log that nobody reads
   StderrLog log;
   const RuntimeDirectory runtime;
