@@ -127,8 +127,7 @@ KPKelpieSync::~KPKelpieSync() {
   link_->setPort(nullptr);
 }
 
-// -- The file manager's callbacks
-// ------------------------------------------------------------------
+// -- The file manager's callbacks -----------------------------------------------------------------
 
 void KPKelpieSync::beginObservingDirectoryAtURL(const URL& url) {
   observerQueue_->post(
@@ -143,8 +142,7 @@ void KPKelpieSync::requestBadgeIdentifierForURL(const URL& url) {
   observerQueue_->requestBadge(url);
 }
 
-// -- Menus and actions
-// -----------------------------------------------------------------------------
+// -- Menus and actions ----------------------------------------------------------------------------
 
 std::optional<Menu> KPKelpieSync::menuForMenuKind(FIMenuKind kind) {
   return menus_.menuForMenuKind(kind);
@@ -167,8 +165,7 @@ void KPKelpieSync::clone() { actions_->clone(); }
 
 void KPKelpieSync::createRepository() { actions_->createRepository(); }
 
-// -- The main application
-// --------------------------------------------------------------------------
+// -- The main application -------------------------------------------------------------------------
 
 void KPKelpieSync::updateFolders() { registry_->updateFolders(); }
 
@@ -241,8 +238,7 @@ void KPKelpieSync::handleSelectorMessage(std::shared_ptr<const Bytes> message) {
   }
 }
 
-// -- Properties
-// ------------------------------------------------------------------------------------
+// -- Properties -----------------------------------------------------------------------------------
 
 const RepositoryTable& KPKelpieSync::repositories() const { return registry_->repositories(); }
 
@@ -321,8 +317,7 @@ void KPKelpieSync::setTargetURLs(const Object& urls) {
   targetURLs_ = urls.isArray() ? urlsOf(urls) : std::vector<URL>();
 }
 
-// -- MenuHost
-// --------------------------------------------------------------------------------------
+// -- MenuHost -------------------------------------------------------------------------------------
 
 std::int32_t KPKelpieSync::applicationPid() const { return registry_->applicationPid(); }
 

@@ -189,8 +189,7 @@ TEST(KeyedArchiver, APathThatIsNotUtf8IsData) {
   EXPECT_EQ(KeyedUnarchiver::unarchiveObject(*bytes).pathBytes(), "/a\xFF");
 }
 
-// -- What is met twice
-// -----------------------------------------------------------------------------
+// -- What is met twice ----------------------------------------------------------------------------
 
 TEST(KeyedArchiver, PlainValuesAreWrittenOnce) {
   // "$null", the array, its class, and one each of the values.
@@ -250,8 +249,7 @@ TEST(KeyedArchiver, ReferencesAreAsNarrowAsTheyCanBe) {
   EXPECT_EQ(archive.list().item(archive.list().number(elements, 299)).count, 2U);
 }
 
-// -- Errors, menu items, unknown objects
-// -----------------------------------------------------------
+// -- Errors, menu items, unknown objects ----------------------------------------------------------
 
 TEST(KeyedArchiver, AnErrorStandsUnderTheKeysOfItsClass) {
   const Written archive(Error{

@@ -357,8 +357,7 @@ TEST(KeyedUnarchiver, OfTwoEqualKeysTheLastCounts) {
   EXPECT_EQ(KeyedUnarchiver::open(bytes).dictionary().size(), 1U);
 }
 
-// -- Objects met twice
-// -----------------------------------------------------------------------------
+// -- Objects met twice ----------------------------------------------------------------------------
 
 TEST(KeyedUnarchiver, AnArrayThatIsMetTwiceIsShared) {
   RawArchive archive;
@@ -412,8 +411,7 @@ TEST(KeyedUnarchiver, AUrlThatIsMetTwiceIsTheSameObject) {
   }
 }
 
-// -- In place
-// --------------------------------------------------------------------------------------
+// -- In place -------------------------------------------------------------------------------------
 
 TEST(KeyedUnarchiver, APartKeepsTheArchiveAlive) {
   auto bytes = std::make_shared<const Bytes>(archiveFixture("setStatusInfo.bplist"));
@@ -451,8 +449,7 @@ TEST(KeyedUnarchiver, OtherPropertyListsAreNoArchives) {
                   .isNil());
 }
 
-// -- Classes of the class table
-// --------------------------------------------------------------------
+// -- Classes of the class table -------------------------------------------------------------------
 
 class Probe : public Archivable {
  public:

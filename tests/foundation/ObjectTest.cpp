@@ -40,8 +40,7 @@ TEST(Object, SmallValuesTakeNothingFromTheHeap) {
   EXPECT_EQ(meter.count(), 0U);
 }
 
-// -- Numbers
-// ---------------------------------------------------------------------------------------
+// -- Numbers --------------------------------------------------------------------------------------
 
 struct Conversion {
   Object number;
@@ -95,8 +94,7 @@ TEST(Object, OnlyNumbersBelowZeroAreNegative) {
   EXPECT_FALSE(Object("-1").isNegative());
 }
 
-// -- Reading leniently
-// -----------------------------------------------------------------------------
+// -- Reading leniently ----------------------------------------------------------------------------
 
 TEST(Object, WhatIsOfAnotherClassReadsAsNothing) {
   const Object others[] = {Object(),
@@ -155,8 +153,7 @@ TEST(Object, MutabilityIsOfTheClassAlone) {
   EXPECT_FALSE(Object(5).mutableCopy().isMutable());
 }
 
-// -- Equality
-// --------------------------------------------------------------------------------------
+// -- Equality -------------------------------------------------------------------------------------
 
 // Equal both ways and of one hash, or unequal both ways.
 void expectEqual(const Object& a, const Object& b, bool equal) {
@@ -279,8 +276,7 @@ TEST(Object, AnOpenedArchiveEqualsWhatItWasMadeOf) {
   expectEqual(object["a"], KeyedUnarchiver::open(archive)["a"], true);
 }
 
-// -- Description
-// -----------------------------------------------------------------------------------
+// -- Description ----------------------------------------------------------------------------------
 
 TEST(Object, ItsDescriptionIsOneLine) {
   const Object object = Dictionary{{"n", -5},

@@ -54,8 +54,7 @@ ScriptedHost::~ScriptedHost() {
   killApplication();
 }
 
-// -- The main application
-// ---------------------------------------------------------------------------
+// -- The main application -------------------------------------------------------------------------
 
 void ScriptedHost::startApplication(NSString* version) {
   [[HostSuiteDefaults suiteNamed:kGroup] setObject:version forKey:@"KPApplicationVersion"];
