@@ -11,7 +11,7 @@
 #include "e2e/ProcessHost.h"
 #include "e2e/TestHost.h"
 #include "platform/linux/SessionBus.h"
-#include "support/ThreadSanitizer.h"
+#include "support/Sanitizers.h"
 
 namespace kelpie {
 namespace {

@@ -1,0 +1,31 @@
+#pragma once
+
+namespace kelpie {
+
+// With which sanitizer the tests and the programs are built. The thread sanitizer's runtime has a
+// thread of its own in every process; each of them keeps memory of its own.
+#if defined(__SANITIZE_THREAD__)
+inline constexpr bool kHasThreadSanitizer = true;
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+inline constexpr bool kHasThreadSanitizer = true;
+#else
+inline constexpr bool kHasThreadSanitizer = false;
+#endif
+#else
+inline constexpr bool kHasThreadSanitizer = false;
+#endif
+
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool kHasAddressSanitizer = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+inline constexpr bool kHasAddressSanitizer = true;
+#else
+inline constexpr bool kHasAddressSanitizer = false;
+#endif
+#else
+inline constexpr bool kHasAddressSanitizer = false;
+#endif
+
+}  // namespace kelpie
