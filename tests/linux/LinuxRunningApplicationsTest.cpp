@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 
 #include "platform/linux/BusName.h"
 #include "platform/linux/MainLoop.h"
@@ -32,10 +33,12 @@ class LinuxRunningApplicationsTest : public testing::Test {
   }
   // Takes the name, or a place in its queue.
   std::unique_ptr<BusName> own(const SessionBus& connection) {
-    bool answered = false;
-    const auto answer = [&] { answered = true; };
+    // The handlers live as long as the name, and are called again when whoever was before has
+    // ended.
+    const auto answered = std::make_shared<bool>(false);
+    const auto answer = [answered] { *answered = true; };
     auto name = std::make_unique<BusName>(connection, kName, BusName::Handlers{answer, answer});
-    EXPECT_TRUE(runUntil([&] { return answered; }));
+    EXPECT_TRUE(runUntil([&] { return *answered; }));
     return name;
   }
   // Another process that does so: see OwnsTheName below.
