@@ -36,10 +36,11 @@ TestApplication::TestApplication(ProcessHost& processes, Name name)
 }
 
 void TestApplication::takeName() {
-  bool answered = false;
-  const auto answer = [&] { answered = true; };
+  // The handlers live as long as the name.
+  const auto answered = std::make_shared<bool>(false);
+  const auto answer = [answered] { *answered = true; };
   name_.emplace(*bus_, std::string(kApplicationIdentifier), BusName::Handlers{answer, answer});
-  EXPECT_TRUE(processes_.waitUntil([&] { return answered; }));
+  EXPECT_TRUE(processes_.waitUntil([&] { return *answered; }));
 }
 
 void TestApplication::writeVersion(const std::string& version) {
