@@ -5,69 +5,12 @@
 #include <set>
 #include <string_view>
 
+#include "support/MenuActions.h"
+
 namespace kelpie::agent {
 namespace {
 
 using Kind = ActionRequest::Kind;
-
-constexpr std::string_view kRepositoryActions[] = {"addRemote:",
-                                                   "addSubmodule:",
-                                                   "applyPatch:",
-                                                   "applyStash:",
-                                                   "blameItems:",
-                                                   "checkout:",
-                                                   "commit:",
-                                                   "compareCommits:",
-                                                   "createBranch:",
-                                                   "createPullRequest:",
-                                                   "createTag:",
-                                                   "deleteBranches:",
-                                                   "deleteRemoteBranches:",
-                                                   "deleteRemotes:",
-                                                   "deleteStashes:",
-                                                   "deleteSubmodules:",
-                                                   "deleteTags:",
-                                                   "diff:",
-                                                   "discard:",
-                                                   "discardAll:",
-                                                   "excludeItems:",
-                                                   "exportCommits:",
-                                                   "externalDiff:",
-                                                   "fastForward:",
-                                                   "fetch:",
-                                                   "finishGitflowFeature:",
-                                                   "finishGitflowHotfix:",
-                                                   "finishGitflowRelease:",
-                                                   "historyItems:",
-                                                   "ignoreItems:",
-                                                   "lfsFetch:",
-                                                   "lfsPrune:",
-                                                   "lfsPush:",
-                                                   "merge:",
-                                                   "prune:",
-                                                   "pull:",
-                                                   "push:",
-                                                   "rebase:",
-                                                   "renameBranch:",
-                                                   "renameRemoteBranch:",
-                                                   "reset:",
-                                                   "resolve:",
-                                                   "restore:",
-                                                   "revertItems:",
-                                                   "saveStash:",
-                                                   "showBrowser:",
-                                                   "showRemoteSettings:",
-                                                   "showSettings:",
-                                                   "showSubmoduleSettings:",
-                                                   "stage:",
-                                                   "startGitflowFeature:",
-                                                   "startGitflowHotfix:",
-                                                   "startGitflowRelease:",
-                                                   "unstage:",
-                                                   "untrackItems:"};
-constexpr std::string_view kApplicationActions[] = {
-    "quit:", "showAboutPanel:", "showConfiguration:", "showPreferences:"};
-constexpr std::string_view kCreations[] = {"clone:", "createRepository:"};
 
 TEST(ActionRules, EveryActionThatTheExtensionSendsHasARuleOfItsKind) {
   const auto expectKind = [](std::string_view action, Kind kind) {
@@ -78,7 +21,7 @@ TEST(ActionRules, EveryActionThatTheExtensionSendsHasARuleOfItsKind) {
   EXPECT_EQ(std::size(kRepositoryActions), 55U);
   for (const std::string_view action : kRepositoryActions) expectKind(action, Kind::Repository);
   for (const std::string_view action : kApplicationActions) expectKind(action, Kind::Application);
-  for (const std::string_view action : kCreations) expectKind(action, Kind::Creation);
+  for (const std::string_view action : kCreationActions) expectKind(action, Kind::Creation);
 }
 
 TEST(ActionRules, EveryRuleIsOfOneActionAndCanBeCarriedOutInOneWay) {

@@ -6,68 +6,10 @@
 #include "extension/ControllerRoutes.h"
 #include "foundation/MenuItem.h"
 #include "status/KPRepository.h"
+#include "support/MenuActions.h"
 
 namespace kelpie {
 namespace {
-
-constexpr std::string_view kRepositoryActions[] = {"addRemote:",
-                                                   "addSubmodule:",
-                                                   "applyPatch:",
-                                                   "applyStash:",
-                                                   "blameItems:",
-                                                   "checkout:",
-                                                   "commit:",
-                                                   "compareCommits:",
-                                                   "createBranch:",
-                                                   "createPullRequest:",
-                                                   "createTag:",
-                                                   "deleteBranches:",
-                                                   "deleteRemoteBranches:",
-                                                   "deleteRemotes:",
-                                                   "deleteStashes:",
-                                                   "deleteSubmodules:",
-                                                   "deleteTags:",
-                                                   "diff:",
-                                                   "discard:",
-                                                   "discardAll:",
-                                                   "excludeItems:",
-                                                   "exportCommits:",
-                                                   "externalDiff:",
-                                                   "fastForward:",
-                                                   "fetch:",
-                                                   "finishGitflowFeature:",
-                                                   "finishGitflowHotfix:",
-                                                   "finishGitflowRelease:",
-                                                   "historyItems:",
-                                                   "ignoreItems:",
-                                                   "lfsFetch:",
-                                                   "lfsPrune:",
-                                                   "lfsPush:",
-                                                   "merge:",
-                                                   "prune:",
-                                                   "pull:",
-                                                   "push:",
-                                                   "rebase:",
-                                                   "renameBranch:",
-                                                   "renameRemoteBranch:",
-                                                   "reset:",
-                                                   "resolve:",
-                                                   "restore:",
-                                                   "revertItems:",
-                                                   "saveStash:",
-                                                   "showBrowser:",
-                                                   "showRemoteSettings:",
-                                                   "showSettings:",
-                                                   "showSubmoduleSettings:",
-                                                   "stage:",
-                                                   "startGitflowFeature:",
-                                                   "startGitflowHotfix:",
-                                                   "startGitflowRelease:",
-                                                   "unstage:",
-                                                   "untrackItems:"};
-
-constexpr std::string_view kApplicationActions[] = {
-    "quit:", "showAboutPanel:", "showConfiguration:", "showPreferences:"};
 
 class ActionForwarderTest : public ControllerFixture {
  protected:

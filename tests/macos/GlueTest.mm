@@ -9,6 +9,7 @@
 #include "macos/system/RunningApplications.h"
 #include "macos/system/SuiteDefaults.h"
 #include "platform/macos/Strings.h"
+#include "support/MenuActions.h"
 
 // The Objective-C principal class as the Finder runs it, from its start to the main application's
 // end.
@@ -101,71 +102,14 @@ TEST_F(Glue, TheToolbarItemHasItsNameAndItsIcon) {
 }
 
 TEST_F(Glue, EveryActionHasAMethodAndNothingElseHas) {
-  const char* const actions[] = {"addRemote:",
-                                 "addSubmodule:",
-                                 "applyPatch:",
-                                 "applyStash:",
-                                 "blameItems:",
-                                 "checkout:",
-                                 "commit:",
-                                 "compareCommits:",
-                                 "createBranch:",
-                                 "createPullRequest:",
-                                 "createTag:",
-                                 "deleteBranches:",
-                                 "deleteRemoteBranches:",
-                                 "deleteRemotes:",
-                                 "deleteStashes:",
-                                 "deleteSubmodules:",
-                                 "deleteTags:",
-                                 "diff:",
-                                 "discard:",
-                                 "discardAll:",
-                                 "excludeItems:",
-                                 "exportCommits:",
-                                 "externalDiff:",
-                                 "fastForward:",
-                                 "fetch:",
-                                 "finishGitflowFeature:",
-                                 "finishGitflowHotfix:",
-                                 "finishGitflowRelease:",
-                                 "historyItems:",
-                                 "ignoreItems:",
-                                 "lfsFetch:",
-                                 "lfsPrune:",
-                                 "lfsPush:",
-                                 "merge:",
-                                 "prune:",
-                                 "pull:",
-                                 "push:",
-                                 "rebase:",
-                                 "renameBranch:",
-                                 "renameRemoteBranch:",
-                                 "reset:",
-                                 "resolve:",
-                                 "restore:",
-                                 "revertItems:",
-                                 "saveStash:",
-                                 "showBrowser:",
-                                 "showRemoteSettings:",
-                                 "showSettings:",
-                                 "showSubmoduleSettings:",
-                                 "stage:",
-                                 "startGitflowFeature:",
-                                 "startGitflowHotfix:",
-                                 "startGitflowRelease:",
-                                 "unstage:",
-                                 "untrackItems:",
-                                 "remoteRepositoryAction:",
-                                 "quit:",
-                                 "showAboutPanel:",
-                                 "showConfiguration:",
-                                 "showPreferences:",
-                                 "clone:",
-                                 "createRepository:"};
   ASSERT_NE(host.start(), nil);
-  for (const char* action : actions)
-    EXPECT_TRUE([host.extension() respondsToSelector:sel_registerName(action)]) << action;
+  const auto expectMethod = [this](std::string_view action) {
+    EXPECT_TRUE([host.extension() respondsToSelector:sel_registerName(action.data())]) << action;
+  };
+  for (const std::string_view action : kRepositoryActions) expectMethod(action);
+  for (const std::string_view action : kApplicationActions) expectMethod(action);
+  for (const std::string_view action : kCreationActions) expectMethod(action);
+  expectMethod("remoteRepositoryAction:");
   for (const char* other : {"openRepositoryWithUrls:", "setRepositories:", "erase:"})
     EXPECT_FALSE([host.extension() respondsToSelector:sel_registerName(other)]) << other;
 }
