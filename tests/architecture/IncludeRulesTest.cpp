@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "TestPaths.h"
+
 namespace kelpie::architecture {
 namespace {
 

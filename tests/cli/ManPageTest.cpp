@@ -1,6 +1,7 @@
 #include <fstream>
 
 #include "CommandTest.h"
+#include "TestPaths.h"
 #include "cli/CommandTable.h"
 #include "cli/Setting.h"
 

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "Configuration.h"
+#include "TestPaths.h"
 #include "foundation/Dictionary.h"
 #include "foundation/MessageKeys.h"
 #include "platform/linux/Bookmark.h"

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "Configuration.h"
+#include "TestPaths.h"
 #include "e2e/ProcessHost.h"
 #include "e2e/TestHost.h"
 #include "platform/linux/SessionBus.h"

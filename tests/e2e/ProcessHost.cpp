@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "Configuration.h"
+#include "TestPaths.h"
 #include "support/linux/TestSocket.h"
 
 namespace kelpie {

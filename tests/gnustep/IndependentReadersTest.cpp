@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "TestPaths.h"
 #include "agent/Subprocess.h"
 #include "foundation/Dictionary.h"
 #include "foundation/KeyedArchiver.h"

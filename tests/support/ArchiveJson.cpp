@@ -8,6 +8,7 @@
 #include <iterator>
 #include <optional>
 
+#include "TestPaths.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
 #include "foundation/Menu.h"
