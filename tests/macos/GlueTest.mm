@@ -252,6 +252,29 @@ TEST_F(Glue, AnItemOfASubmenuIsFoundByActionAndTag) {
   EXPECT_EQ([sent tag], [item tag]);
 }
 
+// Their parents bear the same action and the same tag.
+TEST_F(Glue, AWayOutOfAConflictIsSentAndNotItsParent) {
+  startWithRepository();
+  host.send(@"setStatusInfo:", status({{"repo/a.txt", 0x8000}}), host.identifier("repo"));
+  ASSERT_TRUE(host.runUntil([&] { return host.badge("repo/a.txt") == "KPConflictedBadge"; }));
+  host.showFileItems(
+      [NSArray arrayWithObjects:[NSNumber numberWithInt:-11], [NSNumber numberWithInt:-12], nil]);
+  for (NSString *title in
+       [NSArray arrayWithObjects:@"Mark as Resolved", @"Restore Unmerged", nil]) {
+    host.forgetMessages();
+    NSMenu* const menu = menuOf([NSArray arrayWithObject:host.url("repo/a.txt")]);
+    NSMenuItem* const item = itemWithTitle(menu, title);
+    ASSERT_NE(item, nil) << stdString(title);
+    EXPECT_EQ([item tag], 0);
+    host.choose(item);
+    NSMenuItem* const sent = [actionMessage() objectForKey:@"KPMessageSender"];
+    EXPECT_EQ(stdString([sent title]), stdString(title));
+    EXPECT_STREQ(sel_getName([sent action]), sel_getName([item action]));
+    EXPECT_FALSE([sent hasSubmenu]);
+    EXPECT_EQ([[sent representedObject] count], 1U) << stdString(title);
+  }
+}
+
 // The status finds the repository and its items, and the answer bears the object itself.
 TEST_F(Glue, IdentifiersThatAreNoDataAreTheSameInBothDirections) {
   system::setIdentifiersOpaque(true);

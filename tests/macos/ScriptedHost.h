@@ -49,6 +49,8 @@ class ScriptedHost {
   void forgetMessages() { messages_.clear(); }
   // Makes the folders that the Finder is to report.
   void observeFolders(NSArray* bookmarks);
+  // Makes contextual menus hold the file items with these tags, and nothing else.
+  void showFileItems(NSArray* tags);
 
   // -- The Finder ---------------------------------------------------------------------------------
 
@@ -89,5 +91,7 @@ class ScriptedHost {
 
 // The item with that action, wherever it stands in the menu; nil when there is none.
 NSMenuItem* itemWithAction(NSMenu* menu, const char* action);
+// The same by its title.
+NSMenuItem* itemWithTitle(NSMenu* menu, NSString* title);
 
 }  // namespace kelpie

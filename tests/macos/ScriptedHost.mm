@@ -130,6 +130,12 @@ void ScriptedHost::observeFolders(NSArray* bookmarks) {
   [[HostSuiteDefaults suiteNamed:kGroup] setObject:bookmarks forKey:@"KPFoldersPaths"];
 }
 
+void ScriptedHost::showFileItems(NSArray* tags) {
+  NSDictionary* const root = [NSDictionary dictionaryWithObject:tags forKey:@"KPFileMenuItems"];
+  NSDictionary* const items = [NSDictionary dictionaryWithObject:root forKey:@"KPRootMenuItems"];
+  [[HostSuiteDefaults suiteNamed:kGroup] setObject:items forKey:@"KPContextualMenuItems"];
+}
+
 // -- The Finder -----------------------------------------------------------------------------------
 
 PrincipalClass* ScriptedHost::start() {
@@ -187,13 +193,26 @@ bool ScriptedHost::runUntil(const std::function<bool()>& condition) {
   return true;
 }
 
-NSMenuItem* itemWithAction(NSMenu* menu, const char* action) {
+namespace {
+
+NSMenuItem* firstItem(NSMenu* menu, const std::function<bool(NSMenuItem* item)>& matches) {
   for (NSMenuItem* item in [menu itemArray]) {
-    if ([item action] != nullptr && std::string_view(sel_getName([item action])) == action)
-      return item;
-    if (NSMenuItem* const found = itemWithAction([item submenu], action)) return found;
+    if (matches(item)) return item;
+    if (NSMenuItem* const found = firstItem([item submenu], matches)) return found;
   }
   return nil;
+}
+
+}  // namespace
+
+NSMenuItem* itemWithAction(NSMenu* menu, const char* action) {
+  return firstItem(menu, [action](NSMenuItem* item) {
+    return [item action] != nullptr && std::string_view(sel_getName([item action])) == action;
+  });
+}
+
+NSMenuItem* itemWithTitle(NSMenu* menu, NSString* title) {
+  return firstItem(menu, [title](NSMenuItem* item) { return [[item title] isEqual:title] == YES; });
 }
 
 }  // namespace kelpie

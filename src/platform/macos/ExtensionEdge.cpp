@@ -8,12 +8,15 @@
 namespace kelpie {
 namespace {
 
-// Built menus nest three deep; nothing here builds them any other way.
+// Only an item without a submenu can be chosen; one with a submenu may bear the action and the tag
+// of an item below it. Built menus nest three deep; nothing here builds them any other way.
 const MenuItem* findItem(const Menu& menu, std::string_view action, std::int64_t tag) {
   for (const MenuItem& item : menu.items) {
-    if (item.action == action && item.tag == tag) return &item;
-    if (item.submenu == nullptr) continue;
-    if (const MenuItem* found = findItem(*item.submenu, action, tag)) return found;
+    if (item.submenu != nullptr) {
+      if (const MenuItem* found = findItem(*item.submenu, action, tag)) return found;
+    } else if (item.action == action && item.tag == tag) {
+      return &item;
+    }
   }
   return nullptr;
 }
