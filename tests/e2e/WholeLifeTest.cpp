@@ -35,7 +35,7 @@ class WholeLife : public ProgramsFixture {
         {"build/main.o", "KPIgnoredBadge"},
         {".gitignore", "KPCurrentBadge"},
         {".git", "KPEmptyBadge"},
-        // Folders, a package and a submodule show what is in them.
+        // Folders, whatever their names, and a submodule show what is in them.
         {"src", "KPConflictedBadge"},
         {"docs", "KPIndexModifiedBadge"},
         {"Presentation.key", "KPWorkdirModifiedBadge"},
@@ -77,6 +77,8 @@ class WholeLife : public ProgramsFixture {
     agent = session.startAgent();
     EXPECT_TRUE(host().sees(readme, "KPIndexModifiedBadge"));
     EXPECT_TRUE(host().sees(sample + "/notes.txt", "KPWorkdirNewBadge"));
+    // Of every folder that is shown, whatever its name.
+    EXPECT_TRUE(host().sees(sample + "/Presentation.key/slides", "KPWorkdirModifiedBadge"));
     host().ask({sample + "/src/staged.c"});
     EXPECT_TRUE(host().sees(sample + "/src/staged.c", "KPIndexModifiedBadge"));
     // The references were not asked for again; a menu does that.

@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -17,25 +16,6 @@
 
 namespace kelpie {
 namespace {
-
-// Directories whose names end in these are packages: users see one file. In lower case, sorted.
-constexpr std::string_view kPackageExtensions[] = {
-    "app",        "appex",  "band",         "bundle",      "fcpbundle",   "kext",
-    "key",        "logicx", "mdimporter",   "numbers",     "pages",       "photoslibrary",
-    "playground", "plugin", "prefpane",     "qlgenerator", "rtfd",        "saver",
-    "service",    "wdgt",   "xcdatamodeld", "xcodeproj",   "xcworkspace", "xpc",
-};
-static_assert(std::is_sorted(std::begin(kPackageExtensions), std::end(kPackageExtensions)));
-
-bool isPackageName(std::string_view name) {
-  const std::size_t dot = name.rfind('.');
-  if (dot == std::string_view::npos || dot == 0) return false;
-  std::string extension(name.substr(dot + 1));
-  for (char& c : extension)
-    if ('A' <= c && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  return std::binary_search(std::begin(kPackageExtensions), std::end(kPackageExtensions),
-                            extension);
-}
 
 // The path that system calls may be given; null when the URL names no file of this machine.
 const std::string* usablePath(const URL& url) {
@@ -58,9 +38,8 @@ ResourceValues LinuxFileSystem::resourceValues(const URL& url) const {
   const std::string* path = usablePath(url);
   struct stat status = {};
   if (path == nullptr || ::lstat(path->c_str(), &status) != 0) return {};
-  const bool isDirectory = S_ISDIR(status.st_mode);
-  return {fileIdentifier(status), isDirectory,
-          isDirectory && isPackageName(url.lastPathComponent()), S_ISLNK(status.st_mode)};
+  // File managers here show every directory as a folder: nothing is a package.
+  return {fileIdentifier(status), S_ISDIR(status.st_mode), false, S_ISLNK(status.st_mode)};
 }
 
 std::optional<std::string> LinuxFileSystem::localizedName(const URL& url) const {
