@@ -7,6 +7,9 @@
 #include "e2e/ProcessHost.h"
 #include "e2e/TestHost.h"
 #include "e2e/TestRepository.h"
+#include "foundation/MessageKeys.h"
+#include "platform/linux/LinuxNotificationCenter.h"
+#include "platform/linux/SessionBus.h"
 
 namespace kelpie {
 namespace {
@@ -89,6 +92,33 @@ TEST_F(AgentAndSync, AnAgentThatIsKilledTakesTheBadgesWithItAndBringsThemBack) {
   EXPECT_TRUE(files->waitForBadge(fileURL(repository / "tracked"), "KPEmptyBadge"));
   agent = session.start("kelpie-agent");
   EXPECT_TRUE(files->waitForBadge(fileURL(repository / "tracked"), "KPCurrentBadge"));
+}
+
+// The end of the agent that was and the announcement of the one that is reach the extension at the
+// same time. More than once, since they may have been handled in the right order by chance.
+TEST_F(AgentAndSync, AnAgentThatIsReplacedWhileTheExtensionStandsStillIsFound) {
+  const TestRepository repository(session, "r");
+  const auto bus = SessionBus::connectTo(session.bus().address()).bus;
+  LinuxNotificationCenter notifications(bus.get(), session.log());
+  bool announced = false;
+  const auto observation = notifications.addObserver(kApplicationRunningNotification,
+                                                     [&](const std::string&) { announced = true; });
+  start();
+  show(repository.path());
+  expectBadge(repository / "tracked", "KPCurrentBadge");
+  for (int i = 0; i < 8; ++i) {
+    sync->signal(SIGSTOP);
+    agent->signal(SIGKILL);
+    ASSERT_TRUE(agent->waitForEnd());
+    repository.write("tracked", i % 2 == 0 ? "2\n" : "1\n");
+    announced = false;
+    agent = session.start("kelpie-agent");
+    ASSERT_TRUE(session.waitUntil([&] { return announced; }));
+    sync->signal(SIGCONT);
+    ASSERT_TRUE(files->waitForBadge(fileURL(repository / "tracked"),
+                                    i % 2 == 0 ? "KPWorkdirModifiedBadge" : "KPCurrentBadge"))
+        << "restart " << i;
+  }
 }
 
 TEST_F(AgentAndSync, AnExtensionThatIsKilledAndStartedAgainIsServed) {

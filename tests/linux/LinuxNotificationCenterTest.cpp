@@ -94,6 +94,15 @@ TEST_F(LinuxNotificationCenterTest, WhatIsPostedBeforeTheObserverComesReachesIt)
   EXPECT_TRUE(runUntilHeard(1));
 }
 
+TEST_F(LinuxNotificationCenterTest, WhatMustBeHandledFirstRunsBeforeEachDelivery) {
+  center.setBeforeDelivery([this] { heard.emplace_back("before"); });
+  const auto observation = observe(center, "name");
+  emitPosted("name", "1");
+  emitPosted("name", "2");
+  EXPECT_TRUE(runUntilHeard(4));
+  EXPECT_EQ(heard, (std::vector<std::string>{"before", "name 1", "before", "name 2"}));
+}
+
 TEST_F(LinuxNotificationCenterTest, AnObservationThatIsLetGoHearsNothingMore) {
   auto observation = observe(center, "name");
   const auto witness = observe(center, "witness");

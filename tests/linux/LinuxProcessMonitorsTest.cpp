@@ -54,6 +54,32 @@ TEST_F(LinuxProcessMonitorsTest, TheExitOfTheProcessIsOneEvent) {
   EXPECT_EQ(exits, 1);
 }
 
+TEST_F(LinuxProcessMonitorsTest, AnEndThatHasHappenedCanBeHandledAtOnceAndIsHandledOnce) {
+  const auto monitor = watch(child.pid());
+  monitor->resume();
+  monitors->handleEnds();
+  EXPECT_EQ(exits, 0) << "it runs";
+  child.signal(SIGKILL);
+  ASSERT_TRUE(child.waitForEnd());
+  // The main loop has not run since.
+  monitors->handleEnds();
+  EXPECT_EQ(exits, 1);
+  monitors->handleEnds();
+  settle();
+  EXPECT_EQ(exits, 1);
+}
+
+TEST_F(LinuxProcessMonitorsTest, HandlingEndsLeavesOutWatchesThatAreCancelledOrNotResumed) {
+  const auto cancelled = watch(child.pid());
+  const auto waiting = watch(child.pid());
+  cancelled->resume();
+  cancelled->cancel();
+  child.signal(SIGKILL);
+  ASSERT_TRUE(child.waitForEnd());
+  monitors->handleEnds();
+  EXPECT_EQ(exits, 0);
+}
+
 TEST_F(LinuxProcessMonitorsTest, ASignalThatDoesNotEndTheProcessCannotBeSeen) {
   const auto monitor = watch(child.pid());
   monitor->resume();

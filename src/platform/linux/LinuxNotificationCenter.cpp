@@ -34,9 +34,11 @@ struct LinuxNotificationCenter::Observers {
 
   Log& log;
   std::list<std::shared_ptr<const Observer>> all;
+  std::function<void()> prepare;
 
   // An observer that goes meanwhile is not called any more.
   void deliver(const std::string& name, const std::string& object) {
+    if (prepare) runGuarded(log, prepare);
     std::vector<std::weak_ptr<const Observer>> told;
     for (const auto& observer : all)
       if (observer->name == name) told.emplace_back(observer);
@@ -72,6 +74,7 @@ LinuxNotificationCenter::LinuxNotificationCenter(const SessionBus* bus, Log& log
 }
 
 LinuxNotificationCenter::~LinuxNotificationCenter() {
+  observers_->prepare = nullptr;  // observations outlive this
   if (bus_ != nullptr) g_dbus_connection_signal_unsubscribe(bus_->connection(), subscription_);
 }
 
@@ -81,6 +84,10 @@ std::unique_ptr<NotificationObservation> LinuxNotificationCenter::addObserver(
       Observers::Observer{std::string(name), std::move(handler)});
   observers_->all.push_back(observer);
   return std::make_unique<Observation>(observers_, std::move(observer));
+}
+
+void LinuxNotificationCenter::setBeforeDelivery(std::function<void()> prepare) {
+  observers_->prepare = std::move(prepare);
 }
 
 void LinuxNotificationCenter::post(std::string_view name, std::string_view object) {

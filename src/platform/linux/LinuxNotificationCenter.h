@@ -2,6 +2,7 @@
 
 #include <gio/gio.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -26,6 +27,9 @@ class LinuxNotificationCenter final : public DistributedNotificationCenter {
 
   std::unique_ptr<NotificationObservation> addObserver(
       std::string_view name, std::function<void(const std::string& object)> handler) override;
+  // `prepare` runs before each notification is handed to its observers: for what must be handled
+  // first. Main thread.
+  void setBeforeDelivery(std::function<void()> prepare);
   // Text that is not UTF-8 is posted with U+FFFD for what is wrong in it.
   void post(std::string_view name, std::string_view object) override;
 

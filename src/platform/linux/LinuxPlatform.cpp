@@ -35,6 +35,10 @@ LinuxPlatform::LinuxPlatform(MainLoop& loop, const RuntimeDirectory& runtime, co
       pool_(loop.log(), poolThreads()),
       queues_(loop, pool_),
       platform_{finder_,        ports_,  defaults_, entitlements_, applications_, monitors_,
-                notifications_, *files_, queues_,   bundle_,       limits_,       loop.log()} {}
+                notifications_, *files_, queues_,   bundle_,       limits_,       loop.log()} {
+  // A main application that has ended and come again: the end of the one that was must not be taken
+  // for the end of the one that is.
+  notifications_.setBeforeDelivery([this] { monitors_.handleEnds(); });
+}
 
 }  // namespace kelpie

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/linux/GuardedTask.h"
 #include "platform/linux/SystemError.h"
 #include "platform/linux/UniqueFd.h"
 
@@ -45,12 +46,15 @@ class LinuxProcessMonitors::Exit {
   Exit(const Exit&) = delete;
   Exit& operator=(const Exit&) = delete;
 
+  // Whether the main loop has seen the end.
   bool hasHappened() const { return hasHappened_; }
-  // Whether the process still runs, so that nobody else can have its id.
-  bool isAwaited() const {
+  // Whether the process has ended, seen or not.
+  bool isOver() const {
     pollfd process = {process_.get(), POLLIN, 0};
-    return process_ && !hasHappened_ && ::poll(&process, 1, 0) == 0;
+    return hasHappened_ || (process_ && ::poll(&process, 1, 0) > 0);
   }
+  // Whether the process still runs, so that nobody else can have its id.
+  bool isAwaited() const { return process_ && !isOver(); }
 
  private:
   void happen() {
@@ -72,6 +76,7 @@ class LinuxProcessMonitors::Monitor final : public ProcessMonitor,
       : state_(state), loop_(state->loop), exit_(std::move(exit)) {}
 
   bool awaits(const Exit& exit) const { return exit_.get() == &exit; }
+  bool isOver() const { return exit_ != nullptr && exit_->isOver(); }
 
   void setEventHandler(std::function<void()> handler) override {
     eventHandler_ = std::move(handler);
@@ -93,11 +98,14 @@ class LinuxProcessMonitors::Monitor final : public ProcessMonitor,
   }
 
   void fire() {
-    loop_.queue()->post([self = shared_from_this()] {
-      if (self->cancelled_ || !self->eventHandler_) return;
-      const auto handler = self->eventHandler_;  // it may let the handler go
-      handler();
-    });
+    loop_.queue()->post([self = shared_from_this()] { self->handle(); });
+  }
+
+  // Calls the event handler, unless that has been done.
+  void handle() {
+    if (cancelled_ || !eventHandler_ || std::exchange(handled_, true)) return;
+    const auto handler = eventHandler_;  // it may let the handler go
+    handler();
   }
 
   // Lets go what the handlers hold, which may hold this monitor.
@@ -121,6 +129,7 @@ class LinuxProcessMonitors::Monitor final : public ProcessMonitor,
   std::shared_ptr<Exit> exit_;
   bool resumed_ = false;
   bool cancelled_ = false;
+  bool handled_ = false;
   std::function<void()> eventHandler_;
   std::function<void()> cancelHandler_;
 };
@@ -151,6 +160,12 @@ LinuxProcessMonitors::~LinuxProcessMonitors() {
 
 std::shared_ptr<ProcessMonitor> LinuxProcessMonitors::makeMonitor(std::int32_t pid) {
   return std::make_shared<Monitor>(state_, state_->exitOf(pid));
+}
+
+void LinuxProcessMonitors::handleEnds() {
+  // Copied: a handler may resume and cancel watches.
+  for (const auto& monitor : std::vector(state_->running))
+    if (monitor->isOver()) runGuarded(state_->loop.log(), [&] { monitor->handle(); });
 }
 
 }  // namespace kelpie

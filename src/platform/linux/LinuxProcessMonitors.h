@@ -21,6 +21,11 @@ class LinuxProcessMonitors final : public ProcessMonitors {
   // A process that cannot be watched gives no event; that is logged as one line.
   std::shared_ptr<ProcessMonitor> makeMonitor(std::int32_t pid) override;
 
+  // Runs the event handlers of all processes that have ended by now, each once, instead of when
+  // their turn comes on the main queue. For what must not be handled before such an end. Main
+  // thread.
+  void handleEnds();
+
  private:
   class Monitor;
   class Exit;
