@@ -15,8 +15,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/Object.h"
 #include "foundation/URL.h"
 #include "platform/linux/LinuxFileSystem.h"

@@ -4,10 +4,10 @@
 #include <memory>
 #include <optional>
 
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/Bytes.h"
 #include "foundation/Dictionary.h"
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
 #include "foundation/Object.h"
 #include "foundation/ObjectView.h"
 #include "refs/ReferenceClasses.h"

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "platform/linux/GLibPointers.h"
+#include "linux/base/GLibPointers.h"
 
 namespace kelpie::agent {
 namespace {

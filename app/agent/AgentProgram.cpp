@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "Configuration.h"
-#include "platform/linux/ProcessEnd.h"
-#include "platform/linux/ProgramArguments.h"
-#include "platform/linux/StderrLog.h"
+#include "linux/base/ProcessEnd.h"
+#include "linux/base/ProgramArguments.h"
+#include "linux/base/StderrLog.h"
 
 namespace kelpie::agent {
 namespace {

@@ -7,14 +7,14 @@
 
 #include "agent/AgentService.h"
 #include "agent/WaitingCopies.h"
+#include "linux/base/BusName.h"
+#include "linux/base/MainLoop.h"
+#include "linux/base/RuntimeDirectory.h"
+#include "linux/base/SessionBus.h"
 #include "platform/Log.h"
 #include "platform/ProcessMonitor.h"
-#include "platform/linux/BusName.h"
 #include "platform/linux/LinuxNotificationCenter.h"
 #include "platform/linux/LinuxProcessMonitors.h"
-#include "platform/linux/MainLoop.h"
-#include "platform/linux/RuntimeDirectory.h"
-#include "platform/linux/SessionBus.h"
 
 namespace kelpie::agent {
 

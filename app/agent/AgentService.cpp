@@ -11,9 +11,9 @@
 #include "Configuration.h"
 #include "agent/AgentConfiguration.h"
 #include "agent/SharedSettings.h"
-#include "agent/ToolCommands.h"
-#include "foundation/MessageKeys.h"
+#include "agent/desktop/ToolCommands.h"
 #include "platform/linux/DefaultsFile.h"
+#include "protocol/MessageKeys.h"
 
 namespace kelpie::agent {
 namespace {

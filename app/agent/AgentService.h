@@ -4,22 +4,22 @@
 #include <memory>
 #include <string>
 
-#include "agent/ActionRunner.h"
-#include "agent/DesktopNotifier.h"
-#include "agent/DirectoryWatcher.h"
-#include "agent/ExtensionErrors.h"
-#include "agent/ExtensionPorts.h"
-#include "agent/GitCommand.h"
-#include "agent/MenuActions.h"
 #include "agent/ProtocolPeer.h"
-#include "agent/RepositoryRegistry.h"
+#include "agent/actions/ActionRunner.h"
+#include "agent/actions/MenuActions.h"
+#include "agent/desktop/DesktopNotifier.h"
+#include "agent/git/GitCommand.h"
+#include "agent/link/ExtensionErrors.h"
+#include "agent/link/ExtensionPorts.h"
+#include "agent/sessions/RepositoryRegistry.h"
+#include "agent/watch/DirectoryWatcher.h"
+#include "linux/base/MainLoop.h"
+#include "linux/base/SessionBus.h"
+#include "linux/base/ThreadPool.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/linux/LinuxFileSystem.h"
 #include "platform/linux/LinuxMessagePorts.h"
 #include "platform/linux/LinuxSerialQueues.h"
-#include "platform/linux/MainLoop.h"
-#include "platform/linux/SessionBus.h"
-#include "platform/linux/ThreadPool.h"
 
 namespace kelpie::agent {
 

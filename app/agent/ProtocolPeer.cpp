@@ -6,10 +6,10 @@
 #include <optional>
 #include <utility>
 
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/FileIdentifier.h"
-#include "foundation/KeyedUnarchiver.h"
-#include "foundation/MessageKeys.h"
 #include "foundation/URL.h"
+#include "protocol/MessageKeys.h"
 
 namespace kelpie::agent {
 namespace {

@@ -5,10 +5,10 @@
 #include <string>
 #include <string_view>
 
-#include "agent/ActionHandler.h"
-#include "agent/ExtensionErrors.h"
-#include "agent/ExtensionPorts.h"
-#include "agent/RepositoryRegistry.h"
+#include "agent/link/ActionHandler.h"
+#include "agent/link/ExtensionErrors.h"
+#include "agent/link/ExtensionPorts.h"
+#include "agent/sessions/RepositoryRegistry.h"
 #include "foundation/Object.h"
 #include "platform/Log.h"
 #include "platform/MessagePort.h"

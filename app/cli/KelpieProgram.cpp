@@ -3,9 +3,9 @@
 #include <ostream>
 
 #include "Configuration.h"
-#include "cli/Arguments.h"
-#include "cli/CommandTable.h"
-#include "cli/HelpText.h"
+#include "cli/commands/Arguments.h"
+#include "cli/commands/CommandTable.h"
+#include "cli/commands/HelpText.h"
 
 namespace kelpie::cli {
 

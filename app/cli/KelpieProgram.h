@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/Context.h"
+#include "cli/output/Context.h"
 
 namespace kelpie::cli {
 

@@ -6,8 +6,8 @@
 
 #include "foundation/MemoFileSystem.h"
 #include "foundation/MenuItem.h"
-#include "foundation/MessageKeys.h"
 #include "menus/MenuHost.h"
+#include "protocol/MessageKeys.h"
 #include "status/KPRepository.h"
 
 namespace kelpie {

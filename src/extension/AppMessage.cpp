@@ -1,8 +1,8 @@
 #include "extension/AppMessage.h"
 
 #include "foundation/Error.h"
-#include "foundation/MessageKeys.h"
 #include "foundation/Text.h"
+#include "protocol/MessageKeys.h"
 
 namespace kelpie {
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "archive/KeyedUnarchiver.h"
 #include "extension/ActionForwarder.h"
 #include "extension/ControllerRoutes.h"
 #include "extension/FolderRegistry.h"
@@ -12,8 +13,7 @@
 #include "extension/PresenceMonitor.h"
 #include "extension/RepositoryLookup.h"
 #include "extension/RepositoryRoutes.h"
-#include "foundation/KeyedUnarchiver.h"
-#include "foundation/MessageKeys.h"
+#include "protocol/MessageKeys.h"
 #include "refs/ReferenceClasses.h"
 #include "settings/KPUserDefaults.h"
 #include "settings/SettingsKeys.h"

@@ -5,7 +5,7 @@
 
 #include "extension/AppMessage.h"
 #include "foundation/Error.h"
-#include "foundation/MessageKeys.h"
+#include "protocol/MessageKeys.h"
 #include "settings/ApplicationGroup.h"
 
 namespace kelpie {

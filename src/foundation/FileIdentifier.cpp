@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/Object.h"
 #include "foundation/ObjectView.h"
 

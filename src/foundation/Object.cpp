@@ -5,13 +5,13 @@
 #include <limits>
 #include <utility>
 
-#include "foundation/DecodingLimits.h"
+#include "archive/DecodingLimits.h"
+#include "archive/OpenedArchive.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
 #include "foundation/ObjectComparison.h"
 #include "foundation/ObjectView.h"
 #include "foundation/OpaqueObject.h"
-#include "foundation/OpenedArchive.h"
 #include "foundation/Overloaded.h"
 #include "foundation/Text.h"
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "foundation/ArchiveReader.h"
+#include "archive/ArchiveReader.h"
+#include "archive/OpenedArchive.h"
 #include "foundation/Dictionary.h"
-#include "foundation/OpenedArchive.h"
 
 namespace kelpie {
 

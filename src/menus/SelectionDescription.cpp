@@ -6,8 +6,8 @@
 #include <optional>
 #include <utility>
 
+#include "protocol/StatusWord.h"
 #include "status/KPRepository.h"
-#include "status/StatusWord.h"
 
 namespace kelpie {
 namespace {

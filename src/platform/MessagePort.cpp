@@ -1,6 +1,6 @@
 #include "platform/MessagePort.h"
 
-#include "foundation/KeyedArchiver.h"
+#include "archive/KeyedArchiver.h"
 
 namespace kelpie {
 

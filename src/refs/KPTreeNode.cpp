@@ -5,8 +5,8 @@
 #include <optional>
 #include <utility>
 
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/KeyedCoder.h"
-#include "foundation/KeyedUnarchiver.h"
 #include "foundation/Object.h"
 #include "foundation/ObjectView.h"
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "foundation/ClassTable.h"
+#include "archive/ClassTable.h"
 #include "refs/KPPullRequests.h"
 #include "refs/KPReference.h"
 #include "refs/KPRemote.h"

@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "foundation/URL.h"
+#include "protocol/StatusWord.h"
 #include "status/RepositoryStatus.h"
 #include "status/StatusLooks.h"
-#include "status/StatusWord.h"
 #include "status/UrlList.h"
 
 namespace kelpie {

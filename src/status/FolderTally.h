@@ -3,7 +3,7 @@
 #include <array>
 #include <cstddef>
 
-#include "status/StatusWord.h"
+#include "protocol/StatusWord.h"
 
 namespace kelpie {
 

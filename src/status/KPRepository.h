@@ -19,11 +19,11 @@
 #include "foundation/Object.h"
 #include "foundation/URL.h"
 #include "platform/Platform.h"
+#include "protocol/StatusWord.h"
 #include "status/ItemKey.h"
 #include "status/ObservedPaths.h"
 #include "status/RepositoryStatus.h"
 #include "status/StatusLooks.h"
-#include "status/StatusWord.h"
 #include "status/UrlList.h"
 
 namespace kelpie {

@@ -10,6 +10,7 @@
 
 #include "foundation/Object.h"
 #include "foundation/URL.h"
+#include "protocol/StatusWord.h"
 #include "status/DeletedUrls.h"
 #include "status/FolderContents.h"
 #include "status/IgnoredUrls.h"
@@ -17,7 +18,6 @@
 #include "status/StatusInfo.h"
 #include "status/StatusLooks.h"
 #include "status/StatusTable.h"
-#include "status/StatusWord.h"
 #include "status/UrlList.h"
 
 namespace kelpie {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "status/StatusWord.h"
+#include "protocol/StatusWord.h"
 
 namespace kelpie {
 

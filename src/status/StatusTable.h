@@ -9,8 +9,8 @@
 
 #include "foundation/Bytes.h"
 #include "foundation/FileIdentifier.h"
+#include "protocol/StatusWord.h"
 #include "status/ItemKey.h"
-#include "status/StatusWord.h"
 
 namespace kelpie {
 

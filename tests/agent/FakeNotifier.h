@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "agent/Notifier.h"
+#include "agent/desktop/Notifier.h"
 
 namespace kelpie::agent {
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "foundation/MessageKeys.h"
 #include "foundation/URL.h"
+#include "protocol/MessageKeys.h"
 
 namespace kelpie::agent {
 namespace {

@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "agent/PeerFixture.h"
+#include "archive/KeyedArchiver.h"
 #include "foundation/Error.h"
-#include "foundation/KeyedArchiver.h"
 #include "foundation/MenuItem.h"
-#include "foundation/MessageKeys.h"
 #include "foundation/URL.h"
+#include "protocol/MessageKeys.h"
 
 namespace kelpie::agent {
 namespace {

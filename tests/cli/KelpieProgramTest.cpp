@@ -2,7 +2,7 @@
 
 #include "CommandTest.h"
 #include "Configuration.h"
-#include "cli/CommandTable.h"
+#include "cli/commands/CommandTable.h"
 
 namespace kelpie::cli {
 namespace {

@@ -2,8 +2,8 @@
 
 #include "CommandTest.h"
 #include "TestPaths.h"
-#include "cli/CommandTable.h"
-#include "cli/Setting.h"
+#include "cli/commands/CommandTable.h"
+#include "cli/settings/Setting.h"
 
 namespace kelpie::cli {
 namespace {

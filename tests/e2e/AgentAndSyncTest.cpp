@@ -7,9 +7,9 @@
 #include "e2e/ProcessHost.h"
 #include "e2e/TestHost.h"
 #include "e2e/TestRepository.h"
-#include "foundation/MessageKeys.h"
+#include "linux/base/SessionBus.h"
 #include "platform/linux/LinuxNotificationCenter.h"
-#include "platform/linux/SessionBus.h"
+#include "protocol/MessageKeys.h"
 
 namespace kelpie {
 namespace {

@@ -8,8 +8,8 @@
 #include "e2e/ProcessHost.h"
 #include "e2e/TestExtension.h"
 #include "e2e/TestRepository.h"
-#include "foundation/MessageKeys.h"
 #include "platform/linux/Bookmark.h"
+#include "protocol/MessageKeys.h"
 #include "settings/SettingsKeys.h"
 #include "support/linux/TestSocket.h"
 

@@ -8,8 +8,8 @@
 #include "Configuration.h"
 #include "TestPaths.h"
 #include "foundation/Dictionary.h"
-#include "foundation/MessageKeys.h"
 #include "platform/linux/Bookmark.h"
+#include "protocol/MessageKeys.h"
 #include "settings/SettingsKeys.h"
 
 namespace kelpie {

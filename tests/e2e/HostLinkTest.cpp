@@ -5,7 +5,7 @@
 
 #include "Configuration.h"
 #include "e2e/RepositoryFixture.h"
-#include "foundation/MessageKeys.h"
+#include "protocol/MessageKeys.h"
 
 namespace kelpie {
 namespace {

@@ -7,7 +7,7 @@
 #include "TestPaths.h"
 #include "e2e/ProcessHost.h"
 #include "e2e/TestHost.h"
-#include "platform/linux/SessionBus.h"
+#include "linux/base/SessionBus.h"
 
 namespace kelpie {
 namespace {

@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Configuration.h"
-#include "agent/Subprocess.h"
+#include "agent/git/Subprocess.h"
 #include "e2e/ProcessHost.h"
 
 namespace kelpie {

@@ -5,8 +5,8 @@
 
 #include "Configuration.h"
 #include "e2e/RepositoryFixture.h"
-#include "foundation/MessageKeys.h"
 #include "platform/linux/LinuxRunningApplications.h"
+#include "protocol/MessageKeys.h"
 #include "support/linux/OwnProcess.h"
 
 namespace kelpie {

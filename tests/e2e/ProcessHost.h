@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "linux/base/MainLoop.h"
+#include "linux/base/RuntimeDirectory.h"
 #include "platform/linux/DefaultsFile.h"
-#include "platform/linux/MainLoop.h"
-#include "platform/linux/RuntimeDirectory.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
 #include "support/TemporaryFolder.h"

@@ -10,7 +10,7 @@
 #include "Configuration.h"
 #include "e2e/ProcessHost.h"
 #include "e2e/TestHost.h"
-#include "platform/linux/SessionBus.h"
+#include "linux/base/SessionBus.h"
 #include "support/Sanitizers.h"
 
 namespace kelpie {

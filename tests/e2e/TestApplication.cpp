@@ -5,10 +5,10 @@
 #include <algorithm>
 
 #include "Configuration.h"
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/Dictionary.h"
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
-#include "foundation/MessageKeys.h"
+#include "protocol/MessageKeys.h"
 #include "settings/SettingsKeys.h"
 
 namespace kelpie {

@@ -8,10 +8,10 @@
 
 #include "e2e/ProcessHost.h"
 #include "foundation/Object.h"
-#include "platform/linux/BusName.h"
+#include "linux/base/BusName.h"
+#include "linux/base/SessionBus.h"
 #include "platform/linux/LinuxMessagePorts.h"
 #include "platform/linux/LinuxNotificationCenter.h"
-#include "platform/linux/SessionBus.h"
 
 namespace kelpie {
 

@@ -6,11 +6,11 @@
 #include <algorithm>
 
 #include "Configuration.h"
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/Dictionary.h"
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
-#include "foundation/MessageKeys.h"
 #include "foundation/URL.h"
+#include "protocol/MessageKeys.h"
 
 namespace kelpie {
 namespace {

@@ -6,9 +6,9 @@
 
 #include "e2e/ProcessHost.h"
 #include "foundation/Object.h"
+#include "linux/base/SessionBus.h"
 #include "platform/linux/LinuxMessagePorts.h"
 #include "platform/linux/LinuxNotificationCenter.h"
-#include "platform/linux/SessionBus.h"
 
 namespace kelpie {
 

@@ -1,7 +1,7 @@
 #include "extension/ControllerFixture.h"
 
+#include "archive/KeyedArchiver.h"
 #include "extension/RepositoryTable.h"
-#include "foundation/KeyedArchiver.h"
 
 namespace kelpie {
 

@@ -10,7 +10,7 @@
 
 #include "extension/KPKelpieSync.h"
 #include "foundation/Dictionary.h"
-#include "foundation/MessageKeys.h"
+#include "protocol/MessageKeys.h"
 #include "settings/KPUserDefaults.h"
 #include "support/FakePlatform.h"
 

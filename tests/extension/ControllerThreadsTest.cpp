@@ -3,10 +3,10 @@
 #include <future>
 #include <random>
 
+#include "archive/KeyedArchiver.h"
 #include "extension/KPKelpieSync.h"
-#include "foundation/KeyedArchiver.h"
 #include "foundation/MenuItem.h"
-#include "foundation/MessageKeys.h"
+#include "protocol/MessageKeys.h"
 #include "settings/KPUserDefaults.h"
 #include "support/FakePlatform.h"
 #include "support/ThreadedQueues.h"

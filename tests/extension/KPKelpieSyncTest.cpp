@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include "archive/ClassTable.h"
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "extension/ControllerFixture.h"
 #include "extension/FolderTables.h"
 #include "extension/RepositoryTable.h"
-#include "foundation/ClassTable.h"
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
 #include "status/KPBadge.h"
 #include "status/ObservedPaths.h"
 

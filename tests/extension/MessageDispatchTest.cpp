@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "archive/KeyedArchiver.h"
 #include "extension/ControllerFixture.h"
 #include "extension/RepositoryTable.h"
-#include "foundation/KeyedArchiver.h"
 #include "status/KPRepository.h"
 
 namespace kelpie {

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "foundation/Error.h"
-#include "foundation/MessageKeys.h"
+#include "protocol/MessageKeys.h"
 #include "support/FakePlatform.h"
 
 namespace kelpie {

@@ -2,11 +2,11 @@
 
 #include <random>
 
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "extension/ControllerFixture.h"
 #include "extension/ControllerRoutes.h"
 #include "extension/RepositoryRoutes.h"
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
 #include "foundation/MenuItem.h"
 #include "status/KPRepository.h"
 

@@ -4,9 +4,9 @@
 
 #include <unordered_set>
 
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/Dictionary.h"
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
 #include "foundation/OpaqueObject.h"
 
 namespace kelpie {

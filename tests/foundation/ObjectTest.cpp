@@ -6,11 +6,11 @@
 #include <limits>
 #include <memory>
 
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/AllocationMeter.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
 #include "foundation/MenuItem.h"
 #include "foundation/ObjectView.h"
 #include "foundation/OpaqueObject.h"

@@ -6,10 +6,10 @@
 #include <memory>
 #include <thread>
 
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/AllocationMeter.h"
 #include "foundation/Dictionary.h"
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
 #include "foundation/MenuItem.h"
 #include "support/ArchiveJson.h"
 

@@ -8,10 +8,10 @@
 #include <string>
 
 #include "TestPaths.h"
-#include "agent/Subprocess.h"
+#include "agent/git/Subprocess.h"
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/Dictionary.h"
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
 #include "foundation/Menu.h"
 #include "foundation/MenuItem.h"
 #include "foundation/URL.h"

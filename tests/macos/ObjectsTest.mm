@@ -4,8 +4,8 @@
 
 #include <limits>
 
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/Dictionary.h"
-#include "foundation/KeyedUnarchiver.h"
 #include "foundation/MenuItem.h"
 #include "macos/system/Files.h"
 #include "platform/macos/FileIdentity.h"

@@ -11,7 +11,7 @@
 
 #include "MenuFixture.h"
 #include "foundation/Dictionary.h"
-#include "foundation/MessageKeys.h"
+#include "protocol/MessageKeys.h"
 #include "settings/SettingsKeys.h"
 #include "support/MenuDescription.h"
 

@@ -10,9 +10,9 @@
 #include "foundation/Object.h"
 #include "foundation/URL.h"
 #include "menus/Selection.h"
+#include "protocol/StatusWord.h"
 #include "settings/KPUserDefaults.h"
 #include "status/KPRepository.h"
-#include "status/StatusWord.h"
 #include "support/FakeMenuHost.h"
 #include "support/FakePlatform.h"
 

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/OpaqueObject.h"
 #include "refs/ReferenceClasses.h"
 

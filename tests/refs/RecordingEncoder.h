@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "foundation/KeyedArchiver.h"
+#include "archive/KeyedArchiver.h"
 #include "foundation/KeyedCoder.h"
 
 namespace kelpie {

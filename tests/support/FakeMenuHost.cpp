@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "foundation/MessageKeys.h"
+#include "protocol/MessageKeys.h"
 #include "status/KPRepository.h"
 
 namespace kelpie {

@@ -8,8 +8,8 @@
 #include <optional>
 #include <utility>
 
-#include "foundation/KeyedArchiver.h"
-#include "foundation/KeyedUnarchiver.h"
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/MenuItem.h"
 
 namespace kelpie {

@@ -2,8 +2,8 @@
 
 #include <sys/stat.h>
 
+#include "archive/PropertyList.h"
 #include "foundation/Dictionary.h"
-#include "foundation/PropertyList.h"
 #include "platform/linux/FileErrors.h"
 #include "platform/linux/FileIdentity.h"
 

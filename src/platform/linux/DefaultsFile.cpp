@@ -14,8 +14,8 @@
 #include <thread>
 #include <utility>
 
-#include "foundation/PropertyList.h"
-#include "platform/linux/SystemError.h"
+#include "archive/PropertyList.h"
+#include "linux/base/SystemError.h"
 
 namespace kelpie {
 namespace {

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "foundation/Dictionary.h"
-#include "platform/linux/UniqueFd.h"
+#include "linux/base/UniqueFd.h"
 
 namespace kelpie {
 

@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/GuardedTask.h"
+#include "linux/base/GuardedTask.h"
 
 namespace kelpie {
 namespace {

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <utility>
 
-#include "platform/linux/SystemError.h"
+#include "linux/base/SystemError.h"
 
 namespace kelpie {
 namespace {

@@ -4,9 +4,9 @@
 #include <memory>
 #include <string>
 
+#include "linux/base/MainLoop.h"
+#include "linux/base/UniqueFd.h"
 #include "platform/linux/DefaultsFile.h"
-#include "platform/linux/MainLoop.h"
-#include "platform/linux/UniqueFd.h"
 
 namespace kelpie {
 

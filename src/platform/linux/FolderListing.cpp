@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <memory>
 
+#include "linux/base/UniqueFd.h"
 #include "platform/linux/FileIdentity.h"
-#include "platform/linux/UniqueFd.h"
 
 namespace kelpie {
 namespace {

@@ -4,10 +4,10 @@
 #include <set>
 #include <string>
 
+#include "linux/base/MainLoop.h"
+#include "linux/base/UnixListener.h"
 #include "platform/MessagePort.h"
-#include "platform/linux/MainLoop.h"
 #include "platform/linux/PortConnection.h"
-#include "platform/linux/UnixListener.h"
 
 namespace kelpie {
 

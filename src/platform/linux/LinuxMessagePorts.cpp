@@ -2,10 +2,10 @@
 
 #include <utility>
 
+#include "linux/base/UnixSocket.h"
 #include "platform/linux/FolderListing.h"
 #include "platform/linux/LinuxLocalMessagePort.h"
 #include "platform/linux/LinuxRemoteMessagePort.h"
-#include "platform/linux/UnixSocket.h"
 
 namespace kelpie {
 namespace {

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "linux/base/MainLoop.h"
 #include "platform/MessagePort.h"
-#include "platform/linux/MainLoop.h"
 
 namespace kelpie {
 

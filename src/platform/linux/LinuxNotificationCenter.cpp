@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/GLibPointers.h"
-#include "platform/linux/GuardedTask.h"
+#include "linux/base/GLibPointers.h"
+#include "linux/base/GuardedTask.h"
 
 namespace kelpie {
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
+#include "linux/base/SessionBus.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/Log.h"
-#include "platform/linux/SessionBus.h"
 
 namespace kelpie {
 

@@ -3,6 +3,10 @@
 #include <memory>
 #include <string>
 
+#include "linux/base/MainLoop.h"
+#include "linux/base/RuntimeDirectory.h"
+#include "linux/base/SessionBus.h"
+#include "linux/base/ThreadPool.h"
 #include "platform/Platform.h"
 #include "platform/linux/LinuxBundle.h"
 #include "platform/linux/LinuxEntitlements.h"
@@ -15,10 +19,6 @@
 #include "platform/linux/LinuxRunningApplications.h"
 #include "platform/linux/LinuxSerialQueues.h"
 #include "platform/linux/LinuxUserDefaultsCenter.h"
-#include "platform/linux/MainLoop.h"
-#include "platform/linux/RuntimeDirectory.h"
-#include "platform/linux/SessionBus.h"
-#include "platform/linux/ThreadPool.h"
 
 namespace kelpie {
 

@@ -10,9 +10,9 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/GuardedTask.h"
-#include "platform/linux/SystemError.h"
-#include "platform/linux/UniqueFd.h"
+#include "linux/base/GuardedTask.h"
+#include "linux/base/SystemError.h"
+#include "linux/base/UniqueFd.h"
 
 namespace kelpie {
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
+#include "linux/base/MainLoop.h"
 #include "platform/ProcessMonitor.h"
-#include "platform/linux/MainLoop.h"
 
 namespace kelpie {
 

@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/linux/UnixSocket.h"
+#include "linux/base/UnixSocket.h"
 
 namespace kelpie {
 namespace {

@@ -7,9 +7,9 @@
 #include <mutex>
 #include <string>
 
+#include "linux/base/UniqueFd.h"
 #include "platform/MessagePort.h"
 #include "platform/linux/MessageFrame.h"
-#include "platform/linux/UniqueFd.h"
 
 namespace kelpie {
 

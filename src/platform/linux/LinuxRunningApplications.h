@@ -1,8 +1,8 @@
 #pragma once
 
+#include "linux/base/SessionBus.h"
 #include "platform/Log.h"
 #include "platform/RunningApplications.h"
-#include "platform/linux/SessionBus.h"
 
 namespace kelpie {
 

@@ -3,9 +3,9 @@
 #include <memory>
 #include <string_view>
 
+#include "linux/base/MainLoop.h"
+#include "linux/base/ThreadPool.h"
 #include "platform/SerialQueue.h"
-#include "platform/linux/MainLoop.h"
-#include "platform/linux/ThreadPool.h"
 
 namespace kelpie {
 

@@ -5,11 +5,11 @@
 #include <string_view>
 #include <vector>
 
+#include "linux/base/MainLoop.h"
 #include "platform/UserDefaults.h"
 #include "platform/linux/DefaultsStore.h"
 #include "platform/linux/DefaultsWatch.h"
 #include "platform/linux/LinuxUserDefaults.h"
-#include "platform/linux/MainLoop.h"
 
 namespace kelpie {
 

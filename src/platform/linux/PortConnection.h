@@ -7,10 +7,10 @@
 #include <string>
 
 #include "foundation/Bytes.h"
+#include "linux/base/MainLoop.h"
+#include "linux/base/UniqueFd.h"
 #include "platform/MessagePort.h"
-#include "platform/linux/MainLoop.h"
 #include "platform/linux/MessageFrame.h"
-#include "platform/linux/UniqueFd.h"
 
 namespace kelpie {
 

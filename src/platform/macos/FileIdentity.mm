@@ -1,6 +1,6 @@
 #include "platform/macos/FileIdentity.h"
 
-#include "foundation/KeyedUnarchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/Object.h"
 #include "platform/macos/Objects.h"
 

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "archive/KeyedArchiver.h"
 #include "foundation/Dictionary.h"
-#include "foundation/KeyedArchiver.h"
 #include "foundation/MenuItem.h"
 #include "platform/macos/MenuConversion.h"
 #include "platform/macos/Retained.h"

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/linux/UniqueFd.h"
+#include "linux/base/UniqueFd.h"
 
 namespace kelpie {
 

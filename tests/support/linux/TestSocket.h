@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/UniqueFd.h"
+#include "linux/base/UniqueFd.h"
 
 namespace kelpie {
 

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "agent/git/Subprocess.h"
+
+namespace kelpie::agent {
+
+// How an action ended. A value.
+struct ActionOutcome {
+  enum class End {
+    Done,
+    Cancelled,  // by the user
+    Failed,
+  };
+
+  End end = End::Done;
+  // Of a failure: what went wrong, in git's words where git said it. For people.
+  std::string message;
+  // Programs with a window, which are to be started and left to the user.
+  std::vector<ProgramCall> windows;
+
+  static ActionOutcome done() { return {}; }
+  static ActionOutcome cancelled() { return {End::Cancelled, {}, {}}; }
+  static ActionOutcome failed(std::string why) { return {End::Failed, std::move(why), {}}; }
+  static ActionOutcome opens(std::vector<ProgramCall> windows) {
+    return {End::Done, {}, std::move(windows)};
+  }
+  // Done, or failed with the program's own words.
+  static ActionOutcome of(const ProgramResult& result) {
+    return result.succeeded() ? done() : failed(result.failure());
+  }
+
+  bool isDone() const { return end == End::Done; }
+};
+
+}  // namespace kelpie::agent

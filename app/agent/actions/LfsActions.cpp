@@ -1,0 +1,51 @@
+#include "agent/actions/LfsActions.h"
+
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "agent/actions/ActionJob.h"
+#include "agent/actions/PushRemote.h"
+
+namespace kelpie::agent {
+namespace {
+
+// How the action ends where there is no git-lfs; missing where there is one.
+std::optional<ActionOutcome> missing(const ActionJob& job) {
+  if (job.git().ask({"lfs", "version"}).succeeded()) return std::nullopt;
+  return ActionOutcome::failed("git-lfs is not installed.");
+}
+
+ActionOutcome fetch(ActionJob& job) {
+  if (auto none = missing(job)) return *none;
+  return job.change({"lfs", "fetch"});
+}
+
+// What git-lfs prunes is on the remote, or it keeps it.
+ActionOutcome prune(ActionJob& job) {
+  if (auto none = missing(job)) return *none;
+  return job.change({"lfs", "prune"});
+}
+
+ActionOutcome push(ActionJob& job) {
+  if (auto none = missing(job)) return *none;
+  const ReferencesSnapshot* references = job.references();
+  if (references == nullptr || !references->headBranch || references->headBranch->isDetached)
+    return ActionOutcome::failed("No branch is checked out.");
+  const Reference& head = *references->headBranch;
+  const auto remote = pushRemote(job, head);
+  if (const auto* failure = std::get_if<ActionOutcome>(&remote)) return *failure;
+  return job.change({"lfs", "push", std::get<Remote>(remote).name, head.shortName});
+}
+
+constexpr ActionRule kLfsActions[] = {
+    {.action = "lfsFetch:", .label = "Git-LFS Fetch", .work = fetch},
+    {.action = "lfsPush:", .label = "Git-LFS Push", .work = push},
+    {.action = "lfsPrune:", .label = "Git-LFS Prune", .work = prune},
+};
+
+}  // namespace
+
+std::span<const ActionRule> lfsActions() { return kLfsActions; }
+
+}  // namespace kelpie::agent

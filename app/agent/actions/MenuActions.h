@@ -1,0 +1,22 @@
+#pragma once
+
+#include "agent/actions/ActionRunner.h"
+#include "agent/link/ActionHandler.h"
+#include "platform/Log.h"
+
+namespace kelpie::agent {
+
+// Turns what the extension sends of the user's choices into actions. Main thread.
+class MenuActions final : public ActionHandler {
+ public:
+  // Both outlive this.
+  MenuActions(ActionRunner& runner, Log& log) : runner_(runner), log_(log) {}
+
+  void handle(const Object& message, const RepositorySession* session) override;
+
+ private:
+  ActionRunner& runner_;
+  Log& log_;
+};
+
+}  // namespace kelpie::agent

@@ -1,0 +1,207 @@
+#include "agent/desktop/Dialogs.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstddef>
+#include <cstdlib>
+#include <string_view>
+
+#include "agent/git/GitCommand.h"
+#include "foundation/Text.h"
+#include "linux/base/GLibPointers.h"
+
+namespace kelpie::agent {
+namespace {
+
+constexpr const char* kTitle = "Kelpie";
+// Both programs answer so when the user has agreed; by one of the others when not.
+constexpr int kAgreed = 0;
+constexpr int kLastRefusal = 2;
+// What they say where there is no display after all.
+constexpr std::array<std::string_view, 2> kNoDisplay = {"open display", "connect to display"};
+
+enum class Program { None, Zenity, Kdialog };
+
+bool isOnPath(const char* program) {
+  const GCharPtr path(g_find_program_in_path(program));
+  return path != nullptr;
+}
+
+Program program() {
+  if (!Dialogs::hasDisplay()) return Program::None;
+  if (isOnPath("zenity")) return Program::Zenity;
+  return isOnPath("kdialog") ? Program::Kdialog : Program::None;
+}
+
+// Names come from anywhere and must not pass for markup: kdialog guesses whether a text is markup,
+// so it is given markup that shows the text as it is.
+std::string asRichText(const std::string& text) {
+  const std::string shown = displayText(text);
+  const GCharPtr escaped(g_markup_escape_text(shown.data(), static_cast<gssize>(shown.size())));
+  std::string rich = "<qt>";
+  for (const char* at = escaped.get(); *at != '\0'; ++at)
+    *at == '\n' ? rich.append("<br/>") : rich.append(1, *at);
+  return rich + "</qt>";
+}
+
+Dialogs::End endOf(const ProgramResult& result) {
+  if (result.end != ProgramResult::End::Exited) return Dialogs::End::Unavailable;
+  if (result.status == kAgreed) return Dialogs::End::Answered;
+  const bool noDisplay = std::ranges::any_of(kNoDisplay, [&](std::string_view words) {
+    return result.errors.find(words) != std::string::npos;
+  });
+  // Whatever else they end with, it is no consent.
+  return result.status > kLastRefusal || noDisplay ? Dialogs::End::Unavailable
+                                                   : Dialogs::End::Cancelled;
+}
+
+Dialogs::Answer run(Arguments arguments) {
+  ProgramCall call;
+  call.arguments = std::move(arguments);
+  call.maximumOutput = std::size_t{1} << 20U;
+  call.endsWithAgent = true;
+  const ProgramResult result = Subprocess::run(call);
+  Dialogs::Answer answer;
+  answer.end = endOf(result);
+  answer.text = result.output;
+  if (answer.text.ends_with('\n')) answer.text.pop_back();
+  return answer;
+}
+
+// An answer of no text is none.
+Dialogs::Answer needingText(Dialogs::Answer answer) {
+  if (answer.given() && answer.text.empty()) answer.end = Dialogs::End::Cancelled;
+  return answer;
+}
+
+std::string trimmed(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(" \t\r\n");
+  if (first == std::string_view::npos) return {};
+  return std::string(text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1));
+}
+
+Dialogs::Answer file(const std::string& title, const std::string& initial, bool save) {
+  switch (program()) {
+    case Program::Zenity: {
+      Arguments arguments = {"zenity", "--file-selection", "--title=" + displayText(title),
+                             "--filename=" + initial};
+      if (save) arguments.insert(arguments.end(), {"--save", "--confirm-overwrite"});
+      return needingText(run(std::move(arguments)));
+    }
+    case Program::Kdialog:
+      return needingText(run({"kdialog", "--title", displayText(title),
+                              save ? "--getsavefilename" : "--getopenfilename", initial}));
+    case Program::None:
+      break;
+  }
+  return {};
+}
+
+}  // namespace
+
+bool Dialogs::hasDisplay() {
+  for (const char* name : {"WAYLAND_DISPLAY", "DISPLAY"}) {
+    const char* value = std::getenv(name);
+    if (value != nullptr && *value != '\0') return true;
+  }
+  return false;
+}
+
+Dialogs::Answer Dialogs::confirm(const std::string& question, const std::string& button) {
+  switch (program()) {
+    case Program::Zenity:
+      return run({"zenity", "--question", "--no-markup", "--default-cancel",
+                  std::string("--title=") + kTitle, "--text=" + displayText(question),
+                  "--ok-label=" + button, "--cancel-label=Cancel"});
+    case Program::Kdialog:
+      return run({"kdialog", "--title", kTitle, "--warningcontinuecancel", asRichText(question),
+                  "--continue-label", button});
+    case Program::None:
+      break;
+  }
+  return {};
+}
+
+Dialogs::Answer Dialogs::ask(const std::string& prompt, const std::string& initial) {
+  Answer answer;
+  switch (program()) {
+    case Program::Zenity:
+      answer = run({"zenity", "--entry", std::string("--title=") + kTitle,
+                    "--text=" + displayText(prompt), "--entry-text=" + displayText(initial)});
+      break;
+    case Program::Kdialog:
+      answer = run(
+          {"kdialog", "--title", kTitle, "--inputbox", asRichText(prompt), displayText(initial)});
+      break;
+    case Program::None:
+      return answer;
+  }
+  answer.text = trimmed(answer.text);
+  return needingText(answer);
+}
+
+// Both programs answer with the number that stands for the choice.
+Dialogs::Answer Dialogs::choose(const std::string& prompt,
+                                const std::vector<std::string>& choices) {
+  Arguments arguments;
+  const Program which = program();
+  if (which == Program::None || choices.empty()) return {};
+  if (which == Program::Zenity) {
+    arguments = {"zenity",
+                 "--list",
+                 "--radiolist",
+                 "--hide-header",
+                 "--hide-column=2",
+                 "--print-column=2",
+                 "--column=Pick",
+                 "--column=Number",
+                 "--column=Choice",
+                 "--width=480",
+                 "--height=320",
+                 std::string("--title=") + kTitle,
+                 "--text=" + displayText(prompt)};
+  } else {
+    arguments = {"kdialog", "--title", kTitle, "--radiolist", asRichText(prompt)};
+  }
+  for (std::size_t i = 0; i < choices.size(); ++i) {
+    const std::string number = std::to_string(i);
+    if (which == Program::Zenity)
+      arguments.insert(arguments.end(),
+                       {i == 0 ? "TRUE" : "FALSE", number, displayText(choices[i])});
+    else
+      arguments.insert(arguments.end(), {number, displayText(choices[i]), i == 0 ? "on" : "off"});
+  }
+  Answer answer = needingText(run(std::move(arguments)));
+  const std::string text = trimmed(answer.text);
+  const char* end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, answer.choice);
+  if (answer.given() && (read.ec != std::errc() || answer.choice >= choices.size()))
+    answer.end = End::Cancelled;
+  return answer;
+}
+
+Dialogs::Answer Dialogs::openFile(const std::string& title, const std::string& initial) {
+  return file(title, initial, false);
+}
+
+Dialogs::Answer Dialogs::saveFile(const std::string& title, const std::string& initial) {
+  return file(title, initial, true);
+}
+
+Dialogs::Answer Dialogs::tell(const std::string& text) {
+  switch (program()) {
+    case Program::Zenity:
+      return run({"zenity", "--info", "--no-markup", std::string("--title=") + kTitle,
+                  "--text=" + displayText(text)});
+    case Program::Kdialog:
+      return run({"kdialog", "--title", kTitle, "--msgbox", asRichText(text)});
+    case Program::None:
+      break;
+  }
+  return {};
+}
+
+}  // namespace kelpie::agent

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "agent/git/Subprocess.h"
+
+namespace kelpie::agent {
+
+// The programs with which actions open their windows: those of the rules, or the user's own from
+// the group [Tools] of the agent's configuration, where the key is the action ("blameItems") and
+// the value a command line. Immutable; any thread.
+class ToolCommands {
+ public:
+  ToolCommands() = default;
+  // `file` is a GKeyFile; one that is not there says nothing. What is wrong with it is added to
+  // `problems`, a line each, and the rest counts.
+  static ToolCommands read(const std::string& file, std::vector<std::string>& problems);
+
+  // What the placeholders of a command stand for.
+  struct Values {
+    std::string root;
+    std::vector<std::string> paths;  // relative to the root
+    std::string fullName;
+    std::string name;
+    std::string oid;
+    std::string configurationFolder;
+    std::string address;  // of a page on the web
+  };
+
+  // Whether the user has a command of his own for the action.
+  bool isOverridden(std::string_view action) const { return own_.contains(key(action)); }
+  // The program to start for the action, in the root. There is no shell: a word with a placeholder
+  // stays one word. Missing when a placeholder of the command has nothing to stand for.
+  std::optional<ProgramCall> call(std::string_view action, std::string_view fallback,
+                                  const Values& values) const;
+
+  // The words, which have single blanks between them, with the placeholders filled in.
+  static std::optional<std::vector<std::string>> fill(const std::vector<std::string>& words,
+                                                      const Values& values);
+  static std::vector<std::string> wordsOf(std::string_view command);
+
+ private:
+  static std::string key(std::string_view action);
+
+  std::map<std::string, std::vector<std::string>, std::less<>> own_;
+};
+
+}  // namespace kelpie::agent

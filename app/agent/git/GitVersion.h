@@ -1,0 +1,35 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "agent/git/GitCommand.h"
+
+namespace kelpie::agent {
+
+// A version of git, as far as the agent cares.
+struct GitVersion {
+  int major = 0;
+  int minor = 0;
+
+  friend bool operator==(const GitVersion&, const GitVersion&) = default;
+  friend bool operator<(const GitVersion& a, const GitVersion& b) {
+    return a.major != b.major ? a.major < b.major : a.minor < b.minor;
+  }
+
+  std::string text() const { return std::to_string(major) + "." + std::to_string(minor); }
+  // What `git --version` printed, such as "git version 2.39.5 (some vendor)". Missing for anything
+  // else.
+  static std::optional<GitVersion> parse(std::string_view text);
+};
+
+// The first git with all that reading the status takes: the ignored folders as items of their own
+// ("--ignored=matching") are the newest of it.
+inline constexpr GitVersion kOldestGit{2, 16};
+
+// Why git cannot be used: it is not there, or it is too old. Missing when it can. Blocks while git
+// answers. Any thread.
+std::optional<std::string> problemOfGit(const GitCommand& git);
+
+}  // namespace kelpie::agent

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <variant>
+
+#include "agent/git/GitCommand.h"
+#include "agent/git/StatusSnapshot.h"
+#include "agent/git/WorkingCopyFinder.h"
+
+namespace kelpie::agent {
+
+// Reads the status of one working copy. Any thread, but one reading at a time; blocks while git
+// works.
+class StatusReader {
+ public:
+  StatusReader(const GitCommand& git, WorkingCopy workingCopy)
+      : git_(git.in(workingCopy.root)), workingCopy_(std::move(workingCopy)) {}
+
+  // The status, or why there is none, in git's words.
+  using Reading = std::variant<std::shared_ptr<const StatusSnapshot>, std::string>;
+  Reading read(GCancellable* cancellable = nullptr) const;
+
+ private:
+  Arguments statusArguments(GCancellable* cancellable, bool& untrackedShown) const;
+
+  GitCommand git_;
+  WorkingCopy workingCopy_;
+};
+
+}  // namespace kelpie::agent

@@ -1,0 +1,138 @@
+#include "agent/git/StatusSnapshot.h"
+
+#include <optional>
+#include <unordered_map>
+#include <utility>
+
+#include "foundation/Dictionary.h"
+#include "foundation/FileIdentifier.h"
+#include "foundation/URL.h"
+
+namespace kelpie::agent {
+namespace {
+
+// Fills the parts of the status message, item by item.
+class MessageParts {
+ public:
+  MessageParts(std::string_view root, const FileSystem& files) : root_(root), files_(files) {
+    if (!root_.ends_with('/')) root_.push_back('/');
+  }
+
+  void add(const StatusItem& item);
+  Object toObject(RepositoryState state) &&;
+
+ private:
+  void addEntry(Object key, const StatusItem& item, const std::string& path, URL url);
+  void addRenamed(const URL& url, const std::string& path);
+
+  std::string root_;
+  const FileSystem& files_;
+  Dictionary status_;
+  Objects dirty_;
+  Objects ignored_;
+  Objects deleted_;
+  std::int64_t newCount_ = 0;
+  // The folder of renamed items -> their paths, in the order of their first item.
+  std::vector<std::pair<FileIdentifier, Objects>> renamed_;
+  std::unordered_map<FileIdentifier, std::size_t> renamedIndex_;
+};
+
+void MessageParts::add(const StatusItem& item) {
+  const std::string path = root_ + item.path;
+  if (!item.isGone) {
+    URL url = URL::fileURLWithPath(path, item.isFolder);
+    if (const std::optional<FileIdentifier> identifier = url.identifier(files_)) {
+      if ((item.word & (KPStatusIndexRenamed | KPStatusWorkdirRenamed)) != 0) addRenamed(url, path);
+      return addEntry(*identifier, item, path, std::move(url));
+    }
+    // A conflicted item may have no file; anything else has gone this moment, and the next status
+    // says so.
+    if ((item.word & KPStatusConflicted) == 0) return;
+  }
+  const std::string placeholder = path + std::string(kDeletedItemSuffix);
+  URL url = URL::fileURLWithPath(placeholder);
+  deleted_.emplace_back(url);
+  addEntry(Object::path(placeholder), item, placeholder, std::move(url));
+}
+
+void MessageParts::addEntry(Object key, const StatusItem& item, const std::string& path, URL url) {
+  status_.set(std::move(key), Objects{Object(item.word), Object::path(path)});
+  if (item.word == KPStatusIgnored) {
+    ignored_.emplace_back(std::move(url));
+    return;
+  }
+  dirty_.emplace_back(std::move(url));
+  if (item.word == KPStatusWorkdirNew) ++newCount_;
+}
+
+// The file manager has never asked about the new name of an item that was renamed behind its back;
+// the extension takes these paths for asked about.
+void MessageParts::addRenamed(const URL& url, const std::string& path) {
+  const std::optional<URL> folder = url.parentUrl(files_);
+  const std::optional<FileIdentifier> identifier =
+      folder ? folder->identifier(files_) : std::nullopt;
+  if (!identifier) return;
+  const auto [at, isNew] = renamedIndex_.try_emplace(*identifier, renamed_.size());
+  if (isNew) renamed_.emplace_back(*identifier, Objects());
+  renamed_[at->second].second.push_back(Object::path(path));
+}
+
+Object MessageParts::toObject(RepositoryState state) && {
+  Dictionary renamed;
+  for (auto& [folder, paths] : renamed_) renamed.set(folder, std::move(paths));
+  Dictionary message;
+  message.set("KPRepositoryState", static_cast<std::int64_t>(state));
+  // The extension adds entries to this very dictionary.
+  message.set("KPRepositoryStatus", Object(std::move(status_)).mutableCopy());
+  // No folder is made on disk to show deleted items in.
+  message.set("KPStatusCreatedDirectoriesForDeletedItems", Objects());
+  message.set("KPStatusDirtyURLs", std::move(dirty_));
+  message.set("KPStatusIgnoredURLs", std::move(ignored_));
+  message.set("KPStatusDeletedURLs", std::move(deleted_));
+  message.set("KPStatusNewCount", newCount_);
+  message.set("KPStatusObservedPathsForRenamedItems", std::move(renamed));
+  return message;
+}
+
+}  // namespace
+
+StatusSnapshot::StatusSnapshot(std::string root, RepositoryState state,
+                               std::vector<StatusItem> items, bool untrackedShown)
+    : root_(std::move(root)),
+      state_(state),
+      items_(std::move(items)),
+      untrackedShown_(untrackedShown) {
+  byPath_.reserve(items_.size());
+  // Of an item that was replaced by a folder of its name, the folder's is the one to find.
+  for (std::size_t i = 0; i < items_.size(); ++i) byPath_.insert_or_assign(items_[i].path, i);
+}
+
+const StatusItem* StatusSnapshot::itemAt(std::string_view path) const {
+  const auto found = byPath_.find(path);
+  return found == byPath_.end() ? nullptr : &items_[found->second];
+}
+
+std::vector<const StatusItem*> StatusSnapshot::itemsWithin(std::string_view path) const {
+  std::vector<const StatusItem*> within;
+  for (const StatusItem& item : items_) {
+    const bool below = item.path.size() > path.size() && item.path.starts_with(path) &&
+                       item.path[path.size()] == '/';
+    if (path.empty() || below || item.path == path) within.push_back(&item);
+  }
+  return within;
+}
+
+std::vector<std::string> StatusSnapshot::ignoredFolders() const {
+  std::vector<std::string> folders;
+  for (const StatusItem& item : items_)
+    if (item.isFolder && item.word == KPStatusIgnored) folders.push_back(item.path);
+  return folders;
+}
+
+Object StatusSnapshot::toObject(const FileSystem& files) const {
+  MessageParts parts(root_, files);
+  for (const StatusItem& item : items_) parts.add(item);
+  return std::move(parts).toObject(state_);
+}
+
+}  // namespace kelpie::agent

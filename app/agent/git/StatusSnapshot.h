@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "agent/git/RepositoryState.h"
+#include "agent/git/StatusParser.h"
+#include "foundation/Object.h"
+#include "platform/FileSystem.h"
+
+namespace kelpie::agent {
+
+// What a deleted item's path ends with where it is spoken of as if it existed: a blank, U+000E and
+// the word.
+inline constexpr std::string_view kDeletedItemSuffix = " \x0E.kelpieDeleted";
+
+// The status of one working copy at one time. Immutable, so any thread.
+class StatusSnapshot {
+ public:
+  // `root` is the working folder. Where untracked items are not asked for, they are not watched
+  // for either.
+  StatusSnapshot(std::string root, RepositoryState state, std::vector<StatusItem> items,
+                 bool untrackedShown);
+  StatusSnapshot(const StatusSnapshot&) = delete;
+  StatusSnapshot& operator=(const StatusSnapshot&) = delete;
+  ~StatusSnapshot() = default;
+
+  const std::string& root() const { return root_; }
+  const std::vector<StatusItem>& items() const { return items_; }
+  bool untrackedShown() const { return untrackedShown_; }
+
+  // The item at that path, relative to the root; null when it is unchanged.
+  const StatusItem* itemAt(std::string_view path) const;
+  // The items at that path or below it, in git's order.
+  std::vector<const StatusItem*> itemsWithin(std::string_view path) const;
+  // The ignored folders, relative to the root; nothing inside them is looked at.
+  std::vector<std::string> ignoredFolders() const;
+
+  // The argument of "setStatusInfo:". Items that are gone since git looked are left out. Blocks
+  // while the file system tells the identifier of each item.
+  Object toObject(const FileSystem& files) const;
+
+ private:
+  std::string root_;
+  RepositoryState state_;
+  std::vector<StatusItem> items_;
+  bool untrackedShown_;
+  std::unordered_map<std::string_view, std::size_t> byPath_;  // views of items_
+};
+
+}  // namespace kelpie::agent

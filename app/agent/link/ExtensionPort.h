@@ -1,0 +1,83 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "agent/link/RepositoryMessages.h"
+#include "linux/base/MainLoop.h"
+#include "platform/MessagePort.h"
+#include "platform/SerialQueue.h"
+
+namespace kelpie::agent {
+
+// The way to one running extension. Messages go out in order, on a queue of their own, so that an
+// extension that does not read holds up nobody; of those that still wait, a newer one about the
+// same matter takes the place of the older, so that what waits stays small. Main thread.
+class ExtensionPort : public std::enable_shared_from_this<ExtensionPort> {
+ public:
+  // What a message is about: a working copy, by a number of its own, and a selector.
+  struct Matter {
+    std::uint64_t repository = 0;
+    std::string_view selector;  // of static storage
+
+    friend bool operator==(const Matter&, const Matter&) = default;
+  };
+
+  struct Services {
+    MainLoop& loop;
+    SerialQueues& queues;
+    MessagePorts& ports;
+  };
+  struct Callbacks {
+    // Nobody listens any more. The port is of no use from then on.
+    std::function<void(const std::string& name)> gone;
+    // The connection had ended and was made anew: what was sent before may be lost.
+    std::function<void(const std::string& name)> renewed;
+  };
+
+  // `remote` is the open port of that name. What is referred to outlives this.
+  ExtensionPort(const Services& services, std::string name,
+                std::shared_ptr<RemoteMessagePort> remote, Callbacks callbacks);
+
+  const std::string& name() const { return name_; }
+  // Sends the message some time soon; null sends nothing. A message that does not go out because
+  // the extension does not read is tried again until it does or is gone.
+  void post(const Matter& matter, Message message);
+
+  // What has not gone out yet.
+  std::size_t waiting() const { return waiting_.size() + (sending_ ? 1U : 0U); }
+
+  static constexpr std::chrono::milliseconds kTimeout{1000};
+  static constexpr std::chrono::milliseconds kRetryAfter{2000};
+
+ private:
+  struct Letter {
+    Matter matter;
+    Message message;
+  };
+
+  void pump();
+  void sent(std::int32_t status);
+  void timedOut();
+  void connectionEnded();
+  bool isWaiting(const Matter& matter) const;
+
+  Services services_;
+  const std::string name_;
+  std::shared_ptr<RemoteMessagePort> remote_;  // null when the extension is gone
+  Callbacks callbacks_;
+  std::shared_ptr<SerialQueue> queue_;
+  std::deque<Letter> waiting_;
+  Letter underWay_;
+  bool sending_ = false;
+  bool answered_ = false;  // a message has gone out since the connection was made
+  bool silent_ = false;    // the last message did not go out in time
+  std::unique_ptr<MainLoop::Source> retry_;
+};
+
+}  // namespace kelpie::agent

@@ -1,0 +1,81 @@
+#include "agent/link/RepositoryMessages.h"
+
+#include <optional>
+#include <utility>
+
+#include "agent/link/ReferenceMessages.h"
+#include "archive/KeyedArchiver.h"
+#include "foundation/Dictionary.h"
+#include "foundation/URL.h"
+#include "protocol/MessageKeys.h"
+
+namespace kelpie::agent {
+namespace {
+
+struct ReferenceMessage {
+  std::string_view selector;
+  Object (*argument)(const ReferencesSnapshot& snapshot);
+};
+
+// A bare repository takes no status: that it is bare comes first.
+constexpr std::array<ReferenceMessage, RepositoryMessages::kReferenceMessages> kReferences = {{
+    {"setBare:", [](const ReferencesSnapshot& snapshot) { return Object(snapshot.bare); }},
+    {"setHasHeadCommit:",
+     [](const ReferencesSnapshot& snapshot) { return Object(snapshot.hasHeadCommit); }},
+    {"setHeadBranch:", headBranchObject},
+    {"setReferences:", referencesObject},
+    {"setStashes:", stashesObject},
+    {"setGitflowInfo:", gitflowObject},
+    {"setHasGitlfs:",
+     [](const ReferencesSnapshot& snapshot) { return Object(snapshot.hasGitlfs); }},
+}};
+
+Message archived(Dictionary content) {
+  std::optional<Bytes> archive = KeyedArchiver::archivedData(Object(std::move(content)));
+  return archive ? std::make_shared<const Bytes>(*std::move(archive)) : nullptr;
+}
+
+}  // namespace
+
+RepositoryMessages::RepositoryMessages(WorkingCopy workingCopy, FileIdentifier target)
+    : workingCopy_(std::move(workingCopy)), target_(std::move(target)) {}
+
+Message RepositoryMessages::opening() const {
+  const Objects urls = {URL::fileURLWithPath(workingCopy_.root, true),
+                        URL::fileURLWithPath(workingCopy_.gitDirectory, true)};
+  return archived({{kMessageSelectorKey, kOpening}, {kMessageArgumentKey, urls}});
+}
+
+Message RepositoryMessages::lookAgain(const std::string& folder) const {
+  return archived({{kMessageSelectorKey, kLookAgain},
+                   {kMessageArgumentKey, URL::fileURLWithPath(folder, true)}});
+}
+
+Message RepositoryMessages::status(const StatusSnapshot& snapshot, const FileSystem& files) const {
+  return message(kStatus, snapshot.toObject(files));
+}
+
+Message RepositoryMessages::emptyStatus(const FileSystem& files) const {
+  return status(StatusSnapshot(workingCopy_.root, RepositoryState::None, {}, true), files);
+}
+
+RepositoryMessages::References RepositoryMessages::references(
+    const ReferencesSnapshot& snapshot) const {
+  References all;
+  for (std::size_t i = 0; i < kReferences.size(); ++i)
+    all[i] = message(kReferences[i].selector, kReferences[i].argument(snapshot));
+  return all;
+}
+
+std::string_view RepositoryMessages::referenceSelector(std::size_t index) {
+  return kReferences.at(index).selector;
+}
+
+// A nil argument is a key that is not there.
+Message RepositoryMessages::message(std::string_view selector, Object argument) const {
+  Dictionary content = {{kMessageSelectorKey, selector}, {kMessageTargetKey, target_}};
+  if (!argument.isNil()) content.set(kMessageArgumentKey, std::move(argument));
+  return archived(std::move(content));
+}
+
+}  // namespace kelpie::agent

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "agent/git/ReferencesSnapshot.h"
+#include "agent/git/StatusSnapshot.h"
+#include "agent/git/WorkingCopyFinder.h"
+#include "foundation/Bytes.h"
+#include "foundation/FileIdentifier.h"
+#include "foundation/Object.h"
+#include "platform/FileSystem.h"
+
+namespace kelpie::agent {
+
+// An archived message, made once for all who are told. Null for one that cannot be archived.
+using Message = std::shared_ptr<const Bytes>;
+
+// The messages that tell an extension of one working copy. Immutable; any thread.
+class RepositoryMessages {
+ public:
+  // `target` is the identifier of the working folder.
+  RepositoryMessages(WorkingCopy workingCopy, FileIdentifier target);
+
+  const FileIdentifier& target() const { return target_; }
+
+  // "openRepositoryWithUrls:"
+  Message opening() const;
+  // "beginObservingDirectoryAtURL:": the extension is to look at the folder (absolute, bytes)
+  // again.
+  Message lookAgain(const std::string& folder) const;
+  // "setStatusInfo:". Blocks while the file system tells the identifier of each item.
+  Message status(const StatusSnapshot& snapshot, const FileSystem& files) const;
+  // "setStatusInfo:" of a working copy that there is no more: nothing bears a badge.
+  Message emptyStatus(const FileSystem& files) const;
+
+  // The messages about references, in the order in which they are to be sent.
+  static constexpr std::size_t kReferenceMessages = 7;
+  using References = std::array<Message, kReferenceMessages>;
+  References references(const ReferencesSnapshot& snapshot) const;
+
+  static constexpr std::string_view kOpening = "openRepositoryWithUrls:";
+  static constexpr std::string_view kLookAgain = "beginObservingDirectoryAtURL:";
+  static constexpr std::string_view kStatus = "setStatusInfo:";
+  static std::string_view referenceSelector(std::size_t index);
+
+ private:
+  Message message(std::string_view selector, Object argument) const;
+
+  WorkingCopy workingCopy_;
+  FileIdentifier target_;
+};
+
+}  // namespace kelpie::agent

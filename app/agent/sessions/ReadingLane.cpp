@@ -1,0 +1,69 @@
+#include "agent/sessions/ReadingLane.h"
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+#include <utility>
+
+namespace kelpie::agent {
+
+using Clock = ReadingPace::Clock;
+
+ReadingLane::ReadingLane(MainLoop& loop, std::shared_ptr<ReadingSlots> slots,
+                         ReadingSlots::Urgency urgency, std::function<void()> begin)
+    : loop_(loop), slots_(std::move(slots)), urgency_(urgency), begin_(std::move(begin)) {}
+
+ReadingLane::~ReadingLane() {
+  if (stage_ == Stage::Reading) slots_->leave(ticket_);
+}
+
+void ReadingLane::changed() {
+  pace_.changed(Clock::now());
+  schedule();
+}
+
+void ReadingLane::setWanted(bool wanted) {
+  wanted_ = wanted;
+  schedule();
+}
+
+void ReadingLane::finished(bool foundSomething) {
+  stage_ = Stage::Resting;
+  pace_.finished(Clock::now(), foundSomething);
+  slots_->leave(ticket_);
+  schedule();
+}
+
+// A timer that is set already only looks again when it fires: during a burst nothing is set anew.
+void ReadingLane::schedule() {
+  if (!wanted_ || stage_ != Stage::Resting || timer_ != nullptr) return;
+  const std::optional<Clock::time_point> next = pace_.next();
+  if (!next) return;
+  const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
+  timer_ = loop_.callAfter(std::max(wait, std::chrono::milliseconds::zero()), [this] { due(); });
+}
+
+void ReadingLane::due() {
+  timer_.reset();
+  const std::optional<Clock::time_point> next = pace_.next();
+  if (!wanted_ || !next || *next > Clock::now()) return schedule();
+  stage_ = Stage::Queued;
+  slots_->enter(urgency_, [this, alive = std::weak_ptr<bool>(alive_),
+                           slots = slots_.get()](ReadingSlots::Ticket ticket) {
+    if (alive.expired()) return slots->leave(ticket);
+    begin(ticket);
+  });
+}
+
+void ReadingLane::begin(ReadingSlots::Ticket ticket) {
+  if (!wanted_) {
+    stage_ = Stage::Resting;
+    return slots_->leave(ticket);
+  }
+  ticket_ = ticket;
+  stage_ = Stage::Reading;
+  pace_.started(Clock::now());
+  begin_();
+}
+
+}  // namespace kelpie::agent

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "agent/sessions/ReadingPace.h"
+#include "agent/sessions/ReadingSlots.h"
+#include "linux/base/MainLoop.h"
+
+namespace kelpie::agent {
+
+// One kind of reading of one repository: one at a time, at its pace, and only while somebody wants
+// it. A change that comes while a reading runs leads to one more. Main thread.
+class ReadingLane {
+ public:
+  // `begin` starts a reading, whose end is to be told with finished(). `loop` outlives this.
+  ReadingLane(MainLoop& loop, std::shared_ptr<ReadingSlots> slots, ReadingSlots::Urgency urgency,
+              std::function<void()> begin);
+  ~ReadingLane();
+  ReadingLane(const ReadingLane&) = delete;
+  ReadingLane& operator=(const ReadingLane&) = delete;
+
+  // There is something to read.
+  void changed();
+  // Whether anybody wants to know. What changes meanwhile is read when somebody does.
+  void setWanted(bool wanted);
+  // `foundSomething`: the reading differed from the one before.
+  void finished(bool foundSomething);
+
+ private:
+  enum class Stage { Resting, Queued, Reading };
+
+  void schedule();
+  void due();
+  void begin(ReadingSlots::Ticket ticket);
+
+  MainLoop& loop_;
+  std::shared_ptr<ReadingSlots> slots_;
+  const ReadingSlots::Urgency urgency_;
+  std::function<void()> begin_;
+  ReadingPace pace_;
+  bool wanted_ = false;
+  Stage stage_ = Stage::Resting;
+  ReadingSlots::Ticket ticket_ = 0;
+  std::unique_ptr<MainLoop::Source> timer_;
+  // What waits for a slot asks it whether this is still there.
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+}  // namespace kelpie::agent

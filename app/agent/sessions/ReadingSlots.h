@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+
+#include "linux/base/MainLoop.h"
+
+namespace kelpie::agent {
+
+// Lets only a few readings run at a time, so that a thousand repositories that change together do
+// not start a thousand gits. A reading that takes very long, such as on a file system that does not
+// answer, counts as ended after a while: the others go on. Main thread.
+class ReadingSlots {
+ public:
+  using Ticket = std::uint64_t;
+
+  // `loop` outlives this. At least one slot.
+  ReadingSlots(MainLoop& loop, std::size_t slots, std::chrono::milliseconds patience = kPatience);
+
+  // What is waited for, the first of these first.
+  enum class Urgency { Status, References };
+
+  // Calls `start` with a ticket: at once, or when the turn has come. Every ticket is given back.
+  void enter(Urgency urgency, std::function<void(Ticket ticket)> start);
+  void leave(Ticket ticket);
+
+  std::size_t running() const { return running_.size(); }
+
+  static constexpr std::chrono::milliseconds kPatience{5000};
+
+ private:
+  using Waiting = std::deque<std::function<void(Ticket)>>;
+
+  void startNext();
+  // Where somebody waits, the most urgent; null when nobody does.
+  Waiting* nextWaiting();
+
+  MainLoop& loop_;
+  const std::size_t slots_;
+  const std::chrono::milliseconds patience_;
+  // With the time at which each is no longer waited for.
+  std::map<Ticket, std::unique_ptr<MainLoop::Source>> running_;
+  std::array<Waiting, 2> waiting_;  // by urgency
+  Ticket last_ = 0;
+};
+
+}  // namespace kelpie::agent

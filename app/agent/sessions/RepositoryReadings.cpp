@@ -1,0 +1,87 @@
+#include "agent/sessions/RepositoryReadings.h"
+
+#include <utility>
+#include <variant>
+
+#include "foundation/URL.h"
+
+namespace kelpie::agent {
+namespace {
+
+// Runs `read` on the queue and hands its result to `done` on the main thread. Both are called off
+// with the cancellable.
+template <class Readings, class Result>
+void run(const std::shared_ptr<Readings>& self, const ReadingContext& context,
+         Result (Readings::*read)(), std::function<void(Result)> done) {
+  context.queue->post([self, &context, read, done = std::move(done)]() mutable {
+    if (g_cancellable_is_cancelled(context.cancellable.get()) != FALSE) return;
+    auto result = std::make_shared<Result>((self.get()->*read)());
+    context.main->post([self, &context, result, done = std::move(done)] {
+      if (g_cancellable_is_cancelled(context.cancellable.get()) == FALSE) done(std::move(*result));
+    });
+  });
+}
+
+}  // namespace
+
+StatusReadings::StatusReadings(ReadingContext context)
+    : context_(std::move(context)),
+      reader_(context_.git, context_.workingCopy),
+      indexFolders_(context_.git, context_.workingCopy) {}
+
+void StatusReadings::start(std::function<void(Result)> done) {
+  run(shared_from_this(), context_, &StatusReadings::read, std::move(done));
+}
+
+void StatusReadings::cancel() { g_cancellable_cancel(context_.cancellable.get()); }
+
+StatusReadings::Result StatusReadings::read() {
+  Result result;
+  const URL root = URL::fileURLWithPath(context_.workingCopy.root);
+  if (root.identifier(context_.files) != context_.messages->target()) {
+    result.vanished = true;
+    return result;
+  }
+  StatusReader::Reading reading = reader_.read(context_.cancellable.get());
+  if (auto* failure = std::get_if<std::string>(&reading)) {
+    result.failure = std::move(*failure);
+    result.vanished = isGone();
+    return result;
+  }
+  result.snapshot = std::get<0>(std::move(reading));
+  result.message = context_.messages->status(*result.snapshot, context_.files);
+  if (!result.snapshot->untrackedShown() && !context_.workingCopy.bare)
+    result.trackedFolders = indexFolders_.readIfChanged(context_.cancellable.get());
+  return result;
+}
+
+// A working copy that git refuses for another reason is still there.
+bool StatusReadings::isGone() const {
+  const WorkingCopy& own = context_.workingCopy;
+  const WorkingCopyFinder::Finding finding = WorkingCopyFinder(context_.git).find(own.root);
+  if (finding.workingCopy) return finding.workingCopy->root != own.root;
+  return finding.failure.empty();
+}
+
+ReferencesReadings::ReferencesReadings(ReadingContext context)
+    : context_(std::move(context)), reader_(context_.git, context_.workingCopy) {}
+
+void ReferencesReadings::start(std::function<void(Result)> done) {
+  run(shared_from_this(), context_, &ReferencesReadings::read, std::move(done));
+}
+
+void ReferencesReadings::cancel() { g_cancellable_cancel(context_.cancellable.get()); }
+
+ReferencesReadings::Result ReferencesReadings::read() {
+  Result result;
+  ReferencesReader::Reading reading = reader_.read(context_.cancellable.get());
+  if (auto* failure = std::get_if<std::string>(&reading)) {
+    result.failure = std::move(*failure);
+    return result;
+  }
+  result.snapshot = std::get<0>(std::move(reading));
+  result.messages = context_.messages->references(*result.snapshot);
+  return result;
+}
+
+}  // namespace kelpie::agent

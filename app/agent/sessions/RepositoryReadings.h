@@ -1,0 +1,85 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "agent/git/GitCommand.h"
+#include "agent/git/IndexFolders.h"
+#include "agent/git/ReferencesReader.h"
+#include "agent/git/StatusReader.h"
+#include "agent/git/WorkingCopyFinder.h"
+#include "agent/link/RepositoryMessages.h"
+#include "linux/base/GLibPointers.h"
+#include "platform/FileSystem.h"
+#include "platform/SerialQueue.h"
+
+namespace kelpie::agent {
+
+// What readings of one working copy need, whoever may be gone meanwhile.
+struct ReadingContext {
+  WorkingCopy workingCopy;
+  GitCommand git;
+  std::shared_ptr<const RepositoryMessages> messages;
+  const FileSystem& files;  // lives as long as the process
+  std::shared_ptr<SerialQueue> main;
+  std::shared_ptr<SerialQueue> queue;
+  GObjectPtr<GCancellable> cancellable{g_cancellable_new()};
+};
+
+// Reads the status of one working copy, and makes the message that tells of it, on a queue. start()
+// and cancel() on the main thread; one reading at a time.
+class StatusReadings : public std::enable_shared_from_this<StatusReadings> {
+ public:
+  struct Result {
+    // Either a snapshot with its message, or a failure in git's words.
+    std::shared_ptr<const StatusSnapshot> snapshot;
+    Message message;
+    std::string failure;
+    // The working copy is not there any more, or another one is in its place.
+    bool vanished = false;
+    // Where untracked files are not looked at: the folders to watch, unless they are the same as
+    // before.
+    std::optional<std::vector<std::string>> trackedFolders;
+  };
+
+  explicit StatusReadings(ReadingContext context);
+
+  // `done` runs on the main thread, unless the readings were cancelled meanwhile.
+  void start(std::function<void(Result)> done);
+  // Stops what runs; nothing is started any more.
+  void cancel();
+
+ private:
+  Result read();
+  bool isGone() const;
+
+  ReadingContext context_;
+  StatusReader reader_;
+  IndexFolders indexFolders_;
+};
+
+// The same for the references.
+class ReferencesReadings : public std::enable_shared_from_this<ReferencesReadings> {
+ public:
+  struct Result {
+    std::shared_ptr<const ReferencesSnapshot> snapshot;
+    RepositoryMessages::References messages;
+    std::string failure;
+  };
+
+  explicit ReferencesReadings(ReadingContext context);
+
+  void start(std::function<void(Result)> done);
+  void cancel();
+
+ private:
+  Result read();
+
+  ReadingContext context_;
+  ReferencesReader reader_;
+};
+
+}  // namespace kelpie::agent

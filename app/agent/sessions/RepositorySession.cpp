@@ -1,0 +1,233 @@
+#include "agent/sessions/RepositorySession.h"
+
+#include <atomic>
+#include <utility>
+
+namespace kelpie::agent {
+namespace {
+
+// After a reading that failed, git is asked once more: it may have met the user's own git at work.
+constexpr std::chrono::milliseconds kSecondLook{500};
+// A failure that stays for so many readings concerns the user.
+constexpr int kFailuresToTell = 2;
+
+// Of all sessions of the process, so that no two share one in a port's letters.
+std::uint64_t nextNumber() {
+  static std::atomic<std::uint64_t> last = 0;
+  return ++last;
+}
+
+std::string_view selectorOf(std::size_t index) {
+  return index == 0 ? RepositoryMessages::kStatus
+                    : RepositoryMessages::referenceSelector(index - 1);
+}
+
+bool isSame(const Message& a, const Message& b) {
+  return a == b || (a != nullptr && b != nullptr && *a == *b);
+}
+
+}  // namespace
+
+RepositorySession::RepositorySession(const SessionServices& services,
+                                     const WorkingCopy& workingCopy, FileIdentifier identifier,
+                                     Callbacks callbacks)
+    : services_(services),
+      workingCopy_(workingCopy),
+      number_(nextNumber()),
+      callbacks_(std::move(callbacks)),
+      messages_(std::make_shared<const RepositoryMessages>(workingCopy, std::move(identifier))),
+      statusLane_(services.loop, services.slots, ReadingSlots::Urgency::Status,
+                  [this] { readStatus(); }),
+      referencesLane_(services.loop, services.slots, ReadingSlots::Urgency::References,
+                      [this] { readReferences(); }) {
+  const auto context = [&](std::string_view label) {
+    return ReadingContext{workingCopy,    services.git,          messages_,
+                          services.files, services.loop.queue(), services.queues.makeQueue(label)};
+  };
+  statusReadings_ = std::make_shared<StatusReadings>(context("org.kelpie.Kelpie.StatusQueue"));
+  referencesReadings_ =
+      std::make_shared<ReferencesReadings>(context("org.kelpie.Kelpie.ReferencesQueue"));
+  watch_ = std::make_unique<RepositoryWatch>(
+      services.watcher, workingCopy, services.loop.queue(),
+      services.queues.makeQueue("org.kelpie.Kelpie.WatchQueue"),
+      RepositoryWatch::Callbacks{[this](Change change) { changed(change); },
+                                 [this] { watchIncomplete(); }});
+  statusLane_.changed();
+  referencesLane_.changed();
+}
+
+RepositorySession::~RepositorySession() {
+  statusReadings_->cancel();
+  referencesReadings_->cancel();
+}
+
+// -- The extensions -------------------------------------------------------------------------------
+
+void RepositorySession::open(const std::shared_ptr<ExtensionPort>& port, const std::string& folder,
+                             bool shallow) {
+  Subscriber& subscriber = subscribe(port);
+  // The extension has just been told all there is to tell.
+  if (subscriber.early.isEcho(folder)) return;
+  subscriber.told[0] = 0;
+  subscriber.wantsReferences |= !shallow;
+  port->post({number_, RepositoryMessages::kOpening}, messages_->opening());
+  tell(subscriber);
+  updateWanted();
+  // What cannot be watched is looked at when somebody looks.
+  if (!watch_->isComplete()) changed({true, true});
+}
+
+void RepositorySession::unshallow(const std::shared_ptr<ExtensionPort>& port) {
+  Subscriber& subscriber = subscribe(port);
+  subscriber.wantsReferences = true;
+  tell(subscriber);
+  updateWanted();
+}
+
+void RepositorySession::distrust(const std::string& portName) {
+  const auto found = subscribers_.find(portName);
+  if (found == subscribers_.end()) return;
+  found->second.told.fill(0);
+  found->second.early.reset();
+}
+
+void RepositorySession::tellAgain(const std::string& portName) {
+  const auto found = subscribers_.find(portName);
+  if (found == subscribers_.end()) return;
+  found->second.told.fill(0);
+  found->second.early.tellAgain();
+  found->second.port->post({number_, RepositoryMessages::kOpening}, messages_->opening());
+  tell(found->second);
+}
+
+void RepositorySession::forget(const std::string& portName) {
+  if (subscribers_.erase(portName) == 0) return;
+  updateWanted();
+  if (!subscribers_.empty()) return;
+  idleTimer_ = services_.loop.callAfter(services_.idleTime, [this] {
+    // It goes with this.
+    const std::function<void()> closed = callbacks_.closed;
+    closed();
+  });
+}
+
+RepositorySession::Subscriber& RepositorySession::subscribe(
+    const std::shared_ptr<ExtensionPort>& port) {
+  idleTimer_.reset();
+  Subscriber& subscriber =
+      subscribers_.try_emplace(port->name(), Subscriber{port, EarlyFolders(workingCopy_.root)})
+          .first->second;
+  subscriber.port = port;
+  return subscriber;
+}
+
+void RepositorySession::updateWanted() {
+  bool references = false;
+  for (const auto& [name, subscriber] : subscribers_) references |= subscriber.wantsReferences;
+  statusLane_.setWanted(!subscribers_.empty());
+  referencesLane_.setWanted(references);
+}
+
+bool RepositorySession::update(std::size_t index, Message message) {
+  Telling& telling = tellings_.at(index);
+  if (message == nullptr || isSame(telling.message, message)) return false;
+  telling.message = std::move(message);
+  ++telling.revision;
+  return true;
+}
+
+void RepositorySession::tell(Subscriber& subscriber) {
+  const std::size_t wanted = subscriber.wantsReferences ? kMessages : 1;
+  for (std::size_t i = 0; i < wanted; ++i) {
+    const Telling& telling = tellings_.at(i);
+    if (subscriber.told.at(i) == telling.revision) continue;
+    subscriber.told.at(i) = telling.revision;
+    subscriber.port->post({number_, selectorOf(i)}, telling.message);
+  }
+  if (tellings_.front().revision == 0) return;
+  // With the status there, a second look finds the right badges. Each folder is a matter of its
+  // own.
+  for (const std::string& folder : subscriber.early.take())
+    subscriber.port->post({nextNumber(), RepositoryMessages::kLookAgain},
+                          messages_->lookAgain(folder));
+}
+
+void RepositorySession::tellAll() {
+  for (auto& [name, subscriber] : subscribers_) tell(subscriber);
+}
+
+// -- The working copy -----------------------------------------------------------------------------
+
+void RepositorySession::changed(Change change) {
+  if (change.status) statusLane_.changed();
+  if (change.references) referencesLane_.changed();
+}
+
+void RepositorySession::readStatus() {
+  statusReadings_->start([this](StatusReadings::Result result) { statusRead(std::move(result)); });
+}
+
+void RepositorySession::statusRead(StatusReadings::Result result) {
+  if (result.vanished) return vanished();
+  if (result.snapshot == nullptr) {
+    failed(statusFailure_, "its status cannot be read", result.failure);
+    return statusLane_.finished(false);
+  }
+  statusFailure_ = {};
+  status_ = std::move(result.snapshot);
+  const bool foundSomething = update(0, std::move(result.message));
+  if (foundSomething) tellAll();
+  // The lane first: what the watch finds new leads to one more reading.
+  statusLane_.finished(foundSomething);
+  watch_->follow(*status_, result.trackedFolders);
+}
+
+void RepositorySession::readReferences() {
+  referencesReadings_->start(
+      [this](ReferencesReadings::Result result) { referencesRead(std::move(result)); });
+}
+
+void RepositorySession::referencesRead(ReferencesReadings::Result result) {
+  if (result.snapshot == nullptr) {
+    failed(referencesFailure_, "its references cannot be read", result.failure);
+    return referencesLane_.finished(false);
+  }
+  referencesFailure_ = {};
+  references_ = std::move(result.snapshot);
+  bool foundSomething = false;
+  for (std::size_t i = 0; i < result.messages.size(); ++i)
+    foundSomething |= update(i + 1, std::move(result.messages[i]));
+  if (foundSomething) tellAll();
+  referencesLane_.finished(foundSomething);
+  watch_->followReferences();
+}
+
+// One log line for each failure, however often it is met, and one notice for one that stays. What
+// the extensions know remains.
+void RepositorySession::failed(Failure& failure, const char* what, const std::string& why) {
+  const std::string text = workingCopy_.root + ": " + what + ": " + why;
+  if (failure.inARow == 0 || failure.why != why) services_.loop.log().write(text);
+  failure.why = why;
+  if (++failure.inARow == kFailuresToTell)
+    services_.notifier.notify("A git repository cannot be read", text);
+  if (failure.inARow < kFailuresToTell)
+    secondLook_ = services_.loop.callAfter(kSecondLook, [this] { changed({true, true}); });
+}
+
+void RepositorySession::vanished() {
+  services_.loop.log().write(workingCopy_.root + ": the repository is not there any more, closed");
+  const Message empty = messages_->emptyStatus(services_.files);
+  for (auto& [name, subscriber] : subscribers_)
+    subscriber.port->post({number_, RepositoryMessages::kStatus}, empty);
+  const std::function<void()> closed = callbacks_.closed;
+  closed();
+}
+
+void RepositorySession::watchIncomplete() {
+  services_.loop.log().write(
+      workingCopy_.root +
+      ": it has more folders than can be watched (fs.inotify.max_user_watches); changes in the "
+      "rest are seen when a folder of it is opened");
+}
+
+}  // namespace kelpie::agent

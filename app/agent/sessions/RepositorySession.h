@@ -1,0 +1,136 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "agent/desktop/Notifier.h"
+#include "agent/git/GitCommand.h"
+#include "agent/git/ReferencesSnapshot.h"
+#include "agent/git/StatusSnapshot.h"
+#include "agent/git/WorkingCopyFinder.h"
+#include "agent/link/ExtensionPort.h"
+#include "agent/link/RepositoryMessages.h"
+#include "agent/sessions/EarlyFolders.h"
+#include "agent/sessions/ReadingLane.h"
+#include "agent/sessions/ReadingSlots.h"
+#include "agent/sessions/RepositoryReadings.h"
+#include "agent/watch/DirectoryWatcher.h"
+#include "agent/watch/RepositoryWatch.h"
+#include "linux/base/MainLoop.h"
+
+namespace kelpie::agent {
+
+// What the sessions of all repositories share. It outlives them.
+struct SessionServices {
+  MainLoop& loop;
+  SerialQueues& queues;
+  DirectoryWatcher& watcher;
+  const FileSystem& files;
+  Notifier& notifier;
+  GitCommand git;
+  std::shared_ptr<ReadingSlots> slots;
+  // A session that nobody uses is closed after so long.
+  std::chrono::milliseconds idleTime = std::chrono::minutes(10);
+};
+
+// One open working copy: reads it, watches it, and tells the extensions that have opened it what
+// has changed. Main thread; git runs on queues of its own.
+class RepositorySession {
+ public:
+  struct Callbacks {
+    // The session is of no use any more: the working copy is gone, or nobody has used it for long.
+    // The callback lets go of the session.
+    std::function<void()> closed;
+  };
+
+  RepositorySession(const SessionServices& services, const WorkingCopy& workingCopy,
+                    FileIdentifier identifier, Callbacks callbacks);
+  ~RepositorySession();
+  RepositorySession(const RepositorySession&) = delete;
+  RepositorySession& operator=(const RepositorySession&) = delete;
+
+  const WorkingCopy& workingCopy() const { return workingCopy_; }
+  const FileIdentifier& identifier() const { return messages_->target(); }
+  // What was read last; null before the first reading has ended well.
+  const std::shared_ptr<const StatusSnapshot>& status() const { return status_; }
+  const std::shared_ptr<const ReferencesSnapshot>& references() const { return references_; }
+
+  // An extension shows a folder (absolute, bytes) of the working copy: it is told that it is open,
+  // its status and, unless the request was shallow, its references, and from then on what changes
+  // of these.
+  void open(const std::shared_ptr<ExtensionPort>& port, const std::string& folder, bool shallow);
+  // The extension wants the references, too.
+  void unshallow(const std::shared_ptr<ExtensionPort>& port);
+  // The extension may have forgotten what it was told: the next time it is told everything.
+  void distrust(const std::string& portName);
+  // The extension may have missed something: it is told everything again that it wants. Nothing for
+  // one that has not opened the working copy.
+  void tellAgain(const std::string& portName);
+  // The extension is gone.
+  void forget(const std::string& portName);
+
+ private:
+  // The status, and the messages about references.
+  static constexpr std::size_t kMessages = 1 + RepositoryMessages::kReferenceMessages;
+
+  // What there is to tell, and how often that has changed.
+  struct Telling {
+    Message message;
+    std::uint64_t revision = 0;
+  };
+  struct Subscriber {
+    std::shared_ptr<ExtensionPort> port;
+    EarlyFolders early;
+    bool wantsReferences = false;
+    std::array<std::uint64_t, kMessages> told{};  // the revisions that it knows
+  };
+
+  // Readings of one kind that have failed since the last one that ended well.
+  struct Failure {
+    std::string why;
+    int inARow = 0;
+  };
+
+  Subscriber& subscribe(const std::shared_ptr<ExtensionPort>& port);
+  void updateWanted();
+  void changed(Change change);
+  void readStatus();
+  void statusRead(StatusReadings::Result result);
+  void readReferences();
+  void referencesRead(ReferencesReadings::Result result);
+  // Whether that differs from what was told before.
+  bool update(std::size_t index, Message message);
+  void tell(Subscriber& subscriber);
+  void tellAll();
+  void failed(Failure& failure, const char* what, const std::string& why);
+  void vanished();
+  void watchIncomplete();
+
+  SessionServices services_;
+  const WorkingCopy workingCopy_;
+  const std::uint64_t number_;
+  Callbacks callbacks_;
+  std::shared_ptr<const RepositoryMessages> messages_;
+  std::shared_ptr<StatusReadings> statusReadings_;
+  std::shared_ptr<ReferencesReadings> referencesReadings_;
+  std::unique_ptr<RepositoryWatch> watch_;
+
+  std::shared_ptr<const StatusSnapshot> status_;
+  std::shared_ptr<const ReferencesSnapshot> references_;
+  Failure statusFailure_;
+  Failure referencesFailure_;
+
+  std::array<Telling, kMessages> tellings_;
+  std::map<std::string, Subscriber, std::less<>> subscribers_;
+  ReadingLane statusLane_;
+  ReadingLane referencesLane_;
+  std::unique_ptr<MainLoop::Source> idleTimer_;
+  std::unique_ptr<MainLoop::Source> secondLook_;
+};
+
+}  // namespace kelpie::agent

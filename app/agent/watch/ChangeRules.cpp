@@ -1,0 +1,101 @@
+#include "agent/watch/ChangeRules.h"
+
+#include <algorithm>
+#include <string>
+
+namespace kelpie::agent {
+namespace {
+
+constexpr Change kNothing{};
+constexpr Change kStatus{true, false};
+constexpr Change kReferences{false, true};
+constexpr Change kBoth{true, true};
+
+// Whose business a change in a git directory is: a linked working tree has an index and a HEAD of
+// its own, and shares the rest with the others.
+enum class Of { Own, Shared };
+
+// `name` in the folder `folder` of a git directory. An empty name stands for any.
+struct Rule {
+  std::string_view folder;
+  std::string_view name;
+  Of of;
+  Change change;
+  bool andBelow = false;  // also in the folders below
+};
+
+// The first row that fits counts; what no row names means nothing.
+constexpr Rule kRules[] = {
+    {"", "index", Of::Own, kStatus},
+    {"", "HEAD", Of::Own, kBoth},
+    {"", "config", Of::Shared, kBoth},
+    {"", "config.worktree", Of::Own, kBoth},
+    {"", "packed-refs", Of::Shared, kBoth},
+    // What repositoryState() looks for.
+    {"", "MERGE_HEAD", Of::Own, kStatus},
+    {"", "REVERT_HEAD", Of::Own, kStatus},
+    {"", "CHERRY_PICK_HEAD", Of::Own, kStatus},
+    {"", "BISECT_LOG", Of::Own, kStatus},
+    {"", "rebase-merge", Of::Own, kStatus},
+    {"", "rebase-apply", Of::Own, kStatus},
+    // Folders that come into being later.
+    {"", "refs", Of::Shared, kBoth},
+    {"", "info", Of::Shared, kBoth},
+    {"", "lfs", Of::Shared, kReferences},
+    {"", "logs", Of::Shared, kReferences},
+    // The commit that a branch points to is what the index is compared with.
+    {"refs", "heads", Of::Shared, kBoth},
+    {"refs/heads", "", Of::Shared, kBoth, true},
+    {"refs", "", Of::Shared, kReferences, true},
+    {"reftable", "", Of::Shared, kBoth},
+    // Of stashes but the newest only their log tells.
+    {"logs/refs", "stash", Of::Shared, kReferences},
+    {"info", "exclude", Of::Shared, kStatus},
+    {"info", "attributes", Of::Shared, kBoth},
+    {"info", "sparse-checkout", Of::Own, kStatus},
+    // Of a submodule's git directory, what decides whether the submodule counts as changed.
+    {"modules", "HEAD", Of::Shared, kStatus, true},
+    {"modules", "index", Of::Shared, kStatus, true},
+};
+
+bool isLock(std::string_view name) { return name.ends_with(".lock"); }
+
+bool fits(const Rule& rule, std::string_view folder, std::string_view name) {
+  if (!rule.name.empty() && rule.name != name) return false;
+  return folder == rule.folder || (rule.andBelow && isWithin(folder, rule.folder));
+}
+
+// `path` as seen from `folder`, which holds it.
+std::string_view relativeTo(std::string_view path, std::string_view folder) {
+  path.remove_prefix(std::min(path.size(), folder.size() + 1));
+  return path;
+}
+
+Change changeInGitDirectory(std::string_view folder, std::string_view name, bool isOwn) {
+  if (isLock(name)) return kNothing;
+  for (const Rule& rule : kRules)
+    if (fits(rule, folder, name)) return rule.of == Of::Shared || isOwn ? rule.change : kNothing;
+  return kNothing;
+}
+
+}  // namespace
+
+bool isWithin(std::string_view path, std::string_view folder) {
+  return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
+}
+
+Change changeOf(const WorkingCopy& workingCopy, std::string_view folder, std::string_view name) {
+  for (const std::string& git : {workingCopy.gitDirectory, workingCopy.commonDirectory})
+    if (isWithin(folder, git))
+      return changeInGitDirectory(relativeTo(folder, git), name, git == workingCopy.gitDirectory);
+  // The git directory of a submodule may also lie in the submodule, or anywhere.
+  if (!isWithin(folder, workingCopy.root) || folder.ends_with("/.git") ||
+      folder.find("/.git/") != std::string_view::npos)
+    return changeInGitDirectory("modules", name, true);
+  const bool atRoot = folder == workingCopy.root;
+  // Which submodules there are, and what git-lfs keeps.
+  if (atRoot && (name == ".gitmodules" || name == ".gitattributes")) return kBoth;
+  return kStatus;
+}
+
+}  // namespace kelpie::agent

@@ -1,0 +1,169 @@
+#include "agent/watch/RepositoryWatch.h"
+
+#include <utility>
+
+#include "agent/watch/FolderWalk.h"
+
+namespace kelpie::agent {
+namespace {
+
+using Event = DirectoryWatcher::Event;
+
+std::string joined(const std::string& folder, const std::string& name) {
+  return folder.ends_with('/') ? folder + name : folder + "/" + name;
+}
+
+bool isInGit(const WorkingCopy& workingCopy, std::string_view path) {
+  return isWithin(path, workingCopy.gitDirectory) || isWithin(path, workingCopy.commonDirectory);
+}
+
+// What git keeps of the working copy, as far as changeOf() reads it.
+void watchGit(FolderWalk& walk, const WorkingCopy& workingCopy) {
+  walk.watchFolder(workingCopy.gitDirectory);
+  walk.watchFolder(workingCopy.commonDirectory);
+  walk.watchTree(joined(workingCopy.commonDirectory, "refs"));
+  for (const char* folder : {"info", "logs/refs", "reftable"})
+    walk.watchFolder(joined(workingCopy.commonDirectory, folder));
+  walk.watchFolder(joined(workingCopy.gitDirectory, "info"));
+}
+
+}  // namespace
+
+RepositoryWatch::RepositoryWatch(DirectoryWatcher& watcher, WorkingCopy workingCopy,
+                                 std::shared_ptr<SerialQueue> main,
+                                 std::shared_ptr<SerialQueue> walks, Callbacks callbacks)
+    : watcher_(watcher),
+      workingCopy_(std::move(workingCopy)),
+      main_(std::move(main)),
+      walks_(std::move(walks)),
+      callbacks_(std::move(callbacks)),
+      client_(watcher.addClient([this](const Event& event) { happened(event); })) {
+  pending_.insert(workingCopy_.root);
+}
+
+RepositoryWatch::~RepositoryWatch() {
+  *alive_ = false;
+  watcher_.removeClient(client_);
+}
+
+void RepositoryWatch::happened(const Event& event) {
+  if (event.kind == Event::Kind::Lost) {
+    pending_ = {workingCopy_.root};
+    gitPending_ = true;
+    return callbacks_.changed({true, true});
+  }
+  if (event.kind == Event::Kind::FolderGone) {
+    watcher_.removeWithin(client_, event.folder);
+    // Of any other folder, the one above tells.
+    if (event.folder == workingCopy_.root || event.folder == workingCopy_.gitDirectory)
+      callbacks_.changed({true, true});
+    return;
+  }
+  if (isInGit(workingCopy_, event.folder))
+    inGit(event);
+  else
+    inWorkingCopy(event);
+}
+
+void RepositoryWatch::inGit(const Event& event) {
+  const Change change = changeOf(workingCopy_, event.folder, event.name);
+  // Most folders that git makes are of no interest, but one for references is.
+  if (event.isFolder && event.kind == Event::Kind::Appeared) gitPending_ = true;
+  if (change.any()) callbacks_.changed(change);
+}
+
+void RepositoryWatch::inWorkingCopy(const Event& event) {
+  // What git treats as one item changes for git only when it is or is no longer a repository.
+  if (opaque_.contains(event.folder) && event.name != ".git") return;
+  if (event.isFolder) folderHappened(event, joined(event.folder, event.name));
+  const Change change = changeOf(workingCopy_, event.folder, event.name);
+  if (change.any()) callbacks_.changed(change);
+}
+
+void RepositoryWatch::folderHappened(const Event& event, const std::string& path) {
+  if (event.name == ".git") {
+    // What is around it may have become, or have been, a repository of its own.
+    if (event.kind != Event::Kind::Changed) pending_.insert(event.folder);
+    return;
+  }
+  switch (event.kind) {
+    case Event::Kind::Appeared:
+      watcher_.removeWithin(client_, path);
+      pending_.insert(path);
+      break;
+    case Event::Kind::Gone:
+      watcher_.removeWithin(client_, path);
+      pending_.erase(path);
+      break;
+    case Event::Kind::Changed:
+    case Event::Kind::FolderGone:
+    case Event::Kind::Lost:
+      break;
+  }
+}
+
+void RepositoryWatch::setOpaque(const StatusSnapshot& status, Walk& walk) {
+  std::set<std::string, std::less<>> opaque;
+  for (const StatusItem& item : status.items()) {
+    if (!item.isFolder) continue;
+    const bool isRepository = item.word == KPStatusWorkdirNew;
+    if (!isRepository && item.word != KPStatusIgnored) continue;
+    std::string path = joined(workingCopy_.root, item.path);
+    if (!opaque_.contains(path)) {
+      watcher_.removeWithin(client_, path);
+      if (isRepository) walk.folders.push_back(path);
+    }
+    opaque.insert(std::move(path));
+  }
+  for (const std::string& path : opaque_)
+    if (!opaque.contains(path)) pending_.insert(path);
+  opaque_ = std::move(opaque);
+}
+
+void RepositoryWatch::follow(const StatusSnapshot& status,
+                             const std::optional<std::vector<std::string>>& trackedFolders) {
+  Walk walk;
+  walk.git = std::exchange(gitPending_, false);
+  if (!workingCopy_.bare) {
+    setOpaque(status, walk);
+    if (status.untrackedShown())
+      walk.trees.assign(pending_.begin(), pending_.end());
+    else if (trackedFolders)
+      walk.folders = *trackedFolders;
+  }
+  pending_.clear();
+  if (walk.git || !walk.trees.empty() || !walk.folders.empty()) start(std::move(walk));
+}
+
+void RepositoryWatch::followReferences() {
+  Walk walk;
+  walk.git = std::exchange(gitPending_, false);
+  if (walk.git) start(std::move(walk));
+}
+
+void RepositoryWatch::start(Walk walk) {
+  // The watcher lives as long as the process; this does not.
+  walks_->post([this, alive = std::weak_ptr<bool>(alive_), main = main_, &watcher = watcher_,
+                client = client_, workingCopy = workingCopy_, opaque = opaque_,
+                walk = std::move(walk)] {
+    FolderWalk git(watcher, client, {});
+    if (walk.git) watchGit(git, workingCopy);
+    FolderWalk folders(watcher, client, opaque);
+    for (const std::string& folder : walk.folders) folders.watchFolder(folder);
+    for (const std::string& tree : walk.trees) folders.watchTree(tree);
+    const Walked walked{git.added() > 0, folders.added() > 0,
+                        git.limitReached() || folders.limitReached()};
+    main->post([this, alive, walked] {
+      const std::shared_ptr<bool> isAlive = alive.lock();
+      if (isAlive && *isAlive) finished(walked);
+    });
+  });
+}
+
+void RepositoryWatch::finished(const Walked& walked) {
+  if (walked.limitReached && !std::exchange(limitReached_, true)) callbacks_.limitReached();
+  const Change change{walked.gitAdded || walked.foldersAdded, walked.gitAdded};
+  if (change.any()) callbacks_.changed(change);
+}
+
+}  // namespace kelpie::agent

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "agent/git/StatusSnapshot.h"
+#include "agent/git/WorkingCopyFinder.h"
+#include "agent/watch/ChangeRules.h"
+#include "agent/watch/DirectoryWatcher.h"
+#include "platform/SerialQueue.h"
+
+namespace kelpie::agent {
+
+// Watches one working copy: what git keeps of it, and every folder of it that is not ignored. Main
+// thread; folders are walked through on a queue of their own.
+class RepositoryWatch {
+ public:
+  struct Callbacks {
+    // Something has changed.
+    std::function<void(Change change)> changed;
+    // There are more folders than can be watched: said once. From then on, changes in some of
+    // them go unseen.
+    std::function<void()> limitReached;
+  };
+
+  RepositoryWatch(DirectoryWatcher& watcher, WorkingCopy workingCopy,
+                  std::shared_ptr<SerialQueue> main, std::shared_ptr<SerialQueue> walks,
+                  Callbacks callbacks);
+  ~RepositoryWatch();
+  RepositoryWatch(const RepositoryWatch&) = delete;
+  RepositoryWatch& operator=(const RepositoryWatch&) = delete;
+
+  // After each status: watches the folders that have come into being or are ignored no more, and
+  // lets go of those that are ignored now. The first call watches the whole working copy. Where the
+  // user does not want to see untracked files, only `trackedFolders` (absolute; missing when they
+  // are the same as before) are watched. When something was not watched before, it counts as
+  // changed once more, since what happened to it until now went unseen.
+  void follow(const StatusSnapshot& status,
+              const std::optional<std::vector<std::string>>& trackedFolders = std::nullopt);
+
+  // After the references were read: watches the folders that git has made for new ones.
+  void followReferences();
+
+  // Every folder that should be watched is, or will be once the walk under way has ended.
+  bool isComplete() const { return !limitReached_; }
+
+ private:
+  // What the walking queue is to watch, and what came of it.
+  struct Walk {
+    bool git = false;
+    std::vector<std::string> trees;
+    std::vector<std::string> folders;
+  };
+  struct Walked {
+    bool gitAdded = false;
+    bool foldersAdded = false;
+    bool limitReached = false;
+  };
+
+  void happened(const DirectoryWatcher::Event& event);
+  void inGit(const DirectoryWatcher::Event& event);
+  void inWorkingCopy(const DirectoryWatcher::Event& event);
+  void folderHappened(const DirectoryWatcher::Event& event, const std::string& path);
+  void setOpaque(const StatusSnapshot& status, Walk& walk);
+  void start(Walk walk);
+  void finished(const Walked& walked);
+
+  DirectoryWatcher& watcher_;
+  const WorkingCopy workingCopy_;
+  std::shared_ptr<SerialQueue> main_;
+  std::shared_ptr<SerialQueue> walks_;
+  Callbacks callbacks_;
+  DirectoryWatcher::Client client_;
+
+  std::set<std::string, std::less<>> opaque_;  // absolute
+  // Trees to walk after the next status, which tells what in them is ignored.
+  std::set<std::string, std::less<>> pending_;
+  bool gitPending_ = true;  // the git directories are to be walked, too
+  bool limitReached_ = false;
+  // Tasks ask it whether this is still there.
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+}  // namespace kelpie::agent

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/commands/Arguments.h"
+#include "cli/link/BadgeCollector.h"
+#include "cli/output/Context.h"
+
+namespace kelpie::cli {
+
+// A menu for some items, and the conversation in which it was asked for. The menu can be chosen
+// from as long as this lives and nobody asks for another. Main thread.
+class MenuRequest {
+ public:
+  // The menu of the kind that --kind names. Null, after a complaint, when there is none.
+  static std::unique_ptr<MenuRequest> make(const Arguments& arguments,
+                                           const std::vector<std::string>& operands,
+                                           Context& context);
+
+  const std::vector<LinkMenuItem>& items() const { return items_; }
+  // Chooses the item at that index path and waits until its action has run. What went wrong, in one
+  // line (not yet printable), or nothing.
+  std::optional<std::string> choose(const std::vector<std::size_t>& path);
+
+ private:
+  struct Kind;
+  explicit MenuRequest(std::unique_ptr<ExtensionSession> session)
+      : session_(std::move(session)), badges_(*session_) {}
+
+  // Each answers what is wrong, or nothing.
+  std::optional<std::string> locate(const std::vector<std::string>& operands, const Kind& kind);
+  std::optional<std::string> open(const Kind& kind, std::chrono::milliseconds wait);
+
+  std::unique_ptr<ExtensionSession> session_;
+  BadgeCollector badges_;
+  std::vector<std::string> selected_;    // URLs
+  std::optional<std::string> targeted_;  // a URL
+  std::vector<LinkMenuItem> items_;
+};
+
+}  // namespace kelpie::cli

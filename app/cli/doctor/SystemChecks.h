@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "cli/doctor/DoctorReport.h"
+
+namespace kelpie::cli {
+
+// What is installed, stored and allowed. Main thread; blocks for some seconds at the most.
+class SystemChecks {
+ public:
+  explicit SystemChecks(DoctorReport& report) : report_(report) {}
+
+  // The programs and their versions, the settings, git, dialogs, limits; in this order.
+  void run();
+
+  // Whether the version that "git --version" prints will do. Any thread.
+  static bool isGitRecent(std::string_view versionLine);
+
+ private:
+  void checkProgram(const std::string& name);
+  void checkSettings();
+  void checkFolders(const class SettingsSnapshot& settings);
+  void checkGit();
+  void checkDialogs();
+  void checkWatches();
+
+  DoctorReport& report_;
+};
+
+}  // namespace kelpie::cli

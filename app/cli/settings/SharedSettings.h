@@ -1,0 +1,24 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "cli/settings/SettingsSnapshot.h"
+
+namespace kelpie::cli {
+
+// The settings that all programs share, in their file. Main thread; blocks as the file system does.
+class SharedSettings {
+ public:
+  SharedSettings() = delete;
+
+  // Reads them. Missing, with `problem` saying why in one line, when they cannot be read.
+  static std::optional<SettingsSnapshot> read(std::string& problem);
+  // Lets `change` alter them and writes them back, in one step; nothing is written when it answers
+  // false. What went wrong, in one line, or nothing.
+  static std::optional<std::string> update(
+      const std::function<bool(SettingsSnapshot& settings)>& change);
+};
+
+}  // namespace kelpie::cli

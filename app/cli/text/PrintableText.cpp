@@ -1,0 +1,65 @@
+#include "cli/text/PrintableText.h"
+
+#include <cstdint>
+
+#include "foundation/Text.h"
+
+namespace kelpie::cli {
+namespace {
+
+constexpr std::string_view kEllipsis = "…";
+
+std::uint32_t codePoint(std::string_view sequence) {
+  constexpr unsigned kLeadBits[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
+  std::uint32_t value = static_cast<unsigned char>(sequence[0]) & kLeadBits[sequence.size()];
+  for (const char byte : sequence.substr(1))
+    value = (value << 6U) | (static_cast<unsigned char>(byte) & 0x3FU);
+  return value;
+}
+
+// Characters that move the cursor, end the line or turn the direction of what follows.
+bool steers(std::uint32_t character) {
+  struct Range {
+    std::uint32_t first;
+    std::uint32_t last;
+  };
+  constexpr Range kRanges[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C},
+                               {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
+  for (const Range& range : kRanges) {
+    if (character >= range.first && character <= range.last) return true;
+  }
+  return false;
+}
+
+void appendEscaped(std::string& text, std::string_view bytes) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  for (const char byte : bytes) {
+    const auto value = static_cast<unsigned char>(byte);
+    text += "\\x";
+    text += kDigits[value >> 4U];
+    text += kDigits[value & 0x0FU];
+  }
+}
+
+}  // namespace
+
+std::string printableText(std::string_view bytes, bool utf8) {
+  std::string text;
+  text.reserve(bytes.size());
+  while (!bytes.empty()) {
+    const std::size_t length = utf8SequenceLength(bytes);
+    const std::string_view sequence = bytes.substr(0, length == 0 ? 1 : length);
+    bytes.remove_prefix(sequence.size());
+    const bool isPlain = length != 0 && !steers(codePoint(sequence));
+    if (isPlain && (length == 1 || utf8)) {
+      text += sequence;
+    } else if (sequence == kEllipsis) {
+      text += "...";
+    } else {
+      appendEscaped(text, sequence);
+    }
+  }
+  return text;
+}
+
+}  // namespace kelpie::cli

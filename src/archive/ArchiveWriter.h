@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "archive/BinaryPropertyListWriter.h"
+#include "foundation/Bytes.h"
+#include "foundation/Object.h"
+#include "foundation/ObjectView.h"
+#include "foundation/OpaqueObject.h"
+
+namespace kelpie {
+
+// Writes one keyed archive (see ArchiveReader for what it is). An object that is met twice is
+// written once: plain values by their content, anything else by identity. For one archive, on one
+// thread.
+class ArchiveWriter {
+ public:
+  // `nesting` archives stand inside one another, this one included; the object that holds this one
+  // is the `depth`th inside one another.
+  explicit ArchiveWriter(int nesting = 1, int depth = 0) : nesting_(nesting), depth_(depth) {}
+
+  // The archive of `root`; missing when something in it is nested too deep. To be called once.
+  std::optional<Bytes> archivedData(const Object& root);
+
+ private:
+  using Number = BinaryPropertyListWriter::Number;
+  using ClassNames = std::vector<std::string_view>;
+  class Fields;
+
+  // The number of the object in the archive; a new object is written first.
+  std::uint32_t uidOf(const Object& object);
+  // Of a value that stands as itself, by its number in the property list.
+  std::uint32_t uidOfPlain(Number number);
+  std::uint32_t uidOfData(const Object& object);
+  // Of an object of a class.
+  std::uint32_t uidOfShared(const Object& object);
+  std::uint32_t uidOfClass(const ClassNames& names);
+  std::uint32_t addObject(const ClassNames& classNames, const Object& object);
+
+  void writeFields(const Object& object, Fields& fields);
+  void writeError(const Object& object, Fields& fields);
+  void writeOpaque(const OpaqueObject& object, Fields& fields);
+  Number references(const ObjectView& elements);
+  Number reference(const Object& object) { return list_.addUid(uidOf(object)); }
+
+  BinaryPropertyListWriter list_;
+  int nesting_;
+  int depth_;
+  bool isTooDeep_ = false;
+  std::vector<Number> objects_;  // the archive's objects, by their numbers in the property list
+  std::unordered_map<Number, std::uint32_t> plain_;
+  std::unordered_map<const void*, std::uint32_t> shared_;  // by Object::sharedAddress()
+  std::map<std::vector<std::string>, std::uint32_t> classes_;
+  std::vector<Object> held_;  // what shared_ has by address: some of it lives for the archive alone
+};
+
+}  // namespace kelpie

@@ -1,0 +1,223 @@
+#include "archive/BinaryPropertyListWriter.h"
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+
+#include "foundation/Utf16.h"
+
+namespace kelpie {
+
+namespace {
+
+constexpr std::string_view kMagic = "bplist00";
+constexpr std::size_t kTrailerSize = 32;
+// Longer data is unlikely to be met again.
+constexpr std::size_t kShortData = 64;
+
+enum Marker : std::uint8_t {
+  kFalse = 0x08,
+  kTrue = 0x09,
+  kInteger = 0x10,  // | log2 of the size
+  kReal = 0x23,
+  kDate = 0x33,
+  kData = 0x40,  // | count, as all below
+  kAscii = 0x50,
+  kUtf16 = 0x60,
+  kUid = 0x80,  // | size - 1
+  kArray = 0xA0,
+  kDictionary = 0xD0,
+};
+constexpr std::uint64_t kCountFollows = 15;
+
+void appendSized(Bytes& bytes, std::uint64_t value, std::size_t size) {
+  for (std::size_t index = size; index-- > 0;) {
+    bytes.push_back(static_cast<std::uint8_t>(value >> (8 * index)));
+  }
+}
+
+// How many bytes are enough for every number up to `value`.
+std::size_t sizeFor(std::uint64_t value) {
+  std::size_t size = 1;
+  while (size < 8 && value >> (8 * size) != 0) ++size;
+  return size;
+}
+
+// The exponent of the size of an integer object; those of 1, 2 and 4 bytes are unsigned.
+std::uint8_t exponentFor(std::uint64_t value) {
+  if (value <= 0xFF) return 0;
+  if (value <= 0xFFFF) return 1;
+  return value <= 0xFFFFFFFF ? 2 : 3;
+}
+
+void appendInteger(Bytes& bytes, std::uint64_t value) {
+  const std::uint8_t exponent = exponentFor(value);
+  bytes.push_back(kInteger | exponent);
+  appendSized(bytes, value, std::size_t{1} << exponent);
+}
+
+// A marker with its count, which stands behind it when it does not fit.
+void appendCounted(Bytes& bytes, std::uint8_t marker, std::uint64_t count) {
+  bytes.push_back(static_cast<std::uint8_t>(marker | std::min(count, kCountFollows)));
+  if (count >= kCountFollows) appendInteger(bytes, count);
+}
+
+}  // namespace
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addScalar(std::size_t begin) {
+  entries_.push_back({Form::Scalar, begin, scalars_.size() - begin});
+  return static_cast<Number>(entries_.size() - 1);
+}
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addBoolean(bool value) {
+  auto& known = booleans_[value ? 1 : 0];
+  if (!known) {
+    const std::size_t begin = scalars_.size();
+    scalars_.push_back(value ? kTrue : kFalse);
+    known = addScalar(begin);
+  }
+  return *known;
+}
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addInteger(std::int64_t value) {
+  const auto [known, isNew] = integers_.try_emplace(value);
+  if (isNew) {
+    const std::size_t begin = scalars_.size();
+    appendInteger(scalars_, static_cast<std::uint64_t>(value));
+    known->second = addScalar(begin);
+  }
+  return known->second;
+}
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addUnsigned(std::uint64_t value) {
+  if (value <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+    return addInteger(static_cast<std::int64_t>(value));
+  }
+  const auto [known, isNew] = unsigneds_.try_emplace(value);
+  if (isNew) {
+    // Eight bytes are signed, so the next size it is.
+    const std::size_t begin = scalars_.size();
+    scalars_.push_back(kInteger | 4);
+    appendSized(scalars_, 0, 8);
+    appendSized(scalars_, value, 8);
+    known->second = addScalar(begin);
+  }
+  return known->second;
+}
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addReal(double value) {
+  const auto bits = std::bit_cast<std::uint64_t>(value);
+  const auto [known, isNew] = reals_.try_emplace(bits);
+  if (isNew) {
+    const std::size_t begin = scalars_.size();
+    scalars_.push_back(kReal);
+    appendSized(scalars_, bits, 8);
+    known->second = addScalar(begin);
+  }
+  return known->second;
+}
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addDate(
+    double secondsSinceReferenceDate) {
+  const std::size_t begin = scalars_.size();
+  scalars_.push_back(kDate);
+  appendSized(scalars_, std::bit_cast<std::uint64_t>(secondsSinceReferenceDate), 8);
+  return addScalar(begin);
+}
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addString(std::string_view text) {
+  if (const auto known = strings_.find(text); known != strings_.end()) return known->second;
+  Number number = 0;
+  if (isAscii(text)) {
+    number = addCounted(kAscii, text.size(), bytesOf(text));
+  } else {
+    Bytes codeUnits;
+    appendUtf16(codeUnits, text);
+    number = addCounted(kUtf16, codeUnits.size() / 2, codeUnits);
+  }
+  strings_.emplace(text, number);
+  return number;
+}
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addData(ByteView bytes) {
+  if (bytes.size() > kShortData) return addCounted(kData, bytes.size(), bytes);
+  const std::string_view text = textOf(bytes);
+  if (const auto known = shortData_.find(text); known != shortData_.end()) return known->second;
+  const Number number = addCounted(kData, bytes.size(), bytes);
+  shortData_.emplace(text, number);
+  return number;
+}
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addCounted(std::uint8_t marker,
+                                                                      std::uint64_t count,
+                                                                      ByteView contents) {
+  const std::size_t begin = scalars_.size();
+  appendCounted(scalars_, marker, count);
+  scalars_.insert(scalars_.end(), contents.begin(), contents.end());
+  return addScalar(begin);
+}
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addUid(std::uint32_t uid) {
+  const auto [known, isNew] = uids_.try_emplace(uid);
+  if (isNew) {
+    const std::size_t begin = scalars_.size();
+    const std::size_t size = sizeFor(uid);
+    scalars_.push_back(static_cast<std::uint8_t>(kUid | (size - 1)));
+    appendSized(scalars_, uid, size);
+    known->second = addScalar(begin);
+  }
+  return known->second;
+}
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addArray(
+    std::span<const Number> elements) {
+  entries_.push_back({Form::Array, references_.size(), elements.size()});
+  references_.insert(references_.end(), elements.begin(), elements.end());
+  return static_cast<Number>(entries_.size() - 1);
+}
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addDictionary(
+    std::span<const Number> keys, std::span<const Number> values) {
+  entries_.push_back({Form::Dictionary, references_.size(), keys.size()});
+  references_.insert(references_.end(), keys.begin(), keys.end());
+  references_.insert(references_.end(), values.begin(), values.end());
+  return static_cast<Number>(entries_.size() - 1);
+}
+
+Bytes BinaryPropertyListWriter::finish(Number top) const {
+  const std::size_t referenceSize = sizeFor(entries_.size() - 1);
+  const ByteView magic = bytesOf(kMagic);
+  Bytes result(magic.begin(), magic.end());
+  // Markers and counts of containers take 10 bytes at most, offsets hardly ever more than 4.
+  result.reserve(magic.size() + scalars_.size() + references_.size() * referenceSize +
+                 entries_.size() * 8 + kTrailerSize);
+
+  std::vector<std::uint64_t> offsets;
+  offsets.reserve(entries_.size());
+  for (const Entry& entry : entries_) {
+    offsets.push_back(result.size());
+    if (entry.form == Form::Scalar) {
+      const auto begin = scalars_.begin() + static_cast<std::ptrdiff_t>(entry.begin);
+      result.insert(result.end(), begin, begin + static_cast<std::ptrdiff_t>(entry.count));
+      continue;
+    }
+    appendCounted(result, entry.form == Form::Array ? kArray : kDictionary, entry.count);
+    const std::uint64_t count = entry.form == Form::Array ? entry.count : 2 * entry.count;
+    for (std::uint64_t index = 0; index < count; ++index) {
+      appendSized(result, references_[entry.begin + index], referenceSize);
+    }
+  }
+
+  const std::size_t tableOffset = result.size();
+  const std::size_t offsetSize = sizeFor(tableOffset);
+  for (const std::uint64_t offset : offsets) appendSized(result, offset, offsetSize);
+  appendSized(result, 0, 6);
+  result.push_back(static_cast<std::uint8_t>(offsetSize));
+  result.push_back(static_cast<std::uint8_t>(referenceSize));
+  appendSized(result, entries_.size(), 8);
+  appendSized(result, top, 8);
+  appendSized(result, tableOffset, 8);
+  return result;
+}
+
+}  // namespace kelpie

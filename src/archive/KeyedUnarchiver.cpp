@@ -1,0 +1,22 @@
+#include "archive/KeyedUnarchiver.h"
+
+#include <utility>
+
+#include "archive/ArchiveDecoder.h"
+#include "archive/DecodingLimits.h"
+#include "archive/OpenedArchive.h"
+
+namespace kelpie {
+
+Object KeyedUnarchiver::unarchiveObject(ByteView archive) {
+  DecodingLimits limits(archive.size());
+  return ArchiveDecoder(archive, limits).root();
+}
+
+Object KeyedUnarchiver::open(std::shared_ptr<const Bytes> archive) {
+  if (archive == nullptr) return {};
+  const auto opened = std::make_shared<OpenedArchive>(std::move(archive));
+  return opened->objectOf(opened->reader().root());
+}
+
+}  // namespace kelpie

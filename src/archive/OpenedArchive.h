@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "archive/ArchiveDecoder.h"
+#include "archive/ArchiveReader.h"
+#include "archive/DecodingLimits.h"
+#include "foundation/Bytes.h"
+#include "foundation/Object.h"
+
+namespace kelpie {
+
+// An archive that objects are read from on demand: what the parts of it have in common, and keep
+// alive. What is made as a whole (URLs, errors, records and the like) is made once and remembered,
+// so that it is the same object wherever it is met. Any thread.
+class OpenedArchive : public ArchivedValueMaker,
+                      public std::enable_shared_from_this<OpenedArchive> {
+ public:
+  explicit OpenedArchive(std::shared_ptr<const Bytes> archive);
+
+  const ArchiveReader& reader() const { return reader_; }
+
+  // A container is a part of this archive, anything else is made. nil for what does not decode.
+  Object objectOf(const ArchivedValue& value) override;
+
+  // The container of a part, made as a whole; nil when it nests too deep.
+  Object whole(const ArchivedValue& value);
+
+ private:
+  std::shared_ptr<const Bytes> bytes_;
+  ArchiveReader reader_;
+  std::mutex mutex_;
+  DecodingLimits limits_;                  // guarded by mutex_
+  std::optional<ArchiveDecoder> decoder_;  // guarded by mutex_; made when first needed
+};
+
+}  // namespace kelpie

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <gio/gio.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "linux/base/GLibPointers.h"
+
+namespace kelpie {
+
+// This process's connection to the session bus. Its end does not end the process. Made and let go
+// on the main thread, on whose main context it delivers.
+class SessionBus {
+ public:
+  // What connecting gave: a connection, or why there is none, in one line.
+  struct Attempt {
+    std::unique_ptr<SessionBus> bus;
+    std::string problem;
+  };
+  // Connects to the bus that DBUS_SESSION_BUS_ADDRESS names, else to `$XDG_RUNTIME_DIR/bus`; never
+  // starts one. Runs the main context meanwhile, for 5 seconds at most.
+  static Attempt connect();
+  // Connects to the bus at that D-Bus address.
+  static Attempt connectTo(const std::string& address);
+
+  ~SessionBus();
+  SessionBus(const SessionBus&) = delete;
+  SessionBus& operator=(const SessionBus&) = delete;
+
+  // Borrowed. Any thread.
+  GDBusConnection* connection() const { return connection_.get(); }
+  // Calls `onClosed` once on the main context when the connection has ended, as it does with the
+  // bus. Replaces the former one.
+  void setClosedHandler(std::function<void()> onClosed) { onClosed_ = std::move(onClosed); }
+
+  // Calls a method of the bus itself with one string, and waits for the answer, at most `limit`;
+  // no event is delivered meanwhile. The values of the answer, of that D-Bus type such as "(as)";
+  // null when there is none in time or it is another one. Any thread.
+  GVariantPtr callBus(const char* method, const std::string& argument, const char* answerType,
+                      std::chrono::milliseconds limit) const;
+
+ private:
+  explicit SessionBus(GObjectPtr<GDBusConnection> connection);
+  static void closed(GDBusConnection* connection, gboolean vanished, GError* error, gpointer self);
+
+  GObjectPtr<GDBusConnection> connection_;
+  gulong closedSignal_ = 0;
+  std::function<void()> onClosed_;
+};
+
+}  // namespace kelpie

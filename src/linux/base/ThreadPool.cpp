@@ -1,0 +1,252 @@
+#include "linux/base/ThreadPool.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <list>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "linux/base/GuardedTask.h"
+
+namespace kelpie {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// How long a task may keep its thread while other work waits for one.
+constexpr std::chrono::milliseconds kPatience(100);
+// With so many threads stuck, the machine has other problems.
+constexpr std::size_t kMaximumThreads = 1024;
+
+}  // namespace
+
+// A queue as the pool sees it.
+struct ThreadPool::QueueState {
+  explicit QueueState(std::string_view name) : label(name) {}
+
+  const std::string label;  // for the debugger
+  std::mutex mutex;
+  std::deque<std::function<void()>> tasks;  // guarded by mutex
+  bool scheduled = false;                   // guarded by mutex: the pool knows that there are tasks
+};
+
+class ThreadPool::Core : public std::enable_shared_from_this<Core> {
+ public:
+  Core(Log& log, std::size_t threads) : log_(log), wanted_(std::max<std::size_t>(threads, 1)) {}
+
+  void submit(std::shared_ptr<QueueState> queue);
+  // Runs what waits and lets all threads end, and waits for those that are not given up.
+  void end();
+  std::size_t threads() const;
+
+  static bool isCurrent(const QueueState& queue) { return currentQueue == &queue; }
+
+ private:
+  // One thread's present work.
+  struct Worker {
+    Clock::time_point since;
+    bool busy = false;
+    bool lost = false;  // given up
+  };
+
+  // The following, like all that name no lock of their own, are called with mutex_ held.
+  std::size_t active() const { return workers_.size() - lost_; }
+  bool starved() const { return ready_.size() > idle_ + starting_; }
+  void addThreads();
+  void work(std::list<Worker>::iterator worker);
+  bool takeWork(std::unique_lock<std::mutex>& lock, std::shared_ptr<QueueState>& queue);
+  void runOneTask(const std::shared_ptr<QueueState>& queue);
+  void startWatch();
+  void watch();
+  void giveUpStuckWorkers();
+
+  static thread_local const QueueState* currentQueue;
+
+  Log& log_;
+  const std::size_t wanted_;
+  mutable std::mutex mutex_;  // guards all below
+  std::condition_variable work_;
+  std::condition_variable watch_;
+  std::condition_variable ended_;
+  std::deque<std::shared_ptr<QueueState>> ready_;  // queues with tasks and no thread
+  std::list<Worker> workers_;
+  std::size_t starting_ = 0;  // workers whose thread does not run yet
+  std::size_t idle_ = 0;      // workers that wait for work
+  std::size_t lost_ = 0;      // workers that are given up
+  bool watching_ = false;
+  bool ending_ = false;
+};
+
+thread_local const ThreadPool::QueueState* ThreadPool::Core::currentQueue = nullptr;
+
+void ThreadPool::Core::submit(std::shared_ptr<QueueState> queue) {
+  const std::lock_guard lock(mutex_);
+  ready_.push_back(std::move(queue));
+  work_.notify_one();
+  addThreads();
+  if (starved()) startWatch();
+}
+
+std::size_t ThreadPool::Core::threads() const {
+  const std::lock_guard lock(mutex_);
+  return workers_.size();
+}
+
+// Makes threads for the work that waits, up to the wanted number.
+void ThreadPool::Core::addThreads() {
+  while (starved() && active() < wanted_ && workers_.size() < kMaximumThreads) {
+    const auto worker = workers_.insert(workers_.end(), Worker());
+    try {
+      std::thread([self = shared_from_this(), worker] { self->work(worker); }).detach();
+      ++starting_;
+    } catch (const std::system_error& error) {
+      // The watch tries again for as long as work waits.
+      workers_.erase(worker);
+      log_.write(std::string("cannot make a thread: ") + error.what());
+      return;
+    }
+  }
+}
+
+void ThreadPool::Core::work(std::list<Worker>::iterator worker) {
+  std::shared_ptr<QueueState> queue;
+  std::unique_lock lock(mutex_);
+  --starting_;
+  for (;;) {
+    worker->busy = false;
+    if (worker->lost) {
+      worker->lost = false;
+      --lost_;
+    }
+    // A thread that was given up and came back may be one too many.
+    if (active() > wanted_ || !takeWork(lock, queue)) break;
+    worker->busy = true;
+    worker->since = Clock::now();
+    lock.unlock();
+    runOneTask(queue);
+    queue.reset();
+    lock.lock();
+  }
+  workers_.erase(worker);
+  ended_.notify_all();
+}
+
+// Waits for a queue with work; false when the pool ends and there is none.
+bool ThreadPool::Core::takeWork(std::unique_lock<std::mutex>& lock,
+                                std::shared_ptr<QueueState>& queue) {
+  ++idle_;
+  ended_.notify_all();
+  work_.wait(lock, [this] { return !ready_.empty() || ending_; });
+  --idle_;
+  if (ready_.empty()) return false;
+  queue = std::move(ready_.front());
+  ready_.pop_front();
+  return true;
+}
+
+// One task at a time, so that queues with much work and queues with little take turns.
+void ThreadPool::Core::runOneTask(const std::shared_ptr<QueueState>& queue) {
+  std::function<void()> task;
+  {
+    const std::lock_guard lock(queue->mutex);
+    task = std::move(queue->tasks.front());
+    queue->tasks.pop_front();
+  }
+  currentQueue = queue.get();
+  runGuarded(log_, task);
+  task = nullptr;  // what it holds goes as part of the task
+  currentQueue = nullptr;
+  {
+    const std::lock_guard lock(queue->mutex);
+    if (queue->tasks.empty()) {
+      queue->scheduled = false;
+      return;
+    }
+  }
+  submit(queue);
+}
+
+// Called when work waits for a thread. The watch sleeps while none does.
+void ThreadPool::Core::startWatch() {
+  if (watching_) {
+    watch_.notify_all();
+    return;
+  }
+  try {
+    std::thread([self = shared_from_this()] { self->watch(); }).detach();
+    watching_ = true;
+  } catch (const std::system_error& error) {
+    log_.write(std::string("cannot make a thread: ") + error.what());
+  }
+}
+
+void ThreadPool::Core::watch() {
+  std::unique_lock lock(mutex_);
+  while (!ending_) {
+    watch_.wait(lock, [this] { return starved() || ending_; });
+    // Work in progress makes room sooner or later; only work that does not is made up for.
+    const auto enough = [this] { return !starved() || ending_; };
+    if (watch_.wait_for(lock, kPatience, enough)) continue;
+    giveUpStuckWorkers();
+    addThreads();
+  }
+  watching_ = false;
+  ended_.notify_all();
+}
+
+void ThreadPool::Core::giveUpStuckWorkers() {
+  const Clock::time_point limit = Clock::now() - kPatience;
+  for (Worker& worker : workers_) {
+    if (!worker.busy || worker.lost || worker.since > limit) continue;
+    worker.lost = true;
+    ++lost_;
+  }
+}
+
+void ThreadPool::Core::end() {
+  std::unique_lock lock(mutex_);
+  ended_.wait(lock, [this] { return ready_.empty() && active() == idle_; });
+  ending_ = true;
+  work_.notify_all();
+  watch_.notify_all();
+  ended_.wait(lock, [this] { return active() == 0 && !watching_; });
+}
+
+class ThreadPool::Queue final : public SerialQueue {
+ public:
+  Queue(std::weak_ptr<Core> core, std::string_view label)
+      : core_(std::move(core)), state_(std::make_shared<QueueState>(label)) {}
+
+  void post(std::function<void()> task) override {
+    {
+      const std::lock_guard lock(state_->mutex);
+      state_->tasks.push_back(std::move(task));
+      if (std::exchange(state_->scheduled, true)) return;
+    }
+    if (const auto core = core_.lock()) core->submit(state_);
+  }
+
+  bool isCurrent() const override { return Core::isCurrent(*state_); }
+
+ private:
+  std::weak_ptr<Core> core_;
+  std::shared_ptr<QueueState> state_;  // the pool keeps it for as long as there are tasks
+};
+
+ThreadPool::ThreadPool(Log& log, std::size_t threads)
+    : core_(std::make_shared<Core>(log, threads)) {}
+
+ThreadPool::~ThreadPool() { core_->end(); }
+
+std::shared_ptr<SerialQueue> ThreadPool::makeQueue(std::string_view label) {
+  return std::make_shared<Queue>(core_, label);
+}
+
+std::size_t ThreadPool::threads() const { return core_->threads(); }
+
+}  // namespace kelpie

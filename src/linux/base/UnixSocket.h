@@ -1,0 +1,36 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+#include "linux/base/UniqueFd.h"
+
+namespace kelpie {
+
+// Stream sockets in the file system. All are non-blocking and close on exec. Any thread.
+class UnixSocket {
+ public:
+  UnixSocket() = delete;
+
+  // What a call gave: a socket, or the system's error number.
+  struct Result {
+    UniqueFd socket;
+    int error = 0;
+  };
+
+  // Connects without waiting: ENOENT or ECONNREFUSED when nobody listens, EAGAIN when the queue of
+  // the listener is full, ENAMETOOLONG when the path is too long for an address.
+  static Result connect(const std::string& path);
+  // Takes away a socket's file when nobody listens on it. Whether nothing is at the path then.
+  static bool removeStale(const std::string& path);
+  // A listening socket, its file 0600. What stands there already is replaced if it is a socket that
+  // nobody listens on, else this fails with EADDRINUSE.
+  static Result listen(const std::string& path);
+
+  // Who is at the other end of a connection: the user id; missing when the system does not say.
+  static std::optional<uid_t> peerUser(int connection);
+};
+
+}  // namespace kelpie

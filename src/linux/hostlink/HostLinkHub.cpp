@@ -1,0 +1,91 @@
+#include "linux/hostlink/HostLinkHub.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "linux/hostlink/HostSession.h"
+
+namespace kelpie {
+namespace {
+
+constexpr std::int64_t kLastMenuKind = 3;
+
+// The item at that index path; null when there is none. The path is as deep as the menu at most.
+const MenuItem* itemAt(const Menu& menu, const std::vector<std::size_t>& path) {
+  const Menu* level = &menu;
+  const MenuItem* item = nullptr;
+  for (const std::size_t index : path) {
+    if (level == nullptr || index >= level->items.size()) return nullptr;
+    item = &level->items[index];
+    level = item->submenu.get();
+  }
+  return item;
+}
+
+}  // namespace
+
+HostLinkHub::HostLinkHub(HostedExtension& extension, LinuxFinderSyncController& finder,
+                         hostlink::ImageFile imageFile)
+    : extension_(extension), finder_(finder), imageFile_(std::move(imageFile)) {
+  finder_.setListener(
+      {[this](const auto& badges) { tellBadges(badges); }, [this] { tellDirectories(); }});
+}
+
+HostLinkHub::~HostLinkHub() { finder_.setListener({}); }
+
+void HostLinkHub::join(HostSession& session) { sessions_.push_back(&session); }
+
+void HostLinkHub::leave(HostSession& session) {
+  std::erase(sessions_, &session);
+  if (newest_ && newest_->session == &session) newest_.reset();
+}
+
+nlohmann::json HostLinkHub::welcome() const {
+  return hostlink::welcome(extension_, finder_, imageFile_);
+}
+
+void HostLinkHub::beginObserving(const URL& url) {
+  if (++inView_[url.path()] == 1) extension_.beginObservingDirectoryAtURL(url);
+}
+
+void HostLinkHub::endObserving(const URL& url) {
+  const auto found = inView_.find(url.path());
+  if (found == inView_.end() || --found->second > 0) return;
+  inView_.erase(found);
+  extension_.endObservingDirectoryAtURL(url);
+}
+
+std::optional<Menu> HostLinkHub::menu(const HostSession& session, const nlohmann::json& id,
+                                      std::int64_t kind, std::vector<URL> selected,
+                                      std::optional<URL> targeted) {
+  if (kind < 0 || kind > kLastMenuKind) return std::nullopt;
+  finder_.setSelection(std::move(selected), std::move(targeted));
+  std::optional<Menu> menu = extension_.menuForMenuKind(static_cast<std::uint64_t>(kind));
+  finder_.setSelection({}, std::nullopt);
+  if (menu) newest_ = NewestMenu{&session, id, *menu};
+  return menu;
+}
+
+std::optional<std::string> HostLinkHub::choose(const HostSession& session, const nlohmann::json& id,
+                                               const std::vector<std::size_t>& path) {
+  if (!newest_ || newest_->session != &session || newest_->id != id) {
+    return "menu " + id.dump() + " is not the newest one";
+  }
+  const MenuItem* item = itemAt(newest_->menu, path);
+  if (item == nullptr) return "the index path names no item";
+  if (!item->action) return "the item has no action";
+  if (!item->enabled) return "the item is disabled";
+  if (!extension_.performAction(*item)) return "the action " + *item->action + " is not known";
+  return std::nullopt;
+}
+
+void HostLinkHub::tellBadges(const std::vector<LinuxFinderSyncController::Badge>& badges) {
+  for (HostSession* session : sessions_) session->tellBadges(badges);
+}
+
+void HostLinkHub::tellDirectories() {
+  const std::vector<URL> urls = finder_.directoryURLs();
+  for (HostSession* session : sessions_) session->tellDirectories(urls);
+}
+
+}  // namespace kelpie

@@ -1,0 +1,122 @@
+#include "linux/sync/SyncProgram.h"
+#include "linux/base/ProgramArguments.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+#include <string_view>
+
+#include "Configuration.h"
+#include "linux/base/ProcessEnd.h"
+#include "linux/base/SocketFiles.h"
+#include "linux/base/StderrLog.h"
+
+namespace kelpie {
+namespace {
+
+constexpr std::string_view kHelp =
+    "Usage: kelpie-sync [--version | --help]\n"
+    "\n"
+    "Shows the state of git working copies in the file managers of this session. It serves\n"
+    "until the session ends; file managers start it when they need it.\n"
+    "\n"
+    "  --version  print the version and end\n"
+    "  --help     print this and end\n"
+    "\n"
+    "Sockets are in $XDG_RUNTIME_DIR/kelpie, settings in $XDG_CONFIG_HOME/kelpie. The log goes\n"
+    "to standard error.\n";
+
+}  // namespace
+
+int SyncProgram::main(std::span<char* const> arguments) {
+  if (!arguments.empty()) return answerProgramArgument(arguments.front(), "kelpie-sync", kHelp);
+  std::signal(SIGPIPE, SIG_IGN);  // of a log that nobody reads
+  StderrLog log;
+  const RuntimeDirectory runtime;
+  auto problem = runtime.prepare();
+  RuntimeDirectory::Lock lock;
+  if (!problem) {
+    lock = runtime.lock();
+    problem = lock.problem;
+  }
+  if (lock.isHeldByOther) {
+    log.write("kelpie-sync runs already: " + runtime.lockFile() + " is locked");
+    return EXIT_SUCCESS;
+  }
+  if (!problem) problem = ProcessEnd::onSignals();
+  if (problem) {
+    log.write(*problem);
+    return EXIT_FAILURE;
+  }
+  SyncProgram(log, runtime).serve();
+}
+
+SyncProgram::SyncProgram(Log& log, const RuntimeDirectory& runtime)
+    : log_(log),
+      runtime_(runtime),
+      loop_(log),
+      bus_(connectToBus()),
+      system_(loop_, runtime, bus_.get(), LinuxBundle::installedImagesFolder()),
+      defaults_(system_.platform()) {}
+
+std::unique_ptr<SessionBus> SyncProgram::connectToBus() {
+  auto [bus, problem] = SessionBus::connect();
+  if (!bus) {
+    log_.write(problem + "; going on without the main application");
+    return nullptr;
+  }
+  // With the bus the session ends, and all that could be shown with it.
+  bus->setClosedHandler([this] {
+    log_.write("the session bus has ended");
+    ProcessEnd::now(EXIT_SUCCESS);
+  });
+  return std::move(bus);
+}
+
+void SyncProgram::serve() {
+  auto problem = makeController();
+  if (!problem) problem = openHostLink();
+  if (problem) {
+    log_.write(*problem);
+    ProcessEnd::now(EXIT_FAILURE);
+  }
+  takeName();
+  ProcessEnd::now(loop_.run());
+}
+
+std::optional<std::string> SyncProgram::makeController() {
+  // With the lock held, no other process of this name is about to open a port.
+  LinuxMessagePorts(loop_, runtime_.portsFolder())
+      .removeStale(std::string(kApplicationGroup) + ".Sync.");
+  try {
+    KPKelpieSync::initialize(system_.platform());
+    controller_ = KPKelpieSync::create(system_.platform(), defaults_);
+  } catch (const std::invalid_argument& error) {
+    return std::string("the controller cannot be made: ") + error.what();
+  }
+  if (!controller_)
+    return "the controller cannot be made: the limit on open files cannot be raised";
+  return std::nullopt;
+}
+
+std::optional<std::string> SyncProgram::openHostLink() {
+  hosted_.emplace(*controller_);
+  hub_.emplace(*hosted_, system_.finder(),
+               [this](const Image& image) { return system_.bundle().imageFile(image.name); });
+  std::string problem;
+  server_ = HostLinkServer::listen(runtime_.finderSocket(), *hub_, log_, problem);
+  if (!server_) return problem;
+  SocketFiles::shared().add(runtime_.finderSocket());
+  return std::nullopt;
+}
+
+// Last: whoever sees the name can connect to the host link.
+void SyncProgram::takeName() {
+  if (!bus_) return;
+  const auto lost = [this] {
+    log_.write("another process has the bus name " + std::string(kExtensionIdentifier));
+  };
+  name_.emplace(*bus_, std::string(kExtensionIdentifier), BusName::Handlers{{}, lost});
+}
+
+}  // namespace kelpie

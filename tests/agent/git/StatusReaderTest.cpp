@@ -1,0 +1,172 @@
+#include "agent/git/StatusReader.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
+#include "agent/git/GitSandbox.h"
+#include "linux/base/GLibPointers.h"
+
+namespace kelpie::agent {
+namespace {
+
+class StatusReaderTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    sandbox_.init("r");
+    for (const char* file : {"current", "modified", "staged", "deleted", "removed", "moved",
+                             "replaced", "sub/inner", "packed"})
+      sandbox_.write("r/" + std::string(file), std::string(file) + " has a line\n");
+    sandbox_.write("r/.gitignore", "*.o\nbuild\n");
+    sandbox_.commitAll("r", "one");
+  }
+
+  StatusReader::Reading tryRead(const std::string& folder) const {
+    const GitCommand git("git", "/");
+    const auto finding = WorkingCopyFinder(git).find(sandbox_.path(folder));
+    EXPECT_TRUE(finding.workingCopy) << finding.failure;
+    return StatusReader(git, finding.workingCopy.value_or(WorkingCopy())).read();
+  }
+
+  std::shared_ptr<const StatusSnapshot> read(const std::string& folder = "r") const {
+    const StatusReader::Reading reading = tryRead(folder);
+    if (const auto* why = std::get_if<std::string>(&reading)) {
+      ADD_FAILURE() << *why;
+      return std::make_shared<StatusSnapshot>("", RepositoryState::None, std::vector<StatusItem>(),
+                                              true);
+    }
+    return std::get<0>(reading);
+  }
+
+  std::map<std::string, int> words(const std::string& folder = "r") const {
+    std::map<std::string, int> result;
+    const std::shared_ptr<const StatusSnapshot> status = read(folder);
+    for (const StatusItem& item : status->items()) result[item.path] = item.word;
+    return result;
+  }
+
+  GitSandbox sandbox_;
+};
+
+TEST_F(StatusReaderTest, EveryKindOfChange) {
+  sandbox_.write("r/modified", "changed\n");
+  sandbox_.write("r/staged", "changed\n");
+  sandbox_.git("r", {"add", "staged"});
+  sandbox_.remove("r/deleted");
+  sandbox_.git("r", {"rm", "-q", "removed"});
+  sandbox_.git("r", {"mv", "moved", "moved here"});
+  sandbox_.remove("r/replaced");
+  std::filesystem::create_symlink("current", sandbox_.path("r/replaced"));
+  sandbox_.git("r", {"rm", "-q", "--cached", "packed"});
+  sandbox_.write("r/added", "new\n");
+  sandbox_.git("r", {"add", "added"});
+  sandbox_.write("r/untracked/deep/file", "new\n");
+  sandbox_.write("r/x.o", "");
+  sandbox_.write("r/build/out/file", "");
+  const std::map<std::string, int> want = {
+      {"modified", 0x0100}, {"staged", 0x0002}, {"deleted", 0x0200},
+      {"removed", 0x0004},  {"moved here", 8},  {"replaced", 0x0400},
+      {"packed", 0x0084},   {"added", 0x0001},  {"untracked/deep/file", 0x0080},
+      {"x.o", 0x4000},      {"build", 0x4000},
+  };
+  EXPECT_EQ(words(), want);
+  EXPECT_EQ(read()->itemAt("moved here")->renamedFrom, "moved");
+  EXPECT_EQ(read()->ignoredFolders(), (std::vector<std::string>{"build"}));
+}
+
+TEST_F(StatusReaderTest, NothingChanged) { EXPECT_TRUE(read()->items().empty()); }
+
+TEST_F(StatusReaderTest, ConflictsOfAMerge) {
+  sandbox_.git("r", {"checkout", "-q", "-b", "other"});
+  sandbox_.write("r/modified", "theirs\n");
+  sandbox_.write("r/both", "theirs\n");
+  sandbox_.git("r", {"rm", "-q", "deleted"});
+  sandbox_.commitAll("r", "theirs");
+  sandbox_.git("r", {"checkout", "-q", "main"});
+  sandbox_.write("r/modified", "ours\n");
+  sandbox_.write("r/both", "ours\n");
+  sandbox_.write("r/deleted", "ours\n");
+  sandbox_.commitAll("r", "ours");
+  EXPECT_FALSE(sandbox_.tryGit("r", {"merge", "-q", "other"}).succeeded());
+  const std::map<std::string, int> want = {
+      {"modified", 0x8000}, {"both", 0x9000}, {"deleted", 0x8000}};
+  EXPECT_EQ(words(), want);
+}
+
+TEST_F(StatusReaderTest, ASubmoduleIsOneItem) {
+  sandbox_.init("lib");
+  sandbox_.write("lib/f", "1\n");
+  sandbox_.commitAll("lib", "one");
+  sandbox_.git("r", {"submodule", "--quiet", "add", "../lib", "lib"});
+  sandbox_.commitAll("r", "sub");
+  EXPECT_TRUE(words().empty());
+  sandbox_.write("r/lib/f", "2\n");
+  const std::map<std::string, int> want = {{"lib", 0x0100}};
+  EXPECT_EQ(words(), want);
+  EXPECT_TRUE(read()->itemAt("lib")->isFolder);
+}
+
+TEST_F(StatusReaderTest, AnUntrackedRepositoryInsideIsOneItem) {
+  sandbox_.init("r/nested");
+  sandbox_.write("r/nested/f", "1\n");
+  const std::map<std::string, int> want = {{"nested", 0x0080}};
+  EXPECT_EQ(words(), want);
+}
+
+TEST_F(StatusReaderTest, TheUsersWishNotToSeeUntrackedFilesCounts) {
+  sandbox_.write("r/untracked", "");
+  sandbox_.write("r/modified", "changed\n");
+  sandbox_.git("r", {"config", "status.showUntrackedFiles", "no"});
+  const std::map<std::string, int> want = {{"modified", 0x0100}};
+  EXPECT_EQ(words(), want);
+  EXPECT_FALSE(read()->untrackedShown());
+  sandbox_.git("r", {"config", "status.showUntrackedFiles", "normal"});
+  EXPECT_EQ(words().count("untracked"), 1U);
+}
+
+TEST_F(StatusReaderTest, AskingTakesNoLockAndWritesNoIndex) {
+  const std::string before = sandbox_.read("r/.git/index");
+  sandbox_.write("r/current", sandbox_.read("r/current"));  // only its time changed
+  sandbox_.write("r/.git/index.lock", "");
+  EXPECT_TRUE(words().empty());
+  EXPECT_EQ(sandbox_.read("r/.git/index"), before);
+}
+
+TEST_F(StatusReaderTest, OddNames) {
+  for (const char* name : {"a -> b", "line\nend", "\xff\xfe", "-n", "*.c", ":(top)x"})
+    sandbox_.write("r/" + std::string(name), "");
+  EXPECT_EQ(words(), (std::map<std::string, int>{{"a -> b", 0x80},
+                                                 {"line\nend", 0x80},
+                                                 {"\xff\xfe", 0x80},
+                                                 {"-n", 0x80},
+                                                 {"*.c", 0x80},
+                                                 {":(top)x", 0x80}}));
+}
+
+TEST_F(StatusReaderTest, ABareRepositoryHasNoItems) {
+  sandbox_.git(".", {"clone", "-q", "--bare", "r", "b.git"});
+  EXPECT_TRUE(read("b.git")->items().empty());
+}
+
+TEST_F(StatusReaderTest, ABrokenIndexTellsGitsWords) {
+  sandbox_.write("r/.git/index", "no index");
+  const StatusReader::Reading reading = tryRead("r");
+  const auto* why = std::get_if<std::string>(&reading);
+  ASSERT_NE(why, nullptr);
+  EXPECT_NE(why->find("index"), std::string::npos) << *why;
+}
+
+TEST_F(StatusReaderTest, CancellingEndsIt) {
+  const GObjectPtr<GCancellable> cancellable(g_cancellable_new());
+  g_cancellable_cancel(cancellable.get());
+  const GitCommand git("git", "/");
+  const auto finding = WorkingCopyFinder(git).find(sandbox_.path("r"));
+  ASSERT_TRUE(finding.workingCopy);
+  const StatusReader::Reading reading =
+      StatusReader(git, *finding.workingCopy).read(cancellable.get());
+  EXPECT_TRUE(std::holds_alternative<std::string>(reading));
+}
+
+}  // namespace
+}  // namespace kelpie::agent

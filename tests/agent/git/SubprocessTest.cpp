@@ -1,0 +1,141 @@
+#include "agent/git/Subprocess.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <thread>
+
+#include "linux/base/GLibPointers.h"
+
+namespace kelpie::agent {
+namespace {
+
+using End = ProgramResult::End;
+using std::chrono::milliseconds;
+
+ProgramCall shell(const std::string& script) {
+  ProgramCall call;
+  call.arguments = {"sh", "-c", script};
+  return call;
+}
+
+TEST(Subprocess, GivesOutputErrorsAndStatus) {
+  const ProgramResult result = Subprocess::run(shell("printf out; printf err >&2; exit 3"));
+  EXPECT_EQ(result.end, End::Exited);
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.output, "out");
+  EXPECT_EQ(result.errors, "err");
+  EXPECT_FALSE(result.succeeded());
+}
+
+TEST(Subprocess, ArgumentsReachTheProgramAsTheyAre) {
+  ProgramCall call;
+  call.arguments = {"printf", "%s|%s", "$HOME `id`; 'x", "a\nb"};
+  EXPECT_EQ(Subprocess::run(call).output, "$HOME `id`; 'x|a\nb");
+}
+
+TEST(Subprocess, InputLargerThanAPipeArrivesWhole) {
+  ProgramCall call = shell("wc -c");
+  call.input = std::string(1 << 20, 'x');
+  EXPECT_EQ(Subprocess::run(call).failure(), "1048576");
+}
+
+TEST(Subprocess, InputThatNobodyReadsDoesNoHarm) {
+  ProgramCall call = shell("exit 0");
+  call.input = std::string(1 << 20, 'x');
+  EXPECT_TRUE(Subprocess::run(call).succeeded());
+}
+
+TEST(Subprocess, LargeOutputArrivesWhole) {
+  const ProgramResult result = Subprocess::run(shell("head -c 3000000 /dev/zero"));
+  EXPECT_TRUE(result.succeeded());
+  EXPECT_EQ(result.output.size(), 3000000U);
+}
+
+TEST(Subprocess, TooMuchOutputEndsTheProgram) {
+  ProgramCall call = shell("yes");
+  call.maximumOutput = 100000;
+  const ProgramResult result = Subprocess::run(call);
+  EXPECT_EQ(result.end, End::TooMuchOutput);
+  EXPECT_EQ(result.output.size(), 100000U);
+}
+
+TEST(Subprocess, TheTimeLimitEndsTheProgramAndWhatItStarted) {
+  ProgramCall call = shell("sleep 1000 & echo $!; wait");
+  call.timeLimit = milliseconds(200);
+  const ProgramResult result = Subprocess::run(call);
+  EXPECT_EQ(result.end, End::TimedOut);
+  const int child = std::stoi(result.output);
+  // The shell is waited for; the sleep belongs to nobody, and is gone or about to be reaped.
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  const auto lives = [&] {
+    std::error_code error;
+    const auto link =
+        std::filesystem::read_symlink("/proc/" + std::to_string(child) + "/exe", error);
+    return !error && link.string().find("sleep") != std::string::npos;
+  };
+  while (lives() && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
+  EXPECT_FALSE(lives());
+}
+
+TEST(Subprocess, AProgramThatIgnoresTheFirstSignalIsKilled) {
+  ProgramCall call = shell("trap '' TERM; while :; do sleep 1; done");
+  call.timeLimit = milliseconds(50);
+  EXPECT_EQ(Subprocess::run(call).end, End::TimedOut);
+}
+
+TEST(Subprocess, CancellingEndsTheProgram) {
+  const GObjectPtr<GCancellable> cancellable(g_cancellable_new());
+  std::thread other([&] { g_cancellable_cancel(cancellable.get()); });
+  EXPECT_EQ(Subprocess::run(shell("sleep 1000"), cancellable.get()).end, End::Cancelled);
+  other.join();
+}
+
+TEST(Subprocess, AChildLeftBehindWithTheOutputOpenIsNotWaitedFor) {
+  const ProgramResult result = Subprocess::run(shell("sleep 30 & printf done"));
+  EXPECT_TRUE(result.succeeded());
+  EXPECT_EQ(result.output, "done");
+}
+
+TEST(Subprocess, AProgramThatIsNotThereSaysSo) {
+  ProgramCall call;
+  call.arguments = {"no-such-program-here"};
+  const ProgramResult result = Subprocess::run(call);
+  EXPECT_EQ(result.end, End::NotStarted);
+  EXPECT_NE(result.failure().find("no-such-program-here"), std::string::npos);
+}
+
+TEST(Subprocess, AFolderThatIsNotThereSaysSo) {
+  ProgramCall call = shell("true");
+  call.folder = "/no/such/folder";
+  const ProgramResult result = Subprocess::run(call);
+  EXPECT_EQ(result.end, End::NotStarted);
+  EXPECT_NE(result.failure().find("/no/such/folder"), std::string::npos);
+}
+
+TEST(Subprocess, AProgramKilledBySomebodyElseSaysSo) {
+  const ProgramResult result = Subprocess::run(shell("kill -9 $$"));
+  EXPECT_EQ(result.end, End::Killed);
+  EXPECT_EQ(result.status, SIGKILL);
+  EXPECT_EQ(result.failure(), "It was ended by signal 9.");
+}
+
+TEST(Subprocess, VariablesAreSetAndTakenAway) {
+  setenv("KELPIE_TEST_TAKEN", "1", 1);
+  ProgramCall call = shell("printf '%s-%s' \"$KELPIE_TEST_SET\" \"$KELPIE_TEST_TAKEN\"");
+  call.environment = {{"KELPIE_TEST_SET", "yes"}};
+  call.withoutVariables = {"KELPIE_TEST_TAKEN"};
+  EXPECT_EQ(Subprocess::run(call).output, "yes-");
+  unsetenv("KELPIE_TEST_TAKEN");
+}
+
+TEST(Subprocess, HasNoTerminalToAsk) {
+  EXPECT_FALSE(Subprocess::run(shell(": < /dev/tty")).succeeded());
+}
+
+}  // namespace
+}  // namespace kelpie::agent

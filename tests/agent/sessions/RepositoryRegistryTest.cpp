@@ -1,0 +1,382 @@
+#include "agent/sessions/RepositoryRegistry.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "agent/PeerFixture.h"
+#include "protocol/MessageKeys.h"
+#include "protocol/StatusWord.h"
+
+namespace kelpie::agent {
+namespace {
+
+namespace fs = std::filesystem;
+
+using Selectors = std::vector<std::string>;
+
+const Selectors kReferenceSelectors = {
+    "setBare:",    "setHasHeadCommit:", "setHeadBranch:", "setReferences:",
+    "setStashes:", "setGitflowInfo:",   "setHasGitlfs:"};
+
+class RepositoryRegistryTest : public PeerFixture {
+ protected:
+  RepositoryRegistryTest() {
+    sandbox_.init("r");
+    sandbox_.write("r/sub/f", "1\n");
+    sandbox_.commitAll("r", "one");
+  }
+
+  std::string pathOfOpened() const {
+    return last("openRepositoryWithUrls:").at(0).url().value().path();
+  }
+  std::string gitPathOfOpened() const {
+    const Object urls = last("openRepositoryWithUrls:");
+    return urls.at(urls.size() - 1).url().value().path();
+  }
+  std::size_t linesWith(std::string_view text) const {
+    const auto lines = log_.lines();
+    return static_cast<std::size_t>(std::ranges::count_if(
+        lines, [&](const std::string& line) { return line.find(text) != std::string::npos; }));
+  }
+};
+
+TEST_F(RepositoryRegistryTest, AShallowRequestIsAnsweredWithTheStatusAlone) {
+  sandbox_.write("r/sub/f", "2\n");
+  start();
+  open("r/sub", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  EXPECT_EQ(
+      selectors(),
+      (Selectors{"openRepositoryWithUrls:", "setStatusInfo:", "beginObservingDirectoryAtURL:"}));
+  EXPECT_EQ(pathOfOpened(), sandbox_.path("r"));
+  EXPECT_EQ(gitPathOfOpened(), sandbox_.path("r/.git"));
+  EXPECT_EQ(FileIdentifier::fromObject(lastMessage("setStatusInfo:")[kMessageTargetKey]),
+            identifierOf("r"));
+  EXPECT_EQ(word("r/sub/f"), KPStatusWorkdirModified);
+}
+
+// The extension puts only the root's items under the care of a repository that it opens.
+TEST_F(RepositoryRegistryTest, TheExtensionIsToldToLookAgainAtFoldersThatItShowedBefore) {
+  start();
+  open("r", true);
+  open("r/sub", true);
+  ASSERT_TRUE(waitForCount("beginObservingDirectoryAtURL:", 1));
+  EXPECT_EQ(last("beginObservingDirectoryAtURL:").url().value().path(), sandbox_.path("r/sub"));
+
+  // It asks once more, which is no wish for references and leads to no third look.
+  const std::size_t answers = count("openRepositoryWithUrls:");
+  open("r/sub", false);
+  settle();
+  EXPECT_EQ(count("beginObservingDirectoryAtURL:"), 1U);
+  EXPECT_EQ(count("openRepositoryWithUrls:"), answers);
+  EXPECT_EQ(count("setReferences:"), 0U);
+
+  // From now on it has the repository at hand.
+  open("r/sub/deeper", true);
+  settle();
+  EXPECT_EQ(count("beginObservingDirectoryAtURL:"), 1U);
+}
+
+TEST_F(RepositoryRegistryTest, ReferencesFollowWhenTheyAreAskedFor) {
+  start();
+  open("r", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  ports_.forgetSent();
+  send("unshallowRepository:", identifierOf("r"));
+  ASSERT_TRUE(waitForCount("setHasGitlfs:", 1));
+  settle();
+  EXPECT_EQ(selectors(), kReferenceSelectors);
+  EXPECT_FALSE(last("setBare:").boolValue());
+  EXPECT_TRUE(last("setHasHeadCommit:").boolValue());
+  EXPECT_TRUE(last("setGitflowInfo:").isNil());
+}
+
+TEST_F(RepositoryRegistryTest, ARequestThatIsNotShallowIsAnsweredWithEverything) {
+  start();
+  open("r");
+  ASSERT_TRUE(waitForCount("setHasGitlfs:", 1));
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  EXPECT_EQ(selectors().front(), "openRepositoryWithUrls:");
+  for (const std::string& selector : kReferenceSelectors)
+    EXPECT_EQ(count(selector), 1U) << selector;
+}
+
+TEST_F(RepositoryRegistryTest, AFolderOutsideEveryWorkingCopyIsLeftAloneQuietly) {
+  sandbox_.makeFolder("plain");
+  start();
+  open("plain");
+  open("r");
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  EXPECT_EQ(count("openRepositoryWithUrls:"), 1U);
+  EXPECT_EQ(log_.lines(), Selectors());
+}
+
+TEST_F(RepositoryRegistryTest, ALinkedWorkingTreeHasAGitDirectoryOfItsOwn) {
+  sandbox_.git("r", {"worktree", "add", "-q", "../linked"});
+  start();
+  open("linked/sub", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  EXPECT_EQ(pathOfOpened(), sandbox_.path("linked"));
+  EXPECT_EQ(gitPathOfOpened(), sandbox_.path("r/.git/worktrees/linked"));
+}
+
+TEST_F(RepositoryRegistryTest, ASubmoduleIsAWorkingCopyOfItsOwn) {
+  sandbox_.init("outer");
+  sandbox_.git("outer", {"submodule", "--quiet", "add", sandbox_.path("r"), "inner"});
+  sandbox_.commitAll("outer", "with a submodule");
+  start();
+  open("outer/inner/sub", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  EXPECT_EQ(pathOfOpened(), sandbox_.path("outer/inner"));
+  EXPECT_EQ(gitPathOfOpened(), sandbox_.path("outer/.git/modules/inner"));
+  open("outer", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 2));
+  EXPECT_EQ(registry_->count(), 2U);
+}
+
+TEST_F(RepositoryRegistryTest, ABareRepositoryIsSaidToBeOne) {
+  sandbox_.git(".", {"clone", "-q", "--bare", "r", "bare.git"});
+  start();
+  open("bare.git");
+  ASSERT_TRUE(waitForCount("setHasGitlfs:", 1));
+  EXPECT_TRUE(last("setBare:").boolValue());
+  EXPECT_EQ(pathOfOpened(), sandbox_.path("bare.git"));
+}
+
+TEST_F(RepositoryRegistryTest, ManyFoldersOfOneWorkingCopyAreOneSession) {
+  for (int i = 0; i < 50; ++i) sandbox_.makeFolder("r/sub/" + std::to_string(i));
+  start();
+  for (int i = 0; i < 50; ++i) open("r/sub/" + std::to_string(i), true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  EXPECT_EQ(registry_->count(), 1U);
+}
+
+TEST_F(RepositoryRegistryTest, OnlyWhatHasChangedIsSentAgain) {
+  start();
+  open("r");
+  ASSERT_TRUE(waitForCount("setHasGitlfs:", 1));
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  ports_.forgetSent();
+  sandbox_.write("r/sub/new", "1\n");
+  ASSERT_TRUE(waitFor(
+      [&] { return count("setStatusInfo:") > 0 && word("r/sub/new") == KPStatusWorkdirNew; }));
+  settle();
+  for (const std::string& selector : selectors()) EXPECT_EQ(selector, "setStatusInfo:");
+  ports_.forgetSent();
+  sandbox_.git("r", {"branch", "another"});
+  ASSERT_TRUE(waitForCount("setReferences:", 1));
+  settle();
+  EXPECT_EQ(selectors(), Selectors{"setReferences:"});
+}
+
+TEST_F(RepositoryRegistryTest, ACommitChangesStatusAndReferences) {
+  sandbox_.write("r/sub/f", "2\n");
+  start();
+  open("r");
+  ASSERT_TRUE(waitForCount("setHasGitlfs:", 1));
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  ports_.forgetSent();
+  sandbox_.commitAll("r", "two");
+  ASSERT_TRUE(waitForCount("setHeadBranch:", 1));
+  ASSERT_TRUE(waitFor([&] {
+    return count("setStatusInfo:") > 0 && last("setStatusInfo:")["KPStatusDirtyURLs"].size() == 0;
+  }));
+  EXPECT_EQ(count("setBare:") + count("setGitflowInfo:") + count("setHasGitlfs:"), 0U);
+}
+
+TEST_F(RepositoryRegistryTest, ASecondExtensionIsToldEverything) {
+  start();
+  open("r");
+  ASSERT_TRUE(waitForCount("setHasGitlfs:", 1));
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  open("r", false, kOtherPort);
+  ASSERT_TRUE(waitForCount("setHasGitlfs:", 1, kOtherPort));
+  EXPECT_EQ(count("setStatusInfo:", kOtherPort), 1U);
+  EXPECT_EQ(selectors(kOtherPort).size(), 2 + kReferenceSelectors.size());
+  ports_.forgetSent();
+  sandbox_.write("r/sub/f", "2\n");
+  EXPECT_TRUE(waitForCount("setStatusInfo:", 1));
+  EXPECT_TRUE(waitForCount("setStatusInfo:", 1, kOtherPort));
+}
+
+TEST_F(RepositoryRegistryTest, AnExtensionThatPresentsItselfAgainIsToldEverythingAgain) {
+  start();
+  open("r");
+  ASSERT_TRUE(waitForCount("setHasGitlfs:", 1));
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  ports_.forgetSent();
+  send("pingPortName:", kPort);
+  open("r");
+  ASSERT_TRUE(waitForCount("setHasGitlfs:", 1));
+  EXPECT_EQ(selectors().size(), 2 + kReferenceSelectors.size());
+}
+
+TEST_F(RepositoryRegistryTest, ThereIsNeverMoreThanOneStatusAtATime) {
+  // A git that holds a folder while it reads the status, and says so when it finds it held.
+  sandbox_.writeScript("bin/git",
+                       "case \"$*\" in *' status '*)\n"
+                       "  mkdir \"$HOME/held\" || echo x >> \"$HOME/overlaps\"\n"
+                       "  echo x >> \"$HOME/readings\"\n"
+                       "  git \"$@\"; result=$?\n"
+                       "  rmdir \"$HOME/held\"\n"
+                       "  exit $result;;\n"
+                       "esac\n"
+                       "exec git \"$@\"\n");
+  start(sandbox_.path("bin/git"));
+  open("r", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  for (int i = 0; i < 30; ++i) {
+    const std::string name = "r/f" + std::to_string(i);
+    sandbox_.write(name, "1\n");
+    loop_.runUntil([] { return false; }, std::chrono::milliseconds(20));
+  }
+  ASSERT_TRUE(waitFor([&] { return word("r/f29") == KPStatusWorkdirNew; }));
+  settle();
+  EXPECT_FALSE(sandbox_.exists("overlaps"));
+  const std::string readings = sandbox_.read("readings");
+  EXPECT_LT(std::ranges::count(readings, 'x'), 25) << "a burst is read as one";
+}
+
+TEST_F(RepositoryRegistryTest, ADeletedRepositoryIsClosedAndTheOthersGoOn) {
+  sandbox_.init("other");
+  sandbox_.write("r/loose", "1\n");
+  start();
+  open("r", true);
+  open("other", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 2));
+  settle();
+  fs::remove_all(sandbox_.path("r"));
+  ASSERT_TRUE(waitFor([&] { return registry_->count() == 1; }));
+  EXPECT_EQ(linesWith("r: the repository is not there any more, closed"), 1U);
+  settle();
+  EXPECT_EQ(last("setStatusInfo:")["KPStatusDirtyURLs"].size(), 0U) << "its badges are taken away";
+  sandbox_.write("other/f", "1\n");
+  EXPECT_TRUE(waitFor([&] { return word("other/f") == KPStatusWorkdirNew; }));
+}
+
+TEST_F(RepositoryRegistryTest, AMovedRepositoryIsOpenedAnewWhereItIs) {
+  start();
+  open("r", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  ports_.forgetSent();
+  fs::rename(sandbox_.path("r"), sandbox_.path("moved"));
+  ASSERT_TRUE(waitFor([&] { return registry_->count() == 0; }));
+  open("moved/sub", true);
+  ASSERT_TRUE(waitForCount("openRepositoryWithUrls:", 1));
+  EXPECT_EQ(pathOfOpened(), sandbox_.path("moved"));
+  sandbox_.write("moved/sub/f", "2\n");
+  EXPECT_TRUE(waitFor([&] { return word("moved/sub/f") == KPStatusWorkdirModified; }));
+}
+
+TEST_F(RepositoryRegistryTest, AFolderThatIsNoRepositoryAnyMoreIsClosed) {
+  start();
+  open("r", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  fs::remove_all(sandbox_.path("r/.git"));
+  EXPECT_TRUE(waitFor([&] { return registry_->count() == 0; }));
+}
+
+TEST_F(RepositoryRegistryTest, ABrokenIndexIsSaidOnceAndReadAgainWhenItIsRepaired) {
+  start();
+  open("r", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  ports_.forgetSent();
+  sandbox_.write("r/.git/index", "this is no index");
+  ASSERT_TRUE(waitFor([&] { return !notifier_.notices.empty(); }));
+  settle();
+  sandbox_.write("r/sub/f", "2\n");
+  settle();
+  EXPECT_EQ(notifier_.notices.size(), 1U);
+  EXPECT_EQ(linesWith("its status cannot be read: "), 1U);
+  EXPECT_EQ(registry_->count(), 1U);
+  EXPECT_EQ(selectors(), Selectors()) << "what was known before stays";
+  sandbox_.remove("r/.git/index");
+  sandbox_.git("r", {"reset", "-q"});
+  EXPECT_TRUE(waitFor(
+      [&] { return count("setStatusInfo:") > 0 && word("r/sub/f") == KPStatusWorkdirModified; }));
+}
+
+TEST_F(RepositoryRegistryTest, AMissingGitIsSaidOnceAndUsedOnceItIsThere) {
+  start(sandbox_.path("bin/git"));
+  registry_->checkGit();
+  ASSERT_TRUE(waitFor([&] { return !notifier_.notices.empty(); }));
+  open("r", true);
+  open("r/sub", true);
+  settle();
+  EXPECT_EQ(notifier_.notices.size(), 1U);
+  EXPECT_EQ(linesWith("git cannot be run: "), 1U);
+  EXPECT_EQ(selectors(), Selectors());
+  sandbox_.writeScript("bin/git", "exec git \"$@\"\n");
+  open("r", true);
+  EXPECT_TRUE(waitForCount("setStatusInfo:", 1));
+}
+
+TEST_F(RepositoryRegistryTest, AGitThatIsTooOldIsNotUsed) {
+  sandbox_.writeScript("bin/git", "echo git version 2.11.4\n");
+  start(sandbox_.path("bin/git"));
+  open("r", true);
+  ASSERT_TRUE(waitFor([&] { return !notifier_.notices.empty(); }));
+  EXPECT_EQ(notifier_.notices.front().second, "git 2.11 is too old. Git 2.16 or newer is needed.");
+}
+
+TEST_F(RepositoryRegistryTest, WhyGitWillNotWorkWithARepositoryIsSaidOnce) {
+  sandbox_.git("r", {"config", "core.repositoryFormatVersion", "99"});
+  start();
+  open("r", true);
+  ASSERT_TRUE(waitFor([&] { return !notifier_.notices.empty(); }));
+  open("r", true);
+  settle();
+  EXPECT_EQ(notifier_.notices.size(), 1U);
+  EXPECT_EQ(linesWith("git will not work with it"), 1U);
+}
+
+TEST_F(RepositoryRegistryTest, WhatNobodyUsesIsClosedAfterAWhile) {
+  start("git", 10000, std::chrono::milliseconds(10));
+  open("r", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  EXPECT_EQ(registry_->count(), 1U);
+  ports_.setListening(kPort, false);
+  sandbox_.write("r/sub/f", "2\n");
+  EXPECT_TRUE(waitFor([&] { return registry_->count() == 0; }));
+  EXPECT_EQ(extensions_->count(), 0U);
+}
+
+TEST_F(RepositoryRegistryTest, WhatCannotBeWatchedIsReadWhenItIsOpened) {
+  for (int i = 0; i < 30; ++i) sandbox_.makeFolder("r/deep/" + std::to_string(i));
+  for (int i = 0; i < 30; ++i) sandbox_.write("r/deep/" + std::to_string(i) + "/f", "1\n");
+  sandbox_.commitAll("r", "many folders");
+  start("git", 12);
+  open("r", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  EXPECT_EQ(linesWith("more folders than can be watched"), 1U);
+  for (int i = 0; i < 30; ++i) sandbox_.write("r/deep/" + std::to_string(i) + "/f", "2\n");
+  open("r/deep/7", true);
+  EXPECT_TRUE(waitFor([&] { return word("r/deep/7/f") == KPStatusWorkdirModified; }));
+}
+
+TEST_F(RepositoryRegistryTest, WithoutUntrackedFilesTheTrackedFoldersAreWatched) {
+  sandbox_.git("r", {"config", "status.showUntrackedFiles", "no"});
+  start();
+  open("r", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  sandbox_.write("r/sub/f", "2\n");
+  EXPECT_TRUE(waitFor([&] { return word("r/sub/f") == KPStatusWorkdirModified; }));
+}
+
+}  // namespace
+}  // namespace kelpie::agent

@@ -1,0 +1,113 @@
+#include "agent/watch/ChangeRules.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace kelpie::agent {
+namespace {
+
+constexpr Change kNothing{};
+constexpr Change kStatus{true, false};
+constexpr Change kReferences{false, true};
+constexpr Change kBoth{true, true};
+
+std::string show(const Change& change) {
+  return std::string(change.status ? "status " : "") + (change.references ? "references" : "");
+}
+
+struct Case {
+  const char* folder;
+  const char* name;
+  Change want;
+};
+
+TEST(ChangeRules, OfAUsualWorkingCopy) {
+  const WorkingCopy copy{"/r", "/r/.git", "/r/.git", false};
+  const Case cases[] = {
+      {"/r", "file", kStatus},
+      {"/r", ".gitignore", kStatus},
+      {"/r", ".gitmodules", kBoth},
+      {"/r", ".gitattributes", kBoth},
+      {"/r/sub", ".gitmodules", kStatus},
+      {"/r/sub", "x.lock", kStatus},
+      {"/r", ".git", kStatus},
+      {"/r/.git", "index", kStatus},
+      {"/r/.git", "index.lock", kNothing},
+      {"/r/.git", "HEAD", kBoth},
+      {"/r/.git", "HEAD.lock", kNothing},
+      {"/r/.git", "ORIG_HEAD", kNothing},
+      {"/r/.git", "FETCH_HEAD", kNothing},
+      {"/r/.git", "COMMIT_EDITMSG", kNothing},
+      {"/r/.git", "objects", kNothing},
+      {"/r/.git", "config", kBoth},
+      {"/r/.git", "packed-refs", kBoth},
+      {"/r/.git", "MERGE_HEAD", kStatus},
+      {"/r/.git", "rebase-merge", kStatus},
+      {"/r/.git/refs/heads", "main", kBoth},
+      {"/r/.git/refs/heads", "main.lock", kNothing},
+      {"/r/.git/refs/heads/feature", "x", kBoth},
+      {"/r/.git/refs", "heads", kBoth},
+      {"/r/.git/refs", "stash", kReferences},
+      {"/r/.git/refs/tags", "v1", kReferences},
+      {"/r/.git/refs/remotes/origin", "main", kReferences},
+      {"/r/.git/logs/refs", "stash", kReferences},
+      {"/r/.git/logs/refs", "heads", kNothing},
+      {"/r/.git/logs", "HEAD", kNothing},
+      {"/r/.git/info", "exclude", kStatus},
+      {"/r/.git/info", "attributes", kBoth},
+      {"/r/.git/modules/deps/lib", "HEAD", kStatus},
+      {"/r/.git/modules/deps/lib", "index", kStatus},
+      {"/r/.git/modules/deps/lib", "index.lock", kNothing},
+      {"/r/.git/modules/deps/lib", "config", kNothing},
+      {"/r/.git/modules/deps/lib/logs", "HEAD", kStatus},
+      {"/r/sub/.git", "index", kStatus},
+      {"/r/sub/.git", "index.lock", kNothing},
+      {"/r/sub/.git", "FETCH_HEAD", kNothing},
+      {"/elsewhere/git", "HEAD", kStatus},
+      {"/elsewhere/git", "x", kNothing},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(show(changeOf(copy, c.folder, c.name)), show(c.want)) << c.folder << " " << c.name;
+}
+
+TEST(ChangeRules, OfALinkedWorkingTree) {
+  const WorkingCopy copy{"/w", "/r/.git/worktrees/w", "/r/.git", false};
+  const Case cases[] = {
+      {"/w", "file", kStatus},
+      {"/r/.git/worktrees/w", "index", kStatus},
+      {"/r/.git/worktrees/w", "HEAD", kBoth},
+      {"/r/.git/refs/heads", "main", kBoth},
+      {"/r/.git", "packed-refs", kBoth},
+      {"/r/.git", "config", kBoth},
+      // The main working tree's own.
+      {"/r/.git", "index", kNothing},
+      {"/r/.git", "HEAD", kNothing},
+      {"/r/.git", "MERGE_HEAD", kNothing},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(show(changeOf(copy, c.folder, c.name)), show(c.want)) << c.folder << " " << c.name;
+}
+
+TEST(ChangeRules, OfASubmodule) {
+  const WorkingCopy copy{"/r/deps/lib", "/r/.git/modules/deps/lib", "/r/.git/modules/deps/lib",
+                         false};
+  EXPECT_EQ(show(changeOf(copy, "/r/.git/modules/deps/lib", "HEAD")), show(kBoth));
+  EXPECT_EQ(show(changeOf(copy, "/r/deps/lib/src", "f")), show(kStatus));
+}
+
+TEST(ChangeRules, OfABareRepository) {
+  const WorkingCopy copy{"/b.git", "/b.git", "/b.git", true};
+  EXPECT_EQ(show(changeOf(copy, "/b.git/refs/heads", "x")), show(kBoth));
+  EXPECT_EQ(show(changeOf(copy, "/b.git", "description")), show(kNothing));
+}
+
+TEST(ChangeRules, AFolderHoldsItselfAndWhatIsBelow) {
+  EXPECT_TRUE(isWithin("/a/b", "/a/b"));
+  EXPECT_TRUE(isWithin("/a/b/c", "/a/b"));
+  EXPECT_FALSE(isWithin("/a/bc", "/a/b"));
+  EXPECT_FALSE(isWithin("/a", "/a/b"));
+}
+
+}  // namespace
+}  // namespace kelpie::agent
