@@ -7,16 +7,18 @@ function(kelpie_sources OUT FOLDER)
   set(${OUT} "${found}" PARENT_SCOPE)
 endfunction()
 
-# kelpie_add_layer(NAME FOLDERS <folder>... [EXCLUDE <file>...] [USES <library>...])
-# A library of the sources of the folders, main.cpp left out. A layer without a source yet is an
-# INTERFACE library, so that others may link it already.
+# The same with those of its subfolders.
+function(kelpie_sources_below OUT FOLDER)
+  file(GLOB_RECURSE found CONFIGURE_DEPENDS "${FOLDER}/*.cpp")
+  set(${OUT} "${found}" PARENT_SCOPE)
+endfunction()
+
+# kelpie_add_layer(NAME FOLDER <folder> [USES <library>...])
+# A library of the sources of the folder, main.cpp left out. A layer without a source is an
+# INTERFACE library, so that others may link it all the same.
 function(kelpie_add_layer NAME)
-  cmake_parse_arguments(PARSE_ARGV 1 layer "" "" "FOLDERS;USES")
-  set(sources "")
-  foreach(folder IN LISTS layer_FOLDERS)
-    kelpie_sources(found "${CMAKE_CURRENT_SOURCE_DIR}/${folder}")
-    list(APPEND sources ${found})
-  endforeach()
+  cmake_parse_arguments(PARSE_ARGV 1 layer "" "FOLDER" "USES")
+  kelpie_sources(sources "${CMAKE_CURRENT_SOURCE_DIR}/${layer_FOLDER}")
   list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
   if(sources)
     add_library(${NAME} STATIC ${sources})

@@ -12,50 +12,53 @@
 #include <sstream>
 #include <string_view>
 
+#include "TestPaths.h"
+
 namespace kelpie::architecture {
 namespace {
 
-// Which headers beyond the project's own a folder may include.
-enum class Foreign { kStandardLibraryOnly, kAny };
-
 struct Layer {
-  std::string_view folder;            // where its files are
-  std::string_view prefix;            // how its headers are included; empty: by no one else
-  std::set<std::string_view> mayUse;  // prefixes of the layers that it may include, besides itself
-  Foreign foreign = Foreign::kStandardLibraryOnly;
+  std::string folder;             // where its files are
+  std::string prefix;             // how its headers are included; empty: by no one else
+  std::set<std::string> mayUse;   // prefixes of the layers that it may include, besides itself
+  std::set<std::string> foreign;  // what it may use from outside the project: "posix", "gio", …
 };
 
-// The arrows of docs/architecture.md, one row per folder. Of two rows that hold a file or a
-// header, the one with the longer path counts.
+// The row "folder : uses" of the table.
+Layer layerOfRow(const std::string& row) {
+  Layer layer;
+  std::istringstream words(row);
+  std::string colon;
+  words >> layer.folder >> colon;
+  EXPECT_EQ(colon, ":") << row;
+  const std::size_t slash = layer.folder.find('/');
+  if (slash != std::string::npos) layer.prefix = layer.folder.substr(slash + 1);
+  std::string use;
+  while (words >> use) {
+    const bool isForeign = use.size() > 2 && use.front() == '<' && use.back() == '>';
+    if (isForeign)
+      layer.foreign.insert(use.substr(1, use.size() - 2));
+    else
+      layer.mayUse.insert(use);
+  }
+  return layer;
+}
+
+// The rows of cmake/layers.txt, which the libraries are made from as well. Of two rows that hold a
+// file or a header, the one with the longer path counts.
+std::vector<Layer> readLayers() {
+  const std::string path = std::string(KELPIE_SOURCE_DIR) + "/cmake/layers.txt";
+  std::ifstream in(path);
+  EXPECT_TRUE(in) << path;
+  std::vector<Layer> table;
+  std::string line;
+  while (std::getline(in, line))
+    if (!line.empty() && line.front() != '#') table.push_back(layerOfRow(line));
+  return table;
+}
+
 const std::vector<Layer>& layers() {
-  static const std::vector<Layer> table = {
-      {"src/foundation", "foundation", {"platform"}},
-      {"src/platform", "platform", {"foundation"}},
-      {"src/settings", "settings", {"foundation", "platform"}},
-      {"src/refs", "refs", {"foundation", "platform"}},
-      {"src/status", "status", {"foundation", "platform", "settings", "refs"}},
-      {"src/menus", "menus", {"foundation", "platform", "settings", "refs", "status"}},
-      {"src/extension",
-       "extension",
-       {"foundation", "platform", "settings", "refs", "status", "menus"}},
-      {"src/platform/linux",
-       "platform/linux",
-       {"foundation", "platform", "settings", "refs", "status", "menus", "extension"},
-       Foreign::kAny},
-      {"src/platform/macos",
-       "platform/macos",
-       {"foundation", "platform", "settings", "refs", "status", "menus", "extension"},
-       Foreign::kAny},
-      // The main application knows the extension by its messages only.
-      {"app/agent",
-       "agent",
-       {"foundation", "platform", "platform/linux", "settings", "refs", "status"},
-       Foreign::kAny},
-      // The command line speaks the host link; the shared defaults it writes itself.
-      {"app/cli", "cli", {"foundation", "platform", "platform/linux", "settings"}, Foreign::kAny},
-      // What runs inside a file manager shares no code with the extension at all.
-      {"filemanagers", "", {}, Foreign::kAny},
-  };
+  static const std::vector<Layer> table = readLayers();
   return table;
 }
 
@@ -172,14 +175,19 @@ bool isBelow(std::string_view path, std::string_view folder) {
 }
 
 // The row with the longest `member` that holds `path`; null when none does.
-const Layer* layerHolding(std::string_view path, std::string_view Layer::*member) {
+const Layer* layerHolding(std::string_view path, std::string Layer::*member) {
   const Layer* best = nullptr;
   for (const Layer& layer : layers()) {
-    const std::string_view folder = layer.*member;
+    const std::string& folder = layer.*member;
     if (folder.empty() || !isBelow(path, folder)) continue;
     if (best == nullptr || (best->*member).size() < folder.size()) best = &layer;
   }
   return best;
+}
+
+// Whether the layer belongs to a system of which no headers are listed here.
+bool mayIncludeAnything(const Layer& layer) {
+  return layer.foreign.contains("apple") || layer.foreign.contains("any");
 }
 
 struct Include {
@@ -198,17 +206,24 @@ std::optional<std::string> quotedObjection(const Layer& layer, const std::string
     return "\"" + name + "\" is not a path from the include root";
   }
   if (target == &layer || layer.mayUse.contains(target->prefix)) return std::nullopt;
-  return std::string(layer.folder) + " must not include " + std::string(target->folder) + " (\"" +
-         name + "\")";
+  return layer.folder + " must not include " + target->folder + " (\"" + name + "\")";
+}
+
+// The library that a header beyond the standard library's comes from, as the table names it.
+std::string_view libraryOf(std::string_view header) {
+  if (header.starts_with("nlohmann/")) return "json";
+  if (header.starts_with("gio/") || header.starts_with("glib")) return "gio";
+  return "posix";
 }
 
 std::optional<std::string> objection(const Layer& layer, const Include& include) {
   // A header of the project stays one when it is written in angle brackets.
   if (include.quoted || layerHolding(include.name, &Layer::prefix) != nullptr)
     return quotedObjection(layer, include.name);
-  if (layer.foreign == Foreign::kAny || standardHeaders().contains(include.name))
-    return std::nullopt;
-  return std::string(layer.folder) + " must not include the system header <" + include.name + ">";
+  if (standardHeaders().contains(include.name) || mayIncludeAnything(layer)) return std::nullopt;
+  const std::string library(libraryOf(include.name));
+  if (layer.foreign.contains(library)) return std::nullopt;
+  return layer.folder + " must not include <" + include.name + ">, a header of <" + library + ">";
 }
 
 // What is wrong with one line of a file of `layer`.
@@ -224,12 +239,24 @@ std::optional<std::string> lineObjection(const Layer& layer, const std::string& 
     if (!std::regex_match(operand, name, named)) return "an include that names no file: " + line;
     return objection(layer, Include{name[1].matched, name[1].matched ? name[1] : name[2]});
   }
-  if (layer.foreign == Foreign::kStandardLibraryOnly && std::regex_match(line, platformSwitch))
-    return "a switch on the operating system belongs below src/platform: " + line;
+  if (layer.foreign.empty() && std::regex_match(line, platformSwitch))
+    return "a switch on the operating system belongs to a layer of that system: " + line;
   return std::nullopt;
 }
 
 }  // namespace
+
+std::vector<std::string> layerTableViolations() {
+  std::set<std::string> names;
+  std::vector<std::string> violations;
+  for (const Layer& layer : layers())
+    if (!names.insert(layer.folder).second) violations.push_back(layer.folder + " has two rows");
+  for (const Layer& layer : layers())
+    for (const std::string& use : layer.mayUse)
+      if (!names.contains("src/" + use) && !names.contains("app/" + use))
+        violations.push_back(layer.folder + " uses " + use + ", which has no row");
+  return violations;
+}
 
 std::vector<std::string> includeViolations(const SourceFile& file) {
   const bool judged =

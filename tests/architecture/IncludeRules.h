@@ -12,9 +12,12 @@ struct SourceFile {
   std::string text;
 };
 
+// What is wrong with the table of the layers itself, one line each; empty when all is well.
+std::vector<std::string> layerTableViolations();
+
 // What is wrong with the includes of `file`, one line each, "path:line: reason"; empty when all
 // is well. Judged are the folders src/, app/ and filemanagers/; of any other folder nothing is
-// said. The rules are the table in IncludeRules.cpp.
+// said. The rules are the rows of cmake/layers.txt.
 std::vector<std::string> includeViolations(const SourceFile& file);
 
 // Every C++ and Objective-C++ file below src/, app/ and filemanagers/ of the project at `root`,

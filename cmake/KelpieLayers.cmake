@@ -1,0 +1,60 @@
+# The libraries of layers.txt, one for each folder. A layer is linked only with what its row names,
+# and with what that needs, so a call that goes the wrong way does not link.
+
+set(KELPIE_LAYER_TABLE "${CMAKE_CURRENT_LIST_DIR}/layers.txt")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${KELPIE_LAYER_TABLE}")
+
+# The library of a folder, as layers.txt names folders: kelpie_linux_base of "linux/base".
+function(kelpie_layer_target OUT FOLDER)
+  string(REPLACE "/" "_" name "${FOLDER}")
+  set(${OUT} "kelpie_${name}" PARENT_SCOPE)
+endfunction()
+
+# What stands for <name> of a row: a library of the system, or none.
+function(kelpie_foreign_target OUT NAME)
+  if(NAME STREQUAL "gio")
+    set(${OUT} PkgConfig::GIO PARENT_SCOPE)
+  elseif(NAME STREQUAL "json")
+    set(${OUT} nlohmann_json::nlohmann_json PARENT_SCOPE)
+  else()
+    set(${OUT} "" PARENT_SCOPE)
+  endif()
+endfunction()
+
+# kelpie_add_layers(TOP): the layers below TOP (src or app). A folder with a CMakeLists.txt of its
+# own says itself how it is built. What needs an operating system is for Linux. The names of the
+# libraries are appended to KELPIE_LAYERS in the caller.
+function(kelpie_add_layers TOP)
+  set(layers "")
+  file(STRINGS "${KELPIE_LAYER_TABLE}" rows REGEX "^${TOP}/")
+  foreach(row IN LISTS rows)
+    if(NOT row MATCHES "^${TOP}/([^ ]+) :(.*)$")
+      message(FATAL_ERROR "layers.txt: not a row: ${row}")
+    endif()
+    set(folder "${CMAKE_MATCH_1}")
+    string(STRIP "${CMAKE_MATCH_2}" uses)
+    separate_arguments(uses UNIX_COMMAND "${uses}")
+    if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/CMakeLists.txt")
+      continue()
+    endif()
+    if(NOT CMAKE_SYSTEM_NAME STREQUAL "Linux" AND folder MATCHES "linux")
+      continue()
+    endif()
+    set(libraries "")
+    foreach(use IN LISTS uses)
+      if(use MATCHES "^<(.*)>$")
+        kelpie_foreign_target(library "${CMAKE_MATCH_1}")
+      else()
+        kelpie_layer_target(library "${use}")
+      endif()
+      list(APPEND libraries ${library})
+    endforeach()
+    if(TOP STREQUAL "app")
+      list(APPEND libraries kelpie_app_includes)
+    endif()
+    kelpie_layer_target(name "${folder}")
+    kelpie_add_layer(${name} FOLDER "${folder}" USES ${libraries})
+    list(APPEND layers ${name})
+  endforeach()
+  set(KELPIE_LAYERS ${KELPIE_LAYERS} ${layers} PARENT_SCOPE)
+endfunction()
