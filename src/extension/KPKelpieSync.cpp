@@ -113,8 +113,10 @@ void KPKelpieSync::start() {
       });
   updateFolders();
   updateApplicationRunning();
+  // A change may still be on its way, on another thread, while the observation is let go.
   if (UserDefaults* const shared = defaults_.sharedApplicationGroupDefaults()) {
-    foldersObservation_ = shared->observe(kFoldersPathsKey, [this] { updateFolders(); });
+    foldersObservation_ =
+        shared->observe(kFoldersPathsKey, [registry = registry_] { registry->updateFolders(); });
   }
   runningObservation_ = platform_.notifications.addObserver(
       kApplicationRunningNotification,

@@ -76,6 +76,17 @@ TEST_F(KPKelpieSyncTest, TheClassSetUpGoesInOrder) {
   EXPECT_EQ(lines[14], "defaults.remove standard NSOld");
 }
 
+// Whoever changes a setting on another thread may have begun before the observation was let go.
+TEST_F(KPKelpieSyncTest, AChangeOfTheFoldersThatComesAsTheControllerGoesIsStillTakenIn) {
+  const auto first =
+      fakes.groupDefaults().observe("KPFoldersPaths", [this] { controller.reset(); });
+  start();
+  fakes.finder.setDirectoryURLs({URL::fileURLWithPath("/former")});
+  fakes.groupDefaults().changeFromOutside("KPFoldersPaths", Objects());
+  EXPECT_EQ(controller, nullptr);
+  EXPECT_TRUE(fakes.finder.directoryURLs().empty());
+}
+
 TEST_F(KPKelpieSyncTest, TheClassSetUpTeachesTheCodecTheReferenceRecords) {
   KPKelpieSync::initialize(fakes.platform());
   for (const char* name :

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "macos/ScriptedHost.h"
+#include "macos/system/Dispatch.h"
 #include "macos/system/Entitlements.h"
 #include "macos/system/Files.h"
 #include "macos/system/FinderSync.h"
@@ -57,6 +58,11 @@ class Glue : public testing::Test {
 
   bool hears(NSString* selector) {
     return host.runUntil([&] { return !host.messages(selector).empty(); });
+  }
+
+  // Whether the Finder comes to report that many folders.
+  bool reportsFolders(std::size_t count) {
+    return host.runUntil([&] { return [[[HostFinder finder] directoryURLs] count] == count; });
   }
 
   std::string posted() const {
@@ -167,18 +173,19 @@ TEST_F(Glue, WithoutAPortToNameThereIsNoExtensionAndNoException) {
 TEST_F(Glue, TheFoldersOfTheSettingsAreHandedToTheFinder) {
   ASSERT_NE(host.start(), nil);
   host.observeFolders([NSArray arrayWithObject:[host.url("repo") hostBookmark]]);
-  NSSet* const urls = [[HostFinder finder] directoryURLs];
-  ASSERT_EQ([urls count], 1U);
-  EXPECT_TRUE([[urls anyObject] isFileReferenceURL]);
-  EXPECT_TRUE([[[[urls anyObject] filePathURL] path] isEqual:[host.url("repo") path]]);
+  ASSERT_TRUE(reportsFolders(1));
+  NSURL* const folder = [[[HostFinder finder] directoryURLs] anyObject];
+  EXPECT_TRUE([folder isFileReferenceURL]);
+  EXPECT_TRUE([[[folder filePathURL] path] isEqual:[host.url("repo") path]]);
   host.observeFolders([NSArray array]);
-  EXPECT_EQ([[[HostFinder finder] directoryURLs] count], 0U);
+  EXPECT_TRUE(reportsFolders(0));
 }
 
 TEST_F(Glue, ABookmarkThatNobodyCanResolveIsReportedAndChangesNothing) {
   host.startApplication();
   ASSERT_NE(host.start(), nil);
   host.observeFolders([NSArray arrayWithObject:[host.url("repo") hostBookmark]]);
+  ASSERT_TRUE(reportsFolders(1));
   NSData* const foreign = [@"another user's" dataUsingEncoding:NSUTF8StringEncoding];
   host.observeFolders([NSArray arrayWithObject:foreign]);
   ASSERT_TRUE(hears(@"showError:"));
@@ -306,6 +313,7 @@ TEST_F(Glue, WhenTheApplicationEndsItsBadgesGo) {
 
   // What was on screen is asked for again when it comes back.
   host.observeFolders([NSArray arrayWithObject:[host.url("") hostBookmark]]);
+  ASSERT_TRUE(reportsFolders(1));
   host.forgetMessages();
   host.startApplication();
   host.post(@"KPApplicationRunning");
@@ -313,6 +321,21 @@ TEST_F(Glue, WhenTheApplicationEndsItsBadgesGo) {
   NSDictionary* const request = [host.messages(@"openRepository:portName:").front().content.get()
       objectForKey:@"KPMessageArgument"];
   EXPECT_EQ([[request objectForKey:@"shallow"] boolValue], YES);
+}
+
+// Each announcement starts a watch; all of them see the end, and none of them stays.
+TEST_F(Glue, WatchesThatWereReplacedEndWithTheApplication) {
+  startWithRepository();
+  host.post(@"KPApplicationRunning");
+  host.post(@"KPApplicationRunning");
+  EXPECT_EQ(system::processSources(), 3U);
+  host.signalApplication();
+  EXPECT_EQ(host.badge("repo/a.txt"), "KPEmptyBadge") << "any signal counts as the end";
+  EXPECT_TRUE(host.runUntil([] { return system::processSources() == 0; }));
+
+  // Nobody is left to take a second signal for the end of what was announced since.
+  host.post(@"KPApplicationRunning");
+  EXPECT_EQ(system::processSources(), 1U);
 }
 
 TEST_F(Glue, ASendThatFailsIsReportedByNotification) {

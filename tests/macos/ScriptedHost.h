@@ -39,6 +39,8 @@ class ScriptedHost {
   void startApplication(NSString* version = @"1");
   // Ends that process; its port goes with it.
   void killApplication();
+  // That process receives a signal that it survives.
+  void signalApplication();
   void post(NSString* notification);
   // Sends a selector message to the extension.
   void send(NSString* selector, id argument, id target = nil);

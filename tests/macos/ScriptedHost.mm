@@ -6,6 +6,7 @@
 
 #include <chrono>
 
+#include "macos/system/Dispatch.h"
 #include "macos/system/Entitlements.h"
 #include "macos/system/Files.h"
 #include "macos/system/FinderSync.h"
@@ -57,7 +58,7 @@ ScriptedHost::~ScriptedHost() {
 // -- The main application -------------------------------------------------------------------------
 
 void ScriptedHost::startApplication(NSString* version) {
-  [[HostSuiteDefaults suiteNamed:kGroup] setObject:version forKey:@"KPApplicationVersion"];
+  [[HostSuiteDefaults suiteNamed:kGroup] setElsewhere:version forKey:@"KPApplicationVersion"];
   application_ = spawnSleeper();
   system::setRunningApplications(kApplication, {application_});
   openApplicationPort();
@@ -82,6 +83,8 @@ void ScriptedHost::killApplication() {
   EXPECT_EQ(waitpid(application_, nullptr, 0), application_);
   application_ = 0;
 }
+
+void ScriptedHost::signalApplication() { system::signalProcess(application_); }
 
 void ScriptedHost::post(NSString* notification) {
   [[NSDistributedNotificationCenter defaultCenter] postNotificationName:notification
@@ -127,13 +130,13 @@ std::vector<ScriptedHost::Message> ScriptedHost::messages(NSString* selector) co
 }
 
 void ScriptedHost::observeFolders(NSArray* bookmarks) {
-  [[HostSuiteDefaults suiteNamed:kGroup] setObject:bookmarks forKey:@"KPFoldersPaths"];
+  [[HostSuiteDefaults suiteNamed:kGroup] setElsewhere:bookmarks forKey:@"KPFoldersPaths"];
 }
 
 void ScriptedHost::showFileItems(NSArray* tags) {
   NSDictionary* const root = [NSDictionary dictionaryWithObject:tags forKey:@"KPFileMenuItems"];
   NSDictionary* const items = [NSDictionary dictionaryWithObject:root forKey:@"KPRootMenuItems"];
-  [[HostSuiteDefaults suiteNamed:kGroup] setObject:items forKey:@"KPContextualMenuItems"];
+  [[HostSuiteDefaults suiteNamed:kGroup] setElsewhere:items forKey:@"KPContextualMenuItems"];
 }
 
 // -- The Finder -----------------------------------------------------------------------------------

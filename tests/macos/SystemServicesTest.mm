@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <future>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -11,6 +12,7 @@
 
 #include "foundation/Dictionary.h"
 #include "macos/ScriptedHost.h"
+#include "macos/system/MessagePorts.h"
 #include "macos/system/SuiteDefaults.h"
 #include "platform/macos/MacMessagePorts.h"
 #include "platform/macos/MacProcessMonitors.h"
@@ -88,7 +90,6 @@ TEST(MacMonitors, LiveUntilTheyAreCancelledAndLetGoOfTheirHandlers) {
   const auto held = std::make_shared<int>(0);
   const std::weak_ptr<int> weak = held;
   bool isCancelled = false;
-  std::weak_ptr<ProcessMonitor> former;
   {
     const auto monitor = MacProcessMonitors().makeMonitor(getpid());
     monitor->setEventHandler([held] {});
@@ -98,6 +99,27 @@ TEST(MacMonitors, LiveUntilTheyAreCancelledAndLetGoOfTheirHandlers) {
   }
   EXPECT_FALSE(isCancelled) << "never inline";
   EXPECT_TRUE(runUntil([&] { return isCancelled && held.use_count() == 1; }));
+}
+
+// The handler can still cancel a monitor that everybody else has let go.
+TEST(MacMonitors, LiveForTheirHandlerWhenNobodyHoldsThem) {
+  const pid_t child = fork();
+  if (child == 0) _exit(0);
+  ASSERT_EQ(waitpid(child, nullptr, 0), child);
+  bool couldCancel = false;
+  bool isCancelled = false;
+  {
+    const auto monitor = MacProcessMonitors().makeMonitor(child);
+    monitor->setEventHandler([weak = std::weak_ptr(monitor), &couldCancel] {
+      const auto self = weak.lock();
+      couldCancel = self != nullptr;
+      if (self) self->cancel();
+    });
+    monitor->setCancelHandler([&isCancelled] { isCancelled = true; });
+    monitor->resume();
+  }
+  EXPECT_TRUE(runUntil([&] { return isCancelled; }));
+  EXPECT_TRUE(couldCancel);
 }
 
 TEST(MacMonitors, ThatWereNeverStartedJustGo) {
@@ -146,6 +168,34 @@ TEST_F(MacDefaults, TellOfChangesForAsLongAsSomebodyObserves) {
   EXPECT_EQ(changes, 1);
 }
 
+TEST_F(MacDefaults, TellOfChangesByOthersOnTheMainThread) {
+  int changes = 0;
+  bool isOnMainThread = false;
+  auto observation = suite->observe("key", [&] {
+    isOnMainThread = [NSThread isMainThread] == YES;
+    ++changes;
+  });
+  [[HostSuiteDefaults suiteNamed:@"suite"] setElsewhere:@"text" forKey:@"key"];
+  EXPECT_EQ(changes, 0) << "never inline";
+  ASSERT_TRUE(runUntil([&] { return changes == 1; }));
+  EXPECT_TRUE(isOnMainThread);
+}
+
+// Told by a thread that had begun before the observation went, and by the main queue after it.
+TEST_F(MacDefaults, AChangeThatComesTooLateReachesNobody) {
+  const auto held = std::make_shared<int>(0);
+  auto observation = suite->observe("key", [held] { ++*held; });
+  HostSuiteDefaults* const store = [HostSuiteDefaults suiteNamed:@"suite"];
+  std::thread([&] { [store setObject:@"text" forKey:@"key"]; }).join();
+  EXPECT_EQ(*held, 0) << "it waits for the main thread";
+  observation.reset();
+  EXPECT_EQ(held.use_count(), 1);
+  bool hasRun = false;
+  MacSerialQueues().mainQueue()->post([&] { hasRun = true; });
+  ASSERT_TRUE(runUntil([&] { return hasRun; }));
+  EXPECT_EQ(*held, 0);
+}
+
 TEST_F(MacDefaults, SurviveAnObserverThatRaises) {
   const auto observation = suite->observe("key", [] { throw std::invalid_argument("a test"); });
   suite->setObject("key", 1);
@@ -181,6 +231,28 @@ TEST(MacPorts, CarryMessagesToTheMainThread) {
   EXPECT_TRUE(received.empty()) << "never while sending";
   ASSERT_TRUE(runUntil([&] { return received.size() == 2; }));
   EXPECT_EQ(received[1], std::pair(-2, Bytes{7}));
+}
+
+// Others may wait in front of a message, but not longer than it has time itself.
+TEST(MacPorts, AMessageWaitsForOthersNoLongerThanItsTimeOut) {
+  MacMessagePorts ports;
+  const auto local = ports.createLocal("port", [](std::int32_t, const std::shared_ptr<const Bytes>&,
+                                                  const LocalMessagePort::Completion&) {});
+  const auto remote = ports.createRemote("port");
+  ASSERT_NE(remote, nullptr);
+  constexpr std::chrono::minutes kLong{10};
+  system::setReceiversBusy(true);
+  auto first = std::async(std::launch::async, [&] { return remote->send(1, {1}, kLong, kLong); });
+  EXPECT_TRUE(runUntil([] { return system::waitingSends() == 1; }));
+  auto second = std::async(std::launch::async, [&] {
+    return remote->send(1, {2}, std::chrono::milliseconds(10), kLong);
+  });
+  EXPECT_TRUE(runUntil(
+      [&] { return second.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+  EXPECT_EQ(system::waitingSends(), 1) << "the first still has time";
+  system::setReceiversBusy(false);
+  EXPECT_EQ(first.get(), RemoteMessagePort::kSuccess);
+  EXPECT_EQ(second.get(), RemoteMessagePort::kSendTimeout);
 }
 
 TEST(MacPorts, AreFoundByNameWhileTheyAreOpen) {

@@ -3,15 +3,25 @@
 #import <Foundation/Foundation.h>
 
 #include <functional>
-#include <memory>
 
-// Hands the changes of a key that it observes to a function, on the thread that delivers them. What
-// the function raises is logged.
-@interface KPDefaultsObserver : NSObject {
- @private
-  std::shared_ptr<const std::function<void()>> _handler;
-}
+// The one observer of all settings of this process. It lives for ever, since whoever changes a
+// setting on another thread may still be on his way to an observer that is being removed. The
+// context of a registration says whose handler is meant; a context is never used twice.
+@interface KPDefaultsObserver : NSObject
 
-- (instancetype)initWithHandler:(std::function<void()>)handler;
++ (KPDefaultsObserver*)sharedObserver;
+
+// The context under which to register the observer for a key. Any thread.
++ (void*)contextForHandler:(std::function<void()>)handler;
+// Lets the handler go. Once this has returned on the main thread, it is not called any more. Any
+// thread.
++ (void)forgetContext:(void*)context;
+
+// Calls the handler of the context on the main thread: at once when that is where the change was
+// made, else later, which is how changes by other processes come. What it raises is logged.
+- (void)observeValueForKeyPath:(NSString*)keyPath
+                      ofObject:(id)object
+                        change:(NSDictionary*)change
+                       context:(void*)context;
 
 @end

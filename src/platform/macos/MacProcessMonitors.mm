@@ -12,55 +12,57 @@ namespace {
 constexpr unsigned long kEvents = DISPATCH_PROC_EXIT | DISPATCH_PROC_SIGNAL;
 static_assert(kEvents == 0x88000000);
 
-// A source, and what it is to run. The source's own handlers hold it, so that the watch lives until
-// it is cancelled; they go when the cancel handler has run.
-struct Watch {
-  explicit Watch(std::int32_t pid)
-      : source(dispatch_source_create(DISPATCH_SOURCE_TYPE_PROC, static_cast<uintptr_t>(pid),
-                                      kEvents, dispatch_get_main_queue())) {}
-  // A source that was never started must not be let go as it is.
-  ~Watch() {
-    if (!isResumed) {
-      dispatch_source_cancel(source);
-      dispatch_resume(source);
-    }
-    dispatch_release(source);
-  }
-  Watch(const Watch&) = delete;
-  Watch& operator=(const Watch&) = delete;
-
-  const dispatch_source_t source;
-  bool isResumed = false;
-  std::function<void()> onEvent = [] {};
-  std::function<void()> onCancel = [] {};
-};
-
-class MacProcessMonitor final : public ProcessMonitor {
+// The source's own handlers hold the monitor, so that it lives and can be cancelled whoever else
+// lets it go; libdispatch lets them go once the cancel handler has run.
+class MacProcessMonitor final : public ProcessMonitor,
+                                public std::enable_shared_from_this<MacProcessMonitor> {
  public:
-  explicit MacProcessMonitor(std::int32_t pid) : watch_(std::make_shared<Watch>(pid)) {}
+  explicit MacProcessMonitor(std::int32_t pid)
+      : source_(dispatch_source_create(DISPATCH_SOURCE_TYPE_PROC, static_cast<uintptr_t>(pid),
+                                       kEvents, dispatch_get_main_queue())) {}
+  // A source that was never started must not be let go as it is.
+  ~MacProcessMonitor() override {
+    if (!isResumed_) {
+      dispatch_source_cancel(source_);
+      dispatch_resume(source_);
+    }
+    dispatch_release(source_);
+  }
+  MacProcessMonitor(const MacProcessMonitor&) = delete;
+  MacProcessMonitor& operator=(const MacProcessMonitor&) = delete;
 
-  void setEventHandler(std::function<void()> handler) override {
-    watch_->onEvent = std::move(handler);
-  }
-  void setCancelHandler(std::function<void()> handler) override {
-    watch_->onCancel = std::move(handler);
-  }
+  void setEventHandler(std::function<void()> handler) override { onEvent_ = std::move(handler); }
+  void setCancelHandler(std::function<void()> handler) override { onCancel_ = std::move(handler); }
   void resume() override {
-    if (std::exchange(watch_->isResumed, true)) return;
-    const std::shared_ptr<Watch> watch = watch_;
-    dispatch_source_set_event_handler(watch->source, ^{
-      runGuarded(watch->onEvent);
+    if (std::exchange(isResumed_, true)) return;
+    const std::shared_ptr<MacProcessMonitor> self = shared_from_this();
+    dispatch_source_set_event_handler(source_, ^{
+      self->fire();
     });
-    dispatch_source_set_cancel_handler(watch->source, ^{
-      runGuarded(watch->onCancel);
-      watch->onEvent = watch->onCancel = [] {};
+    dispatch_source_set_cancel_handler(source_, ^{
+      self->end();
     });
-    dispatch_resume(watch->source);
+    dispatch_resume(source_);
   }
-  void cancel() override { dispatch_source_cancel(watch_->source); }
+  void cancel() override { dispatch_source_cancel(source_); }
 
  private:
-  const std::shared_ptr<Watch> watch_;
+  void fire() {
+    @autoreleasepool {
+      runGuarded(onEvent_);
+    }
+  }
+  void end() {
+    @autoreleasepool {
+      runGuarded(onCancel_);
+      onEvent_ = onCancel_ = [] {};
+    }
+  }
+
+  const dispatch_source_t source_;
+  bool isResumed_ = false;
+  std::function<void()> onEvent_ = [] {};
+  std::function<void()> onCancel_ = [] {};
 };
 
 }  // namespace

@@ -17,12 +17,13 @@ class MacRemoteMessagePort final : public RemoteMessagePort {
 
   explicit MacRemoteMessagePort(CFRetained<CFMessagePortRef> port) : port_(std::move(port)) {}
 
-  // CoreFoundation's status as it is.
+  // CoreFoundation's status as it is. The time that other messages take in front counts towards
+  // `sendTimeout`.
   std::int32_t send(std::int32_t id, const Bytes& message, std::chrono::milliseconds sendTimeout,
                     std::chrono::milliseconds receiveTimeout) override;
 
  private:
-  std::mutex mutex_;  // one message after the other
+  std::timed_mutex mutex_;  // one message after the other
   const CFRetained<CFMessagePortRef> port_;
 };
 

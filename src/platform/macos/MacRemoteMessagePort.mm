@@ -1,5 +1,7 @@
 #include "platform/macos/MacRemoteMessagePort.h"
 
+#include <algorithm>
+
 #include "platform/macos/Strings.h"
 
 namespace kelpie {
@@ -25,12 +27,18 @@ std::int32_t MacRemoteMessagePort::send(std::int32_t id, const Bytes& message,
   static_assert(kCFMessagePortSuccess == kSuccess && kCFMessagePortSendTimeout == kSendTimeout &&
                 kCFMessagePortIsInvalid == kIsInvalid &&
                 kCFMessagePortTransportError == kTransportError);
-  const auto data = CFRetained<CFDataRef>::adopt(
-      CFDataCreate(nullptr, message.data(), static_cast<CFIndex>(message.size())));
-  if (!data) return kTransportError;
-  const std::lock_guard lock(mutex_);
-  return CFMessagePortSendRequest(port_.get(), id, data.get(), seconds(sendTimeout),
-                                  seconds(receiveTimeout), nullptr, nullptr);
+  @autoreleasepool {
+    const auto data = CFRetained<CFDataRef>::adopt(
+        CFDataCreate(nullptr, message.data(), static_cast<CFIndex>(message.size())));
+    if (!data) return kTransportError;
+    const auto deadline = std::chrono::steady_clock::now() + sendTimeout;
+    const std::unique_lock lock(mutex_, deadline);
+    if (!lock) return kSendTimeout;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+        std::max(deadline - std::chrono::steady_clock::now(), std::chrono::nanoseconds::zero()));
+    return CFMessagePortSendRequest(port_.get(), id, data.get(), seconds(left),
+                                    seconds(receiveTimeout), nullptr, nullptr);
+  }
 }
 
 }  // namespace kelpie

@@ -17,6 +17,7 @@ class MacUserDefaults final : public UserDefaults {
   void removeObject(std::string_view key) override;
   void registerDefaults(const Dictionary& defaults) override;
   Dictionary dictionaryRepresentation() const override;
+  // Tells of changes on the main thread: see KPDefaultsObserver.
   std::unique_ptr<DefaultsObservation> observe(std::string_view key,
                                                std::function<void()> onChange) override;
 

@@ -17,15 +17,17 @@ class Observation final : public DefaultsObservation {
               std::function<void()> onChange)
       : defaults_(std::move(defaults)),
         key_(std::move(key)),
-        observer_(Retained<KPDefaultsObserver*>::adopt(
-            [[KPDefaultsObserver alloc] initWithHandler:std::move(onChange)])) {
-    [defaults_.get() addObserver:observer_.get()
+        context_([KPDefaultsObserver contextForHandler:std::move(onChange)]) {
+    [defaults_.get() addObserver:[KPDefaultsObserver sharedObserver]
                       forKeyPath:key_.get()
                          options:NSKeyValueObservingOptionNew
-                         context:nullptr];
+                         context:context_];
   }
   ~Observation() override {
-    [defaults_.get() removeObserver:observer_.get() forKeyPath:key_.get()];
+    [defaults_.get() removeObserver:[KPDefaultsObserver sharedObserver]
+                         forKeyPath:key_.get()
+                            context:context_];
+    [KPDefaultsObserver forgetContext:context_];
   }
   Observation(const Observation&) = delete;
   Observation& operator=(const Observation&) = delete;
@@ -33,7 +35,7 @@ class Observation final : public DefaultsObservation {
  private:
   const Retained<NSUserDefaults*> defaults_;
   const Retained<NSString*> key_;
-  const Retained<KPDefaultsObserver*> observer_;
+  void* const context_;
 };
 
 }  // namespace

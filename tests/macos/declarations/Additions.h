@@ -19,6 +19,7 @@ extern NSString* const NSKeyedArchiveRootObjectKey;
 
 @interface NSUserDefaults (Additions)
 - (instancetype)initWithSuiteName:(NSString*)suite;
+- (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)key context:(void*)context;
 @end
 
 @interface NSKeyedUnarchiver (Additions)

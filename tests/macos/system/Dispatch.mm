@@ -1,3 +1,5 @@
+#include "macos/system/Dispatch.h"
+
 #include <dispatch/dispatch.h>
 #include <objc/blocks_runtime.h>
 #include <poll.h>
@@ -5,6 +7,9 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <mutex>
+#include <unordered_set>
+#include <vector>
 
 // A serial queue: a thread of its own works off what was posted, for as long as there is anything.
 @interface HostQueue : NSObject <OS_dispatch_queue> {
@@ -38,6 +43,7 @@
   dispatch_block_t _onEvent;
   dispatch_block_t _onCancel;
   std::atomic<bool> _isCancelled;
+  std::atomic<bool> _isResumed;
 }
 - (void)wait;
 - (void)runEvent;
@@ -50,6 +56,17 @@ thread_local HostQueue* currentQueue = nil;
 
 // One wait for a process; a cancelled watch notices after this long.
 constexpr int kWaitMilliseconds = 20;
+
+// Every source that has not gone, borrowed.
+struct Sources {
+  std::mutex mutex;
+  std::unordered_set<HostProcessSource*> all;  // guarded by mutex
+};
+
+Sources& sources() {
+  static Sources made;
+  return made;
+}
 
 bool hasEnded(int pidFd) {
   pollfd end = {pidFd, POLLIN, 0};
@@ -128,7 +145,18 @@ bool hasEnded(int pidFd) {
 
 @implementation HostProcessSource
 
+- (instancetype)init {
+  self = [super init];
+  const std::lock_guard lock(sources().mutex);
+  sources().all.insert(self);
+  return self;
+}
+
 - (void)dealloc {
+  {
+    const std::lock_guard lock(sources().mutex);
+    sources().all.erase(self);
+  }
   if (_onEvent != nullptr) Block_release(_onEvent);
   if (_onCancel != nullptr) Block_release(_onCancel);
   [super dealloc];
@@ -206,7 +234,31 @@ void dispatch_source_cancel(dispatch_source_t source) {
 }
 
 void dispatch_resume(dispatch_object_t object) {
+  static_cast<HostProcessSource*>(object)->_isResumed = true;
   [NSThread detachNewThreadSelector:@selector(wait) toTarget:object withObject:nil];
 }
 
 void dispatch_release(dispatch_object_t object) { [object release]; }
+
+namespace kelpie::system {
+
+// Held while they run, since a handler may let go of its own source.
+void signalProcess(std::int32_t pid) {
+  std::vector<HostProcessSource*> told;
+  {
+    const std::lock_guard lock(sources().mutex);
+    for (HostProcessSource* source : sources().all)
+      if (source->_pid == pid && source->_isResumed) told.push_back([source retain]);
+  }
+  for (HostProcessSource* source : told) {
+    [source runEvent];
+    [source release];
+  }
+}
+
+std::size_t processSources() {
+  const std::lock_guard lock(sources().mutex);
+  return sources().all.size();
+}
+
+}  // namespace kelpie::system

@@ -11,6 +11,11 @@ namespace kelpie::system {
 
 // What the next sends answer; 0 sends. Any thread.
 void setSendStatus(std::int32_t status);
+// Whether receivers take nothing for the time being: a send lasts until its time-out is over or
+// they do again. Any thread.
+void setReceiversBusy(bool areBusy);
+// How many sends wait for a busy receiver. Any thread.
+int waitingSends();
 // Whether a port of that name is open.
 bool isPortOpen(NSString* name);
 

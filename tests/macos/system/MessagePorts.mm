@@ -3,6 +3,9 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 
 // A port: of a listener when it has a callback, else of a sender. Its source is the port itself.
 @interface HostPort : NSObject {
@@ -21,6 +24,29 @@
 namespace {
 
 std::atomic<std::int32_t> sendStatus = 0;
+
+// What sends wait for while their receivers are busy.
+struct Traffic {
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool isStopped = false;  // guarded by mutex
+  int waiting = 0;         // guarded by mutex
+};
+
+Traffic& traffic() {
+  static Traffic made;
+  return made;
+}
+
+// False when the time is over.
+bool waitForReceiver(CFTimeInterval limit) {
+  std::unique_lock lock(traffic().mutex);
+  ++traffic().waiting;
+  const bool isFree = traffic().changed.wait_for(lock, std::chrono::duration<double>(limit),
+                                                 [] { return !traffic().isStopped; });
+  --traffic().waiting;
+  return isFree;
+}
 
 // The listening ports by name. Guarded by @synchronized on itself.
 NSMutableDictionary* listeners() {
@@ -153,9 +179,10 @@ CFRunLoopSourceRef CFMessagePortCreateRunLoopSource(CFAllocatorRef /*allocator*/
 }
 
 SInt32 CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 number, CFDataRef data,
-                                CFTimeInterval /*sendTimeout*/, CFTimeInterval /*receiveTimeout*/,
+                                CFTimeInterval sendTimeout, CFTimeInterval /*receiveTimeout*/,
                                 CFStringRef /*replyMode*/, CFDataRef* /*reply*/) {
   if (sendStatus != 0) return sendStatus;
+  if (!waitForReceiver(sendTimeout)) return kCFMessagePortSendTimeout;
   HostPort* const sender = objectOf(remote);
   HostPort* const receiver = listener(sender->_name);
   if (receiver == nil) return kCFMessagePortIsInvalid;
@@ -180,6 +207,19 @@ void CFMessagePortInvalidate(CFMessagePortRef port) {
 namespace kelpie::system {
 
 void setSendStatus(std::int32_t status) { sendStatus = status; }
+
+void setReceiversBusy(bool areBusy) {
+  {
+    const std::lock_guard lock(traffic().mutex);
+    traffic().isStopped = areBusy;
+  }
+  traffic().changed.notify_all();
+}
+
+int waitingSends() {
+  const std::lock_guard lock(traffic().mutex);
+  return traffic().waiting;
+}
 
 bool isPortOpen(NSString* name) { return listener(name) != nil; }
 

@@ -73,6 +73,13 @@ bool isPropertyList(id value) {
   [self notifyObserversOf:key];
 }
 
+- (void)setElsewhere:(id)value forKey:(NSString*)key {
+  @synchronized(self) {
+    [_stored setObject:value forKey:key];
+  }
+  [NSThread detachNewThreadSelector:@selector(notifyObserversOf:) toTarget:self withObject:key];
+}
+
 - (void)removeObjectForKey:(NSString*)key {
   @synchronized(self) {
     [_stored removeObjectForKey:key];
@@ -98,18 +105,18 @@ bool isPropertyList(id value) {
          forKeyPath:(NSString*)key
             options:(NSKeyValueObservingOptions)options
             context:(void*)context {
-  NSAssert(options == NSKeyValueObservingOptionNew && context == nullptr, @"not provided for");
+  NSAssert(options == NSKeyValueObservingOptionNew, @"not provided for");
   @synchronized(self) {
     [_observers addObject:[NSArray arrayWithObjects:[NSValue valueWithNonretainedObject:observer],
-                                                    key, nil]];
+                                                    key, [NSValue valueWithPointer:context], nil]];
   }
 }
 
-- (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)key {
+- (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)key context:(void*)context {
   @synchronized(self) {
     [_observers
-        removeObject:[NSArray
-                         arrayWithObjects:[NSValue valueWithNonretainedObject:observer], key, nil]];
+        removeObject:[NSArray arrayWithObjects:[NSValue valueWithNonretainedObject:observer], key,
+                                               [NSValue valueWithPointer:context], nil]];
   }
 }
 
@@ -124,12 +131,15 @@ bool isPropertyList(id value) {
   @synchronized(self) {
     observers = [NSArray arrayWithArray:_observers];
   }
-  for (NSArray* observer in observers)
-    if ([[observer objectAtIndex:1] isEqualToString:key])
-      [[[observer objectAtIndex:0] nonretainedObjectValue] observeValueForKeyPath:key
-                                                                         ofObject:self
-                                                                           change:nil
-                                                                          context:nullptr];
+  @autoreleasepool {
+    for (NSArray* observer in observers)
+      if ([[observer objectAtIndex:1] isEqualToString:key])
+        [[[observer objectAtIndex:0] nonretainedObjectValue]
+            observeValueForKeyPath:key
+                          ofObject:self
+                            change:nil
+                           context:[[observer objectAtIndex:2] pointerValue]];
+  }
 }
 
 @end
@@ -140,6 +150,11 @@ bool isPropertyList(id value) {
   [self release];
   if (suite == nil) return nil;
   return static_cast<id>([[HostSuiteDefaults suiteNamed:suite] retain]);
+}
+
+// Only suites are observed.
+- (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)key context:(void*)context {
+  [NSException raise:NSInvalidArgumentException format:@"not provided for"];
 }
 
 @end
