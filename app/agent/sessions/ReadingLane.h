@@ -22,6 +22,9 @@ class ReadingLane {
 
   // There is something to read.
   void changed();
+  // What was read last is known to be out of date.
+  bool isBehind() const { return pace_.hasChanged(); }
+  void setUrgency(ReadingSlots::Urgency urgency) { urgency_ = urgency; }
   // Whether anybody wants to know. What changes meanwhile is read when somebody does.
   void setWanted(bool wanted);
   // `foundSomething`: the reading differed from the one before.
@@ -36,7 +39,7 @@ class ReadingLane {
 
   MainLoop& loop_;
   std::shared_ptr<ReadingSlots> slots_;
-  const ReadingSlots::Urgency urgency_;
+  ReadingSlots::Urgency urgency_;
   std::function<void()> begin_;
   ReadingPace pace_;
   bool wanted_ = false;

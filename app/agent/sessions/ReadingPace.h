@@ -25,6 +25,8 @@ class ReadingPace {
   // `foundSomething`: the reading differed from the one before.
   void finished(Clock::time_point now, bool foundSomething);
 
+  // Something has changed since the last reading started.
+  bool hasChanged() const { return firstChange_.has_value(); }
   // When to start the next reading; missing while one runs and when nothing has changed.
   std::optional<Clock::time_point> next() const;
 

@@ -23,8 +23,9 @@ class ReadingSlots {
   // `loop` outlives this. At least one slot.
   ReadingSlots(MainLoop& loop, std::size_t slots, std::chrono::milliseconds patience = kPatience);
 
-  // What is waited for, the first of these first.
-  enum class Urgency { Status, References };
+  // What is waited for, the first of these first: what is on screen, and then, one after the other
+  // to the end, what may never be.
+  enum class Urgency { Finding, Status, References, LaterStatus, LaterFinding };
 
   // Calls `start` with a ticket: at once, or when the turn has come. Every ticket is given back.
   void enter(Urgency urgency, std::function<void(Ticket ticket)> start);
@@ -46,7 +47,7 @@ class ReadingSlots {
   const std::chrono::milliseconds patience_;
   // With the time at which each is no longer waited for.
   std::map<Ticket, std::unique_ptr<MainLoop::Source>> running_;
-  std::array<Waiting, 2> waiting_;  // by urgency
+  std::array<Waiting, 5> waiting_;  // by urgency
   Ticket last_ = 0;
 };
 

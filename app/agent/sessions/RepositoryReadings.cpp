@@ -29,16 +29,27 @@ StatusReadings::StatusReadings(ReadingContext context)
       reader_(context_.git, context_.workingCopy),
       indexFolders_(context_.git, context_.workingCopy) {}
 
-void StatusReadings::start(std::function<void(Result)> done) {
+void StatusReadings::start(bool find, std::function<void(Result)> done) {
+  find_ = find;
   run(shared_from_this(), context_, &StatusReadings::read, std::move(done));
 }
 
 void StatusReadings::cancel() { g_cancellable_cancel(context_.cancellable.get()); }
 
 StatusReadings::Result StatusReadings::read() {
+  Result result = readStatus();
+  result.wasToFind = find_;
+  return result;
+}
+
+StatusReadings::Result StatusReadings::readStatus() {
   Result result;
   const URL root = URL::fileURLWithPath(context_.workingCopy.root);
   if (root.identifier(context_.files) != context_.messages->target()) {
+    result.vanished = true;
+    return result;
+  }
+  if (find_ && isGone()) {
     result.vanished = true;
     return result;
   }
@@ -59,7 +70,7 @@ StatusReadings::Result StatusReadings::read() {
 bool StatusReadings::isGone() const {
   const WorkingCopy& own = context_.workingCopy;
   const WorkingCopyFinder::Finding finding = WorkingCopyFinder(context_.git).find(own.root);
-  if (finding.workingCopy) return finding.workingCopy->root != own.root;
+  if (finding.workingCopy) return *finding.workingCopy != own;
   return finding.failure.empty();
 }
 

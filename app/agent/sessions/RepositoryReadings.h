@@ -40,6 +40,8 @@ class StatusReadings : public std::enable_shared_from_this<StatusReadings> {
     std::string failure;
     // The working copy is not there any more, or another one is in its place.
     bool vanished = false;
+    // The reading was to find the working copy first.
+    bool wasToFind = false;
     // Where untracked files are not looked at: the folders to watch, unless they are the same as
     // before.
     std::optional<std::vector<std::string>> trackedFolders;
@@ -47,16 +49,20 @@ class StatusReadings : public std::enable_shared_from_this<StatusReadings> {
 
   explicit StatusReadings(ReadingContext context);
 
-  // `done` runs on the main thread, unless the readings were cancelled meanwhile.
-  void start(std::function<void(Result)> done);
+  // `find`: git is to say first whether the working copy is still the one that was opened. `done`
+  // runs on the main thread, unless the readings were cancelled meanwhile.
+  void start(bool find, std::function<void(Result)> done);
   // Stops what runs; nothing is started any more.
   void cancel();
 
  private:
   Result read();
+  Result readStatus();
+  // What git finds where the working copy was is another one, or none. False where git cannot say.
   bool isGone() const;
 
   ReadingContext context_;
+  bool find_ = false;  // changed while no reading runs
   StatusReader reader_;
   IndexFolders indexFolders_;
 };

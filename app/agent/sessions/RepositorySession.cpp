@@ -36,7 +36,7 @@ RepositorySession::RepositorySession(const SessionServices& services,
       number_(nextNumber()),
       callbacks_(std::move(callbacks)),
       messages_(std::make_shared<const RepositoryMessages>(workingCopy, std::move(identifier))),
-      statusLane_(services.loop, services.slots, ReadingSlots::Urgency::Status,
+      statusLane_(services.loop, services.slots, ReadingSlots::Urgency::LaterStatus,
                   [this] { readStatus(); }),
       referencesLane_(services.loop, services.slots, ReadingSlots::Urgency::References,
                       [this] { readReferences(); }) {
@@ -70,7 +70,9 @@ void RepositorySession::open(const std::shared_ptr<ExtensionPort>& port, const s
   if (subscriber.early.isEcho(folder)) return;
   subscriber.told[0] = 0;
   subscriber.wantsReferences |= !shallow;
-  port->post({number_, RepositoryMessages::kOpening}, messages_->opening());
+  subscriber.isToOpen = true;
+  if (!shallow && !std::exchange(isShown_, true))
+    statusLane_.setUrgency(ReadingSlots::Urgency::Status);
   tell(subscriber);
   updateWanted();
   // What cannot be watched is looked at when somebody looks.
@@ -80,6 +82,7 @@ void RepositorySession::open(const std::shared_ptr<ExtensionPort>& port, const s
 void RepositorySession::unshallow(const std::shared_ptr<ExtensionPort>& port) {
   Subscriber& subscriber = subscribe(port);
   subscriber.wantsReferences = true;
+  subscriber.isToOpen |= !subscriber.isOpen;
   tell(subscriber);
   updateWanted();
 }
@@ -88,6 +91,7 @@ void RepositorySession::distrust(const std::string& portName) {
   const auto found = subscribers_.find(portName);
   if (found == subscribers_.end()) return;
   found->second.told.fill(0);
+  found->second.isOpen = false;
   found->second.early.reset();
 }
 
@@ -96,7 +100,7 @@ void RepositorySession::tellAgain(const std::string& portName) {
   if (found == subscribers_.end()) return;
   found->second.told.fill(0);
   found->second.early.tellAgain();
-  found->second.port->post({number_, RepositoryMessages::kOpening}, messages_->opening());
+  found->second.isToOpen |= std::exchange(found->second.isOpen, false);
   tell(found->second);
 }
 
@@ -114,6 +118,7 @@ void RepositorySession::forget(const std::string& portName) {
 RepositorySession::Subscriber& RepositorySession::subscribe(
     const std::shared_ptr<ExtensionPort>& port) {
   idleTimer_.reset();
+  if (subscribers_.empty()) wasUnwanted_ = statusLane_.isBehind();
   Subscriber& subscriber =
       subscribers_.try_emplace(port->name(), Subscriber{port, EarlyFolders(workingCopy_.root)})
           .first->second;
@@ -136,7 +141,17 @@ bool RepositorySession::update(std::size_t index, Message message) {
   return true;
 }
 
+bool RepositorySession::hasStatus() const {
+  return tellings_.front().revision != 0 && !wasUnwanted_;
+}
+
 void RepositorySession::tell(Subscriber& subscriber) {
+  if (subscriber.isToOpen && hasStatus()) {
+    subscriber.port->post({number_, RepositoryMessages::kOpening}, messages_->opening());
+    subscriber.isOpen = true;
+    subscriber.isToOpen = false;
+  }
+  if (!subscriber.isOpen) return;
   const std::size_t wanted = subscriber.wantsReferences ? kMessages : 1;
   for (std::size_t i = 0; i < wanted; ++i) {
     const Telling& telling = tellings_.at(i);
@@ -144,9 +159,7 @@ void RepositorySession::tell(Subscriber& subscriber) {
     subscriber.told.at(i) = telling.revision;
     subscriber.port->post({number_, selectorOf(i)}, telling.message);
   }
-  if (tellings_.front().revision == 0) return;
-  // With the status there, a second look finds the right badges. Each folder is a matter of its
-  // own.
+  // A second look finds the right badges now. Each folder is a matter of its own.
   for (const std::string& folder : subscriber.early.take())
     subscriber.port->post({nextNumber(), RepositoryMessages::kLookAgain},
                           messages_->lookAgain(folder));
@@ -161,22 +174,32 @@ void RepositorySession::tellAll() {
 void RepositorySession::changed(Change change) {
   if (change.status) statusLane_.changed();
   if (change.references) referencesLane_.changed();
+  namesChanged_ |= change.names;
+  placeChanged_ |= change.place;
 }
 
 void RepositorySession::readStatus() {
-  statusReadings_->start([this](StatusReadings::Result result) { statusRead(std::move(result)); });
+  statusReadings_->start(std::exchange(placeChanged_, false),
+                         [this](StatusReadings::Result result) { statusRead(std::move(result)); });
 }
 
 void RepositorySession::statusRead(StatusReadings::Result result) {
   if (result.vanished) return vanished();
   if (result.snapshot == nullptr) {
+    placeChanged_ |= result.wasToFind;
     failed(statusFailure_, "its status cannot be read", result.failure);
     return statusLane_.finished(false);
   }
   statusFailure_ = {};
+  wasUnwanted_ = false;
   status_ = std::move(result.snapshot);
   const bool foundSomething = update(0, std::move(result.message));
-  if (foundSomething) tellAll();
+  // The same status makes an extension forget what it has concluded from it for items that have
+  // other names now. Once, when they have come to rest.
+  const bool isQuiet = !statusLane_.isBehind();
+  if (namesChanged_ && isQuiet && !foundSomething) ++tellings_.front().revision;
+  if (isQuiet) namesChanged_ = false;
+  tellAll();
   // The lane first: what the watch finds new leads to one more reading.
   statusLane_.finished(foundSomething);
   watch_->follow(*status_, result.trackedFolders);

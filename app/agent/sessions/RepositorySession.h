@@ -62,7 +62,8 @@ class RepositorySession {
 
   // An extension shows a folder (absolute, bytes) of the working copy: it is told that it is open,
   // its status and, unless the request was shallow, its references, and from then on what changes
-  // of these.
+  // of these. Nothing is told before there is a status that is up to date: no badge is better than
+  // a wrong one.
   void open(const std::shared_ptr<ExtensionPort>& port, const std::string& folder, bool shallow);
   // The extension wants the references, too.
   void unshallow(const std::shared_ptr<ExtensionPort>& port);
@@ -87,6 +88,8 @@ class RepositorySession {
     std::shared_ptr<ExtensionPort> port;
     EarlyFolders early;
     bool wantsReferences = false;
+    bool isOpen = false;    // it knows the working copy
+    bool isToOpen = false;  // it is to be told of the working copy, for the first time or again
     std::array<std::uint64_t, kMessages> told{};  // the revisions that it knows
   };
 
@@ -107,6 +110,8 @@ class RepositorySession {
   bool update(std::size_t index, Message message);
   void tell(Subscriber& subscriber);
   void tellAll();
+  // There is a status, and it is not known to be out of date.
+  bool hasStatus() const;
   void failed(Failure& failure, const char* what, const std::string& why);
   void vanished();
   void watchIncomplete();
@@ -129,6 +134,10 @@ class RepositorySession {
   std::map<std::string, Subscriber, std::less<>> subscribers_;
   ReadingLane statusLane_;
   ReadingLane referencesLane_;
+  bool isShown_ = false;       // an extension has shown a folder of it since this was made
+  bool wasUnwanted_ = false;   // nobody wanted the status while it went out of date
+  bool namesChanged_ = false;  // since a status was sent
+  bool placeChanged_ = false;  // since the working copy was last found where it was
   std::unique_ptr<MainLoop::Source> idleTimer_;
   std::unique_ptr<MainLoop::Source> secondLook_;
 };

@@ -11,11 +11,18 @@ namespace kelpie::agent {
 struct Change {
   bool status = false;
   bool references = false;
+  // Names in the working folder have come or gone: what an extension keeps of them by itself may be
+  // wrong, even where the status is the same as before.
+  bool names = false;
+  // What is at the place of the working copy, or of its git directory, may be another one, or none.
+  bool place = false;
 
-  bool any() const { return status || references; }
+  bool any() const { return status || references || names || place; }
   Change& operator|=(const Change& other) {
     status |= other.status;
     references |= other.references;
+    names |= other.names;
+    place |= other.place;
     return *this;
   }
   friend bool operator==(const Change&, const Change&) = default;

@@ -12,9 +12,10 @@
 namespace kelpie::agent {
 namespace {
 
-constexpr std::uint32_t kMask = IN_CREATE | IN_DELETE | IN_MODIFY | IN_ATTRIB | IN_MOVED_FROM |
-                                IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR |
-                                IN_DONT_FOLLOW | IN_EXCL_UNLINK;
+// What is written through a mapping is told of by no other event than the end of the file's use.
+constexpr std::uint32_t kMask = IN_CREATE | IN_DELETE | IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB |
+                                IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF |
+                                IN_ONLYDIR | IN_DONT_FOLLOW | IN_EXCL_UNLINK;
 
 constexpr std::size_t kFallbackLimit = 6144;
 
@@ -29,7 +30,7 @@ constexpr std::array<KindOfMask, 4> kKinds = {{
     {IN_CREATE | IN_MOVED_TO, Kind::Appeared},
     {IN_DELETE | IN_MOVED_FROM, Kind::Gone},
     {IN_DELETE_SELF | IN_MOVE_SELF, Kind::FolderGone},
-    {IN_MODIFY | IN_ATTRIB, Kind::Changed},
+    {IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB, Kind::Changed},
 }};
 
 bool isWithin(std::string_view path, std::string_view folder) {

@@ -50,19 +50,28 @@ void RepositoryWatch::happened(const Event& event) {
   if (event.kind == Event::Kind::Lost) {
     pending_ = {workingCopy_.root};
     gitPending_ = true;
-    return callbacks_.changed({true, true});
+    return callbacks_.changed({true, true, true, true});
   }
   if (event.kind == Event::Kind::FolderGone) {
-    watcher_.removeWithin(client_, event.folder);
-    // Of any other folder, the one above tells.
-    if (event.folder == workingCopy_.root || event.folder == workingCopy_.gitDirectory)
-      callbacks_.changed({true, true});
+    folderGone(event.folder);
     return;
   }
   if (isInGit(workingCopy_, event.folder))
     inGit(event);
   else
     inWorkingCopy(event);
+}
+
+void RepositoryWatch::folderGone(const std::string& folder) {
+  watcher_.removeWithin(client_, folder);
+  const bool isRoot = folder == workingCopy_.root;
+  // Of any other folder, the one above tells.
+  if (!isRoot && folder != workingCopy_.gitDirectory && folder != workingCopy_.commonDirectory)
+    return;
+  // Something may be in its place already, or come there, even the same folder.
+  if (isRoot) pending_ = {workingCopy_.root};
+  gitPending_ = true;
+  callbacks_.changed({true, true, true, true});
 }
 
 void RepositoryWatch::inGit(const Event& event) {
@@ -76,7 +85,13 @@ void RepositoryWatch::inWorkingCopy(const Event& event) {
   // What git treats as one item changes for git only when it is or is no longer a repository.
   if (opaque_.contains(event.folder) && event.name != ".git") return;
   if (event.isFolder) folderHappened(event, joined(event.folder, event.name));
-  const Change change = changeOf(workingCopy_, event.folder, event.name);
+  Change change = changeOf(workingCopy_, event.folder, event.name);
+  const bool isName = event.kind == Event::Kind::Appeared || event.kind == Event::Kind::Gone;
+  change.names |= isName;
+  if (isName && event.name == ".git" && event.folder == workingCopy_.root) {
+    change.place = true;
+    gitPending_ = true;
+  }
   if (change.any()) callbacks_.changed(change);
 }
 

@@ -62,6 +62,8 @@ class RepositoryWatch {
   };
 
   void happened(const DirectoryWatcher::Event& event);
+  // The watched folder itself is gone.
+  void folderGone(const std::string& folder);
   void inGit(const DirectoryWatcher::Event& event);
   void inWorkingCopy(const DirectoryWatcher::Event& event);
   void folderHappened(const DirectoryWatcher::Event& event, const std::string& path);

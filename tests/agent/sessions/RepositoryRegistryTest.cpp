@@ -58,6 +58,67 @@ TEST_F(RepositoryRegistryTest, AShallowRequestIsAnsweredWithTheStatusAlone) {
   EXPECT_EQ(word("r/sub/f"), KPStatusWorkdirModified);
 }
 
+// Between an opening and its status an extension shows everything as unchanged.
+TEST_F(RepositoryRegistryTest, NothingIsToldBeforeThereIsAStatus) {
+  sandbox_.writeScript("bin/git",
+                       "case \"$*\" in *' status '*)\n"
+                       "  echo x >> \"$HOME/asked\"\n"
+                       "  while [ ! -e \"$HOME/go\" ]; do sleep 0.01; done;;\n"
+                       "esac\n"
+                       "exec git \"$@\"\n");
+  start(sandbox_.path("bin/git"));
+  open("r");
+  ASSERT_TRUE(waitFor([&] { return sandbox_.exists("asked"); }));
+  settle();
+  EXPECT_EQ(selectors(), Selectors());
+  sandbox_.write("go", "");
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  ASSERT_TRUE(waitForCount("setHasGitlfs:", 1));
+  EXPECT_EQ(selectors().at(0), "openRepositoryWithUrls:");
+  EXPECT_EQ(selectors().at(1), "setStatusInfo:");
+}
+
+TEST_F(RepositoryRegistryTest, AStatusThatWasNotKeptUpToDateIsReadFirst) {
+  start();
+  open("r", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  registry_->gone(kPort);
+  sandbox_.write("r/sub/f", "2\n");
+  settle();
+  ports_.forgetSent();
+  open("r", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  EXPECT_EQ(selectors(), (Selectors{"openRepositoryWithUrls:", "setStatusInfo:"}));
+  EXPECT_EQ(word("r/sub/f"), KPStatusWorkdirModified);
+}
+
+// An extension concludes for itself what the status does not mention.
+TEST_F(RepositoryRegistryTest, AfterNamesHaveChangedTheStatusIsSentOnceThoughItIsTheSame) {
+  sandbox_.write("r/.gitignore", "/out/\n");
+  sandbox_.write("r/out/f", "1\n");
+  sandbox_.write("r/out/g", "1\n");
+  sandbox_.git("r", {"add", "-A"});
+  sandbox_.git("r", {"add", "-f", "sub/f"});
+  sandbox_.commitAll("r", "ignores");
+  start();
+  open("r", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  ports_.forgetSent();
+  // What was tracked comes back as what was ignored, in one burst.
+  fs::rename(sandbox_.path("r/out/f"), sandbox_.path("r/sub/f"));
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  EXPECT_EQ(selectors(), Selectors{"setStatusInfo:"});
+  ports_.forgetSent();
+  // Without a change of names, an equal status is not sent.
+  sandbox_.write("r/sub/f", "1\n");
+  settle();
+  EXPECT_EQ(selectors(), Selectors());
+}
+
 // The extension puts only the root's items under the care of a repository that it opens.
 TEST_F(RepositoryRegistryTest, TheExtensionIsToldToLookAgainAtFoldersThatItShowedBefore) {
   start();

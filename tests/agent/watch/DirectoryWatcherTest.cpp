@@ -1,8 +1,11 @@
 #include "agent/watch/DirectoryWatcher.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -70,6 +73,21 @@ TEST_F(DirectoryWatcherTest, ReadingTellsNothing) {
   EXPECT_EQ(sandbox_.read("a/f"), "1");
   deliver();
   EXPECT_TRUE(events_.empty());
+}
+
+// A mapping keeps the file in use after its descriptor is closed.
+TEST_F(DirectoryWatcherTest, TellsOfWritesThroughAMappingWhenItEnds) {
+  sandbox_.write("a/f", "1");
+  ASSERT_EQ(watcher_.add(client_, sandbox_.path("a")), Outcome::Watched);
+  const int file = open(sandbox_.path("a/f").c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_GE(file, 0);
+  void* const mapping = mmap(nullptr, 1, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+  ASSERT_NE(mapping, MAP_FAILED);
+  close(file);
+  *static_cast<char*>(mapping) = '2';
+  munmap(mapping, 1);
+  deliver();
+  EXPECT_TRUE(saw(Event::Kind::Changed, "a", "f"));
 }
 
 TEST_F(DirectoryWatcherTest, WatchingTwiceIsWatchingOnce) {
