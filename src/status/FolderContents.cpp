@@ -15,9 +15,10 @@ std::string_view folderOfPath(std::string_view path) {
   return path.substr(0, std::max<std::size_t>(slash, 1));
 }
 
+// No folder is below itself: the root, which holds itself by its path, included.
 bool isBelow(std::string_view path, std::string_view folder) {
-  return folder == "/" ||
-         (path.size() > folder.size() && path[folder.size()] == '/' && path.starts_with(folder));
+  if (folder == "/") return path.size() > 1 && path.starts_with('/');
+  return path.size() > folder.size() && path[folder.size()] == '/' && path.starts_with(folder);
 }
 
 }  // namespace

@@ -81,6 +81,16 @@ TEST_F(FolderContentsTest, FilesAtAllDepthsAndNoFolders) {
   EXPECT_EQ(filesOf(contents, "/"), walk("/", ignored));
 }
 
+TEST_F(FolderContentsTest, TheRootIsWalkedTogetherWithFoldersInIt) {
+  for (const char* path : {"/x", "/a/1", "/a/d/2", "/b/3"}) addFile(path);
+  const IgnoredUrls ignored;
+  FolderContents contents(files, ignored);
+  for (const char* folder : {"/", "/a", "/a/d"}) contents.expect(folder);
+  EXPECT_EQ(filesOf(contents, "/"), walk("/", ignored));
+  EXPECT_EQ(filesOf(contents, "/a"), (std::vector<std::string>{"/a/1", "/a/d/2"}));
+  EXPECT_EQ(filesOf(contents, "/a/d"), std::vector<std::string>{"/a/d/2"});
+}
+
 TEST_F(FolderContentsTest, AFolderThatIsGoneOrUnreadableFails) {
   addFile("/r/a");
   addFile("/r/closed/b");
