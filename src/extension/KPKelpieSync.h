@@ -90,8 +90,7 @@ class KPKelpieSync final : public MenuHost {
   // Looks for the main application. Main queue. Raises as setApplicationPid() does.
   void updateApplicationRunning();
   // The main application is the process `pid`, or, below 1, is gone. Main queue. Raises
-  // std::invalid_argument when there is no receiving port to tell it of; the watch is not set up
-  // then.
+  // std::invalid_argument when there is no receiving port to tell it of; nothing has changed then.
   void setApplicationPid(std::int32_t pid);
   // The answer to a request for a repository: its working directory first, its git directory last.
   // Main queue; the repository is made on the observer queue.

@@ -94,9 +94,12 @@ void MessageLink::sendMessage(const Dictionary& message, std::int32_t id) {
   }
 }
 
+Dictionary MessageLink::selectorMessage(std::string_view selector, const Object& argument) {
+  return {{kMessageSelectorKey, selector}, {kMessageArgumentKey, argument}};
+}
+
 void MessageLink::sendSelector(std::string_view selector, const Object& argument) {
-  sendMessage({{kMessageSelectorKey, selector}, {kMessageArgumentKey, argument}},
-              kApplicationMessage);
+  sendMessage(selectorMessage(selector, argument), kApplicationMessage);
 }
 
 // A port that was let go while a new one was being opened must not come back: it may lead to an

@@ -27,8 +27,9 @@ class MessageLink {
   // none; keeps it when the send fails. A failure is reported, and not retried. Any thread; blocks
   // for at most the time-outs, of a second each, and holds no lock meanwhile.
   void sendMessage(const Dictionary& message, std::int32_t id);
-  // The same for a selector message (kApplicationMessage). Raises std::invalid_argument for a nil
-  // argument.
+  // The content of a selector message. Raises std::invalid_argument for a nil argument.
+  static Dictionary selectorMessage(std::string_view selector, const Object& argument);
+  // Sends such a message (kApplicationMessage). Raises as selectorMessage() does.
   void sendSelector(std::string_view selector, const Object& argument);
 
   // The sending port; null until first needed. Any thread.

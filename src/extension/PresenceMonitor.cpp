@@ -8,7 +8,9 @@
 #include "extension/FolderRegistry.h"
 #include "extension/MessageLink.h"
 #include "extension/RootFinder.h"
+#include "foundation/Dictionary.h"
 #include "foundation/MemoFileSystem.h"
+#include "protocol/MessageKeys.h"
 #include "settings/KPUserDefaults.h"
 #include "settings/SettingsKeys.h"
 #include "status/KPBadge.h"
@@ -39,13 +41,17 @@ bool PresenceMonitor::isOwnVersion() const {
 }
 
 void PresenceMonitor::setApplicationPid(std::int32_t pid) {
-  state_->registry->setApplicationPid(pid);
   if (pid < 1) {
+    state_->registry->setApplicationPid(pid);
     state_->clear();
     return;
   }
+  // Built first: it raises without a receiving port, and nothing has changed then.
   const std::optional<std::string> portName = state_->link->portName();
-  state_->link->sendSelector("pingPortName:", portName ? Object(*portName) : Object());
+  const Dictionary ping =
+      MessageLink::selectorMessage("pingPortName:", portName ? Object(*portName) : Object());
+  state_->registry->setApplicationPid(pid);
+  state_->link->sendMessage(ping, kApplicationMessage);
   requestRepositoriesAgain();
   watch(pid);
 }

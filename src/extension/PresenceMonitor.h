@@ -21,7 +21,7 @@ class PresenceMonitor {
   PresenceMonitor(const Platform& platform, KPUserDefaults& defaults,
                   std::shared_ptr<MessageLink> link, std::shared_ptr<FolderRegistry> registry);
 
-  // See KPKelpieSync.
+  // See KPKelpieSync. What raises leaves everything as it was.
   void updateApplicationRunning();
   void setApplicationPid(std::int32_t pid);
 

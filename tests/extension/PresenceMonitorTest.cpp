@@ -168,13 +168,32 @@ TEST_F(PresenceMonitorTest, TheWatchIsSetUpThoughSendingFails) {
   EXPECT_EQ(appMessages().size(), 1U);
 }
 
-TEST_F(PresenceMonitorTest, WithoutAReceivingPortThePingCannotBeBuilt) {
+TEST_F(PresenceMonitorTest, WithoutAReceivingPortThePingCannotBeBuiltAndNothingChanges) {
   fakes.messagePorts.refuseLocal(true);
   start();
   launchApplication();
+  fakes.events.clear();
   EXPECT_THROW(controller->updateApplicationRunning(), std::invalid_argument);
-  EXPECT_EQ(controller->applicationPid(), kPid) << "stored before the ping";
+  EXPECT_EQ(controller->applicationPid(), -1) << "nobody watches it";
   EXPECT_EQ(fakes.events.count("monitors."), 0U);
+  EXPECT_TRUE(sent().empty());
+  controller->beginObservingDirectoryAtURL(fakes.files->addFolder("/code"));
+  fakes.runAll();
+  EXPECT_TRUE(sent().empty()) << "nobody is there to be asked";
+}
+
+TEST_F(PresenceMonitorTest, AReceivingPortThatIsLostLaterLeavesTheApplicationThatThereIs) {
+  startWithApplication();
+  const URL root = openRepository("/code/repo");
+  const auto watch = controller->monitor();
+  controller->setPortName(Object());
+  launchApplication("1", 701);
+  EXPECT_THROW(controller->updateApplicationRunning(), std::invalid_argument);
+  EXPECT_EQ(controller->applicationPid(), kPid);
+  EXPECT_EQ(controller->monitor(), watch);
+  EXPECT_NE(repositoryOf(root), nullptr);
+  quitApplication();
+  EXPECT_EQ(controller->applicationPid(), -1) << "its end is seen";
 }
 
 TEST_F(PresenceMonitorTest, WithTheApplicationRunningAndNoReceivingPortThereIsNoController) {
