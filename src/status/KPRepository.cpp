@@ -47,13 +47,21 @@ KPRepository::KPRepository(std::optional<URL> url, std::optional<URL> gitUrl,
       url_(std::move(url)),
       observedPaths_(std::move(observedPaths)),
       refsManager_(std::make_shared<KPRefsManager>(platform.bundle, platform.log)),
-      updateQueue_(platform.queues.makeQueue(platform.bundle.identifier() + ".UpdateQueue")),
+      updateQueue_(std::make_shared<UpdateQueue>(
+          platform.queues.makeQueue(platform.bundle.identifier() + ".UpdateQueue"))),
+      badges_(platform.finder),
       status_(url_, std::move(gitUrl)),
       identifier_(url_ ? url_->identifier(platform.files) : std::nullopt) {
   makeDeletedFilesSuffix();
 }
 
 KPRepository::~KPRepository() = default;
+
+void KPRepository::end() {
+  loseUpdateQueue();
+  badges_.stop();
+  status_.end();
+}
 
 std::optional<std::string_view> KPRepository::deletedFilesSuffix() {
   return kelpie::deletedFilesSuffix();
@@ -216,19 +224,15 @@ MenuItem KPRepository::menuItemWithTitle(std::string title, const KPReference* r
 // -- Status intake --------------------------------------------------------------------------------
 
 void KPRepository::setStatusInfo(const Object& info) {
-  post([self = shared_from_this(), info] { self->takeStatusIn(info); });
+  post([info](KPRepository& self) { self.takeStatusIn(info); });
 }
 
 void KPRepository::updateStagedStatus(const Object& urls) {
-  post([self = shared_from_this(), urls] {
-    self->changeStatus(urls, &kelpie::stagedStatusForStatus);
-  });
+  post([urls](KPRepository& self) { self.changeStatus(urls, &kelpie::stagedStatusForStatus); });
 }
 
 void KPRepository::updateUnstagedStatus(const Object& urls) {
-  post([self = shared_from_this(), urls] {
-    self->changeStatus(urls, &kelpie::unstagedStatusForStatus);
-  });
+  post([urls](KPRepository& self) { self.changeStatus(urls, &kelpie::unstagedStatusForStatus); });
 }
 
 StatusWord KPRepository::stagedStatusForStatus(StatusWord word) {
@@ -239,20 +243,34 @@ StatusWord KPRepository::unstagedStatusForStatus(StatusWord word) {
   return kelpie::unstagedStatusForStatus(word);
 }
 
-void KPRepository::post(std::function<void()> task) { updateQueue_->post(std::move(task)); }
+void KPRepository::post(std::function<void(KPRepository& self)> task) {
+  updateQueue_->post([weak = weak_from_this(), task = std::move(task)] {
+    if (const std::shared_ptr<KPRepository> self = weak.lock()) task(*self);
+  });
+}
+
+void KPRepository::loseUpdateQueue() {
+  updateQueue_->close();
+  const std::lock_guard lock(mutex_);
+  openWork_ = nullptr;
+}
 
 void KPRepository::takeStatusIn(const Object& info) {
   status_.setState(info[kRepositoryStateKey].integerValue());
   if (isBare()) return;
-  status_.take(StatusInfo::read(info));
+  StatusInfo status = StatusInfo::read(info);
+  {
+    const std::lock_guard lock(mutex_);  // see postFolder()
+    status_.take(status);
+  }
   if (observedPaths_ == nullptr) return;
   observeRenamedItems(info[kStatusRenamedItemsKey]);
   const auto work = std::make_shared<Work>();
   for (const std::shared_ptr<PathSet>& set : observedPaths_->sets()) {
     for (const std::string& path : set->paths()) {
+      if (badges_.isStopped()) return;
       const URL url = URL::fileURLWithPath(path);
-      StatusLooks& looks = looksFor(*work);
-      updateBadge(url, looks.look(url), looks, work);
+      settleBadge(url, looksFor(*work).look(url), work);
     }
   }
 }
@@ -282,9 +300,14 @@ void KPRepository::changeStatus(const Object& urls, WordChange change) {
     const std::optional<ItemKey> key = keyOf(*url, item);
     if (!key) continue;
     const std::optional<StatusWord> word = status_.wordOrZeroOf(*key);
-    if (word) status_.change(*key, change(*word));
+    if (!word) continue;
+    if (isEndlessStatus(*word)) {
+      loseUpdateQueue();
+      return;
+    }
+    status_.change(*key, change(*word));
   }
-  for (const auto& [url, item] : items) updateBadge(url, item, looksFor(*work), work);
+  for (const auto& [url, item] : items) settleBadge(url, item, work);
 }
 
 // -- Questions about one item ---------------------------------------------------------------------
@@ -356,8 +379,8 @@ void KPRepository::addObservedURLs(std::span<const URL> urls, const FileSystem& 
   std::string_view folderPath;  // of the URL before; its set is the same for its neighbours
   std::shared_ptr<PathSet> set;
   std::unique_ptr<StatusLooks> looks;
-  std::uint64_t changes = 0;
   for (const URL& url : urls) {
+    if (badges_.isStopped()) return;
     const std::string_view path = url.path();
     const std::string_view itsFolder = path.substr(0, path.rfind('/') + 1);
     if (!url.isFileURL() || itsFolder.empty() || itsFolder != folderPath) {
@@ -367,12 +390,12 @@ void KPRepository::addObservedURLs(std::span<const URL> urls, const FileSystem& 
     if (set != nullptr) set->add(path);
     // A status that comes in while the badge is chosen and set has perhaps set the right one
     // already, which the one chosen before must not replace for good.
-    for (bool isRight = false; !isRight; isRight = status_.changes() == changes) {
-      if (looks == nullptr || status_.changes() != changes) {
-        changes = status_.changes();
+    for (bool isRight = false; !isRight;) {
+      const std::uint64_t changes = status_.changes();
+      if (looks == nullptr || looks->places().number != status_.placesNumber()) {
         looks = std::make_unique<StatusLooks>(status_.places(), files);
       }
-      updateBadge(url, looks->look(url), *looks, nullptr);
+      isRight = updateBadge(url, looks->look(url), *looks, nullptr, changes);
     }
   }
 }
@@ -387,12 +410,11 @@ std::shared_ptr<PathSet> KPRepository::observedPathsAround(const URL& url,
 
 void KPRepository::updateBadgeIdentifierForURL(const URL& url, const FileSystem& files) {
   // See addObservedURLs().
-  std::uint64_t changes = 0;
-  do {
-    changes = status_.changes();
+  for (bool isRight = false; !isRight;) {
+    const std::uint64_t changes = status_.changes();
     StatusLooks looks(status_.places(), files);
-    updateBadge(url, looks.look(url), looks, nullptr);
-  } while (status_.changes() != changes);
+    isRight = updateBadge(url, looks.look(url), looks, nullptr, changes);
+  }
 }
 
 void KPRepository::updateBadges(const Object& info) {
@@ -401,35 +423,52 @@ void KPRepository::updateBadges(const Object& info) {
   const std::string identifier = badge.stringValue();
   for (const Object& element : info["urls"].elements()) {
     const std::optional<URL> url = element.url();
-    if (url) platform_.finder.setBadgeIdentifier(identifier, *url);
+    if (url) badges_.set(identifier, *url);
   }
 }
 
-void KPRepository::updateBadge(const URL& url, const ResourceValues& item, StatusLooks& looks,
-                               const std::shared_ptr<Work>& work) {
-  const std::optional<std::string_view> badge = chooseBadge(url, item, looks, work);
-  if (badge) platform_.finder.setBadgeIdentifier(*badge, url);
-}
-
-std::optional<std::string_view> KPRepository::chooseBadge(const URL& url,
-                                                          const ResourceValues& item,
-                                                          StatusLooks& looks,
-                                                          const std::shared_ptr<Work>& work) {
+bool KPRepository::updateBadge(const URL& url, const ResourceValues& item, StatusLooks& looks,
+                               const std::shared_ptr<Work>& work, std::uint64_t changes) {
+  if (badges_.isStopped()) return true;
   const std::optional<ItemKey> key = keyOf(url, item);
-  if (!key) return KPBadge::kEmpty;
-  const std::optional<StatusWord> word = status_.wordOf(*key);
-  if (word) return badgeIdentifierForStatus(*word);
+  const std::optional<StatusWord> word = key ? status_.wordOf(*key) : std::nullopt;
+  Choice choice{KPBadge::kEmpty};
+  if (word) {
+    choice.badge = badgeIdentifierForStatus(*word);
+  } else if (key) {
+    choice = chooseBadge(url, item, *key, looks, work, changes);
+  }
+  if (choice.isOutdated) return false;
+  if (choice.badge) badges_.set(*choice.badge, url);
+  if (status_.changes() != changes) return false;
+  // A folder's entry is replaced on its own, by updateFolder(), which sets the badge that goes with
+  // it after that.
+  return !word || !item.isDirectory || status_.wordOf(*key) == word;
+}
 
-  if (looks.isGitItem(url, item.identifier)) return KPBadge::kEmpty;
-  if (looks.isParentIgnored(url)) {
-    return badgeIdentifierForStatus(status_.recordIfMissing(*key, KPStatusIgnored));
+void KPRepository::settleBadge(const URL& url, const ResourceValues& item,
+                               const std::shared_ptr<Work>& work) {
+  for (bool isRight = false; !isRight;) {
+    const std::uint64_t changes = status_.changes();
+    isRight = updateBadge(url, item, looksFor(*work), work, changes);
   }
-  if (!item.isDirectory) {
-    return badgeIdentifierForStatus(status_.recordIfMissing(*key, KPStatusCurrent));
+}
+
+KPRepository::Choice KPRepository::chooseBadge(const URL& url, const ResourceValues& item,
+                                               const ItemKey& key, StatusLooks& looks,
+                                               const std::shared_ptr<Work>& work,
+                                               std::uint64_t changes) {
+  if (looks.isGitItem(url, item.identifier)) return {KPBadge::kEmpty};
+  const bool isIgnored = looks.isParentIgnored(url);
+  if (isIgnored || !item.isDirectory) {
+    const std::optional<StatusWord> word =
+        status_.recordIfMissing(key, isIgnored ? KPStatusIgnored : KPStatusCurrent, changes);
+    if (!word) return {std::nullopt, true};
+    return {badgeIdentifierForStatus(*word)};
   }
-  if (!item.isPackage && !showsFolderStatus()) return KPBadge::kEmpty;
+  if (!item.isPackage && !showsFolderStatus()) return {KPBadge::kEmpty};
   postFolder(url, work);
-  return std::nullopt;
+  return {std::nullopt};
 }
 
 bool KPRepository::showsFolderStatus() const {
@@ -467,19 +506,21 @@ KPRepository::Enumeration KPRepository::enumerateUrl(const URL& folder,
   return walk.error() ? kEnumerationFailed : result;
 }
 
+// The changed items are those of the moment of the call. A status that comes in waits meanwhile, so
+// that work with an old list stands before the work that follows from the new status.
 void KPRepository::postFolder(const URL& folder, std::shared_ptr<Work> work) {
+  const std::lock_guard lock(mutex_);
+  if (updateQueue_->isClosed()) return;
   const std::shared_ptr<const UrlList> dirtyUrls = status_.dirtyUrls();
-  if (work != nullptr) {
-    work->folders.push_back(folder.path());
-    if (work->looks != nullptr) work->looks->contents().expect(folder.path());
-  } else {
-    const std::lock_guard lock(mutex_);
+  if (work == nullptr) {
     if (openWork_ == nullptr) openWork_ = std::make_shared<Work>();
     work = openWork_;
-    work->folders.push_back(folder.path());
+  } else if (work->looks != nullptr) {
+    work->looks->contents().expect(folder.path());
   }
-  post([self = shared_from_this(), folder, dirtyUrls, work = std::move(work)] {
-    self->updateFolder(folder, dirtyUrls, *work);
+  work->folders.push_back(folder.path());
+  post([folder, dirtyUrls, work = std::move(work)](KPRepository& self) {
+    self.updateFolder(folder, dirtyUrls, *work);
   });
 }
 
@@ -489,17 +530,21 @@ void KPRepository::updateFolder(const URL& folder, const std::shared_ptr<const U
     const std::lock_guard lock(mutex_);
     if (openWork_.get() == &work) openWork_ = nullptr;
   }
-  StatusLooks& looks = looksFor(work);
-  const StatusWord word = statusOfFolder(folder, dirtyUrls, status_, looks);
-  platform_.finder.setBadgeIdentifier(badgeIdentifierForStatus(word), folder);
-  const std::optional<FileIdentifier> identifier = looks.identifierOf(folder);
-  if (identifier) status_.record(*identifier, word);
+  while (!badges_.isStopped()) {
+    const std::uint64_t changes = status_.changes();
+    StatusLooks& looks = looksFor(work);
+    const StatusWord word = statusOfFolder(folder, dirtyUrls, status_, looks);
+    const std::optional<FileIdentifier> identifier = looks.identifierOf(folder);
+    // Recorded first: whoever is about to set the badge of the former entry looks at it again.
+    if (identifier && !status_.record(*identifier, word, changes)) continue;
+    badges_.set(badgeIdentifierForStatus(word), folder);
+    return;
+  }
 }
 
 StatusLooks& KPRepository::looksFor(Work& work) const {
-  StatusLooks::Places places = status_.places();
-  if (work.looks == nullptr || work.looks->places().number != places.number) {
-    work.looks = std::make_unique<StatusLooks>(std::move(places), platform_.files);
+  if (work.looks == nullptr || work.looks->places().number != status_.placesNumber()) {
+    work.looks = std::make_unique<StatusLooks>(status_.places(), platform_.files);
     for (const std::string& folder : work.folders) work.looks->contents().expect(folder);
   }
   return *work.looks;

@@ -20,10 +20,12 @@
 #include "foundation/URL.h"
 #include "platform/Platform.h"
 #include "protocol/StatusWord.h"
+#include "status/BadgeSetter.h"
 #include "status/ItemKey.h"
 #include "status/ObservedPaths.h"
 #include "status/RepositoryStatus.h"
 #include "status/StatusLooks.h"
+#include "status/UpdateQueue.h"
 #include "status/UrlList.h"
 
 namespace kelpie {
@@ -36,8 +38,8 @@ class KPUserDefaults;
 // has named, a few values beside them, and the references. It runs no git and reads no repository;
 // it answers the menus' questions and chooses the badges.
 //
-// Owned by the controller; work that waits on the update queue keeps it alive. The platform and the
-// settings must outlive it.
+// Owned by the controller, which ends it when it drops it; work that waits on the update queue goes
+// with it. The platform and the settings must outlive it.
 //
 // Threads: every operation may be called on any thread, and says where its work runs. Setters that
 // take an Object are reached by messages of the main application; a value of a class that they
@@ -51,6 +53,10 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
                                               std::shared_ptr<ObservedPaths> observedPaths,
                                               const Platform& platform, KPUserDefaults& settings);
   ~KPRepository();
+  // Nothing comes of this repository any more: what waits on the update queue is dropped, no badge
+  // is set and nothing recorded. Waits for a badge that another thread is about to set, not for its
+  // work.
+  void end();
   KPRepository(const KPRepository&) = delete;
   KPRepository& operator=(const KPRepository&) = delete;
 
@@ -95,7 +101,8 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   void setDeletedUrls(const Object& urls);
   // Never null.
   const std::shared_ptr<KPRefsManager>& refsManager() const { return refsManager_; }
-  const std::shared_ptr<SerialQueue>& updateQueue() const { return updateQueue_; }
+  // Drops what is posted to it once the repository has ended or the queue is lost.
+  std::shared_ptr<SerialQueue> updateQueue() const { return updateQueue_; }
 
   // -- References: what the references manager does and answers, on the caller's thread: the main
   // queue, as the manager has no lock -----------------------------------------------------------
@@ -135,8 +142,8 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // anew. Of a bare repository's it takes the state only.
   void setStatusInfo(const Object& info);
   // The items of these URLs have just been staged, or unstaged: changes their entries and badges
-  // ahead of the next status. A word without any bit never ends: the queue is lost then, for good,
-  // and it alone.
+  // ahead of the next status. A word without any bit would never end: the queue is lost then, for
+  // good, and it alone. A lost queue holds nothing.
   void updateStagedStatus(const Object& urls);
   void updateUnstagedStatus(const Object& urls);
 
@@ -175,7 +182,7 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // thread, but for folders: see updateStatusOfDirectoryURL().
   void addObservedURL(const URL& url, const FileSystem& files = FileSystem::current());
   // The same for each of many items, in order. The folders that they lie in are looked at once for
-  // all neighbours, or, if a status comes in meanwhile, once more.
+  // all neighbours, or, if other places come in meanwhile, once more.
   void addObservedURLs(std::span<const URL> urls, const FileSystem& files = FileSystem::current());
   // Decides the item's badge and sets it. On the caller's thread, but for folders.
   void updateBadgeIdentifierForURL(const URL& url, const FileSystem& files = FileSystem::current());
@@ -210,7 +217,9 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
                std::shared_ptr<ObservedPaths> observedPaths, const Platform& platform,
                KPUserDefaults& settings);
 
-  void post(std::function<void()> task);
+  // On the update queue, unless the repository is gone by then.
+  void post(std::function<void(KPRepository& self)> task);
+  void loseUpdateQueue();
   StatusLooks& looksFor(Work& work) const;
 
   // On the update queue.
@@ -219,16 +228,24 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   void changeStatus(const Object& urls, WordChange change);
   void updateFolder(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls, Work& work);
 
+  // The badge of an item without an entry.
+  struct Choice {
+    std::optional<std::string_view> badge;  // missing for a folder, whose badge follows
+    bool isOutdated = false;                // another status has come in: nothing was recorded
+  };
+
   static std::optional<ItemKey> keyOf(const URL& url, const ResourceValues& item);
-  // `work` is null for a request that belongs to no message.
   // The set of the folder that holds the item; null when there is none or nothing is noted.
   std::shared_ptr<PathSet> observedPathsAround(const URL& url, const FileSystem& files) const;
-  void updateBadge(const URL& url, const ResourceValues& item, StatusLooks& looks,
-                   const std::shared_ptr<Work>& work);
-  // Missing for a folder, whose badge follows.
-  std::optional<std::string_view> chooseBadge(const URL& url, const ResourceValues& item,
-                                              StatusLooks& looks,
-                                              const std::shared_ptr<Work>& work);
+  // Decides the item's badge and sets it. False when what it rests on is not what there was when
+  // status_.changes() gave `changes`: it is to be decided again then. `work` is null for a request
+  // that belongs to no message.
+  bool updateBadge(const URL& url, const ResourceValues& item, StatusLooks& looks,
+                   const std::shared_ptr<Work>& work, std::uint64_t changes);
+  // The same for work on the update queue, as often as needed.
+  void settleBadge(const URL& url, const ResourceValues& item, const std::shared_ptr<Work>& work);
+  Choice chooseBadge(const URL& url, const ResourceValues& item, const ItemKey& key,
+                     StatusLooks& looks, const std::shared_ptr<Work>& work, std::uint64_t changes);
   bool showsFolderStatus() const;
   void postFolder(const URL& folder, std::shared_ptr<Work> work);
 
@@ -237,7 +254,8 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   const std::optional<URL> url_;
   const std::shared_ptr<ObservedPaths> observedPaths_;
   const std::shared_ptr<KPRefsManager> refsManager_;
-  const std::shared_ptr<SerialQueue> updateQueue_;
+  const std::shared_ptr<UpdateQueue> updateQueue_;
+  BadgeSetter badges_;
   RepositoryStatus status_;
 
   mutable std::mutex mutex_;  // guards all below

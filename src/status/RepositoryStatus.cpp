@@ -60,6 +60,7 @@ void RepositoryStatus::setGitUrl(std::optional<URL> url) {
   const std::lock_guard lock(mutex_);
   gitUrl_.swap(url);
   ++placesNumber_;
+  ++changes_;
 }
 
 std::shared_ptr<const UrlList> RepositoryStatus::dirtyUrls() const {
@@ -81,6 +82,7 @@ void RepositoryStatus::setIgnoredUrls(std::shared_ptr<const IgnoredUrls> urls) {
   const std::lock_guard lock(mutex_);
   ignoredUrls_.swap(urls);
   ++placesNumber_;
+  ++changes_;
 }
 
 std::shared_ptr<const DeletedUrls> RepositoryStatus::deletedUrls() const {
@@ -93,10 +95,10 @@ void RepositoryStatus::setDeletedUrls(std::shared_ptr<const DeletedUrls> urls) {
   deletedUrls_.swap(urls);
 }
 
-void RepositoryStatus::take(StatusInfo info) {
+void RepositoryStatus::take(StatusInfo& info) {
   const std::size_t dirtyCount = info.dirtyUrls->count();
-  // What was there before goes into `info`, and with it only when the lock is no longer held.
   const std::lock_guard lock(mutex_);
+  if (ended_) return;
   table_.swap(info.status);
   std::swap(createdDirectories_, info.createdDirectories);
   dirtyUrls_.swap(info.dirtyUrls);
@@ -108,8 +110,17 @@ void RepositoryStatus::take(StatusInfo info) {
   ++changes_;
 }
 
+void RepositoryStatus::end() {
+  std::optional<StatusTable> former;  // goes after the lock
+  const std::lock_guard lock(mutex_);
+  table_.swap(former);
+  ended_ = true;
+  ++changes_;
+}
+
 void RepositoryStatus::setTable(std::optional<StatusTable> table) {
   const std::lock_guard lock(mutex_);
+  if (ended_) return;
   table_.swap(table);
   ++changes_;
 }
@@ -131,15 +142,18 @@ void RepositoryStatus::change(const StatusTable::Key& key, StatusWord word) {
   ++changes_;
 }
 
-void RepositoryStatus::record(const StatusTable::Key& key, StatusWord word) {
+bool RepositoryStatus::record(const StatusTable::Key& key, StatusWord word, std::uint64_t changes) {
   const std::lock_guard lock(mutex_);
-  if (!table_) return;
-  table_->record(key, word);
-  ++changes_;
+  if (changes != changes_) return false;
+  if (table_) table_->record(key, word);
+  return true;
 }
 
-StatusWord RepositoryStatus::recordIfMissing(const StatusTable::Key& key, StatusWord word) {
+std::optional<StatusWord> RepositoryStatus::recordIfMissing(const StatusTable::Key& key,
+                                                            StatusWord word,
+                                                            std::uint64_t changes) {
   const std::lock_guard lock(mutex_);
+  if (changes != changes_) return std::nullopt;
   return table_ ? table_->recordIfMissing(key, word) : word;
 }
 
@@ -160,6 +174,11 @@ void RepositoryStatus::forEachWord(std::span<const FolderContents::File> files,
 StatusLooks::Places RepositoryStatus::places() const {
   const std::lock_guard lock(mutex_);
   return {root_, gitUrl_, ignoredUrls_, placesNumber_};
+}
+
+std::uint64_t RepositoryStatus::placesNumber() const {
+  const std::lock_guard lock(mutex_);
+  return placesNumber_;
 }
 
 std::uint64_t RepositoryStatus::changes() const {

@@ -50,8 +50,12 @@ class RepositoryStatus {
   std::shared_ptr<const DeletedUrls> deletedUrls() const;
   void setDeletedUrls(std::shared_ptr<const DeletedUrls> urls);
 
-  // Replaces all that a status dictionary brings but the state, at once.
-  void take(StatusInfo info);
+  // Replaces all that a status dictionary brings but the state, at once; `info` is left with what
+  // was there before. Does nothing after end().
+  void take(StatusInfo& info);
+  // There are no entries any more, and never will be.
+  void end();
+  // Does nothing after end().
   void setTable(std::optional<StatusTable> table);
 
   // As in StatusTable. Without a table there is no entry and nothing is recorded.
@@ -59,9 +63,12 @@ class RepositoryStatus {
   std::optional<StatusWord> wordOrZeroOf(const StatusTable::Key& key) const;
   // Changes the word of an entry that there is.
   void change(const StatusTable::Key& key, StatusWord word);
-  void record(const StatusTable::Key& key, StatusWord word);
-  // The word that the item has then.
-  StatusWord recordIfMissing(const StatusTable::Key& key, StatusWord word);
+  // Both record what was worked out while changes() gave `changes`, and do nothing when that is no
+  // longer so: what rests on another status is wrong now. False then.
+  bool record(const StatusTable::Key& key, StatusWord word, std::uint64_t changes);
+  // The word that the item has then; missing when nothing was done.
+  std::optional<StatusWord> recordIfMissing(const StatusTable::Key& key, StatusWord word,
+                                            std::uint64_t changes);
 
   // Calls `visit` with the word of each file, missing without an entry. Lets others in every now
   // and then.
@@ -70,7 +77,9 @@ class RepositoryStatus {
 
   // Where the items lie.
   StatusLooks::Places places() const;
-  // A number that changes whenever an item may have got another badge than was chosen before.
+  std::uint64_t placesNumber() const;
+  // A number that changes whenever many items may have got another badge than was chosen before: a
+  // status came in, items were staged, the places changed. Recording an entry does not change it.
   std::uint64_t changes() const;
 
  private:
@@ -87,6 +96,7 @@ class RepositoryStatus {
   std::shared_ptr<const DeletedUrls> deletedUrls_ = std::make_shared<const DeletedUrls>();
   std::uint64_t placesNumber_ = 0;
   std::uint64_t changes_ = 0;
+  bool ended_ = false;
 };
 
 }  // namespace kelpie

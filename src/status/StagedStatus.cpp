@@ -52,12 +52,14 @@ StatusWord changed(const Change (&changes)[size], unsigned bit) {
 // The highest index bit. Scans downward from bit 4 and, when there is none, on from bit 31 round
 // and round: so it gives the highest bit of all, and never returns where there is none.
 unsigned highestIndexBit(StatusWord word) {
-  if (word == 0) parkForever();
+  if (isEndlessStatus(word)) parkForever();
   const unsigned index = word & kIndexBits;
   return std::bit_floor(index != 0 ? index : unsigned{word});
 }
 
 }  // namespace
+
+bool isEndlessStatus(StatusWord word) { return word == 0; }
 
 StatusWord stagedStatusForStatus(StatusWord word) {
   const unsigned workdir = std::bit_floor(word & kWorkdirBits);

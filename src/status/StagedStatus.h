@@ -9,5 +9,7 @@ namespace kelpie {
 // good, without a lock and without using the processor.
 StatusWord stagedStatusForStatus(StatusWord word);
 StatusWord unstagedStatusForStatus(StatusWord word);
+// Whether neither would return.
+bool isEndlessStatus(StatusWord word);
 
 }  // namespace kelpie

@@ -50,16 +50,61 @@ TEST_F(KPRepositoryTest, ARepositoryOfNothingServesAllTheSame) {
   EXPECT_FALSE(nothing->isParentIgnoredUrl(url("/x/a")));
 }
 
-TEST_F(KPRepositoryTest, TheRepositoryLivesAsLongAsItsWork) {
+TEST_F(KPRepositoryTest, TheWorkThatWaitsGoesWithTheRepository) {
   file("/r/a");
   repository->addObservedURL(url("/r/a"));
   repository->setStatusInfo(statusInfo({{"/r/a", 0x0001}}));
+  platform.finder.forgetBadges();
   const std::weak_ptr<KPRepository> weak = repository;
   repository = nullptr;
-  EXPECT_FALSE(weak.expired());
-  platform.runAll();
-  EXPECT_EQ(platform.finder.badgeFor("/r/a"), "KPIndexNewBadge");
   EXPECT_TRUE(weak.expired());
+  platform.runAll();
+  EXPECT_EQ(platform.finder.badges(), std::vector<FakeFinder::Badge>{});
+}
+
+TEST_F(KPRepositoryTest, OnceItHasEndedItSetsNoBadgeAndRecordsNothing) {
+  showFolderStatus(true);
+  file("/r/a");
+  file("/r/d/b");
+  send(statusInfo({{"/r/a", 0x0001}}));
+  ask("/r/a");
+  repository->addObservedURL(url("/r/d"));
+  repository->setStatusInfo(statusInfo({{"/r/a", 0x0100}, {"/r/d/b", 0x0100}}));
+  repository->updateStagedStatus(urls({"/r/a"}));
+  platform.finder.forgetBadges();
+
+  repository->end();
+  platform.runAll();
+  repository->setStatusInfo(statusInfo({{"/r/a", 0x0100}}));
+  repository->setStatus(entries({{"/r/a", 0x0100}}));
+  repository->addObservedURL(url("/r/a"));
+  repository->updateBadgeIdentifierForURL(url("/r/d/b"));
+  repository->updateStatusOfDirectoryURL(url("/r/d"));
+  repository->updateBadges(Dictionary{{"urls", urls({"/r/a"})}, {"badge", "KPIgnoredBadge"}});
+  platform.runAll();
+  EXPECT_EQ(platform.finder.badges(), std::vector<FakeFinder::Badge>{});
+  EXPECT_EQ(word("/r/a"), std::nullopt);
+  EXPECT_EQ(word("/r/d/b"), std::nullopt);
+}
+
+TEST_F(KPRepositoryTest, ALostQueueHoldsNothingAndTakesNothing) {
+  showFolderStatus(true);
+  file("/r/a");
+  send(statusInfo({{"/r/a", 0}}));
+  const auto held = [](const auto& part) -> Object {
+    return Objects{Object(std::shared_ptr<const Archivable>(part))};
+  };
+  const auto before = std::make_shared<const MenuItem>("before", "");
+  const auto after = std::make_shared<const MenuItem>("after", "");
+  repository->updateStagedStatus(urls({"/r/a"}));
+  repository->setStatusInfo(Dictionary{{"KPStatusDirtyURLs", held(before)}});
+  platform.runAll();
+  EXPECT_EQ(before.use_count(), 1) << "what waited behind";
+  repository->setStatusInfo(Dictionary{{"KPStatusDirtyURLs", held(after)}});
+  EXPECT_EQ(after.use_count(), 1) << "what comes later";
+  EXPECT_EQ(platform.queues.pending(), 0U);
+  EXPECT_EQ(word("/r/a"), 0) << "the status it had stays";
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(ask("/r"), std::nullopt) << "folders wait for the queue";
 }
 
 TEST_F(KPRepositoryTest, PropertiesTakeWhatAMessageBrings) {

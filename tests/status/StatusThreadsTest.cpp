@@ -8,6 +8,7 @@
 #include "status/KPRepository.h"
 #include "status/RepositoryFixture.h"
 #include "support/FakePlatform.h"
+#include "support/InterruptedFileSystem.h"
 #include "support/ThreadedQueues.h"
 
 namespace kelpie {
@@ -137,6 +138,82 @@ TEST_F(RepositoryFixture, ABadgeChosenBeforeAStatusDoesNotOutliveIt) {
                                                      "KPWorkdirModifiedBadge"}));
   EXPECT_EQ(word("/r/a"), 0x0100) << "the entry that came is not replaced by the one recorded";
   repository = nullptr;
+}
+
+class Interrupted : public RepositoryFixture {
+ protected:
+  void SetUp() override {
+    const Platform& all = platform.platform();
+    interrupted = std::make_unique<Platform>(
+        Platform{finder, all.messagePorts, all.defaults, all.entitlements, all.applications,
+                 all.processMonitors, all.notifications, all.files, all.queues, all.bundle,
+                 all.limits, all.log});
+    repository =
+        KPRepository::create(url("/r"), url("/r/.git"), observedPaths, *interrupted, settings);
+    showFolderStatus(true);
+  }
+  void TearDown() override { repository = nullptr; }
+
+  InterruptedFinder finder;
+  std::unique_ptr<Platform> interrupted;
+};
+
+TEST_F(Interrupted, AFolderThatIsWorkedOutMeanwhileMakesNoBadgeTwice) {
+  file("/r/a");
+  file("/r/d/b");
+  file("/r/e/c");
+  send(statusInfo({{"/r/d/b", 0x0100}}));
+  repository->addObservedURL(url("/r/d"));
+  finder.interrupt = [this] { platform.runAll(); };
+  repository->addObservedURLs(std::vector<URL>{url("/r/a"), url("/r/e")});
+  platform.runAll();
+  EXPECT_EQ(finder.badges, (std::vector<std::string>{"KPWorkdirModifiedBadge", "KPCurrentBadge",
+                                                     "KPCurrentBadge"}))
+      << "one for each item";
+}
+
+TEST_F(Interrupted, AFoldersFormerEntryDoesNotOutliveTheNewOne) {
+  file("/r/d/b");
+  file("/r/d/c");
+  send(statusInfo({{"/r/d/b", 0x0080}}));
+  repository->addObservedURL(url("/r/d"));
+  platform.runAll();
+  ASSERT_EQ(word("/r/d"), 0x0080);
+  repository->addObservedURL(url("/r/d/c"));  // it counts from now on, as unchanged
+  finder.badges.clear();
+  finder.interrupt = [this] {
+    repository->updateStatusOfDirectoryURL(url("/r/d"));
+    platform.runAll();
+  };
+  repository->addObservedURL(url("/r/d"));
+  EXPECT_EQ(word("/r/d"), 0x0100);
+  ASSERT_FALSE(finder.badges.empty());
+  EXPECT_EQ(finder.badges.back(), "KPWorkdirModifiedBadge");
+}
+
+TEST_F(Interrupted, WhatRestsOnAFormerStatusIsNotRecordedInTheNewOne) {
+  file("/r/out/a");
+  Dictionary status = statusInfo({});
+  status.set("KPStatusIgnoredURLs", urls({"/r/out"}));
+  send(status);
+  InterruptedFileSystem files(*platform.files);
+  files.path = "/r/out";
+  files.interrupt = [this] { send(statusInfo({})); };
+  repository->addObservedURL(url("/r/out/a"), files);
+  EXPECT_EQ(word("/r/out/a"), 0) << "it is not ignored any more";
+  EXPECT_EQ(finder.badges.back(), "KPCurrentBadge");
+}
+
+TEST_F(Interrupted, AFolderAskedForWhileAStatusComesInShowsThatStatus) {
+  file("/r/d/b");
+  send(statusInfo({}));
+  InterruptedFileSystem files(*platform.files);
+  files.path = "/r/d";
+  files.interrupt = [this] { send(statusInfo({{"/r/d/b", 0x0100}})); };
+  repository->addObservedURL(url("/r/d"), files);
+  platform.runAll();
+  EXPECT_EQ(word("/r/d"), 0x0100);
+  EXPECT_EQ(finder.badges.back(), "KPWorkdirModifiedBadge");
 }
 
 // -- The search that never ends -------------------------------------------------------------------

@@ -1,0 +1,35 @@
+#include "status/BadgeSetter.h"
+
+#include <algorithm>
+
+namespace kelpie {
+
+void BadgeSetter::set(std::string_view badge, const URL& url) {
+  const std::thread::id self = std::this_thread::get_id();
+  {
+    const std::lock_guard lock(mutex_);
+    if (stopped_) return;
+    setting_.push_back(self);
+  }
+  finder_.setBadgeIdentifier(badge, url);
+  const std::lock_guard lock(mutex_);
+  setting_.erase(std::ranges::find(setting_, self));
+  if (stopped_) changed_.notify_all();
+}
+
+// A file manager that stops it while it is handed a badge must not wait for itself.
+void BadgeSetter::stop() {
+  const auto isOwn = [self = std::this_thread::get_id()](std::thread::id thread) {
+    return thread == self;
+  };
+  std::unique_lock lock(mutex_);
+  stopped_ = true;
+  changed_.wait(lock, [&] { return std::ranges::all_of(setting_, isOwn); });
+}
+
+bool BadgeSetter::isStopped() const {
+  const std::lock_guard lock(mutex_);
+  return stopped_;
+}
+
+}  // namespace kelpie

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+#include "platform/SerialQueue.h"
+
+namespace kelpie {
+
+// A serial queue that can be closed: what waits is let go of then, and what is posted later is
+// dropped at once, so that a queue which will never run anything again holds nothing. Any thread.
+class UpdateQueue final : public SerialQueue {
+ public:
+  // Runs its tasks on `queue`.
+  explicit UpdateQueue(std::shared_ptr<SerialQueue> queue);
+  // Closes it.
+  ~UpdateQueue() override;
+  UpdateQueue(const UpdateQueue&) = delete;
+  UpdateQueue& operator=(const UpdateQueue&) = delete;
+
+  void post(std::function<void()> task) override;
+  bool isCurrent() const override;
+
+  // A task that runs is not stopped. Closing again does nothing.
+  void close();
+  bool isClosed() const;
+
+ private:
+  struct State {
+    std::mutex mutex;
+    bool closed = false;                      // guarded by mutex
+    std::deque<std::function<void()>> tasks;  // guarded by mutex
+
+    void runNext();
+  };
+
+  const std::shared_ptr<SerialQueue> queue_;
+  const std::shared_ptr<State> state_;  // shared with what `queue_` has been given
+};
+
+}  // namespace kelpie
