@@ -55,9 +55,9 @@ class KPKelpieSync final : public MenuHost {
 
   // -- The toolbar item ---------------------------------------------------------------------------
 
-  std::string_view toolbarItemName() const { return "KElpie"; }
-  std::string_view toolbarItemToolTip() const { return ""; }
-  Image toolbarItemImage() const { return Image{"StatusItemIcon"}; }
+  static std::string_view toolbarItemName() { return "KElpie"; }
+  static std::string_view toolbarItemToolTip() { return ""; }
+  static Image toolbarItemImage() { return Image{"StatusItemIcon"}; }
 
   // -- The file manager's callbacks: any thread ---------------------------------------------------
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "macos/ScriptedHost.h"
 #include "macos/system/Dispatch.h"
 #include "macos/system/Entitlements.h"
@@ -16,6 +18,8 @@
 // end.
 namespace kelpie {
 namespace {
+
+NSString* const kOtherGroup = @"group.org.other";
 
 class Glue : public testing::Test {
  protected:
@@ -166,6 +170,69 @@ TEST_F(Glue, WithoutAPortToNameThereIsNoExtensionAndNoException) {
   host.startApplication();
   system::setEntitlement(nil);
   EXPECT_EQ(host.start(), nil);
+}
+
+// -- Several instances ----------------------------------------------------------------------------
+
+TEST_F(Glue, WhatTheFinderSaysWhileAnInstanceIsMadeIsNotLost) {
+  host.startApplication();
+  [[HostFinder finder] showEarly:host.url("repo")];
+  ASSERT_NE(host.start(), nil);
+  EXPECT_EQ(stdString([[HostFinder finder] earlyName]), "KElpie");
+  ASSERT_TRUE(hears(@"openRepository:portName:"));
+  EXPECT_EQ(host.messages(@"openRepository:portName:").size(), 1U);
+}
+
+// Open and save dialogs have instances of their own, maybe in one process.
+TEST_F(Glue, ASecondInstanceSharesTheControllerOfTheFirst) {
+  startWithRepository();
+  auto dialog = Retained<PrincipalClass*>::adopt([[PrincipalClass alloc] init]);
+  ASSERT_NE(dialog.get(), nil);
+  EXPECT_TRUE(host.messages(@"showError:").empty());
+  EXPECT_EQ([[HostSuiteDefaults suiteNamed:ScriptedHost::kGroup] observerCount], 1U);
+  [dialog.get() requestBadgeIdentifierForURL:host.url("repo/b.txt")];
+  EXPECT_TRUE(host.runUntil([&] { return host.badge("repo/b.txt") == "KPCurrentBadge"; }));
+
+  dialog = {};
+  host.send(@"setStatusInfo:", status({{"repo/a.txt", 0x8000}}), host.identifier("repo"));
+  EXPECT_TRUE(host.runUntil([&] { return host.badge("repo/a.txt") == "KPConflictedBadge"; }));
+}
+
+TEST_F(Glue, AFolderThatADialogLeavesIsStillShownByTheFinder) {
+  startWithRepository();
+  {
+    const auto closed = Retained<PrincipalClass*>::adopt([[PrincipalClass alloc] init]);
+    [closed.get() beginObservingDirectoryAtURL:host.url("repo")];
+  }
+  const auto dialog = Retained<PrincipalClass*>::adopt([[PrincipalClass alloc] init]);
+  [dialog.get() beginObservingDirectoryAtURL:host.url("repo")];
+  [dialog.get() endObservingDirectoryAtURL:host.url("repo")];
+  // What is asked last is answered last.
+  [dialog.get() requestBadgeIdentifierForURL:host.url("repo/gone.txt")];
+  ASSERT_TRUE(host.runUntil([&] { return host.badge("repo/gone.txt") == "KPEmptyBadge"; }));
+  host.send(@"setStatusInfo:", status({{"repo/a.txt", 0x8000}}), host.identifier("repo"));
+  EXPECT_TRUE(host.runUntil([&] { return host.badge("repo/a.txt") == "KPConflictedBadge"; }));
+}
+
+TEST_F(Glue, AnInstanceThatGoesOnAnotherThreadLetsTheControllerGoOnTheMainOne) {
+  Retained<PrincipalClass*> dialog =
+      Retained<PrincipalClass*>::adopt([[PrincipalClass alloc] init]);
+  NSString* const name =
+      [NSString stringWithFormat:@"%@.Sync.%d", ScriptedHost::kGroup,
+                                 [[NSProcessInfo processInfo] processIdentifier]];
+  std::thread([&dialog] { dialog = {}; }).join();
+  EXPECT_TRUE(system::isPortOpen(name)) << "it waits for the main thread";
+  EXPECT_TRUE(host.runUntil([&] { return !system::isPortOpen(name); }));
+}
+
+TEST_F(Glue, APortNameThatAnotherProcessHasIsReported) {
+  system::takePortName([NSString stringWithFormat:@"%@.Sync.%d", kOtherGroup,
+                                                  [[NSProcessInfo processInfo] processIdentifier]]);
+  host.start();  // the settings of the group are opened
+  host.stop();
+  system::setEntitlement([NSArray arrayWithObject:kOtherGroup]);
+  EXPECT_NE(host.start(), nil);
+  EXPECT_NE(posted().find("error creating"), std::string::npos) << posted();
 }
 
 // -- Folders and settings -------------------------------------------------------------------------

@@ -60,6 +60,15 @@ TEST(Objects, GoToThePlatformAndBackUnchanged) {
   }
 }
 
+TEST(Objects, OfOneByteAreBooleansByTheirTypeOnly) {
+  @autoreleasepool {
+    EXPECT_EQ(objectOf([NSNumber numberWithBool:YES]).kind(), Object::Kind::Boolean);
+    EXPECT_EQ(objectOf([NSNumber numberWithBool:NO]).kind(), Object::Kind::Boolean);
+    EXPECT_EQ(objectOf([NSNumber numberWithChar:1]).kind(), Object::Kind::Integer);
+    EXPECT_EQ(objectOf([NSNumber numberWithUnsignedChar:0]).kind(), Object::Kind::Integer);
+  }
+}
+
 TEST(Objects, WithoutAnObjectOfThePlatformAreNil) {
   EXPECT_EQ(nsObject(Object()), nil);
   EXPECT_EQ(nsObject(Object("\xFF")), nil) << "no UTF-8";

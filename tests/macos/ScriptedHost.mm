@@ -14,6 +14,7 @@
 #include "macos/system/NotificationCenter.h"
 #include "macos/system/RunningApplications.h"
 #include "macos/system/SuiteDefaults.h"
+#include "platform/macos/MacSerialQueues.h"
 #include "platform/macos/Objects.h"
 #include "platform/macos/Strings.h"
 
@@ -146,7 +147,13 @@ PrincipalClass* ScriptedHost::start() {
   return extension_.get();
 }
 
-void ScriptedHost::stop() { extension_ = {}; }
+// The controller goes later, on the main thread.
+void ScriptedHost::stop() {
+  extension_ = {};
+  bool isOver = false;
+  MacSerialQueues().mainQueue()->post([&isOver] { isOver = true; });
+  EXPECT_TRUE(runUntil([&] { return isOver; }));
+}
 
 NSURL* ScriptedHost::url(const std::string& path) const {
   return [NSURL fileURLWithPath:nsString(folder_ / path)];

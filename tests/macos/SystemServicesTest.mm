@@ -57,6 +57,8 @@ TEST(MacQueues, LoseOnlyTheTaskThatRaises) {
   const auto queue = MacSerialQueues().makeQueue("a");
   std::atomic<bool> isDone = false;
   queue->post([] { throw std::invalid_argument("a test"); });
+  queue->post([] { throw 7; });
+  queue->post([] { [NSException raise:NSGenericException format:@"a test"]; });
   queue->post([&] { isDone = true; });
   EXPECT_TRUE(runUntil([&] { return isDone.load(); }));
 }
@@ -262,7 +264,9 @@ TEST(MacPorts, AreFoundByNameWhileTheyAreOpen) {
   EXPECT_EQ(ports.createRemote("port"), nullptr);
   auto local = ports.createLocal("port", ignore);
   ASSERT_NE(local, nullptr);
+  // The system hands out the first port once more: it must stay whole.
   EXPECT_EQ(ports.createLocal("port", ignore), nullptr) << "the name is taken";
+  ASSERT_NE(ports.createRemote("port"), nullptr);
   const auto remote = ports.createRemote("port");
   ASSERT_NE(remote, nullptr);
   local.reset();

@@ -4,6 +4,7 @@
 
 #include "extension/ControllerRoutes.h"
 #include "platform/macos/Guard.h"
+#include "platform/macos/SystemLog.h"
 
 namespace kelpie {
 namespace {
@@ -27,42 +28,65 @@ void ExtensionEdge::initialize(const Platform& platform) noexcept {
   runGuarded([&] { KPKelpieSync::initialize(platform); });
 }
 
-std::unique_ptr<ExtensionEdge> ExtensionEdge::create(const Platform& platform,
-                                                     KPUserDefaults& defaults) noexcept {
-  std::unique_ptr<ExtensionEdge> edge;
-  runGuarded([&] {
-    std::unique_ptr<KPKelpieSync> controller = KPKelpieSync::create(platform, defaults);
-    if (controller != nullptr) edge = std::make_unique<ExtensionEdge>(std::move(controller));
-  });
-  return edge;
-}
-
 void ExtensionEdge::forEachAction(FunctionRef<void(std::string_view selector)> visit) {
   for (const Route<KPKelpieSync>& route : actionRoutes()) visit(route.selector);
 }
 
-void ExtensionEdge::beginObservingDirectoryAtURL(const std::optional<URL>& url) noexcept {
-  runGuarded([&] {
-    if (url) controller_->beginObservingDirectoryAtURL(*url);
+ExtensionEdge::~ExtensionEdge() {
+  runGuarded([this] {
+    if (shared_ != nullptr) shared_->forget(this);
   });
+}
+
+bool ExtensionEdge::open(const Platform& platform, KPUserDefaults& defaults) noexcept {
+  return answerGuarded([&] {
+    std::shared_ptr<SharedExtension> made = SharedExtension::acquire(platform, defaults);
+    if (made == nullptr) return false;
+    const std::lock_guard lock(mutex_);
+    shared_ = std::move(made);
+    for (const auto& [call, url] : std::exchange(early_, {})) ((*shared_).*call)(this, url);
+    return true;
+  });
+}
+
+void ExtensionEdge::beginObservingDirectoryAtURL(const std::optional<URL>& url) noexcept {
+  hand(&SharedExtension::beginObserving, url);
 }
 
 void ExtensionEdge::endObservingDirectoryAtURL(const std::optional<URL>& url) noexcept {
-  runGuarded([&] {
-    if (url) controller_->endObservingDirectoryAtURL(*url);
-  });
+  hand(&SharedExtension::endObserving, url);
 }
 
 void ExtensionEdge::requestBadgeIdentifierForURL(const std::optional<URL>& url) noexcept {
+  hand(&SharedExtension::requestBadge, url);
+}
+
+// With the lock held, so that nothing overtakes what came early: the calls only queue work.
+void ExtensionEdge::hand(Call call, const std::optional<URL>& url) noexcept {
   runGuarded([&] {
-    if (url) controller_->requestBadgeIdentifierForURL(*url);
+    if (!url) return;
+    const std::lock_guard lock(mutex_);
+    if (shared_ != nullptr) {
+      ((*shared_).*call)(this, *url);
+    } else if (early_.size() < kMostEarlyCalls) {
+      early_.emplace_back(call, *url);
+    } else {
+      writeSystemLog("too many calls before the extension has started: " + url->path());
+    }
   });
+}
+
+std::shared_ptr<SharedExtension> ExtensionEdge::shared() {
+  const std::lock_guard lock(mutex_);
+  return shared_;
 }
 
 const Menu* ExtensionEdge::menuForMenuKind(std::uint64_t kind) noexcept {
   const Menu* built = nullptr;
   runGuarded([&] {
-    std::optional<Menu> menu = controller_->menuForMenuKind(static_cast<FIMenuKind>(kind));
+    const std::shared_ptr<SharedExtension> open = shared();
+    if (open == nullptr) return;
+    std::optional<Menu> menu = open->controller().menuForMenuKind(static_cast<FIMenuKind>(kind));
     if (!menu) return;
     menu_ = std::move(menu);
     built = &*menu_;
@@ -72,8 +96,9 @@ const Menu* ExtensionEdge::menuForMenuKind(std::uint64_t kind) noexcept {
 
 void ExtensionEdge::performAction(std::string_view action, std::int64_t tag) noexcept {
   runGuarded([&] {
+    const std::shared_ptr<SharedExtension> open = shared();
     const MenuItem* const item = menu_ ? findItem(*menu_, action, tag) : nullptr;
-    if (item != nullptr) controller_->performAction(MenuItem(*item));
+    if (open != nullptr && item != nullptr) open->controller().performAction(MenuItem(*item));
   });
 }
 

@@ -12,6 +12,8 @@ void runGuarded(FunctionRef<void()> task) noexcept {
     task();
   } catch (const std::exception& error) {
     writeSystemLog(std::string("exception: ") + error.what());
+  } catch (...) {
+    writeSystemLog("exception of the platform");
   }
 }
 

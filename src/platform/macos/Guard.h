@@ -10,7 +10,8 @@ namespace kelpie {
 // plain C++, since not every Objective-C runtime can catch them.
 
 // Runs one task or event. What the core raises, which is std::invalid_argument for a dictionary
-// that was to hold an absent value, costs that task only: it is logged as one line. Any thread.
+// that was to hold an absent value, and what the platform raises costs that task only: it is logged
+// as one line. Any thread.
 void runGuarded(FunctionRef<void()> task) noexcept;
 
 // The same for a question; false when something was raised.

@@ -7,14 +7,15 @@
 #include "platform/macos/ExtensionEdge.h"
 
 // The principal class of the app extension: what the Finder calls, handed on to the controller of
-// the same name. The host makes one. Besides what is written here it has a method for each action
-// that a menu item can bear, made when the class is set up.
+// the same name. The Finder makes one, and others for open and save dialogs. Besides what is
+// written here it has a method for each action that a menu item can bear, made when the class is
+// set up.
 //
 // What is missing or foreign (a nil URL, an item of no menu of ours) has no effect. No exception
 // leaves it.
 @interface KPKelpieSync : FIFinderSync {
  @private
-  std::unique_ptr<kelpie::ExtensionEdge> _edge;
+  std::shared_ptr<kelpie::ExtensionEdge> _edge;  // null before init only
 }
 
 @end

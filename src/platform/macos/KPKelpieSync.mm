@@ -38,29 +38,37 @@ void actionMethod(id self, SEL action, id sender) {
 }
 
 - (instancetype)init {
+  // First of all: the base class may call back, on any thread, before it returns.
+  _edge = std::make_shared<kelpie::ExtensionEdge>();
   self = [super init];
   if (self == nil) return nil;
   kelpie::MacPlatform& platform = kelpie::MacPlatform::shared();
-  _edge = kelpie::ExtensionEdge::create(platform.platform(), platform.defaults());
-  if (_edge == nullptr) {
+  if (_edge == nullptr || !_edge->open(platform.platform(), platform.defaults())) {
     [self release];
     return nil;
   }
   return self;
 }
 
+// The last reference may go on any thread; the controller goes on the main one.
+- (void)dealloc {
+  kelpie::MacSerialQueues().mainQueue()->post(
+      [edge = std::move(_edge)]() mutable { edge.reset(); });
+  [super dealloc];
+}
+
 // -- The toolbar item -----------------------------------------------------------------------------
 
 - (NSString*)toolbarItemName {
-  return kelpie::nsString(_edge->controller().toolbarItemName());
+  return kelpie::nsString(kelpie::KPKelpieSync::toolbarItemName());
 }
 
 - (NSString*)toolbarItemToolTip {
-  return kelpie::nsString(_edge->controller().toolbarItemToolTip());
+  return kelpie::nsString(kelpie::KPKelpieSync::toolbarItemToolTip());
 }
 
 - (NSImage*)toolbarItemImage {
-  return kelpie::nsImage(_edge->controller().toolbarItemImage());
+  return kelpie::nsImage(kelpie::KPKelpieSync::toolbarItemImage());
 }
 
 // -- The Finder's callbacks: any thread -----------------------------------------------------------

@@ -17,18 +17,22 @@ bool MacLocalMessagePort::open(std::string_view name) {
   NSString* const portName = nsString(name);
   if (portName == nil) return false;
   CFMessagePortContext context = {1, this, nullptr, nullptr, nullptr};
-  port_ = CFRetained<CFMessagePortRef>::adopt(CFMessagePortCreateLocal(
-      nullptr, cfOf<CFStringRef>(portName), &MacLocalMessagePort::receive, &context, nullptr));
-  if (!port_) return false;
+  Boolean isTaken = 0;
+  auto port = CFRetained<CFMessagePortRef>::adopt(CFMessagePortCreateLocal(
+      nullptr, cfOf<CFStringRef>(portName), &MacLocalMessagePort::receive, &context, &isTaken));
+  // A name that this process has in use gives the port of that name, with what it calls: somebody
+  // else's, which is left as it is.
+  if (!port || isTaken != 0) return false;
+  port_ = std::move(port);
   source_ = CFRetained<CFRunLoopSourceRef>::adopt(
       CFMessagePortCreateRunLoopSource(nullptr, port_.get(), 0));
   if (!source_) return false;
-  CFRunLoopAddSource(CFRunLoopGetCurrent(), source_.get(), kCFRunLoopCommonModes);
+  CFRunLoopAddSource(CFRunLoopGetMain(), source_.get(), kCFRunLoopCommonModes);
   return true;
 }
 
 MacLocalMessagePort::~MacLocalMessagePort() {
-  if (source_) CFRunLoopRemoveSource(CFRunLoopGetCurrent(), source_.get(), kCFRunLoopCommonModes);
+  if (source_) CFRunLoopRemoveSource(CFRunLoopGetMain(), source_.get(), kCFRunLoopCommonModes);
   if (port_) CFMessagePortInvalidate(port_.get());
 }
 

@@ -20,16 +20,14 @@ id nsObject(const Object& object, int depth);
 // -- From the platform ----------------------------------------------------------------------------
 
 Object numberOf(NSNumber* number) {
+  // By its type in C a boolean is a number of one byte, as a character is.
+  if (CFGetTypeID(cfOf<CFTypeRef>(number)) == CFBooleanGetTypeID())
+    return {[number boolValue] == YES};
   const std::string_view type = [number objCType];
-  const long long integer = [number longLongValue];
-  // Booleans are numbers of one byte, as characters are.
-  const bool isByte =
-      type == @encode(char) || type == @encode(unsigned char) || type == @encode(bool);
-  if (isByte && (integer == 0 || integer == 1)) return {integer == 1};
   if (type == @encode(double) || type == @encode(float)) return {[number doubleValue]};
   if (type == @encode(unsigned long long) || type == @encode(unsigned long))
     return {[number unsignedLongLongValue]};
-  return {integer};
+  return {[number longLongValue]};
 }
 
 Objects elementsOf(id<NSFastEnumeration> elements, int depth) {

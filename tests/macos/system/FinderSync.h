@@ -10,6 +10,8 @@
   NSMutableArray* _badges;       // pairs of path and identifier, in the order of their setting
   NSArray* _selected;
   NSURL* _targeted;
+  NSURL* _early;
+  NSString* _earlyName;
 }
 
 // The controller that the extension is given.
@@ -20,7 +22,14 @@
 
 // What the next menu is asked for.
 - (void)select:(NSArray*)urls targeted:(NSURL*)url;
-// The image that was registered under the identifier; nil when none was.
+// Calls the next instances back while they are being made: asks for the toolbar item's name and its
+// menu, and shows this folder. nil for no more of that.
+- (void)showEarly:(NSURL*)url;
+- (void)greet:(FIFinderSync*)instance;
+// The name that was given then.
+- (NSString*)earlyName;
+
+// The image that was registered under the identifier, NSNull for nil; nil when none was.
 - (NSImage*)badgeImage:(NSString*)identifier;
 - (NSUInteger)badgeImageCount;
 // The badge that was set last on the item of that path; nil when none was.

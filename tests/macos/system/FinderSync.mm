@@ -2,6 +2,12 @@
 
 @implementation FIFinderSync
 
+- (instancetype)init {
+  self = [super init];
+  if (self != nil) [[HostFinder finder] greet:self];
+  return self;
+}
+
 - (NSMenu*)menuForMenuKind:(FIMenuKind)kind {
   return nil;
 }
@@ -71,12 +77,15 @@
   [_badges release];
   [_selected release];
   [_targeted release];
+  [_early release];
+  [_earlyName release];
   [super dealloc];
 }
 
 - (void)reset {
   [self setDirectoryURLs:[NSSet set]];
   [self select:nil targeted:nil];
+  [self showEarly:nil];
   @synchronized(self) {
     [_badges removeAllObjects];
   }
@@ -92,18 +101,34 @@
   _directoryURLs = copy;
 }
 
-// As the platform, it takes no nil.
 - (void)setBadgeImage:(NSImage*)image
                  label:(NSString*)label
     forBadgeIdentifier:(NSString*)identifier {
   NSAssert(label != nil, @"a badge needs a label");
-  [_images setObject:image forKey:identifier];
+  [_images setObject:image == nil ? static_cast<id>([NSNull null]) : image forKey:identifier];
 }
 
 - (void)setBadgeIdentifier:(NSString*)identifier forURL:(NSURL*)url {
   @synchronized(self) {
-    [_badges addObject:[NSArray arrayWithObjects:[url path], identifier, nil]];
+    [_badges addObject:[NSArray arrayWithObjects:[[url filePathURL] path], identifier, nil]];
   }
+}
+
+- (void)greet:(FIFinderSync*)instance {
+  if (_early == nil) return;
+  _earlyName = [[instance toolbarItemName] copy];
+  [instance menuForMenuKind:FIMenuKindToolbarItemMenu];
+  [instance beginObservingDirectoryAtURL:_early];
+  [instance requestBadgeIdentifierForURL:_early];
+}
+
+- (void)showEarly:(NSURL*)url {
+  [_early release];
+  _early = [url copy];
+}
+
+- (NSString*)earlyName {
+  return _earlyName;
 }
 
 - (NSURL*)targetedURL {

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 // What a test decides about the message ports of CoreFoundation.h. Ports of this process find each
-// other by name; a message is delivered by the main run loop, once the receiving port's source
-// stands in its common modes.
+// other by name, and a second one of a name is the first one; a message is delivered by the main
+// run loop, once the receiving port's source stands in its common modes.
 namespace kelpie::system {
 
 // What the next sends answer; 0 sends. Any thread.
@@ -16,7 +16,9 @@ void setSendStatus(std::int32_t status);
 void setReceiversBusy(bool areBusy);
 // How many sends wait for a busy receiver. Any thread.
 int waitingSends();
-// Whether a port of that name is open.
+// Another process opens a port of that name.
+void takePortName(NSString* name);
+// Whether a port of that name is open in this process.
 bool isPortOpen(NSString* name);
 
 }  // namespace kelpie::system

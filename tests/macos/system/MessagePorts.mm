@@ -54,6 +54,12 @@ NSMutableDictionary* listeners() {
   return ports;
 }
 
+// The names of ports of other processes. Guarded by @synchronized on the listeners.
+NSMutableSet* namesElsewhere() {
+  static NSMutableSet* const names = [[NSMutableSet alloc] init];
+  return names;
+}
+
 template <class Reference>
 id objectOf(Reference reference) {
   return static_cast<id>(const_cast<void*>(static_cast<const void*>(reference)));
@@ -121,6 +127,15 @@ const CFRunLoopMode kCFRunLoopCommonModes = referenceTo<CFStringRef>(@"common mo
 
 void CFRelease(CFTypeRef object) { [objectOf(object) release]; }
 
+// GNUstep has a class of its own for booleans, as the platform has a type.
+CFTypeID CFGetTypeID(CFTypeRef object) {
+  return reinterpret_cast<CFTypeID>([objectOf(object) class]);
+}
+
+CFTypeID CFBooleanGetTypeID() {
+  return reinterpret_cast<CFTypeID>([[NSNumber numberWithBool:YES] class]);
+}
+
 CFDataRef CFDataCreate(CFAllocatorRef /*allocator*/, const UInt8* bytes, CFIndex length) {
   return referenceTo<CFDataRef>([[NSData alloc] initWithBytes:bytes
                                                        length:static_cast<NSUInteger>(length)]);
@@ -134,13 +149,15 @@ CFIndex CFDataGetLength(CFDataRef data) {
   return static_cast<CFIndex>([static_cast<NSData*>(objectOf(data)) length]);
 }
 
+CFRunLoopRef CFRunLoopGetMain() { return referenceTo<CFRunLoopRef>([NSRunLoop mainRunLoop]); }
+
 CFRunLoopRef CFRunLoopGetCurrent() { return referenceTo<CFRunLoopRef>([NSRunLoop currentRunLoop]); }
 
 void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
-  if (loop != CFRunLoopGetCurrent() || mode != kCFRunLoopCommonModes) return;
+  if (mode != kCFRunLoopCommonModes) return;
   HostPort* const port = objectOf(source);
   @synchronized(port) {
-    port->_isScheduled = [NSThread isMainThread];
+    port->_isScheduled = loop == CFRunLoopGetMain();
   }
   deliverOnMainThread(port);
 }
@@ -155,11 +172,14 @@ void CFRunLoopRemoveSource(CFRunLoopRef /*loop*/, CFRunLoopSourceRef source,
 
 CFMessagePortRef CFMessagePortCreateLocal(CFAllocatorRef /*allocator*/, CFStringRef name,
                                           CFMessagePortCallBack callback,
-                                          CFMessagePortContext* context,
-                                          Boolean* /*shouldFreeInfo*/) {
+                                          CFMessagePortContext* context, Boolean* shouldFreeInfo) {
   NSMutableDictionary* const ports = listeners();
   @synchronized(ports) {
-    if ([ports objectForKey:objectOf(name)] != nil) return nullptr;
+    HostPort* const existing = [ports objectForKey:objectOf(name)];
+    const bool isElsewhere = [namesElsewhere() containsObject:objectOf(name)];
+    if (shouldFreeInfo != nullptr) *shouldFreeInfo = existing != nil || isElsewhere;
+    if (isElsewhere) return nullptr;
+    if (existing != nil) return referenceTo<CFMessagePortRef>([existing retain]);
     HostPort* const port = [[HostPort alloc] initWithName:objectOf(name)];
     port->_callback = callback;
     port->_info = context == nullptr ? nullptr : context->info;
@@ -219,6 +239,12 @@ void setReceiversBusy(bool areBusy) {
 int waitingSends() {
   const std::lock_guard lock(traffic().mutex);
   return traffic().waiting;
+}
+
+void takePortName(NSString* name) {
+  @synchronized(listeners()) {
+    [namesElsewhere() addObject:name];
+  }
 }
 
 bool isPortOpen(NSString* name) { return listener(name) != nil; }

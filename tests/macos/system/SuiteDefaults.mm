@@ -127,11 +127,11 @@ bool isPropertyList(id value) {
 }
 
 - (void)notifyObserversOf:(NSString*)key {
-  NSArray* observers = nil;
-  @synchronized(self) {
-    observers = [NSArray arrayWithArray:_observers];
-  }
   @autoreleasepool {
+    NSArray* observers = nil;
+    @synchronized(self) {
+      observers = [NSArray arrayWithArray:_observers];
+    }
     for (NSArray* observer in observers)
       if ([[observer objectAtIndex:1] isEqualToString:key])
         [[[observer objectAtIndex:0] nonretainedObjectValue]

@@ -8,6 +8,7 @@
 using Boolean = unsigned char;
 using CFIndex = long;
 using CFTimeInterval = double;
+using CFTypeID = unsigned long;
 using SInt32 = std::int32_t;
 using UInt8 = std::uint8_t;
 
@@ -23,12 +24,15 @@ using CFRunLoopMode = CFStringRef;
 extern const CFRunLoopMode kCFRunLoopCommonModes;
 
 void CFRelease(CFTypeRef object);
+CFTypeID CFGetTypeID(CFTypeRef object);
+CFTypeID CFBooleanGetTypeID();
 
 CFDataRef CFDataCreate(CFAllocatorRef allocator, const UInt8* bytes, CFIndex length);
 const UInt8* CFDataGetBytePtr(CFDataRef data);
 CFIndex CFDataGetLength(CFDataRef data);
 
 CFRunLoopRef CFRunLoopGetCurrent();
+CFRunLoopRef CFRunLoopGetMain();
 void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode);
 void CFRunLoopRemoveSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode);
 
