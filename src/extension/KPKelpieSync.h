@@ -8,12 +8,9 @@
 #include <vector>
 
 #include "foundation/Bytes.h"
-#include "foundation/Image.h"
-#include "foundation/Menu.h"
-#include "foundation/MenuItem.h"
-#include "menus/FIMenuKind.h"
 #include "menus/MenuAssembly.h"
 #include "menus/MenuHost.h"
+#include "platform/FinderSync.h"
 #include "platform/Platform.h"
 
 namespace kelpie {
@@ -34,7 +31,7 @@ class RepositoryTable;
 // One per process, made, used and let go on the main queue. Operations marked "any thread" return
 // at once and do their work on the observer queue; work that is still queued there when the
 // controller goes keeps what it needs alive.
-class KPKelpieSync final : public MenuHost {
+class KPKelpieSync final : public FinderSync, public MenuHost {
  public:
   // The class set-up: registers the badges with the file manager, clears stale keys out of the
   // extension's own standard defaults, and makes the reference records known to the codec. To be
@@ -59,24 +56,20 @@ class KPKelpieSync final : public MenuHost {
   static std::string_view toolbarItemToolTip() { return ""; }
   static Image toolbarItemImage() { return Image{"StatusItemIcon"}; }
 
-  // -- The file manager's callbacks: any thread ---------------------------------------------------
+  // -- FinderSync ---------------------------------------------------------------------------------
 
-  // The folder came into view: asks the main application for its repository, and notes the folder
-  // and its contents.
-  void beginObservingDirectoryAtURL(const URL& url);
-  // The folder left the view: what was noted under it is forgotten.
-  void endObservingDirectoryAtURL(const URL& url);
-  // A badge is wanted for the item: sets it if a repository holds the item, and notes the item.
-  void requestBadgeIdentifierForURL(const URL& url);
-
-  // -- Menus and actions: main queue --------------------------------------------------------------
-
+  ToolbarItem toolbarItem() const override {
+    return {toolbarItemName(), toolbarItemToolTip(), toolbarItemImage()};
+  }
+  void beginObservingDirectoryAtURL(const URL& url) override;
+  void endObservingDirectoryAtURL(const URL& url) override;
+  void requestBadgeIdentifierForURL(const URL& url) override;
   // See MenuAssembly::menuForMenuKind().
-  std::optional<Menu> menuForMenuKind(FIMenuKind kind);
-  // The user has chosen this item of the last menu: calls the operation that its action names.
-  // False when the item has no action or the controller does not know it. Raises
-  // std::invalid_argument where the action's message would hold an absent value.
-  bool performAction(const MenuItem& item);
+  std::optional<Menu> menuForMenuKind(FIMenuKind kind) override;
+  bool performAction(const MenuItem& item) override;
+
+  // -- Actions: main queue ------------------------------------------------------------------------
+
   // What the actions come to: see ActionForwarder.
   void remoteRepositoryAction(const Object& sender);
   void applicationAction(const Object& sender);

@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "foundation/Menu.h"
-#include "menus/FIMenuKind.h"
+#include "platform/FIMenuKind.h"
 #include "platform/Platform.h"
 
 namespace kelpie {

@@ -24,10 +24,10 @@ bool isPassing(int error) {
 }  // namespace
 
 std::unique_ptr<UnixListener> UnixListener::create(MainLoop& loop, std::string path,
-                                                   Handler handler) {
+                                                   Handler handler, std::string& problem) {
   UnixSocket::Result result = UnixSocket::listen(path);
   if (!result.socket) {
-    loop.log().write(systemErrorText("cannot listen on " + path, result.error));
+    problem = systemErrorText("cannot listen on " + path, result.error);
     return nullptr;
   }
   SocketFiles::shared().add(path);

@@ -16,9 +16,10 @@ class UnixListener {
   // Takes over a connection of this user, non-blocking.
   using Handler = std::function<void(UniqueFd connection)>;
 
-  // Null when the path is taken, too long, or the socket cannot be made; that is logged. `loop`
-  // outlives the listener.
-  static std::unique_ptr<UnixListener> create(MainLoop& loop, std::string path, Handler handler);
+  // Null, with `problem` saying why in one line, when the path is taken, too long, or the socket
+  // cannot be made. `loop` outlives the listener.
+  static std::unique_ptr<UnixListener> create(MainLoop& loop, std::string path, Handler handler,
+                                              std::string& problem);
   ~UnixListener();
   UnixListener(const UnixListener&) = delete;
   UnixListener& operator=(const UnixListener&) = delete;

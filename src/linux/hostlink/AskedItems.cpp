@@ -10,11 +10,12 @@ std::string AskedItems::folderOf(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-bool AskedItems::show(const std::string& folder) {
-  if (++shown_[folder] > 1) return false;
+bool AskedItems::show(const URL& folder) {
+  const std::string& path = folder.path();
+  if (++shown_.try_emplace(path, Shown{folder}).first->second.count > 1) return false;
   // What was asked for before now stays for as long as the folder does.
-  if (const auto found = items_.find(folder); found != items_.end()) {
-    for (auto& [path, item] : found->second) {
+  if (const auto found = items_.find(path); found != items_.end()) {
+    for (auto& [itemPath, item] : found->second) {
       if (std::exchange(item.order, 0) != 0) --unshown_;
     }
   }
@@ -23,10 +24,17 @@ bool AskedItems::show(const std::string& folder) {
 
 bool AskedItems::hide(const std::string& folder) {
   const auto found = shown_.find(folder);
-  if (found == shown_.end() || --found->second > 0) return false;
+  if (found == shown_.end() || --found->second.count > 0) return false;
   shown_.erase(found);
   items_.erase(folder);
   return true;
+}
+
+std::vector<URL> AskedItems::shown() const {
+  std::vector<URL> urls;
+  urls.reserve(shown_.size());
+  for (const auto& [path, folder] : shown_) urls.push_back(folder.url);
+  return urls;
 }
 
 void AskedItems::ask(const std::string& path, std::string url) {

@@ -7,6 +7,9 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
+
+#include "foundation/URL.h"
 
 namespace kelpie {
 
@@ -22,13 +25,13 @@ class AskedItems {
       : maximumUnshown_(maximumUnshown) {}
 
   // The host shows the folder (once more). True for the first time.
-  bool show(const std::string& folder);
+  bool show(const URL& folder);
   // The host shows the folder once less. True when it no longer shows it; its items are forgotten
   // then. False also for a folder that it does not show.
   bool hide(const std::string& folder);
   bool shows(const std::string& folder) const { return shown_.contains(folder); }
-  // Every folder shown, whatever how often.
-  const std::unordered_map<std::string, std::size_t>& shown() const { return shown_; }
+  // Every folder shown, once each, as the host spelled it first.
+  std::vector<URL> shown() const;
 
   // The host asked for a badge of the item, spelled `url`.
   void ask(const std::string& path, std::string url);
@@ -39,6 +42,10 @@ class AskedItems {
   static std::string folderOf(const std::string& path);
 
  private:
+  struct Shown {
+    URL url;  // as the host spelled it first
+    std::size_t count = 0;
+  };
   struct Asked {
     std::string url;
     std::uint64_t order = 0;  // of its newest entry in unshownOrder_; 0 while its folder is shown
@@ -53,7 +60,7 @@ class AskedItems {
   void forgetOldest();
 
   std::size_t maximumUnshown_;
-  std::unordered_map<std::string, std::size_t> shown_;  // folder -> how often
+  std::unordered_map<std::string, Shown> shown_;  // by path
   // folder -> path -> item
   std::unordered_map<std::string, std::unordered_map<std::string, Asked>> items_;
   // The items of folders that are not shown, oldest first. An entry whose number is not its item's

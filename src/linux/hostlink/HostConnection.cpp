@@ -1,78 +1,44 @@
 #include "linux/hostlink/HostConnection.h"
 
+#include <sys/socket.h>
+
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <utility>
 
 namespace kelpie {
 namespace {
 
-// How much is read before other sources of the main context get their turn.
+// How much is read before other sources of the main loop get their turn.
 constexpr std::size_t kReadSize = std::size_t{64} << 10U;
 
-// Why a connection ends with `error`; a host that has closed its end just left.
-std::string reasonOf(const GError& error) {
-  return g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_CONNECTION_CLOSED) ? "" : error.message;
-}
+// Whether a call would only have had to wait, or be made again.
+bool isPassing(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
 
-GSourcePtr attach(GSource* source, GSourceFunc function, gpointer self) {
-  g_source_set_callback(source, function, self, nullptr);
-  g_source_attach(source, nullptr);
-  return GSourcePtr(source);
+// Why a connection ends with `error`; a host that has closed its end just left.
+std::string reasonOf(int error) {
+  return error == EPIPE || error == ECONNRESET ? "" : std::strerror(error);
 }
 
 }  // namespace
 
-HostConnection::HostConnection(GObjectPtr<GSocket> socket, std::size_t maximumLine,
+HostConnection::HostConnection(MainLoop& loop, UniqueFd socket, std::size_t maximumLine,
                                Handlers handlers)
-    : socket_(std::move(socket)), lines_(maximumLine), handlers_(std::move(handlers)) {
-  g_socket_set_blocking(socket_.get(), FALSE);
-  watchForReading();
-}
-
-void HostConnection::watchForReading() {
-  GSource* source = g_socket_create_source(socket_.get(), G_IO_IN, nullptr);
-  reading_ = attach(source, G_SOURCE_FUNC(&HostConnection::readable), this);
-}
-
-void HostConnection::watchForWriting() {
-  if (writing_) return;
-  GSource* source = g_socket_create_source(socket_.get(), G_IO_OUT, nullptr);
-  writing_ = attach(source, G_SOURCE_FUNC(&HostConnection::writable), this);
-}
-
-gboolean HostConnection::readable(GSocket* /*socket*/, GIOCondition /*condition*/, gpointer self) {
-  static_cast<HostConnection*>(self)->read();
-  return G_SOURCE_CONTINUE;
-}
-
-gboolean HostConnection::writable(GSocket* /*socket*/, GIOCondition /*condition*/, gpointer self) {
-  static_cast<HostConnection*>(self)->write();
-  return G_SOURCE_CONTINUE;
-}
-
-gboolean HostConnection::ended(gpointer self) {
-  // The handler may destroy the connection, and with it the function being called.
-  auto* connection = static_cast<HostConnection*>(self);
-  const auto onEnd = connection->handlers_.onEnd;
-  const std::string reason = connection->endReason_;
-  onEnd(reason);
-  return G_SOURCE_REMOVE;
-}
+    : loop_(loop),
+      socket_(std::move(socket)),
+      lines_(maximumLine),
+      handlers_(std::move(handlers)),
+      reading_(loop_.watch(socket_.get(), G_IO_IN, [this](GIOCondition) { read(); })) {}
 
 void HostConnection::read() {
   std::array<char, kReadSize> buffer{};
-  GError* failure = nullptr;
-  const gssize size =
-      g_socket_receive(socket_.get(), buffer.data(), buffer.size(), nullptr, &failure);
-  const GErrorPtr error(failure);
+  const ssize_t size = ::recv(socket_.get(), buffer.data(), buffer.size(), 0);
   if (size < 0) {
-    if (!g_error_matches(failure, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK)) endSoon(reasonOf(*failure));
+    if (!isPassing(errno)) endSoon(reasonOf(errno));
     return;
   }
-  if (size == 0) {
-    endSoon("");
-    return;
-  }
+  if (size == 0) return endSoon("");
   const auto onLine = [this](std::string_view line) {
     const bool goesOn = handlers_.onLine(line);
     if (!goesOn) closing_ = true;
@@ -101,16 +67,12 @@ void HostConnection::send(std::string bytes) {
 void HostConnection::write() {
   while (!waiting_.empty() && !ending_) {
     const std::string& next = waiting_.front();
-    GError* failure = nullptr;
-    const gssize size = g_socket_send(socket_.get(), next.data() + written_, next.size() - written_,
-                                      nullptr, &failure);
-    const GErrorPtr error(failure);
+    const ssize_t size =
+        ::send(socket_.get(), next.data() + written_, next.size() - written_, MSG_NOSIGNAL);
     if (size < 0) {
-      if (g_error_matches(failure, G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK)) {
-        watchForWriting();
-      } else {
-        endSoon(reasonOf(*failure));
-      }
+      if (!isPassing(errno)) return endSoon(reasonOf(errno));
+      if (!writing_)
+        writing_ = loop_.watch(socket_.get(), G_IO_OUT, [this](GIOCondition) { write(); });
       return;
     }
     written_ += static_cast<std::size_t>(size);
@@ -132,9 +94,15 @@ void HostConnection::endSoon(std::string reason) {
   writing_.reset();
   waiting_.clear();
   endReason_ = std::move(reason);
-  // Not at once: whoever is sending still holds on to the connection.
-  ending_ = attach(g_idle_source_new(), &HostConnection::ended, this);
-  g_source_set_priority(ending_.get(), G_PRIORITY_DEFAULT);
+  // Not at once: the caller of send() still holds on to the connection.
+  ending_ = loop_.callAfter(std::chrono::milliseconds(0), [this] { end(); });
+}
+
+void HostConnection::end() {
+  // The handler may destroy the connection, and with it the function being called.
+  const auto onEnd = handlers_.onEnd;
+  const std::string reason = endReason_;
+  onEnd(reason);
 }
 
 }  // namespace kelpie

@@ -1,17 +1,20 @@
 #pragma once
 
+#include <cstddef>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
-#include "linux/base/GLibPointers.h"
 #include "linux/base/LineReader.h"
+#include "linux/base/MainLoop.h"
+#include "linux/base/UniqueFd.h"
 
 namespace kelpie {
 
 // One connected socket of the host link: bytes in, bytes out, never blocking. A host that does not
-// read what it is sent is cut off when too much waits for it. Main context only.
+// read what it is sent is cut off when too much waits for it. Main thread.
 class HostConnection {
  public:
   // How much may wait for a host that does not read, in bytes.
@@ -27,7 +30,8 @@ class HostConnection {
     std::function<void(std::string_view reason)> onEnd;
   };
 
-  HostConnection(GObjectPtr<GSocket> socket, std::size_t maximumLine, Handlers handlers);
+  // `socket` is connected and non-blocking; `loop` outlives the connection.
+  HostConnection(MainLoop& loop, UniqueFd socket, std::size_t maximumLine, Handlers handlers);
   HostConnection(const HostConnection&) = delete;
   HostConnection& operator=(const HostConnection&) = delete;
   ~HostConnection() = default;
@@ -35,17 +39,13 @@ class HostConnection {
   void send(std::string bytes);
 
  private:
-  static gboolean readable(GSocket* socket, GIOCondition condition, gpointer self);
-  static gboolean writable(GSocket* socket, GIOCondition condition, gpointer self);
-  static gboolean ended(gpointer self);
-
-  void watchForReading();
-  void watchForWriting();
   void read();
   void write();
   void endSoon(std::string reason);
+  void end();
 
-  GObjectPtr<GSocket> socket_;
+  MainLoop& loop_;
+  UniqueFd socket_;
   LineReader lines_;
   Handlers handlers_;
   std::deque<std::string> waiting_;
@@ -53,9 +53,9 @@ class HostConnection {
   std::size_t written_ = 0;  // of waiting_.front()
   bool closing_ = false;     // ends when nothing waits any more
   std::string endReason_;
-  GSourcePtr reading_;
-  GSourcePtr writing_;
-  GSourcePtr ending_;
+  std::unique_ptr<MainLoop::Source> reading_;
+  std::unique_ptr<MainLoop::Source> writing_;  // while the socket takes no more
+  std::unique_ptr<MainLoop::Source> ending_;
 };
 
 }  // namespace kelpie

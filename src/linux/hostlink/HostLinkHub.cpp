@@ -24,7 +24,7 @@ const MenuItem* itemAt(const Menu& menu, const std::vector<std::size_t>& path) {
 
 }  // namespace
 
-HostLinkHub::HostLinkHub(HostedExtension& extension, LinuxFinderSyncController& finder,
+HostLinkHub::HostLinkHub(FinderSync& extension, LinuxFinderSyncController& finder,
                          hostlink::ImageFile imageFile)
     : extension_(extension), finder_(finder), imageFile_(std::move(imageFile)) {
   finder_.setListener(
@@ -40,33 +40,37 @@ void HostLinkHub::leave(HostSession& session) {
   if (newest_ && newest_->session == &session) newest_.reset();
 }
 
-nlohmann::json HostLinkHub::welcome() const {
-  return hostlink::welcome(extension_, finder_, imageFile_);
+hostlink::Welcome HostLinkHub::welcome() const {
+  return hostlink::welcomeOf(extension_, finder_, imageFile_);
 }
 
-void HostLinkHub::beginObserving(const URL& url) {
-  if (++inView_[url.path()] == 1) extension_.beginObservingDirectoryAtURL(url);
+bool HostLinkHub::isShownByOther(const HostSession& session, const std::string& folder) const {
+  return std::ranges::any_of(sessions_, [&](const HostSession* other) {
+    return other != &session && other->shows(folder);
+  });
 }
 
-void HostLinkHub::endObserving(const URL& url) {
-  const auto found = inView_.find(url.path());
-  if (found == inView_.end() || --found->second > 0) return;
-  inView_.erase(found);
-  extension_.endObservingDirectoryAtURL(url);
+void HostLinkHub::beginObserving(const HostSession& session, const URL& url) {
+  if (!isShownByOther(session, url.path())) extension_.beginObservingDirectoryAtURL(url);
 }
 
-std::optional<Menu> HostLinkHub::menu(const HostSession& session, const nlohmann::json& id,
+void HostLinkHub::endObserving(const HostSession& session, const URL& url) {
+  if (!isShownByOther(session, url.path())) extension_.endObservingDirectoryAtURL(url);
+}
+
+std::optional<Menu> HostLinkHub::menu(const HostSession& session, const hostlink::Number& id,
                                       std::int64_t kind, std::vector<URL> selected,
                                       std::optional<URL> targeted) {
   if (kind < 0 || kind > kLastMenuKind) return std::nullopt;
   finder_.setSelection(std::move(selected), std::move(targeted));
-  std::optional<Menu> menu = extension_.menuForMenuKind(static_cast<std::uint64_t>(kind));
+  std::optional<Menu> menu = extension_.menuForMenuKind(static_cast<FIMenuKind>(kind));
   finder_.setSelection({}, std::nullopt);
   if (menu) newest_ = NewestMenu{&session, id, *menu};
   return menu;
 }
 
-std::optional<std::string> HostLinkHub::choose(const HostSession& session, const nlohmann::json& id,
+std::optional<std::string> HostLinkHub::choose(const HostSession& session,
+                                               const hostlink::Number& id,
                                                const std::vector<std::size_t>& path) {
   if (!newest_ || newest_->session != &session || newest_->id != id) {
     return "menu " + id.dump() + " is not the newest one";

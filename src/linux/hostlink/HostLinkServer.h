@@ -1,28 +1,29 @@
 #pragma once
 
+#include <cstddef>
 #include <list>
 #include <memory>
 #include <string>
 
-#include "linux/base/GLibPointers.h"
+#include "linux/base/MainLoop.h"
+#include "linux/base/UniqueFd.h"
+#include "linux/base/UnixListener.h"
 #include "linux/hostlink/HostConnection.h"
 #include "linux/hostlink/HostLinkHub.h"
 #include "linux/hostlink/HostSession.h"
-#include "platform/Log.h"
 
 namespace kelpie {
 
 // The listening end of the host link: a Unix stream socket that file managers connect to. Serves
-// peers of the same user only. Main context.
+// peers of the same user only. Main thread.
 class HostLinkServer {
  public:
-  // Listens at `path`, whose stale socket file is replaced; the caller holds the lock that makes
-  // sure that nobody listens there. Null, and `problem` filled, when that fails. The hub and the
-  // log are borrowed.
-  static std::unique_ptr<HostLinkServer> listen(const std::string& path, HostLinkHub& hub, Log& log,
-                                                std::string& problem);
+  // Listens at `path`, where a stale socket is replaced. Null, and `problem` filled, when that
+  // fails. The loop and the hub are borrowed.
+  static std::unique_ptr<HostLinkServer> listen(MainLoop& loop, const std::string& path,
+                                                HostLinkHub& hub, std::string& problem);
   // Ends all connections and removes the socket file.
-  ~HostLinkServer();
+  ~HostLinkServer() = default;
   HostLinkServer(const HostLinkServer&) = delete;
   HostLinkServer& operator=(const HostLinkServer&) = delete;
 
@@ -34,21 +35,13 @@ class HostLinkServer {
     std::unique_ptr<HostSession> session;  // goes first: it sends through the connection
   };
 
-  HostLinkServer(GObjectPtr<GSocket> socket, std::string path, HostLinkHub& hub, Log& log);
-  static gboolean acceptable(GSocket* socket, GIOCondition condition, gpointer self);
-  static gboolean tryAgain(gpointer self);
-  void watch();
-  void accept();
-  bool isSameUser(GSocket* peer) const;
-  void add(GObjectPtr<GSocket> peer);
+  HostLinkServer(MainLoop& loop, HostLinkHub& hub) : loop_(loop), hub_(hub) {}
+  void add(UniqueFd socket);
 
-  GObjectPtr<GSocket> socket_;
-  std::string path_;
+  MainLoop& loop_;
   HostLinkHub& hub_;
-  Log& log_;
   std::list<Host> hosts_;
-  GSourcePtr accepting_;
-  GSourcePtr retry_;
+  std::unique_ptr<UnixListener> listener_;
 };
 
 }  // namespace kelpie

@@ -1,16 +1,14 @@
 #pragma once
 
 #include <functional>
-#include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "linux/hostlink/AskedItems.h"
 #include "linux/hostlink/HostLinkHub.h"
 #include "platform/linux/LinuxFinderSyncController.h"
+#include "protocol/hostlink/HostLines.h"
 
 namespace kelpie {
 
@@ -37,30 +35,27 @@ class HostSession {
   void tellBadges(const std::vector<LinuxFinderSyncController::Badge>& badges);
   void tellDirectories(const std::vector<URL>& urls);
 
+  // Whether the host shows the folder at that path.
+  bool shows(const std::string& folder) const { return asked_.shows(folder); }
+
  private:
-  using Json = nlohmann::json;
-  struct Request;
-  struct Route;
-  static const Route* routeFor(const std::string& type);
+  // Each serves a line of its type, and answers whether the conversation goes on.
+  bool serve(const hostlink::Hello& line);
+  bool serve(const hostlink::BeginObserving& line);
+  bool serve(const hostlink::EndObserving& line);
+  bool serve(const hostlink::RequestBadges& line);
+  bool serve(const hostlink::MenuRequest& line);
+  bool serve(const hostlink::Choose& line);
 
-  bool hello(const Request& request);
-  bool beginObserving(const Request& request);
-  bool endObserving(const Request& request);
-  bool requestBadges(const Request& request);
-  bool menu(const Request& request);
-  bool choose(const Request& request);
-
-  // The file URLs of a list. `wrong` tells whether anything else stood there.
-  static std::vector<URL> fileURLs(const Json& list, bool& wrong);
-  void send(const Json& message);
-  void sendError(const Json& id, std::string_view message);
+  void send(const hostlink::ExtensionLine& message);
+  // About the line that is being served.
+  void sendError(std::string_view message);
 
   HostLinkHub& hub_;
   Send send_;
   bool greeted_ = false;
   AskedItems asked_;
-  // The folders that the host shows, as it spelled them first, by their paths.
-  std::unordered_map<std::string, URL> shown_;
+  hostlink::Number lineId_;  // of the line that is being served, or null
 };
 
 }  // namespace kelpie

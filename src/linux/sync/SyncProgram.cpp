@@ -1,5 +1,4 @@
 #include "linux/sync/SyncProgram.h"
-#include "linux/base/ProgramArguments.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -8,7 +7,7 @@
 
 #include "Configuration.h"
 #include "linux/base/ProcessEnd.h"
-#include "linux/base/SocketFiles.h"
+#include "linux/base/ProgramArguments.h"
 #include "linux/base/StderrLog.h"
 
 namespace kelpie {
@@ -100,13 +99,11 @@ std::optional<std::string> SyncProgram::makeController() {
 }
 
 std::optional<std::string> SyncProgram::openHostLink() {
-  hosted_.emplace(*controller_);
-  hub_.emplace(*hosted_, system_.finder(),
+  hub_.emplace(*controller_, system_.finder(),
                [this](const Image& image) { return system_.bundle().imageFile(image.name); });
   std::string problem;
-  server_ = HostLinkServer::listen(runtime_.finderSocket(), *hub_, log_, problem);
+  server_ = HostLinkServer::listen(loop_, runtime_.finderSocket(), *hub_, problem);
   if (!server_) return problem;
-  SocketFiles::shared().add(runtime_.finderSocket());
   return std::nullopt;
 }
 

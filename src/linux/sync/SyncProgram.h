@@ -12,7 +12,6 @@
 #include "linux/base/SessionBus.h"
 #include "linux/hostlink/HostLinkHub.h"
 #include "linux/hostlink/HostLinkServer.h"
-#include "linux/sync/HostedController.h"
 #include "platform/Log.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "settings/KPUserDefaults.h"
@@ -46,7 +45,6 @@ class SyncProgram {
   LinuxPlatform system_;
   KPUserDefaults defaults_;
   std::unique_ptr<KPKelpieSync> controller_;
-  std::optional<HostedController> hosted_;
   std::optional<HostLinkHub> hub_;
   std::unique_ptr<HostLinkServer> server_;
   std::optional<BusName> name_;

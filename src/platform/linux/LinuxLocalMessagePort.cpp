@@ -10,9 +10,13 @@ std::unique_ptr<LinuxLocalMessagePort> LinuxLocalMessagePort::create(MainLoop& l
                                                                      Handler handler) {
   std::unique_ptr<LinuxLocalMessagePort> port(
       new LinuxLocalMessagePort(loop, name, std::move(handler)));
+  std::string problem;
   port->listener_ = UnixListener::create(
-      loop, path, [owner = port.get()](UniqueFd socket) { owner->add(std::move(socket)); });
-  return port->listener_ == nullptr ? nullptr : std::move(port);
+      loop, path, [owner = port.get()](UniqueFd socket) { owner->add(std::move(socket)); },
+      problem);
+  if (port->listener_ != nullptr) return port;
+  loop.log().write(problem);
+  return nullptr;
 }
 
 LinuxLocalMessagePort::LinuxLocalMessagePort(MainLoop& loop, std::string name, Handler handler)

@@ -31,7 +31,9 @@ void serveFor(Busy busy) {
   MainLoop loop(log);
   ThreadPool pool(log, 1);
   const std::string folder = std::getenv(kFolderVariable);
-  const auto listener = UnixListener::create(loop, folder + "/socket", [](UniqueFd) {});
+  std::string problem;
+  const auto listener = UnixListener::create(
+      loop, folder + "/socket", [](UniqueFd) {}, problem);
   std::promise<void> never;
   const auto wait = [&] {
     std::cout << "is busy" << std::endl;

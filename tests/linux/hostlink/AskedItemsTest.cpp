@@ -19,7 +19,7 @@ TEST(AskedItems, TheLastSpellingCounts) {
 
 TEST(AskedItems, ItemsAreForgottenWhenTheirFolderIsNoLongerShown) {
   AskedItems items;
-  items.show("/r");
+  items.show(URL::fileURLWithPath("/r"));
   items.ask("/r/a", "file:///r/a");
   items.ask("/r/sub/b", "file:///r/sub/b");
   EXPECT_TRUE(items.hide("/r"));
@@ -30,15 +30,15 @@ TEST(AskedItems, ItemsAreForgottenWhenTheirFolderIsNoLongerShown) {
 TEST(AskedItems, ItemsAskedForBeforeTheirFolderWasShownGoWithIt) {
   AskedItems items;
   items.ask("/r/a", "file:///r/a");
-  items.show("/r");
+  items.show(URL::fileURLWithPath("/r"));
   items.hide("/r");
   EXPECT_EQ(items.spelling("/r/a"), std::nullopt);
 }
 
 TEST(AskedItems, AFolderShownTwiceIsHiddenTwice) {
   AskedItems items;
-  EXPECT_TRUE(items.show("/r"));
-  EXPECT_FALSE(items.show("/r"));
+  EXPECT_TRUE(items.show(URL::fileURLWithPath("/r")));
+  EXPECT_FALSE(items.show(URL::fileURLWithPath("/r")));
   EXPECT_FALSE(items.hide("/r"));
   EXPECT_TRUE(items.shows("/r"));
   EXPECT_TRUE(items.hide("/r"));
@@ -66,7 +66,7 @@ TEST(AskedItems, AskingAgainMakesAnItemTheNewest) {
 
 TEST(AskedItems, ItemsOfShownFoldersDoNotCount) {
   AskedItems items(2);
-  items.show("/shown");
+  items.show(URL::fileURLWithPath("/shown"));
   for (int i = 0; i < 10; ++i) items.ask("/shown/" + std::to_string(i), "s");
   items.ask("/r/1", "1");
   items.ask("/r/2", "2");

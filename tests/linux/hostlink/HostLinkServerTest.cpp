@@ -10,7 +10,10 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "FakeHostedExtension.h"
+#include "FakeFinderSync.h"
+#include "linux/base/MainLoop.h"
+#include "linux/base/UniqueFd.h"
+#include "protocol/hostlink/HostLines.h"
 #include "support/FakeLog.h"
 #include "support/ManualQueues.h"
 
@@ -90,6 +93,15 @@ class Client {
   std::string buffer_;
 };
 
+// What a process that ended by itself leaves: a socket's file on which nobody listens.
+void leaveSocket(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(static_cast<char*>(address.sun_path), sizeof address.sun_path - 1);
+  const UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  ASSERT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+}
+
 class HostLinkServerTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -105,16 +117,17 @@ class HostLinkServerTest : public ::testing::Test {
   }
   void start() {
     std::string problem;
-    server = HostLinkServer::listen(path, hub, log, problem);
+    server = HostLinkServer::listen(loop, path, hub, problem);
     ASSERT_NE(server, nullptr) << problem;
   }
   static json hello() { return {{"type", "hello"}, {"host", "test"}, {"version", 1}}; }
 
   EventLog events;
   FakeLog log{events};
+  MainLoop loop{log};
   ManualQueues queues{events};
   LinuxFinderSyncController finder{queues.mainQueue()};
-  FakeHostedExtension extension{finder};
+  FakeFinderSync extension{finder};
   HostLinkHub hub{extension, finder, [](const Image& image) { return "/images/" + image.name; }};
   std::string folder;
   std::string path;
@@ -201,17 +214,26 @@ TEST_F(HostLinkServerTest, ASlowReaderOfManyMegabytesGetsAllOfThem) {
 TEST_F(HostLinkServerTest, AStaleSocketIsReplacedAndTheEndRemovesIt) {
   server.reset();
   EXPECT_FALSE(std::filesystem::exists(path));
-  std::ofstream(path) << "left over";
+  leaveSocket(path);
   start();
   Client host(path);
   host.say(hello());
   EXPECT_EQ(host.hear()["type"], "welcome");
 }
 
+TEST_F(HostLinkServerTest, AFileThatIsNoSocketStays) {
+  server.reset();
+  std::ofstream(path) << "somebody's";
+  std::string problem;
+  EXPECT_EQ(HostLinkServer::listen(loop, path, hub, problem), nullptr);
+  EXPECT_NE(problem.find("the host link cannot be opened"), std::string::npos);
+  EXPECT_TRUE(std::filesystem::exists(path));
+}
+
 TEST_F(HostLinkServerTest, APathTooLongForASocketIsAStatedProblem) {
   std::string problem;
   const std::string longPath = folder + "/" + std::string(200, 'x');
-  EXPECT_EQ(HostLinkServer::listen(longPath, hub, log, problem), nullptr);
+  EXPECT_EQ(HostLinkServer::listen(loop, longPath, hub, problem), nullptr);
   EXPECT_NE(problem.find("the host link cannot be opened"), std::string::npos);
 }
 

@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "FakeHostedExtension.h"
+#include "FakeFinderSync.h"
 #include "support/ManualQueues.h"
 
 namespace kelpie {
@@ -74,7 +74,7 @@ class HostSessionTest : public ::testing::Test {
   EventLog events;
   ManualQueues queues{events};
   LinuxFinderSyncController finder{queues.mainQueue()};
-  FakeHostedExtension extension{finder};
+  FakeFinderSync extension{finder};
   HostLinkHub hub{extension, finder, [](const Image& image) { return "/images/" + image.name; }};
   Host a{hub};
   Host b{hub};

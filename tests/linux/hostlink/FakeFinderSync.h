@@ -7,30 +7,29 @@
 #include <string>
 #include <vector>
 
-#include "linux/hostlink/HostedExtension.h"
+#include "platform/FinderSync.h"
 #include "platform/linux/LinuxFinderSyncController.h"
 
 namespace kelpie {
 
 // An extension that writes down what a host makes it do. Its menus are what the test sets.
-class FakeHostedExtension final : public HostedExtension {
+class FakeFinderSync final : public FinderSync {
  public:
-  explicit FakeHostedExtension(LinuxFinderSyncController& finder) : finder_(finder) {}
+  explicit FakeFinderSync(LinuxFinderSyncController& finder) : finder_(finder) {}
 
   std::vector<std::string> calls;
   std::map<std::uint64_t, Menu> menus;  // by kind
   std::set<std::string> knownActions;   // what performAction() knows
   bool raises = false;                  // menus and actions raise std::invalid_argument
 
-  std::string toolbarItemName() const override { return "KElpie"; }
-  std::string toolbarItemToolTip() const override { return ""; }
-  Image toolbarItemImage() const override { return Image{"StatusItemIcon"}; }
+  ToolbarItem toolbarItem() const override { return {"KElpie", "", Image{"StatusItemIcon"}}; }
 
   void beginObservingDirectoryAtURL(const URL& url) override { note("begin", url); }
   void endObservingDirectoryAtURL(const URL& url) override { note("end", url); }
   void requestBadgeIdentifierForURL(const URL& url) override { note("badge", url); }
 
-  std::optional<Menu> menuForMenuKind(std::uint64_t kind) override {
+  std::optional<Menu> menuForMenuKind(FIMenuKind menuKind) override {
+    const auto kind = static_cast<std::uint64_t>(menuKind);
     std::string call = "menu " + std::to_string(kind);
     for (const URL& url : finder_.selectedItemURLs()) call += " " + url.absoluteString();
     if (finder_.targetedURL()) call += " on " + finder_.targetedURL()->absoluteString();

@@ -1,0 +1,358 @@
+#include "protocol/hostlink/HostLineCodec.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace kelpie::hostlink {
+namespace {
+
+using nlohmann::json;
+
+// How deep a line of a host may nest; the deepest that means something has 2 levels.
+constexpr int kHostNesting = 16;
+// Menus nest 64 levels at the most, and each takes three of JSON.
+constexpr int kExtensionNesting = 256;
+
+const json kNull;
+
+// -- Reading --------------------------------------------------------------------------------------
+
+// The object of a line; missing when it is none, or nests deeper than that.
+std::optional<json> objectOf(std::string_view text, int nesting) {
+  bool tooDeep = false;
+  // Answering false drops the value, so that a line of brackets costs no memory.
+  const auto keep = [&tooDeep, nesting](int depth, json::parse_event_t event, json&) {
+    const bool opens =
+        event == json::parse_event_t::object_start || event == json::parse_event_t::array_start;
+    if (opens && depth >= nesting) tooDeep = true;
+    return !tooDeep;
+  };
+  json parsed = json::parse(text, keep, /*allow_exceptions=*/false);
+  if (tooDeep || !parsed.is_object()) return std::nullopt;
+  return parsed;
+}
+
+// The member of that name, or null.
+const json& member(const json& object, const char* name) {
+  if (!object.is_object()) return kNull;
+  const auto found = object.find(name);
+  return found == object.end() ? kNull : *found;
+}
+
+std::string text(const json& object, const char* name) {
+  const json& value = member(object, name);
+  return value.is_string() ? value.get<std::string>() : std::string();
+}
+
+Number number(const json& object, const char* name) {
+  const json& value = member(object, name);
+  return value.is_number() ? value : kNull;
+}
+
+// The texts of a list; `hasOthers` becomes true when anything else stood there.
+std::vector<std::string> texts(const json& list, bool& hasOthers) {
+  std::vector<std::string> result;
+  if (!list.is_array()) return result;
+  result.reserve(list.size());
+  for (const json& element : list) {
+    if (element.is_string())
+      result.push_back(element.get<std::string>());
+    else
+      hasOthers = true;
+  }
+  return result;
+}
+
+std::vector<std::string> texts(const json& list) {
+  bool ignored = false;
+  return texts(list, ignored);
+}
+
+// -- Lines of a host ------------------------------------------------------------------------------
+
+// Each reads the object of a line of its type; missing, with `problem` saying why, when what it
+// needs is not there.
+using HostReader = std::optional<HostLine> (*)(const json& object, std::string& problem);
+
+std::optional<HostLine> readHello(const json& object, std::string& /*problem*/) {
+  return Hello{text(object, "host"), member(object, "version")};
+}
+
+std::optional<HostLine> readBeginObserving(const json& object, std::string& /*problem*/) {
+  return BeginObserving{text(object, "url")};
+}
+
+std::optional<HostLine> readEndObserving(const json& object, std::string& /*problem*/) {
+  return EndObserving{text(object, "url")};
+}
+
+std::optional<HostLine> readRequestBadges(const json& object, std::string& problem) {
+  const json& urls = member(object, "urls");
+  if (!urls.is_array()) {
+    problem = "urls is no list";
+    return std::nullopt;
+  }
+  RequestBadges request;
+  request.urls = texts(urls, request.hasOthers);
+  return request;
+}
+
+std::optional<HostLine> readMenuRequest(const json& object, std::string& problem) {
+  const json& kind = member(object, "kind");
+  const json& selected = member(object, "selected");
+  const json& targeted = member(object, "targeted");
+  MenuRequest request;
+  request.id = number(object, "id");
+  if (request.id.is_null() || !kind.is_number_integer() ||
+      !(selected.is_array() || selected.is_null())) {
+    problem = "a menu needs a number for id and kind, and a list for selected";
+    return std::nullopt;
+  }
+  const bool fits = !kind.is_number_unsigned() ||
+                    kind.get<std::uint64_t>() <= std::numeric_limits<std::int64_t>::max();
+  request.kind = fits ? kind.get<std::int64_t>() : -1;
+  request.selected = texts(selected, request.hasOthers);
+  if (targeted.is_string())
+    request.targeted = targeted.get<std::string>();
+  else if (!targeted.is_null())
+    request.hasOthers = true;
+  return request;
+}
+
+std::optional<HostLine> readChoose(const json& object, std::string& problem) {
+  const json& path = member(object, "path");
+  const auto isIndex = [](const json& index) { return index.is_number_unsigned(); };
+  Choose choice{number(object, "id"), number(object, "menu"), {}};
+  if (choice.id.is_null() || choice.menu.is_null() || !path.is_array() ||
+      !std::ranges::all_of(path, isIndex)) {
+    problem = "a choice needs a number for id and menu, and a list of indices for path";
+    return std::nullopt;
+  }
+  choice.path = path.get<std::vector<std::size_t>>();
+  return choice;
+}
+
+struct HostType {
+  std::string_view name;
+  HostReader read;
+};
+
+constexpr HostType kHostTypes[] = {{"hello", readHello},
+                                   {"beginObserving", readBeginObserving},
+                                   {"endObserving", readEndObserving},
+                                   {"requestBadges", readRequestBadges},
+                                   {"menu", readMenuRequest},
+                                   {"choose", readChoose}};
+
+json objectOf(const Hello& line) {
+  return {{"type", "hello"}, {"host", line.host}, {"version", line.version}};
+}
+
+json objectOf(const BeginObserving& line) {
+  return {{"type", "beginObserving"}, {"url", line.url}};
+}
+
+json objectOf(const EndObserving& line) { return {{"type", "endObserving"}, {"url", line.url}}; }
+
+json objectOf(const RequestBadges& line) {
+  return {{"type", "requestBadges"}, {"urls", line.urls}};
+}
+
+json objectOf(const MenuRequest& line) {
+  json object = {
+      {"type", "menu"}, {"id", line.id}, {"kind", line.kind}, {"selected", line.selected}};
+  if (line.targeted) object["targeted"] = *line.targeted;
+  return object;
+}
+
+json objectOf(const Choose& line) {
+  return {{"type", "choose"}, {"id", line.id}, {"menu", line.menu}, {"path", line.path}};
+}
+
+// -- Lines of the extension -----------------------------------------------------------------------
+
+// Lines nest so deep at the most that these may recurse.
+std::vector<Item> readItems(const json& menu);
+
+Item readItem(const json& value) {
+  Item item;
+  item.title = text(value, "title");
+  const json& action = member(value, "action");
+  if (action.is_string()) item.action = action.get<std::string>();
+  const json& tag = member(value, "tag");
+  if (tag.is_number_integer()) item.tag = tag.get<std::int64_t>();
+  const json& state = member(value, "state");
+  item.isTicked = state.is_number() && state != 0;
+  item.isEnabled = member(value, "enabled") == true;
+  item.image = text(value, "image");
+  const json& submenu = member(value, "submenu");
+  item.hasSubmenu = submenu.is_object();
+  item.submenuTitle = text(submenu, "title");
+  item.submenu = readItems(submenu);
+  return item;
+}
+
+std::vector<Item> readItems(const json& menu) {
+  std::vector<Item> items;
+  const json& values = member(menu, "items");
+  if (!values.is_array()) return items;
+  items.reserve(values.size());
+  // Positions count when an item is chosen, so that no element is left out.
+  for (const json& value : values) items.push_back(readItem(value));
+  return items;
+}
+
+ExtensionLine readWelcome(const json& object) {
+  Welcome welcome;
+  const json& toolbar = member(object, "toolbar");
+  welcome.version = member(object, "version");
+  welcome.toolbarName = text(toolbar, "name");
+  welcome.toolbarToolTip = text(toolbar, "toolTip");
+  welcome.toolbarImage = text(toolbar, "image");
+  const json& badges = member(object, "badges");
+  if (badges.is_object()) {
+    for (const auto& [identifier, look] : badges.items())
+      welcome.badges[identifier] = {text(look, "image"), text(look, "label")};
+  }
+  const json& images = member(object, "images");
+  if (images.is_object()) {
+    for (const auto& [name, file] : images.items())
+      if (file.is_string()) welcome.images[name] = file.get<std::string>();
+  }
+  welcome.directories = texts(member(object, "directories"));
+  return welcome;
+}
+
+ExtensionLine readDirectories(const json& object) {
+  return Directories{texts(member(object, "urls"))};
+}
+
+ExtensionLine readBadges(const json& object) {
+  Badges line;
+  const json& list = member(object, "badges");
+  if (!list.is_array()) return line;
+  for (const json& entry : list) {
+    if (entry.is_array() && entry.size() == 2 && entry[0].is_string() && entry[1].is_string())
+      line.badges.emplace_back(entry[0].get<std::string>(), entry[1].get<std::string>());
+  }
+  return line;
+}
+
+ExtensionLine readMenuAnswer(const json& object) {
+  const json& menu = member(object, "menu");
+  return MenuAnswer{number(object, "id"), menu.is_object(), text(menu, "title"), readItems(menu)};
+}
+
+ExtensionLine readDone(const json& object) { return Done{number(object, "id")}; }
+
+ExtensionLine readError(const json& object) {
+  return Error{number(object, "id"), text(object, "message")};
+}
+
+struct ExtensionType {
+  std::string_view name;
+  ExtensionLine (*read)(const json& object);
+};
+
+constexpr ExtensionType kExtensionTypes[] = {
+    {"welcome", readWelcome}, {"directories", readDirectories},
+    {"badges", readBadges},   {"menu", readMenuAnswer},
+    {"done", readDone},       {"error", readError}};
+
+// Menus nest as deep as reference names do, which the references bound.
+json menuObject(const std::string& title, const std::vector<Item>& items);
+
+json itemObject(const Item& item) {
+  return {{"title", item.title},
+          {"action", item.action ? json(*item.action) : json()},
+          {"tag", item.tag},
+          {"state", item.isTicked ? 1 : 0},
+          {"enabled", item.isEnabled},
+          {"image", item.image.empty() ? json() : json(item.image)},
+          {"submenu", item.hasSubmenu ? menuObject(item.submenuTitle, item.submenu) : json()}};
+}
+
+json menuObject(const std::string& title, const std::vector<Item>& items) {
+  json list = json::array();
+  for (const Item& item : items) list.push_back(itemObject(item));
+  return {{"title", title}, {"items", std::move(list)}};
+}
+
+json objectOf(const OtherLine& /*line*/) { return json::object(); }
+
+json objectOf(const Welcome& line) {
+  json badges = json::object();
+  for (const auto& [identifier, look] : line.badges)
+    badges[identifier] = {{"image", look.image}, {"label", look.label}};
+  json images = json::object();
+  for (const auto& [name, file] : line.images) images[name] = file;
+  return {{"type", "welcome"},
+          {"version", line.version},
+          {"toolbar",
+           {{"name", line.toolbarName},
+            {"toolTip", line.toolbarToolTip},
+            {"image", line.toolbarImage}}},
+          {"badges", std::move(badges)},
+          {"images", std::move(images)},
+          {"directories", line.directories}};
+}
+
+json objectOf(const Directories& line) { return {{"type", "directories"}, {"urls", line.urls}}; }
+
+json objectOf(const Badges& line) {
+  json list = json::array();
+  for (const auto& [url, identifier] : line.badges) list.push_back(json::array({url, identifier}));
+  return {{"type", "badges"}, {"badges", std::move(list)}};
+}
+
+json objectOf(const MenuAnswer& line) {
+  return {{"type", "menu"},
+          {"id", line.id},
+          {"menu", line.isThere ? menuObject(line.title, line.items) : json()}};
+}
+
+json objectOf(const Done& line) { return {{"type", "done"}, {"id", line.id}}; }
+
+json objectOf(const Error& line) {
+  return {{"type", "error"}, {"id", line.id}, {"message", line.message}};
+}
+
+template <class Line>
+std::string textOf(const Line& message) {
+  const json object = std::visit([](const auto& line) { return objectOf(line); }, message);
+  // What comes from the file system or from others may hold any byte; the other end gets a line.
+  return object.dump(-1, ' ', false, json::error_handler_t::replace) + '\n';
+}
+
+}  // namespace
+
+std::string lineOf(const HostLine& message) { return textOf(message); }
+
+std::string lineOf(const ExtensionLine& message) { return textOf(message); }
+
+HostLineReading readHostLine(std::string_view line) {
+  HostLineReading reading;
+  const std::optional<json> object = objectOf(line, kHostNesting);
+  if (!object) {
+    reading.problem = "the line is no JSON object";
+    return reading;
+  }
+  reading.id = number(*object, "id");
+  const auto* type = std::ranges::find(kHostTypes, text(*object, "type"), &HostType::name);
+  reading.isTypeKnown = type != std::end(kHostTypes);
+  if (reading.isTypeKnown)
+    reading.line = type->read(*object, reading.problem);
+  else
+    reading.problem = "the type of the line is not known";
+  return reading;
+}
+
+std::optional<ExtensionLine> readExtensionLine(std::string_view line) {
+  const std::optional<json> object = objectOf(line, kExtensionNesting);
+  if (!object) return std::nullopt;
+  const auto* type =
+      std::ranges::find(kExtensionTypes, text(*object, "type"), &ExtensionType::name);
+  return type != std::end(kExtensionTypes) ? type->read(*object) : ExtensionLine(OtherLine{});
+}
+
+}  // namespace kelpie::hostlink
