@@ -17,6 +17,12 @@ if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "AppleClang")
   target_compile_options(kelpie_warnings INTERFACE -Werror)
 endif()
 
+# A quick linker, where there is one: many tests link all of the core.
+find_program(KELPIE_LLD ld.lld)
+if(KELPIE_LLD AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  add_link_options(-fuse-ld=lld)
+endif()
+
 if(KELPIE_SANITIZE)
   add_compile_options(
     "-fsanitize=${KELPIE_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
