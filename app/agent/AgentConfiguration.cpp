@@ -35,6 +35,15 @@ AgentConfiguration AgentConfiguration::read(const std::string& file,
   }
   const GCharPtr program(g_key_file_get_string(keys.get(), "Git", "Program", nullptr));
   if (program != nullptr && *program != '\0') configuration.gitProgram = program.get();
+  if (g_key_file_has_key(keys.get(), "Folders", "WorkingCopies", nullptr) == FALSE)
+    return configuration;
+  raw = nullptr;
+  const guint64 neighbours = g_key_file_get_uint64(keys.get(), "Folders", "WorkingCopies", &raw);
+  const GErrorPtr noNumber(raw);
+  if (noNumber != nullptr)
+    problems.push_back(file + ": [Folders] WorkingCopies is no number");
+  else
+    configuration.neighbours = neighbours;
   return configuration;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,9 @@ namespace kelpie::agent {
 struct AgentConfiguration {
   // [Git] Program: the path of git, or a name that is looked up on PATH.
   std::string gitProgram = "git";
+  // [Folders] WorkingCopies: of the working copies that lie directly in a folder that is shown, and
+  // are not shown themselves, so many have badges at a time; none at 0.
+  std::size_t neighbours = 200;
 
   // `$XDG_CONFIG_HOME/kelpie/agent.conf`; below `~/.config` when that variable is missing, empty or
   // no absolute path.

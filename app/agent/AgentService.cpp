@@ -34,11 +34,15 @@ AgentService::AgentService(MainLoop& loop, const SessionBus& bus,
       notifier_(bus.connection(), loop.log()),
       configuration_(configuration(loop.log())),
       watcher_(DirectoryWatcher::defaultLimit()),
+      // Of what is left to the user's other programs, a third.
+      names_(DirectoryWatcher::defaultLimit() / 9, DirectoryWatcher::Interest::Names),
       pool_(loop.log(), readingsAtATime() + 2),
       queues_(loop, pool_),
       extensions_({loop, queues_, ports_}, std::string(kApplicationGroup)),
-      registry_({loop, queues_, watcher_, *files_, notifier_, configuration_.git,
-                 std::make_shared<ReadingSlots>(loop, readingsAtATime())}),
+      registry_({loop, queues_, watcher_, names_, *files_, notifier_, configuration_.git,
+                 std::make_shared<ReadingSlots>(loop, readingsAtATime()), std::chrono::minutes(10),
+                 configuration_.neighbours}),
+      settings_(loop, queues_, names_, configuration_.git, [this] { registry_.readAgain(); }),
       runner_(configuration_.means, queues_, loop.log(), notifier_, {std::move(quit), {}}),
       actions_(runner_, loop.log()),
       errors_(loop.log(), notifier_),
@@ -55,12 +59,13 @@ AgentService::AgentService(MainLoop& loop, const SessionBus& bus,
 AgentService::Configuration AgentService::configuration(Log& log) {
   const std::string file = AgentConfiguration::file();
   std::vector<std::string> problems;
-  const GitCommand git(AgentConfiguration::read(file, problems).gitProgram, "/");
+  const AgentConfiguration settings = AgentConfiguration::read(file, problems);
+  const GitCommand git(settings.gitProgram, "/");
   ToolCommands tools = ToolCommands::read(file, problems);
   // Of a file that cannot be read at all, each part says so.
   problems.erase(std::unique(problems.begin(), problems.end()), problems.end());
   for (const std::string& problem : problems) log.write(problem);
-  return {git, {git, std::move(tools), folderOf(file)}};
+  return {git, {git, std::move(tools), folderOf(file)}, settings.neighbours};
 }
 
 bool AgentService::start() {
@@ -69,6 +74,9 @@ bool AgentService::start() {
   else
     watching_ =
         loop_.watch(watcher_.descriptor(), G_IO_IN, [this](GIOCondition) { watcher_.dispatch(); });
+  if (names_.descriptor() >= 0)
+    watchingNames_ =
+        loop_.watch(names_.descriptor(), G_IO_IN, [this](GIOCondition) { names_.dispatch(); });
   if (!peer_.listen(ports_, kApplicationGroup)) return false;
   appMessages_ =
       notifications_.addObserver(kAppMessageNotification, [this](const std::string& message) {

@@ -12,6 +12,7 @@
 #include "agent/link/ExtensionErrors.h"
 #include "agent/link/ExtensionPorts.h"
 #include "agent/sessions/RepositoryRegistry.h"
+#include "agent/sessions/SettingsWatch.h"
 #include "agent/watch/DirectoryWatcher.h"
 #include "linux/base/MainLoop.h"
 #include "linux/base/SessionBus.h"
@@ -45,6 +46,7 @@ class AgentService {
   struct Configuration {
     GitCommand git{"git", "/"};
     ActionJob::Means means;
+    std::size_t neighbours = 0;
   };
   static Configuration configuration(Log& log);
   void publish();
@@ -56,15 +58,18 @@ class AgentService {
   DesktopNotifier notifier_;
   const Configuration configuration_;
   DirectoryWatcher watcher_;
+  DirectoryWatcher names_;
   ThreadPool pool_;
   LinuxSerialQueues queues_;
   ExtensionPorts extensions_;
   RepositoryRegistry registry_;
+  SettingsWatch settings_;
   ActionRunner runner_;
   MenuActions actions_;
   ExtensionErrors errors_;
   ProtocolPeer peer_;
   std::unique_ptr<MainLoop::Source> watching_;
+  std::unique_ptr<MainLoop::Source> watchingNames_;
   std::unique_ptr<NotificationObservation> appMessages_;
 };
 

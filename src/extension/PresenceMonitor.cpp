@@ -57,22 +57,35 @@ void PresenceMonitor::setApplicationPid(std::int32_t pid) {
 }
 
 // Each observed folder is tested for itself: a folder that lies in one and outside another is asked
-// for and forgotten at once.
+// for and forgotten at once. What is in view comes first, and so is answered first.
 void PresenceMonitor::requestRepositoriesAgain() {
   FolderRegistry& registry = *state_->registry;
   const MemoFileSystem files(state_->platform.files);
   const std::vector<URL> directories = state_->platform.finder.directoryURLs();
   RootFinder finder(directories, files);
+  const std::shared_ptr<const ObservedPaths> observed = registry.allObservedFiles();
+  std::vector<URL> later;
+  const auto request = [&](const URL& folder, std::size_t times) {
+    for (; times > 0; --times) {
+      registry.requestRepository(folder, true, files);
+    }
+  };
   for (const auto& [parent, folders] : registry.folders().inactiveFolders()) {
     for (const URL& folder : folders) {
       const std::size_t holders = finder.rootsOf(folder).size();
-      for (std::size_t request = 0; request < holders; ++request) {
-        registry.requestRepository(folder, true, files);
+      const std::optional<FileIdentifier> identifier = folder.identifier(files);
+      if (identifier && observed->find(*identifier) != nullptr) {
+        request(folder, holders);
+      } else if (holders > 0) {
+        later.push_back(folder);
       }
       if (holders < directories.size()) {
         registry.folders().removeInactiveFolder(parent, folder);
       }
     }
+  }
+  for (const URL& folder : later) {
+    request(folder, finder.rootsOf(folder).size());
   }
 }
 

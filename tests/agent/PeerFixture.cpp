@@ -22,15 +22,17 @@ PeerFixture::PeerFixture() {
 PeerFixture::~PeerFixture() = default;
 
 void PeerFixture::start(const std::string& git, std::size_t maximumWatches,
-                        std::chrono::milliseconds idleTime) {
+                        std::chrono::milliseconds idleTime, std::size_t neighbours) {
   watcher_ = std::make_unique<DirectoryWatcher>(maximumWatches);
   watching_ =
       loop_.watch(watcher_->descriptor(), G_IO_IN, [this](GIOCondition) { watcher_->dispatch(); });
+  watchingNames_ =
+      loop_.watch(names_.descriptor(), G_IO_IN, [this](GIOCondition) { names_.dispatch(); });
   extensions_ =
       std::make_unique<ExtensionPorts>(ExtensionPort::Services{loop_, queues_, ports_}, "g");
   registry_ = std::make_unique<RepositoryRegistry>(
-      SessionServices{loop_, queues_, *watcher_, files_, notifier_, GitCommand(git, "/"),
-                      std::make_shared<ReadingSlots>(loop_, 4), idleTime});
+      SessionServices{loop_, queues_, *watcher_, names_, files_, notifier_, GitCommand(git, "/"),
+                      std::make_shared<ReadingSlots>(loop_, 4), idleTime, neighbours});
   extensions_->setCallbacks({[this](const std::string& name) { registry_->gone(name); },
                              [this](const std::string& name) { registry_->renewed(name); }});
   errors_ = std::make_unique<ExtensionErrors>(log_, notifier_);

@@ -49,7 +49,8 @@ class PeerFixture : public testing::Test {
 
   // The application as it starts. `git` is the program that it uses.
   void start(const std::string& git = "git", std::size_t maximumWatches = 10000,
-             std::chrono::milliseconds idleTime = std::chrono::minutes(10));
+             std::chrono::milliseconds idleTime = std::chrono::minutes(10),
+             std::size_t neighbours = 200);
 
   // Runs the main loop until `done` holds, for at most 20 seconds.
   bool waitFor(const std::function<bool()>& done);
@@ -96,7 +97,9 @@ class PeerFixture : public testing::Test {
   FakeNotifier notifier_;
   Handler actions_;
   std::unique_ptr<DirectoryWatcher> watcher_;
+  DirectoryWatcher names_{10000, DirectoryWatcher::Interest::Names};
   std::unique_ptr<MainLoop::Source> watching_;
+  std::unique_ptr<MainLoop::Source> watchingNames_;
   ThreadPool pool_{log_, 4};
   LinuxSerialQueues queues_{loop_, pool_};
   std::unique_ptr<ExtensionPorts> extensions_;

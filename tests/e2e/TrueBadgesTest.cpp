@@ -3,6 +3,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 
@@ -73,6 +75,120 @@ TEST_F(TrueBadges, WritesThroughAMappingAreSeenWhenItEnds) {
   *static_cast<char*>(mapping) = 'A';
   ::munmap(mapping, 1);
   EXPECT_TRUE(host().sees(path, "KPWorkdirModifiedBadge"));
+}
+
+// -- Working copies that come and go --------------------------------------------------------------
+
+TEST_F(TrueBadges, ARepositoryThatIsMadeInAShownFolderHasBadges) {
+  const std::string folder = session.home().addFolder("plain");
+  const std::string below = session.home().addFolder("plain/sub");
+  const std::string file = session.home().addFile("plain/file.txt", "new\n");
+  const std::string deep = session.home().addFile("plain/sub/deep.txt", "new\n");
+  start({session.home().path()});
+  host().show(folder);
+  host().show(below);
+  session.git("plain", {"init", "-q"});
+  EXPECT_TRUE(host().sees(file, "KPWorkdirNewBadge"));
+  EXPECT_TRUE(host().sees(deep, "KPWorkdirNewBadge"));
+  session.git("plain", {"add", "-A"});
+  EXPECT_TRUE(host().sees(deep, "KPIndexNewBadge"));
+}
+
+TEST_F(TrueBadges, ARepositoryThatGoesTakesItsBadgesWithItAndMayComeBack) {
+  const std::string repository = session.addRepository("r", {"file.txt", "sub/deep.txt"});
+  start({session.home().path()});
+  host().show(repository);
+  host().show(repository + "/sub");
+  EXPECT_TRUE(host().sees(repository + "/file.txt", "KPCurrentBadge"));
+  EXPECT_TRUE(host().sees(repository + "/sub/deep.txt", "KPCurrentBadge"));
+  fs::remove_all(repository + "/.git");
+  for (const char* item : {"/file.txt", "/sub", "/sub/deep.txt"})
+    EXPECT_TRUE(host().sees(repository + item, "KPEmptyBadge"));
+  session.git("r", {"init", "-q"});
+  EXPECT_TRUE(host().sees(repository + "/file.txt", "KPWorkdirNewBadge"));
+  EXPECT_TRUE(host().sees(repository + "/sub/deep.txt", "KPWorkdirNewBadge"));
+}
+
+TEST_F(TrueBadges, WorkingCopiesInAShownFolderHaveBadgesBeforeTheyAreEntered) {
+  const std::string code = session.home().addFolder("code");
+  const std::string first = session.addRepository("code/first");
+  const std::string second = session.addRepository("code/second");
+  session.append("code/second/file.txt", "changed");
+  start({session.home().path()});
+  host().show(code);
+  EXPECT_TRUE(host().sees(first, "KPCurrentBadge"));
+  EXPECT_TRUE(host().sees(second, "KPWorkdirModifiedBadge"));
+  session.append("code/first/file.txt", "changed");
+  EXPECT_TRUE(host().sees(first, "KPWorkdirModifiedBadge"));
+  // One that is cloned while the folder is shown.
+  session.git("code", {"clone", "-q", first, "third"});
+  host().ask({code + "/third"});
+  EXPECT_TRUE(host().sees(code + "/third", "KPCurrentBadge"));
+}
+
+TEST_F(TrueBadges, AfterARestartOfTheAgentWhatIsInViewIsReadFirst) {
+  constexpr int kVisited = 24;
+  session.home().addFolder("code");
+  for (int i = 0; i < kVisited; ++i) session.addRepository("code/r" + std::to_string(i));
+  const std::string shown = session.addRepository("last");
+  start({session.home().path()});
+  for (int i = 0; i < kVisited; ++i) {
+    const std::string visited = session.home() / ("code/r" + std::to_string(i));
+    host().show(visited);
+    EXPECT_TRUE(host().sees(visited + "/file.txt", "KPCurrentBadge"));
+    host().hide(visited);
+  }
+  host().show(shown);
+  EXPECT_TRUE(host().sees(shown + "/file.txt", "KPCurrentBadge"));
+  agent->signal(SIGKILL);
+  ASSERT_TRUE(agent->waitForEnd());
+  EXPECT_TRUE(host().sees(shown + "/file.txt", "KPEmptyBadge"));
+  addGitThatWaits();
+  session.home().addFile("go");
+  agent = session.startAgent();
+  EXPECT_TRUE(host().sees(shown + "/file.txt", "KPCurrentBadge"));
+  const std::string asked = session.read("asked");
+  const auto before = static_cast<std::string_view>(asked).substr(0, asked.find(shown + "\n"));
+  // As many as are read at a time may be under way.
+  EXPECT_LE(std::ranges::count(before, '\n'), 8) << asked;
+}
+
+// -- Settings -------------------------------------------------------------------------------------
+
+TEST_F(TrueBadges, WithoutUntrackedFilesTheseShowAsIgnored) {
+  const std::string repository = session.addRepository("r", {"file.txt", "sub/tracked"});
+  session.git("r", {"config", "status.showUntrackedFiles", "no"});
+  session.home().addFile("r/new.txt", "new\n");
+  session.home().addFile("r/sub/new.txt", "new\n");
+  session.home().addFile("r/new folder/deep.txt", "new\n");
+  startWith(repository, repository + "/file.txt", "KPCurrentBadge");
+  for (const char* folder : {"/sub", "/new folder"}) host().show(repository + folder);
+  for (const char* item : {"/new.txt", "/sub/new.txt", "/new folder", "/new folder/deep.txt"})
+    EXPECT_TRUE(host().sees(repository + item, "KPIgnoredBadge"));
+  EXPECT_TRUE(host().sees(repository + "/sub/tracked", "KPCurrentBadge"));
+  session.git("r", {"add", "new.txt"});
+  EXPECT_TRUE(host().sees(repository + "/new.txt", "KPIndexNewBadge"));
+}
+
+TEST_F(TrueBadges, TheUsersOwnListsAndSettingsCountAtOnce) {
+  const std::string repository = session.addRepository("r");
+  session.home().addFile("r/a.one", "new\n");
+  session.home().addFile("r/a.two", "new\n");
+  session.home().addFile("r/a.three", "new\n");
+  session.home().addFile("elsewhere/list", "");
+  startWith(repository, repository + "/a.one", "KPWorkdirNewBadge");
+  // A list that was not there, in a folder that was not there.
+  session.home().addFile(".config/git/ignore", "*.one\n");
+  EXPECT_TRUE(host().sees(repository + "/a.one", "KPIgnoredBadge"));
+  // The user's configuration; what it includes; what that names.
+  session.git(".", {"config", "--global", "include.path", "elsewhere/included"});
+  session.home().addFile("elsewhere/included", "[core]\n\texcludesFile = ~/elsewhere/list\n");
+  EXPECT_TRUE(host().sees(repository + "/a.one", "KPWorkdirNewBadge"));
+  session.home().addFile("elsewhere/list", "*.two\n");
+  EXPECT_TRUE(host().sees(repository + "/a.two", "KPIgnoredBadge"));
+  session.home().addFile("elsewhere/list", "*.three\n");
+  EXPECT_TRUE(host().sees(repository + "/a.three", "KPIgnoredBadge"));
+  EXPECT_TRUE(host().sees(repository + "/a.two", "KPWorkdirNewBadge"));
 }
 
 }  // namespace

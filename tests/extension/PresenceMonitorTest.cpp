@@ -12,8 +12,9 @@ namespace {
 
 class PresenceMonitorTest : public ControllerFixture {
  protected:
-  // The folders that repositories were asked for, in order, and whether again ("shallow").
-  std::vector<std::pair<std::string, bool>> requests() const {
+  // The folders that repositories were asked for, and whether again ("shallow"): as they were asked
+  // for, and sorted.
+  std::vector<std::pair<std::string, bool>> requestsAsSent() const {
     std::vector<std::pair<std::string, bool>> result;
     for (const Message& message : sentWith("openRepository:portName:")) {
       EXPECT_EQ(message.id, 1);
@@ -22,6 +23,10 @@ class PresenceMonitorTest : public ControllerFixture {
       EXPECT_EQ(argument["shallow"].kind(), Object::Kind::Boolean);
       result.emplace_back(argument["url"].url().value().path(), argument["shallow"].boolValue());
     }
+    return result;
+  }
+  std::vector<std::pair<std::string, bool>> requests() const {
+    std::vector<std::pair<std::string, bool>> result = requestsAsSent();
     std::ranges::sort(result);
     return result;
   }
@@ -126,6 +131,20 @@ TEST_F(PresenceMonitorTest, FoldersOnScreenAreAskedForAgainInsideTheObservedFold
   EXPECT_EQ(observedDirectories(), (Paths{"/more/other", "/work", "/work/repo", "/work/repo/src"}));
   // Each of them lies outside one of the two observed folders.
   EXPECT_EQ(inactivePaths(), Paths{});
+}
+
+TEST_F(PresenceMonitorTest, WhatIsInViewIsAskedForFirst) {
+  chooseFolders({"/more"});
+  start();
+  show("/more/a");
+  show("/more/b");
+  show("/more/c");
+  controller->beginObservingDirectoryAtURL(fakes.files->addFolder("/more/b"));
+  fakes.runAll();
+  launchApplication();
+  controller->updateApplicationRunning();
+  EXPECT_EQ(requestsAsSent().front().first, "/more/b");
+  EXPECT_EQ(requests(), (Requests{{"/more/a", true}, {"/more/b", true}, {"/more/c", true}}));
 }
 
 TEST_F(PresenceMonitorTest, WithOneObservedFolderWhatLiesInItStays) {

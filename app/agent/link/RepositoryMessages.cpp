@@ -55,8 +55,17 @@ Message RepositoryMessages::status(const StatusSnapshot& snapshot, const FileSys
   return message(kStatus, snapshot.toObject(files));
 }
 
-Message RepositoryMessages::emptyStatus(const FileSystem& files) const {
-  return status(StatusSnapshot(workingCopy_.root, RepositoryState::None, {}, true), files);
+std::array<RepositoryMessages::Step, 3> RepositoryMessages::withdrawal(
+    const FileSystem& files) const {
+  const StatusSnapshot empty(workingCopy_.root, RepositoryState::None, {}, true);
+  return {{{kGitUrl, message(kGitUrl, URL::fileURLWithPath(workingCopy_.root, true))},
+           {kStatus, status(empty, files)},
+           {kIdentifier, message(kIdentifier, {})}}};
+}
+
+std::array<RepositoryMessages::Step, 2> RepositoryMessages::restoration() const {
+  return {{{kIdentifier, message(kIdentifier, target_.toObject())},
+           {kGitUrl, message(kGitUrl, URL::fileURLWithPath(workingCopy_.gitDirectory, true))}}};
 }
 
 RepositoryMessages::References RepositoryMessages::references(

@@ -34,8 +34,16 @@ class RepositoryMessages {
   Message lookAgain(const std::string& folder) const;
   // "setStatusInfo:". Blocks while the file system tells the identifier of each item.
   Message status(const StatusSnapshot& snapshot, const FileSystem& files) const;
-  // "setStatusInfo:" of a working copy that there is no more: nothing bears a badge.
-  Message emptyStatus(const FileSystem& files) const;
+  // Takes the working copy from an extension, in this order: everything counts as part of the git
+  // directory, and so bears no badge; what was shown is badged anew; and the repository, without an
+  // identifier, holds nothing any more.
+  struct Step {
+    std::string_view selector;
+    Message message;
+  };
+  std::array<Step, 3> withdrawal(const FileSystem& files) const;
+  // Gives it back where it was taken, before the status.
+  std::array<Step, 2> restoration() const;
 
   // The messages about references, in the order in which they are to be sent.
   static constexpr std::size_t kReferenceMessages = 7;
@@ -45,6 +53,8 @@ class RepositoryMessages {
   static constexpr std::string_view kOpening = "openRepositoryWithUrls:";
   static constexpr std::string_view kLookAgain = "beginObservingDirectoryAtURL:";
   static constexpr std::string_view kStatus = "setStatusInfo:";
+  static constexpr std::string_view kGitUrl = "setGitUrl:";
+  static constexpr std::string_view kIdentifier = "setIdentifier:";
   static std::string_view referenceSelector(std::size_t index);
 
  private:

@@ -14,6 +14,10 @@ bool EarlyFolders::isEcho(const std::string& folder) {
   return false;
 }
 
+void EarlyFolders::lookAgain(const std::string& folder) {
+  if (asked_.size() + echoes_.size() < kMaximum) asked_.insert(folder);
+}
+
 std::vector<std::string> EarlyFolders::take() {
   std::vector<std::string> folders(asked_.begin(), asked_.end());
   echoes_.merge(std::exchange(asked_, {}));

@@ -21,6 +21,9 @@ class EarlyFolders {
 
   // The extension has asked about the folder (absolute, bytes). Whether that is an echo.
   bool isEcho(const std::string& folder);
+  // What the extension shows of the folder it has seen without this working copy, though it may
+  // know it by now: it is to look again.
+  void lookAgain(const std::string& folder);
   // The extension knows the working copy now: the folders that it is to look at again.
   std::vector<std::string> take();
   // The extension may have missed what it was told: those that have not come back are taken again.

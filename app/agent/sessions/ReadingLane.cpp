@@ -48,6 +48,15 @@ void ReadingLane::due() {
   const std::optional<Clock::time_point> next = pace_.next();
   if (!wanted_ || !next || *next > Clock::now()) return schedule();
   stage_ = Stage::Queued;
+  queueUp();
+}
+
+void ReadingLane::setUrgency(ReadingSlots::Urgency urgency) {
+  if (std::exchange(urgency_, urgency) != urgency && stage_ == Stage::Queued) queueUp();
+}
+
+// The lane may stand in two queues: the turn that comes first counts.
+void ReadingLane::queueUp() {
   slots_->enter(urgency_, [this, alive = std::weak_ptr<bool>(alive_),
                            slots = slots_.get()](ReadingSlots::Ticket ticket) {
     if (alive.expired()) return slots->leave(ticket);
@@ -56,6 +65,7 @@ void ReadingLane::due() {
 }
 
 void ReadingLane::begin(ReadingSlots::Ticket ticket) {
+  if (stage_ != Stage::Queued) return slots_->leave(ticket);
   if (!wanted_) {
     stage_ = Stage::Resting;
     return slots_->leave(ticket);

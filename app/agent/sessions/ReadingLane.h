@@ -24,7 +24,8 @@ class ReadingLane {
   void changed();
   // What was read last is known to be out of date.
   bool isBehind() const { return pace_.hasChanged(); }
-  void setUrgency(ReadingSlots::Urgency urgency) { urgency_ = urgency; }
+  // Also of a reading that waits for its turn.
+  void setUrgency(ReadingSlots::Urgency urgency);
   // Whether anybody wants to know. What changes meanwhile is read when somebody does.
   void setWanted(bool wanted);
   // `foundSomething`: the reading differed from the one before.
@@ -35,6 +36,7 @@ class ReadingLane {
 
   void schedule();
   void due();
+  void queueUp();
   void begin(ReadingSlots::Ticket ticket);
 
   MainLoop& loop_;

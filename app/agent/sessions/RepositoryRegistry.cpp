@@ -1,5 +1,8 @@
 #include "agent/sessions/RepositoryRegistry.h"
 
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "agent/git/GitVersion.h"
@@ -10,23 +13,98 @@ namespace {
 
 // Beyond these, what was said is forgotten, and may be said again.
 constexpr std::size_t kMaximumComplaints = 1000;
+constexpr std::size_t kMaximumTaken = 10000;
+// Of a folder that is shown, so many entries are looked at.
+constexpr std::size_t kMaximumEntries = 10000;
 constexpr std::string_view kQueueLabel = "org.kelpie.Kelpie.SearchQueue";
+
+std::optional<FileIdentifier> identityIn(const FileSystem& files, const std::string& folder) {
+  return URL::fileURLWithPath(folder).identifier(files);
+}
+
+// Absolute. Links are left out: what they lead to lies elsewhere.
+std::vector<std::string> foldersIn(const std::string& folder) {
+  std::vector<std::string> folders;
+  std::error_code error;
+  std::filesystem::directory_iterator entry(folder, error);
+  for (std::size_t seen = 0; !error && entry != std::filesystem::directory_iterator(); ++seen) {
+    if (seen == kMaximumEntries) break;
+    std::error_code none;
+    if (entry->is_directory(none) && !entry->is_symlink(none))
+      folders.push_back(entry->path().string());
+    entry.increment(error);
+  }
+  return folders;
+}
 
 }  // namespace
 
-// Each look at the file system has a queue of its own: a folder on a file system that does not
-// answer holds up nobody else.
+RepositoryRegistry::RepositoryRegistry(SessionServices services)
+    : services_(std::move(services)),
+      shown_(services_.loop, services_.names,
+             {[this](const std::string& folder) {
+                for (const auto& port : shown_.extensionsOf(folder))
+                  look({port, folder, true, true, {}});
+              },
+              [this](const std::string& folder, const std::string& entry) {
+                lookAtEntry(folder, entry);
+              }}) {}
+
 void RepositoryRegistry::open(const std::string& folder, const std::shared_ptr<ExtensionPort>& port,
                               bool shallow) {
+  shown_.add(folder, port);
+  look({port, folder, shallow, false, {}});
+}
+
+// Each look at the file system has a queue of its own: a folder on a file system that does not
+// answer holds up nobody else. Like this, the registry lives as long as the process.
+void RepositoryRegistry::look(const Request& request) {
   services_.queues.makeQueue(kQueueLabel)
-      ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), folder,
-              request = Request{port, folder, shallow}] {
-        const std::optional<std::string> candidate = WorkingCopyFinder::candidate(folder);
-        if (!candidate) return;
-        main->post([this, alive, candidate, request] {
-          if (!alive.expired()) folderLooksLike(*candidate, request);
+      ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), request] {
+        if (alive.expired()) return;
+        main->post([this, alive, request, view = viewOf(request.folder)] {
+          if (alive.expired()) return;
+          if (view.holder) return folderLooksLike(*view.holder, request);
+          for (const Candidate& each : view.within) neighbourLooksLike(each, request.folder);
         });
       });
+}
+
+void RepositoryRegistry::lookAtEntry(const std::string& folder, const std::string& entry) {
+  services_.queues.makeQueue(kQueueLabel)
+      ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), folder,
+              entry] {
+        if (alive.expired() || WorkingCopyFinder::candidate(folder)) return;
+        shown_.watchAlso(entry);
+        const std::optional<Candidate> candidate = candidateAt(entry);
+        if (!candidate) return;
+        main->post([this, alive, folder, candidate] {
+          if (!alive.expired()) neighbourLooksLike(*candidate, folder);
+        });
+      });
+}
+
+// Watched before it is looked at, so that nothing that comes meanwhile is missed.
+RepositoryRegistry::View RepositoryRegistry::viewOf(const std::string& folder) const {
+  View view;
+  shown_.watch(folder);
+  if (const std::optional<std::string> holder = WorkingCopyFinder::candidate(folder)) {
+    view.holder = Candidate{*holder, identityIn(services_.files, *holder)};
+    return view;
+  }
+  if (services_.neighbours == 0) return view;
+  for (const std::string& entry : foldersIn(folder)) {
+    shown_.watchAlso(entry);
+    if (std::optional<Candidate> candidate = candidateAt(entry))
+      view.within.push_back(*std::move(candidate));
+  }
+  return view;
+}
+
+std::optional<RepositoryRegistry::Candidate> RepositoryRegistry::candidateAt(
+    const std::string& folder) const {
+  if (WorkingCopyFinder::candidate(folder) != folder) return std::nullopt;
+  return Candidate{folder, identityIn(services_.files, folder)};
 }
 
 RepositorySession* RepositoryRegistry::find(const FileIdentifier& identifier) const {
@@ -34,32 +112,77 @@ RepositorySession* RepositoryRegistry::find(const FileIdentifier& identifier) co
   return found == sessions_.end() ? nullptr : found->second.get();
 }
 
-void RepositoryRegistry::folderLooksLike(const std::string& candidate, const Request& request) {
-  if (const auto known = known_.find(candidate); known != known_.end()) {
-    const std::shared_ptr<ExtensionPort> port = request.port.lock();
-    if (port != nullptr) find(known->second)->open(port, request.folder, request.shallow);
-    return;
-  }
-  std::vector<Request>& waiting = searches_[candidate];
-  waiting.push_back(request);
-  if (waiting.size() == 1) search(candidate);
+void RepositoryRegistry::folderLooksLike(const Candidate& candidate, const Request& request) {
+  const auto known = known_.find(candidate.path);
+  if (known != known_.end() && known->second.identity == candidate.identity)
+    return open(*find(known->second.session), request);
+  Search& search = searches_[candidate.path];
+  search.identity = candidate.identity;
+  search.waiting.push_back(request);
+  const bool isUrgent = !request.shallow;
+  if (search.isRunning || (search.waiting.size() > 1 && (!isUrgent || search.isUrgent))) return;
+  search.isUrgent |= isUrgent;
+  queueSearch(candidate.path,
+              isUrgent ? ReadingSlots::Urgency::Finding : ReadingSlots::Urgency::LaterFinding);
 }
 
-void RepositoryRegistry::search(const std::string& candidate) {
+void RepositoryRegistry::neighbourLooksLike(const Candidate& candidate, const std::string& folder) {
+  const auto known = known_.find(candidate.path);
+  const bool isOpen = known != known_.end() && known->second.identity == candidate.identity;
+  if (!isOpen && (searches_.contains(candidate.path) || !hasRoomForNeighbourIn(folder))) return;
+  for (const auto& port : shown_.extensionsOf(folder))
+    folderLooksLike(candidate, {port, candidate.path, true, true, folder});
+}
+
+bool RepositoryRegistry::hasRoomForNeighbourIn(const std::string& folder) {
+  std::size_t searching = 0;
+  for (const auto& [path, search] : searches_)
+    searching += search.waiting.front().neighbourIn.empty() ? 0U : 1U;
+  if (neighbours_.size() + searching < services_.neighbours) return true;
+  // What was shown before makes room for what is shown now.
+  const auto elsewhere =
+      std::find_if(neighbours_.rbegin(), neighbours_.rend(),
+                   [&](const auto& neighbour) { return neighbour.second != folder; });
+  if (elsewhere == neighbours_.rend()) return false;
+  const FileIdentifier identifier = elsewhere->first;
+  find(identifier)->withdraw();
+  remove(identifier, false);
+  return true;
+}
+
+// A search may stand in two queues, should it become urgent: the turn that comes first counts.
+void RepositoryRegistry::queueSearch(const std::string& candidate, ReadingSlots::Urgency urgency) {
+  services_.slots->enter(
+      urgency, [this, alive = std::weak_ptr<bool>(alive_), slots = services_.slots.get(),
+                candidate](ReadingSlots::Ticket ticket) {
+        if (alive.expired()) return slots->leave(ticket);
+        const auto waiting = searches_.find(candidate);
+        if (waiting == searches_.end() || std::exchange(waiting->second.isRunning, true))
+          return slots->leave(ticket);
+        search(candidate, ticket);
+      });
+}
+
+void RepositoryRegistry::search(const std::string& candidate, ReadingSlots::Ticket ticket) {
   services_.queues.makeQueue(kQueueLabel)
       ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), candidate,
-              git = services_.git, &files = services_.files, gitIsGood = gitIsGood_] {
+              ticket, slots = services_.slots, git = services_.git, &files = services_.files,
+              gitIsGood = gitIsGood_] {
         Found found;
         if (!gitIsGood) found.problemOfGit = problemOfGit(git);
         if (!found.problemOfGit) {
           WorkingCopyFinder::Finding finding = WorkingCopyFinder(git).find(candidate);
+          // It may be in the making: watched, and looked at once more.
+          if (!finding.workingCopy && !alive.expired() && shown_.watchAlso(candidate + "/.git"))
+            finding = WorkingCopyFinder(git).find(candidate);
           found.failure = std::move(finding.failure);
           if (finding.workingCopy)
             found.identifier = URL::fileURLWithPath(finding.workingCopy->root).identifier(files);
           found.workingCopy = std::move(finding.workingCopy);
         }
-        main->post([this, alive, candidate, found = std::move(found)] {
+        main->post([this, alive, candidate, ticket, slots, found = std::move(found)] {
           if (!alive.expired()) searched(candidate, found);
+          slots->leave(ticket);
         });
       });
 }
@@ -69,32 +192,58 @@ void RepositoryRegistry::searched(const std::string& candidate, const Found& fou
   problemFound(found.problemOfGit);
   if (!found.failure.empty()) complainOnce(candidate, found.failure);
   if (search.empty() || !found.workingCopy || !found.identifier) return;
-  for (const Request& request : search.mapped()) {
-    const std::shared_ptr<ExtensionPort> port = request.port.lock();
-    if (port == nullptr) continue;
-    sessionFor(*found.workingCopy, *found.identifier).open(port, request.folder, request.shallow);
-    known_.insert_or_assign(candidate, *found.identifier);
+  // Another one is in the place of the one that was there.
+  if (const auto known = known_.find(candidate);
+      known != known_.end() && known->second.session != *found.identifier)
+    remove(FileIdentifier(known->second.session), false);
+  for (const Request& request : search.mapped().waiting) {
+    if (request.port.expired()) continue;
+    RepositorySession& session = sessionFor(*found.workingCopy, *found.identifier);
+    known_.insert_or_assign(candidate, Known{search.mapped().identity, *found.identifier});
+    open(session, request);
   }
 }
 
 RepositorySession& RepositoryRegistry::sessionFor(const WorkingCopy& workingCopy,
                                                   const FileIdentifier& identifier) {
-  std::unique_ptr<RepositorySession>& session = sessions_[identifier];
-  // A folder that was moved keeps its identifier.
-  if (session != nullptr && session->workingCopy() == workingCopy) return *session;
-  if (session != nullptr) {
-    std::erase_if(known_, [&](const auto& entry) { return entry.second == identifier; });
-    session.reset();
+  // A folder that was moved keeps its identifier, as does one whose git directory is another now.
+  if (RepositorySession* const present = find(identifier)) {
+    if (present->workingCopy() == workingCopy) return *present;
+    if (present->workingCopy().root == workingCopy.root) present->withdraw();
+    remove(identifier, true);
   }
-  session = std::make_unique<RepositorySession>(
-      services_, workingCopy, identifier,
-      RepositorySession::Callbacks{[this, identifier] { closed(identifier); }});
-  return *session;
+  if (taken_.size() > kMaximumTaken) taken_.clear();
+  const bool wasTaken = taken_.contains(identifier);
+  auto session = std::make_unique<RepositorySession>(
+      services_, workingCopy, identifier, wasTaken,
+      RepositorySession::Callbacks{
+          [this, identifier](bool isGone) { remove(identifier, isGone); }});
+  return *sessions_.insert_or_assign(identifier, std::move(session)).first->second;
 }
 
-void RepositoryRegistry::closed(const FileIdentifier& identifier) {
-  std::erase_if(known_, [&](const auto& entry) { return entry.second == identifier; });
-  sessions_.erase(identifier);
+void RepositoryRegistry::open(RepositorySession& session, const Request& request) {
+  const std::shared_ptr<ExtensionPort> port = request.port.lock();
+  if (port == nullptr) return;
+  if (request.again && session.isOpenFor(port->name(), request.folder)) return;
+  const auto neighbour = std::ranges::find(neighbours_, session.identifier(),
+                                           &std::pair<FileIdentifier, std::string>::first);
+  if (request.neighbourIn.empty()) {
+    if (neighbour != neighbours_.end()) neighbours_.erase(neighbour);
+    session.setNeighbour(false);
+  } else if (!session.isUsed()) {
+    neighbours_.emplace_front(session.identifier(), request.neighbourIn);
+    session.setNeighbour(true);
+  }
+  session.open(port, request.folder, request.shallow, request.again);
+}
+
+void RepositoryRegistry::remove(const FileIdentifier& identifier, bool lookAgain) {
+  const auto session = sessions_.extract(identifier);
+  if (session.empty()) return;
+  taken_.insert(identifier);
+  std::erase_if(known_, [&](const auto& entry) { return entry.second.session == identifier; });
+  std::erase_if(neighbours_, [&](const auto& entry) { return entry.first == identifier; });
+  if (lookAgain) shown_.doubt(session.mapped()->workingCopy().root);
 }
 
 void RepositoryRegistry::pinged(const std::string& portName) {
@@ -106,7 +255,12 @@ void RepositoryRegistry::renewed(const std::string& portName) {
 }
 
 void RepositoryRegistry::gone(const std::string& portName) {
+  shown_.forget(portName);
   for (const auto& [identifier, session] : sessions_) session->forget(portName);
+}
+
+void RepositoryRegistry::readAgain() {
+  for (const auto& [identifier, session] : sessions_) session->readAgain();
 }
 
 void RepositoryRegistry::checkGit() {

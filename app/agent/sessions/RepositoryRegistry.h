@@ -1,25 +1,30 @@
 #pragma once
 
 #include <cstdint>
+#include <list>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "agent/link/ExtensionPorts.h"
 #include "agent/sessions/RepositorySession.h"
+#include "agent/sessions/ShownFolders.h"
 #include "foundation/FileIdentifier.h"
 
 namespace kelpie::agent {
 
-// The sessions of all working copies that an extension has opened, one for each. Main thread.
+// The sessions of all working copies that an extension has opened, one for each, and of some that
+// lie in a folder that one shows. Working copies come and go: what an extension shows is looked at
+// again then. Main thread.
 class RepositoryRegistry {
  public:
-  explicit RepositoryRegistry(SessionServices services) : services_(std::move(services)) {}
+  explicit RepositoryRegistry(SessionServices services);
   RepositoryRegistry(const RepositoryRegistry&) = delete;
   RepositoryRegistry& operator=(const RepositoryRegistry&) = delete;
   ~RepositoryRegistry() = default;
@@ -36,6 +41,9 @@ class RepositoryRegistry {
   void renewed(const std::string& portName);
   void gone(const std::string& portName);
 
+  // Something that the working copies themselves do not tell has changed: all are read again.
+  void readAgain();
+
   // Looks whether there is a git to work with, and says so when there is none.
   void checkGit();
 
@@ -46,6 +54,18 @@ class RepositoryRegistry {
     std::weak_ptr<ExtensionPort> port;
     std::string folder;
     bool shallow = false;
+    bool again = false;  // the extension has not asked, but what it shows may belong elsewhere now
+    std::string neighbourIn;  // nor has it shown the folder, but this one that holds it
+  };
+  // A folder that may be a working copy: it has a ".git" or looks like a bare repository.
+  struct Candidate {
+    std::string path;
+    std::optional<FileIdentifier> identity;
+  };
+  // What there is at and in a folder that is shown.
+  struct View {
+    std::optional<Candidate> holder;  // the nearest, upwards
+    std::vector<Candidate> within;    // directly in it, where no working copy holds it
   };
   // What a search came to.
   struct Found {
@@ -55,24 +75,50 @@ class RepositoryRegistry {
     std::optional<std::string> problemOfGit;
   };
 
-  void folderLooksLike(const std::string& candidate, const Request& request);
-  void search(const std::string& candidate);
+  void look(const Request& request);
+  void lookAtEntry(const std::string& folder, const std::string& entry);
+  View viewOf(const std::string& folder) const;
+  std::optional<Candidate> candidateAt(const std::string& folder) const;
+  void folderLooksLike(const Candidate& candidate, const Request& request);
+  void neighbourLooksLike(const Candidate& candidate, const std::string& folder);
+  // Whether one more may be opened, perhaps after another one was closed for it.
+  bool hasRoomForNeighbourIn(const std::string& folder);
+  void queueSearch(const std::string& candidate, ReadingSlots::Urgency urgency);
+  void search(const std::string& candidate, ReadingSlots::Ticket ticket);
   void searched(const std::string& candidate, const Found& found);
   RepositorySession& sessionFor(const WorkingCopy& workingCopy, const FileIdentifier& identifier);
-  void closed(const FileIdentifier& identifier);
+  void open(RepositorySession& session, const Request& request);
+  // Lets go of the session, and of what led to it; `lookAgain`: what is shown of it is looked at
+  // again.
+  void remove(const FileIdentifier& identifier, bool lookAgain);
   void problemFound(const std::optional<std::string>& problem);
   void complainOnce(const std::string& candidate, const std::string& failure);
 
   const SessionServices services_;
   std::unordered_map<FileIdentifier, std::unique_ptr<RepositorySession>> sessions_;
-  // The folders with a ".git" that have led to a session, and those for which git is being asked,
+  // The folders with a ".git" that have led to a session, and those for which git is to be asked,
   // with who waits for it.
-  std::map<std::string, FileIdentifier> known_;
-  std::map<std::string, std::vector<Request>> searches_;
+  struct Known {
+    std::optional<FileIdentifier> identity;  // of the folder then
+    FileIdentifier session;
+  };
+  struct Search {
+    std::vector<Request> waiting;
+    std::optional<FileIdentifier> identity;
+    bool isUrgent = false;
+    bool isRunning = false;
+  };
+  std::map<std::string, Known> known_;
+  std::map<std::string, Search> searches_;
+  // The sessions that nobody has asked for, with the folder that is shown; the last one first.
+  std::list<std::pair<FileIdentifier, std::string>> neighbours_;
+  // The working copies that were taken from the extensions, and may come back in the same place.
+  std::unordered_set<FileIdentifier> taken_;
   // What has been complained of already.
   std::set<std::string> complaints_;
   std::string problem_;  // of git, as it was said last
   bool gitIsGood_ = false;
+  ShownFolders shown_;
   // Tasks ask it whether this is still there.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

@@ -30,10 +30,11 @@ bool isSame(const Message& a, const Message& b) {
 
 RepositorySession::RepositorySession(const SessionServices& services,
                                      const WorkingCopy& workingCopy, FileIdentifier identifier,
-                                     Callbacks callbacks)
+                                     bool wasTaken, Callbacks callbacks)
     : services_(services),
       workingCopy_(workingCopy),
       number_(nextNumber()),
+      wasTaken_(wasTaken),
       callbacks_(std::move(callbacks)),
       messages_(std::make_shared<const RepositoryMessages>(workingCopy, std::move(identifier))),
       statusLane_(services.loop, services.slots, ReadingSlots::Urgency::LaterStatus,
@@ -64,10 +65,12 @@ RepositorySession::~RepositorySession() {
 // -- The extensions -------------------------------------------------------------------------------
 
 void RepositorySession::open(const std::shared_ptr<ExtensionPort>& port, const std::string& folder,
-                             bool shallow) {
+                             bool shallow, bool again) {
   Subscriber& subscriber = subscribe(port);
+  if (again) subscriber.early.lookAgain(folder);
   // The extension has just been told all there is to tell.
-  if (subscriber.early.isEcho(folder)) return;
+  if (!again && subscriber.early.isEcho(folder)) return;
+  if (subscriber.folders.size() < EarlyFolders::kMaximum) subscriber.folders.insert(folder);
   subscriber.told[0] = 0;
   subscriber.wantsReferences |= !shallow;
   subscriber.isToOpen = true;
@@ -77,6 +80,22 @@ void RepositorySession::open(const std::shared_ptr<ExtensionPort>& port, const s
   updateWanted();
   // What cannot be watched is looked at when somebody looks.
   if (!watch_->isComplete()) changed({true, true});
+}
+
+bool RepositorySession::isOpenFor(const std::string& portName, const std::string& folder) const {
+  const auto found = subscribers_.find(portName);
+  return found != subscribers_.end() && found->second.folders.contains(folder);
+}
+
+void RepositorySession::setNeighbour(bool isNeighbour) {
+  if (std::exchange(isNeighbour_, isNeighbour) != isNeighbour) watch_->setModest(isNeighbour);
+}
+
+void RepositorySession::withdraw() {
+  const auto steps = messages_->withdrawal(services_.files);
+  for (auto& [name, subscriber] : subscribers_)
+    for (const auto& [selector, message] : steps)
+      if (subscriber.isOpen) subscriber.port->post({number_, selector}, message);
 }
 
 void RepositorySession::unshallow(const std::shared_ptr<ExtensionPort>& port) {
@@ -93,6 +112,7 @@ void RepositorySession::distrust(const std::string& portName) {
   found->second.told.fill(0);
   found->second.isOpen = false;
   found->second.early.reset();
+  found->second.folders.clear();
 }
 
 void RepositorySession::tellAgain(const std::string& portName) {
@@ -110,8 +130,8 @@ void RepositorySession::forget(const std::string& portName) {
   if (!subscribers_.empty()) return;
   idleTimer_ = services_.loop.callAfter(services_.idleTime, [this] {
     // It goes with this.
-    const std::function<void()> closed = callbacks_.closed;
-    closed();
+    const auto closed = callbacks_.closed;
+    closed(false);
   });
 }
 
@@ -120,7 +140,7 @@ RepositorySession::Subscriber& RepositorySession::subscribe(
   idleTimer_.reset();
   if (subscribers_.empty()) wasUnwanted_ = statusLane_.isBehind();
   Subscriber& subscriber =
-      subscribers_.try_emplace(port->name(), Subscriber{port, EarlyFolders(workingCopy_.root)})
+      subscribers_.try_emplace(port->name(), Subscriber{port, EarlyFolders(workingCopy_.root), {}})
           .first->second;
   subscriber.port = port;
   return subscriber;
@@ -148,6 +168,9 @@ bool RepositorySession::hasStatus() const {
 void RepositorySession::tell(Subscriber& subscriber) {
   if (subscriber.isToOpen && hasStatus()) {
     subscriber.port->post({number_, RepositoryMessages::kOpening}, messages_->opening());
+    if (wasTaken_)
+      for (const auto& [selector, message] : messages_->restoration())
+        subscriber.port->post({number_, selector}, message);
     subscriber.isOpen = true;
     subscriber.isToOpen = false;
   }
@@ -239,14 +262,18 @@ void RepositorySession::failed(Failure& failure, const char* what, const std::st
 
 void RepositorySession::vanished() {
   services_.loop.log().write(workingCopy_.root + ": the repository is not there any more, closed");
-  const Message empty = messages_->emptyStatus(services_.files);
-  for (auto& [name, subscriber] : subscribers_)
-    subscriber.port->post({number_, RepositoryMessages::kStatus}, empty);
-  const std::function<void()> closed = callbacks_.closed;
-  closed();
+  withdraw();
+  const auto closed = callbacks_.closed;
+  closed(true);
 }
 
+// Some of a neighbour's badges would come to be wrong: better none.
 void RepositorySession::watchIncomplete() {
+  if (isNeighbour_) {
+    withdraw();
+    const auto closed = callbacks_.closed;
+    return closed(false);
+  }
   services_.loop.log().write(
       workingCopy_.root +
       ": it has more folders than can be watched (fs.inotify.max_user_watches); changes in the "

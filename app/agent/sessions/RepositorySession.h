@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -30,12 +31,16 @@ struct SessionServices {
   MainLoop& loop;
   SerialQueues& queues;
   DirectoryWatcher& watcher;
+  DirectoryWatcher& names;  // one that is interested in names alone
   const FileSystem& files;
   Notifier& notifier;
   GitCommand git;
   std::shared_ptr<ReadingSlots> slots;
   // A session that nobody uses is closed after so long.
   std::chrono::milliseconds idleTime = std::chrono::minutes(10);
+  // Of the working copies that lie in folders that are shown and were not shown themselves, so many
+  // are open at a time.
+  std::size_t neighbours = 200;
 };
 
 // One open working copy: reads it, watches it, and tells the extensions that have opened it what
@@ -43,13 +48,15 @@ struct SessionServices {
 class RepositorySession {
  public:
   struct Callbacks {
-    // The session is of no use any more: the working copy is gone, or nobody has used it for long.
-    // The callback lets go of the session.
-    std::function<void()> closed;
+    // The session is of no use any more: the working copy is gone (`isGone`), or nobody has used it
+    // for long, or it is one that nobody has asked for and cannot be watched. The callback lets go
+    // of the session.
+    std::function<void(bool isGone)> closed;
   };
 
+  // `wasTaken`: the extensions may have the working copy as it was taken from them.
   RepositorySession(const SessionServices& services, const WorkingCopy& workingCopy,
-                    FileIdentifier identifier, Callbacks callbacks);
+                    FileIdentifier identifier, bool wasTaken, Callbacks callbacks);
   ~RepositorySession();
   RepositorySession(const RepositorySession&) = delete;
   RepositorySession& operator=(const RepositorySession&) = delete;
@@ -64,7 +71,17 @@ class RepositorySession {
   // its status and, unless the request was shallow, its references, and from then on what changes
   // of these. Nothing is told before there is a status that is up to date: no badge is better than
   // a wrong one.
-  void open(const std::shared_ptr<ExtensionPort>& port, const std::string& folder, bool shallow);
+  // `again`: the extension has seen the folder without this working copy, and is to look once more.
+  void open(const std::shared_ptr<ExtensionPort>& port, const std::string& folder, bool shallow,
+            bool again = false);
+  // Whether it has been opened for any extension.
+  bool isUsed() const { return !subscribers_.empty(); }
+  // Whether the folder has been opened for the extension.
+  bool isOpenFor(const std::string& portName, const std::string& folder) const;
+  // One that nobody has asked for, which yields to those that are.
+  void setNeighbour(bool isNeighbour);
+  // Takes the working copy from the extensions: nothing of it bears a badge any more.
+  void withdraw();
   // The extension wants the references, too.
   void unshallow(const std::shared_ptr<ExtensionPort>& port);
   // The extension may have forgotten what it was told: the next time it is told everything.
@@ -72,6 +89,8 @@ class RepositorySession {
   // The extension may have missed something: it is told everything again that it wants. Nothing for
   // one that has not opened the working copy.
   void tellAgain(const std::string& portName);
+  // Reads everything again, as after a change.
+  void readAgain() { changed({true, true}); }
   // The extension is gone.
   void forget(const std::string& portName);
 
@@ -87,6 +106,7 @@ class RepositorySession {
   struct Subscriber {
     std::shared_ptr<ExtensionPort> port;
     EarlyFolders early;
+    std::set<std::string> folders{};  // for which it was opened, as many as `early` holds
     bool wantsReferences = false;
     bool isOpen = false;    // it knows the working copy
     bool isToOpen = false;  // it is to be told of the working copy, for the first time or again
@@ -119,6 +139,7 @@ class RepositorySession {
   SessionServices services_;
   const WorkingCopy workingCopy_;
   const std::uint64_t number_;
+  const bool wasTaken_;
   Callbacks callbacks_;
   std::shared_ptr<const RepositoryMessages> messages_;
   std::shared_ptr<StatusReadings> statusReadings_;
@@ -134,7 +155,8 @@ class RepositorySession {
   std::map<std::string, Subscriber, std::less<>> subscribers_;
   ReadingLane statusLane_;
   ReadingLane referencesLane_;
-  bool isShown_ = false;       // an extension has shown a folder of it since this was made
+  bool isShown_ = false;  // an extension has shown a folder of it since this was made
+  bool isNeighbour_ = false;
   bool wasUnwanted_ = false;   // nobody wanted the status while it went out of date
   bool namesChanged_ = false;  // since a status was sent
   bool placeChanged_ = false;  // since the working copy was last found where it was

@@ -17,6 +17,9 @@ constexpr std::uint32_t kMask = IN_CREATE | IN_DELETE | IN_MODIFY | IN_CLOSE_WRI
                                 IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF |
                                 IN_ONLYDIR | IN_DONT_FOLLOW | IN_EXCL_UNLINK;
 
+// What neither makes nor removes a name, nor ends the writing of a file.
+constexpr std::uint32_t kChangesOfEntries = IN_MODIFY | IN_ATTRIB;
+
 constexpr std::size_t kFallbackLimit = 6144;
 
 using Kind = DirectoryWatcher::Event::Kind;
@@ -39,8 +42,8 @@ bool isWithin(std::string_view path, std::string_view folder) {
 
 }  // namespace
 
-DirectoryWatcher::DirectoryWatcher(std::size_t limit)
-    : inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), limit_(limit) {}
+DirectoryWatcher::DirectoryWatcher(std::size_t limit, Interest interest)
+    : inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), limit_(limit), interest_(interest) {}
 
 DirectoryWatcher::~DirectoryWatcher() {
   if (inotify_ >= 0) close(inotify_);
@@ -66,14 +69,22 @@ void DirectoryWatcher::removeClient(Client client) {
   clients_.erase(found);
 }
 
+void DirectoryWatcher::setModest(Client client, bool modest) {
+  const std::lock_guard lock(mutex_);
+  if (const auto found = clients_.find(client); found != clients_.end())
+    found->second.modest = modest;
+}
+
 DirectoryWatcher::Outcome DirectoryWatcher::add(Client client, const std::string& folder) {
   // With the lock held, so that no event of the new watch is looked up before it is entered.
   const std::lock_guard lock(mutex_);
   const auto subscriber = clients_.find(client);
   if (subscriber == clients_.end()) return Outcome::NotThere;
-  if (watches_.size() >= limit_ && !subscriber->second.folders.contains(folder))
+  const std::size_t limit = subscriber->second.modest ? limit_ / 2 : limit_;
+  if (watches_.size() >= limit && !subscriber->second.folders.contains(folder))
     return Outcome::LimitReached;
-  const int watch = inotify_add_watch(inotify_, folder.c_str(), kMask);
+  const std::uint32_t mask = interest_ == Interest::Names ? kMask & ~kChangesOfEntries : kMask;
+  const int watch = inotify_add_watch(inotify_, folder.c_str(), mask);
   if (watch < 0) return errno == ENOSPC ? Outcome::LimitReached : Outcome::NotThere;
   const auto [at, isNew] = subscriber->second.folders.try_emplace(folder, watch);
   if (!isNew && at->second == watch) return Outcome::WatchedBefore;
@@ -81,6 +92,16 @@ DirectoryWatcher::Outcome DirectoryWatcher::add(Client client, const std::string
   if (!isNew) release(client, folder, std::exchange(at->second, watch));
   watches_[watch].watchers.emplace_back(client, folder);
   return Outcome::Watched;
+}
+
+void DirectoryWatcher::remove(Client client, const std::string& folder) {
+  const std::lock_guard lock(mutex_);
+  const auto subscriber = clients_.find(client);
+  if (subscriber == clients_.end()) return;
+  const auto found = subscriber->second.folders.find(folder);
+  if (found == subscriber->second.folders.end()) return;
+  release(client, folder, found->second);
+  subscriber->second.folders.erase(found);
 }
 
 void DirectoryWatcher::removeWithin(Client client, std::string_view folder) {

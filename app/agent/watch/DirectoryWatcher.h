@@ -42,8 +42,13 @@ class DirectoryWatcher {
     LimitReached,  // no more folders can be watched
   };
 
+  enum class Interest {
+    Everything,
+    Names,  // which entries there are, and which were written; not each change of one
+  };
+
   // At most `limit` folders are watched at a time, fewer when the system says so.
-  explicit DirectoryWatcher(std::size_t limit);
+  explicit DirectoryWatcher(std::size_t limit, Interest interest = Interest::Everything);
   ~DirectoryWatcher();
   DirectoryWatcher(const DirectoryWatcher&) = delete;
   DirectoryWatcher& operator=(const DirectoryWatcher&) = delete;
@@ -55,9 +60,13 @@ class DirectoryWatcher {
   Client addClient(Handler handler);
   // Main thread. Ends all its watches; its handler is not called any more.
   void removeClient(Client client);
+  // Any thread. A modest client leaves half of the watches to the others.
+  void setModest(Client client, bool modest);
 
   // Any thread. Links are not followed.
   Outcome add(Client client, const std::string& folder);
+  // Any thread. Ends the client's watch of the folder alone.
+  void remove(Client client, const std::string& folder);
   // Any thread. Ends the client's watches of the folder and of all below it.
   void removeWithin(Client client, std::string_view folder);
 
@@ -78,6 +87,7 @@ class DirectoryWatcher {
   struct Subscriber {
     std::shared_ptr<const Handler> handler;
     std::map<std::string, int, std::less<>> folders;
+    bool modest = false;
   };
 
   void deliver(int watch, std::uint32_t mask, std::string_view name);
@@ -89,7 +99,8 @@ class DirectoryWatcher {
   void forget(Client client, const std::string& folder, int watch);
 
   int inotify_ = -1;
-  std::size_t limit_;
+  const std::size_t limit_;
+  const Interest interest_;
   mutable std::mutex mutex_;  // guards all below; never held while a handler runs
   std::unordered_map<int, Watch> watches_;
   std::unordered_map<Client, Subscriber> clients_;

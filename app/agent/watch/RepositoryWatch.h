@@ -45,6 +45,9 @@ class RepositoryWatch {
   // After the references were read: watches the folders that git has made for new ones.
   void followReferences();
 
+  // Whether it leaves half of all watches to others.
+  void setModest(bool modest) { watcher_.setModest(client_, modest); }
+
   // Every folder that should be watched is, or will be once the walk under way has ended.
   bool isComplete() const { return !limitReached_; }
 

@@ -339,6 +339,128 @@ TEST_F(RepositoryRegistryTest, AMovedRepositoryIsOpenedAnewWhereItIs) {
   EXPECT_TRUE(waitFor([&] { return word("moved/sub/f") == KPStatusWorkdirModified; }));
 }
 
+TEST_F(RepositoryRegistryTest, AWorkingCopyThatComesIntoBeingAroundAShownFolderIsOpened) {
+  sandbox_.makeFolder("plain/sub");
+  start();
+  open("plain/sub");
+  settle();
+  EXPECT_EQ(selectors(), Selectors());
+  sandbox_.init("plain");
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  EXPECT_EQ(pathOfOpened(), sandbox_.path("plain"));
+  ASSERT_TRUE(waitForCount("beginObservingDirectoryAtURL:", 1));
+  EXPECT_EQ(last("beginObservingDirectoryAtURL:").url().value().path(), sandbox_.path("plain/sub"));
+}
+
+TEST_F(RepositoryRegistryTest, AWorkingCopyThatGoesIsTakenAndOpenedAnewWhenItComesBack) {
+  start();
+  open("r");
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  ports_.forgetSent();
+  fs::rename(sandbox_.path("r/.git"), sandbox_.path("git"));
+  ASSERT_TRUE(waitForCount("setIdentifier:", 1));
+  EXPECT_EQ(last("setGitUrl:").url().value().path(), sandbox_.path("r"));
+  EXPECT_TRUE(last("setIdentifier:").isNil());
+  EXPECT_EQ(last("setStatusInfo:")["KPRepositoryStatus"].size(), 0U);
+  ports_.forgetSent();
+  fs::rename(sandbox_.path("git"), sandbox_.path("r/.git"));
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  EXPECT_EQ(selectors(), (Selectors{"openRepositoryWithUrls:", "setIdentifier:", "setGitUrl:",
+                                    "setStatusInfo:", "beginObservingDirectoryAtURL:"}));
+  EXPECT_EQ(FileIdentifier::fromObject(last("setIdentifier:")), identifierOf("r"));
+  // It is watched as before.
+  sandbox_.write("r/new", "1\n");
+  EXPECT_TRUE(waitFor([&] { return word("r/new") == KPStatusWorkdirNew; }));
+}
+
+TEST_F(RepositoryRegistryTest, OneInThePlaceOfAnotherIsOpenedWithoutBeingAskedFor) {
+  sandbox_.init("other");
+  sandbox_.write("other/g", "1\n");
+  start();
+  open("r", true);
+  open("r/sub", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  ports_.forgetSent();
+  fs::rename(sandbox_.path("r"), sandbox_.path("away"));
+  fs::rename(sandbox_.path("other"), sandbox_.path("r"));
+  ASSERT_TRUE(waitFor([&] {
+    return count("openRepositoryWithUrls:") > 0 && count("setStatusInfo:") > 0 &&
+           word("r/g") == KPStatusWorkdirNew;
+  }));
+  EXPECT_EQ(FileIdentifier::fromObject(lastMessage("setStatusInfo:")[kMessageTargetKey]),
+            identifierOf("r"));
+}
+
+// No event tells of that in the working copy itself.
+TEST_F(RepositoryRegistryTest, AMoveOfAFolderAboveIsNoticedWhereItIsShown) {
+  sandbox_.init("up/down/one");
+  sandbox_.init("up/down/two");
+  sandbox_.write("up/down/two/g", "1\n");
+  start();
+  open("up/down/one", true);
+  open("up/down/two", true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 2));
+  settle();
+  ports_.forgetSent();
+  fs::rename(sandbox_.path("up"), sandbox_.path("other"));
+  open("other/down/two");
+  ASSERT_TRUE(waitForCount("openRepositoryWithUrls:", 1));
+  EXPECT_EQ(pathOfOpened(), sandbox_.path("other/down/two"));
+  sandbox_.write("other/down/two/h", "1\n");
+  EXPECT_TRUE(waitFor([&] {
+    return count("setStatusInfo:") > 0 && word("other/down/two/h") == KPStatusWorkdirNew;
+  }));
+}
+
+TEST_F(RepositoryRegistryTest, WorkingCopiesDirectlyInAShownFolderAreOpened) {
+  sandbox_.init("code/a");
+  sandbox_.init("code/deep/b");
+  sandbox_.makeFolder("code/later");
+  start();
+  open("code");
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  EXPECT_EQ(pathOfOpened(), sandbox_.path("code/a"));
+  EXPECT_EQ(registry_->count(), 1U);
+  sandbox_.init("code/later");
+  ASSERT_TRUE(waitForCount("openRepositoryWithUrls:", 2));
+  EXPECT_EQ(pathOfOpened(), sandbox_.path("code/later"));
+  sandbox_.init("code/new");
+  ASSERT_TRUE(waitForCount("openRepositoryWithUrls:", 3));
+  EXPECT_EQ(pathOfOpened(), sandbox_.path("code/new"));
+  fs::rename(sandbox_.path("code/a"), sandbox_.path("code/renamed"));
+  ASSERT_TRUE(waitForCount("openRepositoryWithUrls:", 4));
+  EXPECT_EQ(pathOfOpened(), sandbox_.path("code/renamed"));
+  settle();
+  EXPECT_EQ(registry_->count(), 3U);
+}
+
+TEST_F(RepositoryRegistryTest, OfThoseNobodyAskedForTheLimitIsKeptAndTheNewestFolderCounts) {
+  for (const char* name : {"a", "b", "c", "d"}) {
+    sandbox_.init(std::string("code/") + name);
+    sandbox_.init(std::string("more/") + name);
+  }
+  start("git", 10000, std::chrono::minutes(10), 3);
+  open("code");
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 3));
+  settle();
+  EXPECT_EQ(registry_->count(), 3U);
+  ports_.forgetSent();
+  open("more");
+  ASSERT_TRUE(waitForCount("openRepositoryWithUrls:", 3));
+  settle();
+  EXPECT_EQ(registry_->count(), 3U);
+  EXPECT_EQ(count("setIdentifier:"), 3U) << "the others are taken away";
+  EXPECT_NE(pathOfOpened().find("/more/"), std::string::npos);
+  // One that is asked for does not count.
+  open("code/a");
+  settle();
+  EXPECT_EQ(registry_->count(), 4U);
+}
+
 TEST_F(RepositoryRegistryTest, AFolderThatIsNoRepositoryAnyMoreIsClosed) {
   start();
   open("r", true);

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "agent/link/ExtensionPort.h"
+#include "agent/watch/DirectoryWatcher.h"
+#include "linux/base/MainLoop.h"
+
+namespace kelpie::agent {
+
+// The folders that extensions show, as far as this application can know: it is not told when one
+// goes out of sight. Watches, by names alone, whether a working copy comes into being or goes at a
+// folder, above it, or directly in it. Main thread but where noted.
+class ShownFolders {
+ public:
+  struct Callbacks {
+    // The working copy that holds the folder may be another one now.
+    std::function<void(const std::string& folder)> folderDoubted;
+    // In the folder, which is shown, the entry at that path may have become a working copy.
+    std::function<void(const std::string& folder, const std::string& entry)> entryDoubted;
+  };
+
+  // `names` is a watcher that is interested in names. All outlive this.
+  ShownFolders(MainLoop& loop, DirectoryWatcher& names, Callbacks callbacks);
+  ~ShownFolders();
+  ShownFolders(const ShownFolders&) = delete;
+  ShownFolders& operator=(const ShownFolders&) = delete;
+
+  // The extension shows the folder (absolute, bytes).
+  void add(const std::string& folder, const std::shared_ptr<ExtensionPort>& port);
+  // The extension is gone.
+  void forget(const std::string& portName);
+  // The extensions that show the folder.
+  std::vector<std::shared_ptr<ExtensionPort>> extensionsOf(const std::string& folder) const;
+  std::size_t count() const { return folders_.size(); }
+
+  // At that path, a working copy may have come or gone: what is shown there and below is doubted
+  // soon, once.
+  void doubt(const std::string& path);
+
+  // Any thread; blocks while the file system answers. Watches a folder that is shown, and those
+  // above it. To be called before one looks which working copy holds it.
+  void watch(const std::string& folder) const;
+  // Any thread. Watches one more folder, such as one in a folder that is shown. False when it
+  // cannot be watched.
+  bool watchAlso(const std::string& folder) const;
+
+  // Beyond these the one that was shown first is forgotten.
+  static constexpr std::size_t kMaximum = 1000;
+
+ private:
+  struct Folder {
+    std::map<std::string, std::weak_ptr<ExtensionPort>> ports;
+    std::uint64_t age = 0;  // the higher, the later it was shown
+  };
+
+  void happened(const DirectoryWatcher::Event& event);
+  void forgetOldest();
+  // The folder at the path is shown, or one below it.
+  bool isShownWithin(const std::string& path) const;
+  void tell();
+
+  MainLoop& loop_;
+  DirectoryWatcher& names_;
+  const Callbacks callbacks_;
+  DirectoryWatcher::Client client_;
+  std::map<std::string, Folder, std::less<>> folders_;
+  std::uint64_t lastAge_ = 0;
+  std::set<std::string> doubted_;
+  std::unique_ptr<MainLoop::Source> timer_;
+};
+
+}  // namespace kelpie::agent
