@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Configuration.h"
+#include "agent/UndoProgram.h"
 #include "linux/base/ProcessEnd.h"
 #include "linux/base/ProgramArguments.h"
 #include "linux/base/StderrLog.h"
@@ -17,7 +18,7 @@ namespace kelpie::agent {
 namespace {
 
 constexpr std::string_view kHelp =
-    "Usage: kelpie-agent [--version | --help]\n"
+    "Usage: kelpie-agent [--version | --help | --undo FOLDER]\n"
     "\n"
     "Reads the state of git working copies for the file managers' extension, and carries out\n"
     "what is chosen from its menus. It works until the session ends; of several copies one\n"
@@ -25,6 +26,7 @@ constexpr std::string_view kHelp =
     "\n"
     "  --version  print the version and end\n"
     "  --help     print this and end\n"
+    "  --undo     bring back what the last action there put aside, and end\n"
     "\n"
     "Settings are in $XDG_CONFIG_HOME/kelpie/agent.conf. The log goes to standard error.\n";
 
@@ -34,6 +36,8 @@ constexpr std::chrono::milliseconds kBusLimit{2000};
 }  // namespace
 
 int AgentProgram::main(std::span<char* const> arguments) {
+  if (arguments.size() == 2 && std::string_view(arguments.front()) == "--undo")
+    return UndoProgram::main(arguments.back());
   if (!arguments.empty()) return answerProgramArgument(arguments.front(), "kelpie-agent", kHelp);
   std::signal(SIGPIPE, SIG_IGN);  // of a log that nobody reads
   StderrLog log;

@@ -39,6 +39,8 @@ class ActionJob {
   const ActionRequest& request() const { return request_; }
   const ActionTarget& target() const { return target_; }
   const WorkingCopy& workingCopy() const { return context_.workingCopy; }
+  // What the action is called.
+  std::string_view label() const { return rule_.label; }
   // Runs in the root of the working copy; for a creation, in the folder.
   const GitCommand& git() const { return git_; }
   // The references, those of now when nobody told them; null when git does not tell them either.

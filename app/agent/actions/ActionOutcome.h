@@ -21,12 +21,14 @@ struct ActionOutcome {
   std::string message;
   // Programs with a window, which are to be started and left to the user.
   std::vector<ProgramCall> windows;
+  // What it destroyed was put aside: the action "undoDiscard:" brings it back.
+  bool canBeUndone = false;
 
   static ActionOutcome done() { return {}; }
-  static ActionOutcome cancelled() { return {End::Cancelled, {}, {}}; }
-  static ActionOutcome failed(std::string why) { return {End::Failed, std::move(why), {}}; }
+  static ActionOutcome cancelled() { return {End::Cancelled, {}, {}, false}; }
+  static ActionOutcome failed(std::string why) { return {End::Failed, std::move(why), {}, false}; }
   static ActionOutcome opens(std::vector<ProgramCall> windows) {
-    return {End::Done, {}, std::move(windows)};
+    return {End::Done, {}, std::move(windows), false};
   }
   // Done, or failed with the program's own words.
   static ActionOutcome of(const ProgramResult& result) {

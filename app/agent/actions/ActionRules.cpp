@@ -3,6 +3,7 @@
 #include "agent/actions/BranchActions.h"
 #include "agent/actions/ConflictActions.h"
 #include "agent/actions/CreationActions.h"
+#include "agent/actions/DiscardActions.h"
 #include "agent/actions/FileActions.h"
 #include "agent/actions/GitflowActions.h"
 #include "agent/actions/LfsActions.h"
@@ -14,9 +15,9 @@
 namespace kelpie::agent {
 
 std::vector<std::span<const ActionRule>> ActionRules::all() {
-  return {fileActions(),   conflictActions(),  stashActions(),   branchActions(),
-          remoteActions(), submoduleActions(), gitflowActions(), lfsActions(),
-          windowActions(), creationActions()};
+  return {fileActions(),   discardActions(), conflictActions(),  stashActions(),
+          branchActions(), remoteActions(),  submoduleActions(), gitflowActions(),
+          lfsActions(),    windowActions(),  creationActions()};
 }
 
 const ActionRule* ActionRules::find(std::string_view action) {

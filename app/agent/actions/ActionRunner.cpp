@@ -15,6 +15,13 @@ constexpr const char* kWindowLabel = "org.kelpie.Kelpie.Windows";
 constexpr std::size_t kMostWaiting = 32;
 constexpr std::size_t kMostWindows = 64;
 
+// As the shell reads it, whatever is in it.
+std::string shellWord(const std::string& text) {
+  std::string word = "'";
+  for (const char each : text) each == '\'' ? word.append("'\\''") : word.append(1, each);
+  return word + "'";
+}
+
 std::string laneOf(const ActionRequest& request, const ActionContext& context) {
   if (request.kind == ActionRequest::Kind::Creation && !request.paths.empty())
     return request.paths.front();
@@ -67,8 +74,16 @@ void ActionRunner::ended(const ActionRequest& request, const ActionContext& cont
                          const ActionOutcome& outcome) {
   leaveLane(laneOf(request, context));
   if (outcome.end == ActionOutcome::End::Failed) report(request, outcome.message);
+  if (outcome.canBeUndone) offerUndo(request, context);
   for (const ProgramCall& window : outcome.windows) start(request, window);
   if (callbacks_.ended) callbacks_.ended(request, context, outcome);
+}
+
+void ActionRunner::offerUndo(const ActionRequest& request, const ActionContext& context) {
+  const ActionRule* rule = ActionRules::find(request.action);
+  const std::string label(rule == nullptr ? request.action : rule->label);
+  notifier_.notify(label, "What it replaced was put aside. To bring it back:\nkelpie undo " +
+                              shellWord(context.workingCopy.root));
 }
 
 // Each window keeps its own queue busy until it is closed.

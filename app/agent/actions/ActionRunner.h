@@ -50,6 +50,8 @@ class ActionRunner {
              const ActionOutcome& outcome);
   void leaveLane(const std::string& key);
   void start(const ActionRequest& request, const ProgramCall& window);
+  // Tells how to bring back what the action put aside.
+  void offerUndo(const ActionRequest& request, const ActionContext& context);
   void report(const ActionRequest& request, const std::string& message);
 
   std::shared_ptr<const ActionJob::Means> means_;

@@ -5,9 +5,15 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include "agent/actions/ActionJob.h"
+#include "agent/actions/IndexListing.h"
+#include "agent/actions/SafeReplacement.h"
+#include "agent/actions/TreeListing.h"
 
 namespace kelpie::agent {
 namespace {
@@ -16,14 +22,60 @@ namespace fs = std::filesystem;
 
 // How far a reset goes, in the order in which the user is offered it.
 struct ResetKind {
-  const char* option;
+  std::string_view option;
   const char* words;
 };
+constexpr std::string_view kHard = "--hard";
 constexpr std::array<ResetKind, 3> kResets = {{
     {"--mixed", "Mixed: keep the files as they are, reset what is staged"},
     {"--soft", "Soft: keep the files and what is staged"},
-    {"--hard", "Hard: reset everything; changes that are not committed are LOST"},
+    {kHard, "Hard: reset everything; changes that are not committed are LOST"},
 }};
+
+// What a hard reset replaces: all changes of tracked files, and what stands in the place of files
+// that the commit has and the index does not.
+std::variant<SafeReplacement::Sites, ActionOutcome> planHardReset(const ActionJob& job) {
+  const auto any = [](std::string_view) { return true; };
+  SafeReplacement::Site site{
+      job.workingCopy(), {}, SafeReplacement::statusOf(job.git(), job.workingCopy())};
+  const auto tree = TreeListing::read(job.git(), job.target().reference->fullName, any);
+  const auto index = IndexListing::read(job.git(), any);
+  if (site.status == nullptr || !tree || !index)
+    return ActionOutcome::failed("The status could not be read. Nothing was done.");
+  const auto add = [&](const std::string& path) {
+    const TreeEntry* entry = tree->find(path);
+    site.plan.targets.emplace(path, entry == nullptr ? std::nullopt : std::optional(*entry));
+    site.plan.items.insert(path);
+  };
+  for (const StatusItem& item : site.status->items())
+    if (item.word != KPStatusIgnored && item.word != KPStatusWorkdirNew) {
+      add(item.path);
+      if (!item.renamedFrom.empty()) add(item.renamedFrom);
+    }
+  for (const auto& [path, entry] : tree->entries())
+    if (index->at(path).empty()) add(path);
+  return SafeReplacement::Sites{std::move(site)};
+}
+
+std::string hardResetQuestion(const ActionJob& job, const SafeReplacement::Sites& sites) {
+  const std::size_t count = sites.front().survey.atStake().size();
+  if (count == 0) return {};
+  return "Reset everything to " + job.target().name + "?\n\n" + std::to_string(count) +
+         " item(s) are changed and not committed, or untracked, and will be replaced.";
+}
+
+ActionOutcome resetHard(ActionJob& job) {
+  return SafeReplacement::run(
+      job,
+      {.plan = [&] { return planHardReset(job); },
+       .question =
+           [&](const SafeReplacement::Sites& sites) { return hardResetQuestion(job, sites); },
+       .carryOut =
+           [&](const SafeReplacement::Sites&) {
+             return job.change({"reset", "-q", "--hard", job.target().reference->fullName, "--"});
+           },
+       .touchesAll = true});
+}
 
 ActionOutcome reset(ActionJob& job) {
   std::vector<std::string> choices;
@@ -32,11 +84,14 @@ ActionOutcome reset(ActionJob& job) {
   const Dialogs::Answer answer =
       Dialogs::choose("Reset the current branch to " + job.target().name + ":", choices);
   if (!answer.given()) return job.unanswered(answer);
-  return job.change(
-      {"reset", "-q", kResets.at(answer.choice).option, job.target().reference->fullName, "--"});
+  const std::string_view option = kResets.at(answer.choice).option;
+  if (option == kHard) return resetHard(job);
+  return job.change({"reset", "-q", std::string(option), job.target().reference->fullName, "--"});
 }
 
-ActionOutcome merge(ActionJob& job) { return job.change({"merge", "-q", job.spokenName()}); }
+ActionOutcome merge(ActionJob& job) {
+  return job.change({"merge", "-q", "--no-overwrite-ignore", job.spokenName()});
+}
 
 ActionOutcome rebase(ActionJob& job) { return job.change({"rebase", "-q", job.spokenName()}); }
 
@@ -71,23 +126,47 @@ ActionOutcome renameBranch(ActionJob& job) {
 }
 
 // How many commits no other branch or tag has; missing when git does not tell.
-std::optional<std::string> commitsOfOnly(const ActionJob& job, const Reference& branch) {
-  const ProgramResult counted =
-      job.git().ask({"rev-list", "--count", branch.fullName, "--not",
-                     "--exclude=" + branch.shortName, "--branches", "--remotes", "--tags", "--"});
+std::optional<std::string> commitsOfOnly(const ActionJob& job, const Reference& reference) {
+  Arguments arguments = {"rev-list", "--count", reference.fullName, "--not",
+                         "--exclude=" + reference.shortName};
+  // What is excluded is so from the next kind only.
+  if (reference.kind == ReferenceKind::Tag)
+    arguments.insert(arguments.end(), {"--tags", "--branches", "--remotes", "--"});
+  else
+    arguments.insert(arguments.end(), {"--branches", "--remotes", "--tags", "--"});
+  const ProgramResult counted = job.git().ask(arguments);
   if (!counted.succeeded()) return std::nullopt;
   return counted.output.substr(0, counted.output.find('\n'));
 }
 
+// Asks, and asks again when the reference has moved meanwhile: then other commits are lost.
+ActionOutcome deleteReference(const ActionJob& job, const std::string& what,
+                              const Arguments& arguments) {
+  const Reference& reference = *job.target().reference;
+  const auto tip = [&] {
+    return job.git().ask({"rev-parse", "--verify", "--quiet", reference.fullName}).output;
+  };
+  for (std::string before = tip();;) {
+    const std::optional<std::string> lost = commitsOfOnly(job, reference);
+    std::string question = "Delete the " + what + " " + job.target().name + "?";
+    if (lost != "0")
+      question +=
+          "\n\n" + lost.value_or("Its") + " commit(s) are in no other branch and will be lost.";
+    if (std::optional<ActionOutcome> no = job.refused(question)) return *no;
+    if (std::string now = tip(); now != before)
+      before = std::move(now);
+    else
+      return job.change(arguments);
+  }
+}
+
 ActionOutcome deleteBranch(ActionJob& job) {
-  const Reference& branch = *job.target().reference;
-  const std::optional<std::string> lost = commitsOfOnly(job, branch);
-  std::string question = "Delete the branch " + job.target().name + "?";
-  if (lost != "0")
-    question +=
-        "\n\n" + lost.value_or("Its") + " commit(s) are in no other branch and will be lost.";
-  if (std::optional<ActionOutcome> no = job.refused(question)) return *no;
-  return job.change({"branch", "-q", "-D", "--", branch.shortName});
+  return deleteReference(job, "branch",
+                         {"branch", "-q", "-D", "--", job.target().reference->shortName});
+}
+
+ActionOutcome deleteTag(ActionJob& job) {
+  return deleteReference(job, "tag", {"tag", "-d", "--", job.target().reference->shortName});
 }
 
 // Only forwards: git refuses anything else by itself.
@@ -123,7 +202,7 @@ constexpr ActionRule kBranchActions[] = {
     {.action = "checkout:",
      .label = "Checkout",
      .subject = ActionSubject::LocalBranch,
-     .git = "switch -q --no-guess --end-of-options %name"},
+     .git = "switch -q --no-guess --no-overwrite-ignore --end-of-options %name"},
     {.action = "reset:", .label = "Reset", .subject = ActionSubject::Reference, .work = reset},
     {.action = "merge:", .label = "Merge", .subject = ActionSubject::Reference, .work = merge},
     {.action = "rebase:", .label = "Rebase", .subject = ActionSubject::Reference, .work = rebase},
@@ -146,8 +225,7 @@ constexpr ActionRule kBranchActions[] = {
     {.action = "deleteTags:",
      .label = "Delete Tag",
      .subject = ActionSubject::Tag,
-     .git = "tag -d -- %name",
-     .question = "Delete the tag %@?"},
+     .work = deleteTag},
     {.action = "fastForward:",
      .label = "Fast-Forward",
      .subject = ActionSubject::LocalBranch,

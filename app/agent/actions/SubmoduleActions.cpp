@@ -5,8 +5,12 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <variant>
 
 #include "agent/actions/ActionJob.h"
+#include "agent/actions/DiscardPlanner.h"
+#include "agent/actions/SafeReplacement.h"
 
 namespace kelpie::agent {
 namespace {
@@ -28,15 +32,47 @@ ActionOutcome addSubmodule(ActionJob& job) {
   return job.change({"submodule", "--quiet", "add", "--", url.text, path.text});
 }
 
-// The submodule's own repository stays in the git directory, and with it what was never pushed.
+// What the submodule holds that is in no commit of it.
+std::variant<SafeReplacement::Sites, ActionOutcome> changesIn(const ActionJob& job,
+                                                              const std::string& path) {
+  const std::string root = job.workingCopy().root + "/" + path;
+  std::error_code ignored;
+  if (!std::filesystem::exists(root + "/.git", ignored)) return SafeReplacement::Sites();
+  const auto found = WorkingCopyFinder(job.git()).find(root).workingCopy;
+  DiscardPlanner planner(job.git(), DiscardPlanner::InSubmodules::Untracked);
+  if (!found || found->root != root || !planner.planSubmodule(*found))
+    return ActionOutcome::failed("The status of the submodule could not be read.");
+  return std::move(planner).take();
+}
+
+std::string deletionQuestion(const ActionJob& job, const SafeReplacement::Sites& sites) {
+  std::size_t changed = 0;
+  for (const SafeReplacement::Site& site : sites) changed += site.plan.items.size();
+  std::string text =
+      "Delete the submodule " + job.target().name + " and its folder, with what is ignored in it?";
+  if (changed > 0)
+    text += "\n\n" + std::to_string(changed) +
+            " changed item(s) in it are not committed and will be deleted.";
+  return text;
+}
+
+// The submodule's own repository stays in the git directory, and with it what was never pushed and
+// what is put aside.
 ActionOutcome deleteSubmodule(ActionJob& job) {
-  const std::string& path = job.target().submodule->path;
+  const std::string path = job.target().submodule->path;
   const auto asArguments = GitCommand::Paths::AsArguments;
-  if (ActionOutcome outcome =
-          job.changePaths({"submodule", "--quiet", "deinit", "-f"}, {path}, asArguments);
-      !outcome.isDone())
-    return outcome;
-  return job.changePaths({"rm", "-q", "-f"}, {path}, asArguments);
+  return SafeReplacement::run(
+      job, {.plan = [&] { return changesIn(job, path); },
+            .question =
+                [&](const SafeReplacement::Sites& sites) { return deletionQuestion(job, sites); },
+            .carryOut =
+                [&](const SafeReplacement::Sites&) {
+                  ActionOutcome outcome = job.changePaths({"submodule", "--quiet", "deinit", "-f"},
+                                                          {path}, asArguments);
+                  return outcome.isDone() ? job.changePaths({"rm", "-q", "-f"}, {path}, asArguments)
+                                          : outcome;
+                },
+            .touchesAll = true});
 }
 
 ActionOutcome showSubmoduleSettings(ActionJob& job) {
@@ -52,8 +88,6 @@ constexpr ActionRule kSubmoduleActions[] = {
     {.action = "deleteSubmodules:",
      .label = "Delete Submodule",
      .subject = ActionSubject::Submodule,
-     .question = "Delete the submodule %@ and its folder?\n\nChanges in it that are not committed "
-                 "will be lost.",
      .work = deleteSubmodule},
     {.action = "showSubmoduleSettings:",
      .label = "Submodule Settings",

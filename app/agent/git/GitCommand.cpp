@@ -78,6 +78,14 @@ ProgramResult GitCommand::change(const Arguments& arguments) const {
   return Subprocess::run(changeCall(arguments));
 }
 
+ProgramResult GitCommand::changeWith(const Arguments& arguments, Given given) const {
+  ProgramCall change = changeCall(arguments);
+  change.input = std::move(given.input);
+  for (auto& variable : given.environment) change.environment.push_back(std::move(variable));
+  change.maximumOutput = kMaximumAnswer;
+  return Subprocess::run(change);
+}
+
 ProgramResult GitCommand::changePaths(const Arguments& arguments,
                                       const std::vector<std::string>& paths, Paths how) const {
   ProgramResult result;

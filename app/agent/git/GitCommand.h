@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "agent/git/Subprocess.h"
@@ -9,6 +10,8 @@
 namespace kelpie::agent {
 
 using Arguments = std::vector<std::string>;
+// Names and values of variables.
+using Environment = std::vector<std::pair<std::string, std::string>>;
 
 // The `git` program, run in one folder. Every call blocks until git has ended, so no main loop
 // makes one. What the environment says of another repository (GIT_DIR and its like) is kept from
@@ -33,6 +36,12 @@ class GitCommand {
   // Has git change something. It never waits for a terminal or an editor: a message that would be
   // edited is taken as it is. Answers in the user's language, and may take its time.
   ProgramResult change(const Arguments& arguments) const;
+  // The same with something to read, and with variables of its own.
+  struct Given {
+    std::string input;
+    Environment environment;
+  };
+  ProgramResult changeWith(const Arguments& arguments, Given given) const;
 
   // As change(), for exactly the paths (relative to the folder, bytes), which git reads from its
   // input, or finds after "--" in as many calls as their number takes; that stops at the first

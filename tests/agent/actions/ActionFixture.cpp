@@ -15,6 +15,10 @@ namespace {
 // Takes the next answer from a file: the first word decides how it ends, a text goes to the output.
 constexpr const char* kZenity = R"(printf '%s\n' "$@" >> "$KELPIE_SANDBOX/asked"
 echo "--" >> "$KELPIE_SANDBOX/asked"
+if [ -e "$KELPIE_SANDBOX/meanwhile" ]; then
+  mv "$KELPIE_SANDBOX/meanwhile" "$KELPIE_SANDBOX/happened"
+  (cd "$KELPIE_SANDBOX/r" && sh "$KELPIE_SANDBOX/happened")
+fi
 answer=$(head -n 1 "$KELPIE_SANDBOX/answers")
 sed -i 1d "$KELPIE_SANDBOX/answers"
 case "$answer" in
@@ -64,6 +68,8 @@ void ActionFixture::answer(const std::vector<std::string>& answers) const {
   for (const std::string& each : answers) lines += each + "\n";
   sandbox.write("answers", lines);
 }
+
+void ActionFixture::meanwhile(std::string_view script) const { sandbox.write("meanwhile", script); }
 
 void ActionFixture::takeDialogsAway() { sandbox.setVariable("DISPLAY", ""); }
 

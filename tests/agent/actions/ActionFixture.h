@@ -27,6 +27,8 @@ class ActionFixture : public testing::Test {
 
   // The next dialogs get these answers, a line each: "yes", "no", or a text; those after them "no".
   void answer(const std::vector<std::string>& answers) const;
+  // While the next dialog is open, the shell runs this in "r".
+  void meanwhile(std::string_view script) const;
   // What the dialogs showed, an argument a line.
   std::string asked() const { return sandbox.read("asked"); }
   // Makes the runner anew, with the user's own commands of this text of [Tools].

@@ -35,7 +35,7 @@ TEST(ActionRules, EveryRuleIsOfOneActionAndCanBeCarriedOutInOneWay) {
       EXPECT_EQ(ways, rule.action == "quit:" ? 0 : 1) << rule.action;
     }
   }
-  EXPECT_EQ(seen.size(), 61U);
+  EXPECT_EQ(seen.size(), 62U);
 }
 
 TEST(ActionRules, WhatNobodyKnowsHasNoRule) {

@@ -98,6 +98,68 @@ TEST_F(BranchActionsTest, ResetGoesAsFarAsIsChosen) {
   EXPECT_EQ(sandbox.read("r/a"), "one\n");
 }
 
+TEST_F(BranchActionsTest, AHardResetNamesWhatIsLostAndPutsItAside) {
+  sandbox.write("r/x.o", "committed\n");
+  sandbox.commitAll("r", "with an object");
+  sandbox.git("r", {"tag", "v1"});
+  sandbox.git("r", {"rm", "-q", "x.o"});
+  sandbox.write("r/.gitignore", "*.o\n");
+  sandbox.commitAll("r", "without");
+  sandbox.write("r/a", "mine\n");
+  sandbox.write("r/x.o", "mine\n");
+  answer({"2", "no", "2", "yes"});
+  expectCancelled(runOn("reset:", "refs/tags/v1"));
+  EXPECT_NE(asked().find("2 item(s) are changed and not committed, or untracked"),
+            std::string::npos);
+  EXPECT_EQ(sandbox.read("r/x.o"), "mine\n");
+  expectDone(runOn("reset:", "refs/tags/v1"));
+  EXPECT_EQ(status(), "");
+  expectDone(run(request("undoDiscard:")));
+  EXPECT_EQ(sandbox.read("r/a"), "mine\n");
+  EXPECT_EQ(sandbox.read("r/x.o"), "mine\n");
+}
+
+TEST_F(BranchActionsTest, AHardResetAsksAgainAboutWhatChangedMeanwhile) {
+  sandbox.git("r", {"tag", "v1"});
+  sandbox.write("r/a", "mine\n");
+  answer({"2", "yes", "no"});
+  // The first dialog is the choice of how far, the second the question.
+  meanwhile("echo 'echo new > sub/b' > ../meanwhile");
+  expectCancelled(runOn("reset:", "refs/tags/v1"));
+  EXPECT_EQ(sandbox.read("r/sub/b"), "new\n");
+  EXPECT_EQ(sandbox.read("r/a"), "mine\n");
+}
+
+TEST_F(BranchActionsTest, CheckoutAndMergeDoNotOverwriteIgnoredFiles) {
+  sandbox.git("r", {"checkout", "-q", "-b", "other"});
+  sandbox.write("r/x.o", "committed\n");
+  sandbox.commitAll("r", "an object");
+  sandbox.git("r", {"checkout", "-q", "main"});
+  sandbox.write("r/.git/info/exclude", "*.o\n");
+  sandbox.write("r/x.o", "mine\n");
+  expectFailed(runOn("checkout:", "refs/heads/other"), "x.o");
+  expectFailed(runOn("merge:", "refs/heads/other"), "x.o");
+  EXPECT_EQ(sandbox.read("r/x.o"), "mine\n");
+}
+
+TEST_F(BranchActionsTest, ABranchThatMovesWhileTheQuestionIsOpenIsAskedAboutAgain) {
+  makeBranch("topic");
+  meanwhile("git update-ref refs/heads/topic $(git commit-tree -p topic -m more topic^{tree})");
+  answer({"yes", "no"});
+  expectCancelled(runOn("deleteBranches:", "refs/heads/topic"));
+  EXPECT_NE(asked().find("2 commit(s)"), std::string::npos);
+  EXPECT_TRUE(has("refs/heads/topic"));
+}
+
+TEST_F(BranchActionsTest, DeletingATagSaysWhatIsLost) {
+  makeBranch("topic");
+  sandbox.git("r", {"tag", "only", "topic"});
+  sandbox.git("r", {"branch", "-q", "-D", "topic"});
+  answer({"no"});
+  expectCancelled(runOn("deleteTags:", "refs/tags/only"));
+  EXPECT_NE(asked().find("1 commit(s)"), std::string::npos);
+}
+
 TEST_F(BranchActionsTest, ResetDoesNothingWithoutAnAnswer) {
   sandbox.git("r", {"tag", "v1"});
   sandbox.write("r/a", "two\n");

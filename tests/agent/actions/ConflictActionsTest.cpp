@@ -52,6 +52,43 @@ TEST_F(ConflictActionsTest, MarkAsResolvedTakesWhatTheWorkingFolderHas) {
   EXPECT_EQ(asked(), "");
 }
 
+TEST_F(ConflictActionsTest, MarkAsResolvedAsksWhereTheMarksOfTheConflictAreLeft) {
+  answer({"no", "yes"});
+  expectCancelled(runFiles("resolve:", {"a", "gone here"}, kPlain));
+  EXPECT_NE(asked().find("1 file(s) still hold the marks of the conflict, such as \"a\""),
+            std::string::npos);
+  EXPECT_EQ(conflicts(), "UU a\nDU \"gone here\"\nUD \"gone there\"\nAA new");
+  expectDone(runFiles("resolve:", {"a", "gone here"}, kPlain));
+  EXPECT_EQ(conflicts(), "M  a\nA  \"gone here\"\nUD \"gone there\"\nAA new");
+}
+
+TEST_F(ConflictActionsTest, MarkAsResolvedAsksAgainWhereMarksCameMeanwhile) {
+  sandbox.write("r/new", "by hand\n");
+  meanwhile("printf '<<<<<<< x\\n' > new");
+  answer({"yes", "no"});
+  expectCancelled(runFiles("resolve:", {"a", "new"}, kPlain));
+  EXPECT_NE(asked().find("2 file(s) still hold"), std::string::npos);
+  EXPECT_EQ(conflicts(), "UU a\nDU \"gone here\"\nUD \"gone there\"\nAA new");
+}
+
+TEST_F(ConflictActionsTest, MarkAsResolvedOfAFolderTakesTheConflictsOnly) {
+  sandbox.write("r/untracked", "x");
+  sandbox.write("r/sub/b", "changed\n");
+  answer({"yes"});
+  expectDone(runFiles("resolve:", {sandbox.path("r")}, kPlain));
+  EXPECT_EQ(conflicts(), "M  a\nA  \"gone here\"\nM  new\n M sub/b\n?? untracked");
+}
+
+TEST_F(ConflictActionsTest, WhatAVersionReplacesCanBeHadBack) {
+  sandbox.write("r/a", "half done by hand\n");
+  answer({"yes"});
+  expectDone(runFiles("resolve:", {"a"}, kTheirs));
+  EXPECT_EQ(sandbox.read("r/a"), "theirs\n");
+  expectDone(run(request("undoDiscard:")));
+  EXPECT_EQ(sandbox.read("r/a"), "half done by hand\n");
+  EXPECT_EQ(conflicts(), "UU a\nDU \"gone here\"\nUD \"gone there\"\nAA new");
+}
+
 TEST_F(ConflictActionsTest, ResolveUsingOurs) {
   answer({"yes"});
   expectDone(runFiles("resolve:", all_, kOurs));

@@ -31,6 +31,97 @@ TEST_F(FileActionsTest, StageTakesTheWholeWorkingCopyWhenThatIsChosen) {
   EXPECT_EQ(status(), "A  new");
 }
 
+// More files than git is given as patterns.
+class ManyFilesTest : public FileActionsTest {
+ protected:
+  // The paths of so many new files, and the others.
+  std::vector<std::string> manyAnd(std::vector<std::string> others) const {
+    for (int i = 0; i < 150; ++i) {
+      others.push_back("many/" + std::to_string(i));
+      sandbox.write("r/" + others.back(), "x");
+    }
+    return others;
+  }
+  // What is staged but for the many.
+  std::string staged() const {
+    return sandbox.git("r",
+                       {"diff", "--cached", "--name-status", "--no-renames", "--", ".", ":!many"});
+  }
+  std::string stagedCount() const {
+    return sandbox.sh("cd r && git diff --cached --name-only -- many | wc -l");
+  }
+};
+
+TEST_F(ManyFilesTest, AreStagedAsAFewAre) {
+  sandbox.write("r/gone", "x");
+  sandbox.write("r/folder/x", "x");
+  sandbox.commitAll("r", "more");
+  sandbox.init("m");
+  sandbox.commitAll("m", "one");
+  sandbox.git("r", {"submodule", "--quiet", "add", sandbox.path("m"), "mod"});
+  sandbox.commitAll("r", "submodule");
+  sandbox.commitAll("r/mod", "two");
+  sandbox.remove("r/gone");
+  sandbox.sh("rm -r r/folder && ln -s nowhere r/folder && chmod 755 r/a");
+  sandbox.write("r/sub/new", "x");
+  sandbox.write("r/sub/not chosen", "x");
+  sandbox.write("r/*\n\xFF", "x");
+  sandbox.write("r/intended", "x");
+  sandbox.git("r", {"add", "-N", "intended"});
+  sandbox.write("r/.gitattributes", "*.txt filter=upper\n");
+  sandbox.git("r", {"config", "filter.upper.clean", "tr a-z A-Z"});
+  sandbox.write("r/filtered.txt", "small");
+  sandbox.write("r/tree/one", "x");
+  expectDone(runFiles("stage:", manyAnd({"gone", "folder", "a", "sub/new", "*\n\xFF", "intended",
+                                         "filtered.txt", "mod", "tree"})));
+  EXPECT_EQ(stagedCount(), "150");
+  EXPECT_EQ(staged(),
+            "A\t\"*\\n\\377\"\nM\ta\nA\tfiltered.txt\nA\tfolder\nD\tfolder/x\nD\tgone\n"
+            "A\tintended\nM\tmod\nA\tsub/new\nA\ttree/one");
+  EXPECT_EQ(sandbox.git("r", {"show", ":filtered.txt"}), "SMALL");
+}
+
+TEST_F(ManyFilesTest, AreRefusedWithAnIgnoredOneAmongThem) {
+  sandbox.write("r/.git/info/exclude", "*.o\n");
+  sandbox.write("r/:(top)x.o", "x");
+  expectFailed(runFiles("stage:", manyAnd({":(top)x.o"})), "\":(top)x.o\" is ignored");
+  EXPECT_EQ(stagedCount(), "0");
+}
+
+TEST_F(ManyFilesTest, AreRefusedWithAMissingOneAmongThem) {
+  expectFailed(runFiles("stage:", manyAnd({"missing"})), "\"missing\" is not there");
+  EXPECT_EQ(stagedCount(), "0");
+}
+
+TEST_F(ManyFilesTest, AreRefusedWithOneOfASubmoduleAmongThem) {
+  sandbox.init("m");
+  sandbox.commitAll("m", "one");
+  sandbox.git("r", {"submodule", "--quiet", "add", sandbox.path("m"), "mod"});
+  sandbox.commitAll("r", "submodule");
+  sandbox.write("r/mod/deep/x", "x");
+  expectFailed(runFiles("stage:", manyAnd({"mod/deep/x"})), "in a repository of its own");
+  EXPECT_EQ(stagedCount(), "0");
+}
+
+TEST_F(ManyFilesTest, AConflictAmongThemIsResolved) {
+  makeConflict();
+  sandbox.write("r/a", "both\n");
+  expectDone(runFiles("stage:", manyAnd({"a"})));
+  EXPECT_EQ(sandbox.git("r", {"ls-files", "--unmerged"}), "");
+}
+
+TEST_F(ManyFilesTest, AreUnstagedAsAFewAre) {
+  sandbox.write("r/a", "two\n");
+  sandbox.remove("r/sub/b");
+  sandbox.write("r/other", "x");
+  const std::vector<std::string> paths = manyAnd({"a", "sub"});
+  sandbox.git("r", {"add", "-A"});
+  expectDone(runFiles("unstage:", paths));
+  EXPECT_EQ(staged(), "A\tother");
+  EXPECT_EQ(stagedCount(), "0");
+  EXPECT_EQ(sandbox.read("r/a"), "two\n");
+}
+
 TEST_F(FileActionsTest, AFailureIsToldInGitsWords) {
   const ActionOutcome outcome = runFiles("stage:", {"a", "missing"});
   expectFailed(outcome, "missing");
@@ -64,51 +155,6 @@ TEST_F(FileActionsTest, UnstageBeforeTheFirstCommit) {
   EXPECT_EQ(status("r2"), "?? x");
 }
 
-TEST_F(FileActionsTest, DiscardAsksFirst) {
-  sandbox.write("r/a", "two\n");
-  answer({"no"});
-  expectCancelled(runFiles("discard:", {"a"}));
-  EXPECT_EQ(sandbox.read("r/a"), "two\n");
-  EXPECT_NE(asked().find("\"a\""), std::string::npos);
-  EXPECT_TRUE(notifier.shown.empty());
-}
-
-TEST_F(FileActionsTest, DiscardRefusesWhenItCannotAsk) {
-  sandbox.write("r/a", "two\n");
-  takeDialogsAway();
-  expectFailed(runFiles("discard:", {"a"}), "no way to ask");
-  EXPECT_EQ(sandbox.read("r/a"), "two\n");
-  EXPECT_EQ(notifier.shown.size(), 1U);
-}
-
-TEST_F(FileActionsTest, DiscardGoesBackToTheCommitAndDeletesWhatIsNew) {
-  sandbox.write("r/a", "two\n");
-  sandbox.write("r/untracked", "");
-  sandbox.write("r/staged", "");
-  sandbox.write("r/kept", "");
-  sandbox.git("r", {"add", "a", "staged"});
-  sandbox.remove("r/sub/b");
-  answer({"yes"});
-  expectDone(runFiles("discard:", {"a", "untracked", "staged", "sub/b"}));
-  EXPECT_EQ(status(), "?? kept");
-  EXPECT_EQ(sandbox.read("r/a"), "one\n");
-  EXPECT_TRUE(sandbox.exists("r/sub/b"));
-  EXPECT_NE(asked().find("4 changed item(s)"), std::string::npos);
-  EXPECT_NE(asked().find("2 of them"), std::string::npos);
-}
-
-TEST_F(FileActionsTest, DiscardOfAFolderLeavesIgnoredFilesAndOtherFolders) {
-  sandbox.write("r/.gitignore", "*.o\n");
-  sandbox.commitAll("r", "ignore");
-  for (const char* name : {"sub/x.o", "sub/deep/new", "sub/b", "new"})
-    sandbox.write("r/" + std::string(name), "new");
-  answer({"yes"});
-  expectDone(runFiles("discard:", {"sub"}));
-  EXPECT_EQ(status(), "?? new");
-  EXPECT_TRUE(sandbox.exists("r/sub/x.o"));
-  EXPECT_FALSE(sandbox.exists("r/sub/deep"));
-}
-
 TEST_F(FileActionsTest, DiscardAndUnstageTakeNamesAsTheyAre) {
   const std::vector<std::string> names = {"-f", "*", ":(top)x", "with\nline", "\xFF", " "};
   for (const std::string& name : names) sandbox.write("r/" + name, "x");
@@ -119,86 +165,6 @@ TEST_F(FileActionsTest, DiscardAndUnstageTakeNamesAsTheyAre) {
   answer({"yes"});
   expectDone(runFiles("discard:", names));
   EXPECT_EQ(status(), "A  other");
-}
-
-TEST_F(FileActionsTest, DiscardOfARenameBringsTheFormerNameBack) {
-  sandbox.git("r", {"mv", "a", "c"});
-  answer({"yes"});
-  expectDone(runFiles("discard:", {"c"}));
-  EXPECT_EQ(status(), "");
-  EXPECT_TRUE(sandbox.exists("r/a"));
-}
-
-TEST_F(FileActionsTest, DiscardOfAConflictGoesBackToTheCommit) {
-  makeConflict();
-  answer({"yes"});
-  expectDone(runFiles("discard:", {"a"}));
-  EXPECT_EQ(sandbox.read("r/a"), "ours\n");
-  EXPECT_EQ(status(), "");
-}
-
-TEST_F(FileActionsTest, DiscardOfASubmoduleBringsItsCommitBack) {
-  sandbox.init("m");
-  sandbox.write("m/x", "one\n");
-  sandbox.commitAll("m", "one");
-  sandbox.git("r", {"submodule", "--quiet", "add", sandbox.path("m"), "mod"});
-  sandbox.commitAll("r", "submodule");
-  sandbox.write("r/mod/x", "two\n");
-  sandbox.commitAll("r/mod", "two");
-  EXPECT_EQ(status(), " M mod");
-  answer({"yes"});
-  expectDone(runFiles("discard:", {"mod"}));
-  EXPECT_EQ(status(), "");
-  EXPECT_EQ(sandbox.read("r/mod/x"), "one\n");
-}
-
-TEST_F(FileActionsTest, DiscardWithoutChangesSaysSo) {
-  expectFailed(runFiles("discard:", {"a"}), "no changes");
-  EXPECT_EQ(asked(), "");
-}
-
-TEST_F(FileActionsTest, DiscardAllAsksAndEndsAMerge) {
-  makeConflict();
-  sandbox.write("r/new", "");
-  answer({"no"});
-  expectCancelled(run(request("discardAll:")));
-  EXPECT_TRUE(sandbox.exists("r/new"));
-  answer({"yes"});
-  expectDone(run(request("discardAll:")));
-  EXPECT_EQ(status(), "");
-  EXPECT_FALSE(sandbox.exists("r/new"));
-  EXPECT_FALSE(sandbox.exists("r/.git/MERGE_HEAD"));
-}
-
-TEST_F(FileActionsTest, DiscardAllBeforeTheFirstCommit) {
-  sandbox.init("r2");
-  sandbox.write("r2/x", "");
-  sandbox.git("r2", {"add", "x"});
-  answer({"yes"});
-  expectDone(run(request("discardAll:"), context("r2")));
-  EXPECT_EQ(status("r2"), "");
-  EXPECT_FALSE(sandbox.exists("r2/x"));
-}
-
-TEST_F(FileActionsTest, RevertTakesTheFilesOfTheReference) {
-  sandbox.git("r", {"branch", "old/one"});
-  sandbox.write("r/a", "two\n");
-  sandbox.commitAll("r", "second");
-  expectDone(runOn("revertItems:", "refs/heads/old/one", {"a"}));
-  EXPECT_EQ(sandbox.read("r/a"), "one\n");
-  EXPECT_EQ(status(), "M  a");
-  EXPECT_EQ(asked(), "") << "nothing is lost";
-}
-
-TEST_F(FileActionsTest, RevertAsksWhenChangesWouldBeLost) {
-  sandbox.git("r", {"tag", "v1"});
-  sandbox.write("r/a", "two\n");
-  answer({"no"});
-  expectCancelled(runOn("revertItems:", "refs/tags/v1", {"a"}));
-  EXPECT_EQ(sandbox.read("r/a"), "two\n");
-  answer({"yes"});
-  expectDone(runOn("revertItems:", "refs/tags/v1", {"a"}));
-  EXPECT_EQ(sandbox.read("r/a"), "one\n");
 }
 
 TEST_F(FileActionsTest, IgnoreWritesAPatternForExactlyTheItem) {

@@ -48,6 +48,18 @@ TEST_F(SubmoduleActionsTest, DeletesASubmoduleAfterAskingAndKeepsItsRepository) 
   EXPECT_EQ(sandbox.git("r", {"ls-files", "deep"}), "");
 }
 
+TEST_F(SubmoduleActionsTest, WhatADeletedSubmoduleHeldIsCountedAndPutAside) {
+  addModule();
+  sandbox.write("r/deep/lib/x", "changed\n");
+  sandbox.write("r/deep/lib/new", "mine\n");
+  answer({"yes"});
+  expectDone(run(request("deleteSubmodules:", "deep/lib", 0)));
+  EXPECT_NE(asked().find("2 changed item(s) in it"), std::string::npos);
+  EXPECT_EQ(
+      sandbox.git("r/.git/modules/deep/lib", {"show", "refs/kelpie/kept/main/00000001:files/new"}),
+      "mine");
+}
+
 TEST_F(SubmoduleActionsTest, AnotherTitleThanTheSubmodulesNameIsRefused) {
   addModule();
   answer({"yes"});

@@ -68,6 +68,16 @@ std::string GitSandbox::git(std::string_view folder, const Arguments& arguments)
   return result.output;
 }
 
+std::string GitSandbox::sh(const std::string& script) const {
+  ProgramCall call;
+  call.arguments = {"sh", "-c", script};
+  call.folder = root_;
+  ProgramResult result = Subprocess::run(call);
+  EXPECT_TRUE(result.succeeded()) << script << ": " << result.failure();
+  if (result.output.ends_with('\n')) result.output.pop_back();
+  return result.output;
+}
+
 void GitSandbox::init(std::string_view folder) const {
   makeFolder(folder);
   git(folder, {"init", "-q", "-b", "main"});

@@ -28,6 +28,8 @@ class GitSandbox {
   std::string git(std::string_view folder, const Arguments& arguments) const;
   // The same for a git that may fail, such as a merge with conflicts.
   ProgramResult tryGit(std::string_view folder, const Arguments& arguments) const;
+  // Has the shell run something in the root. What it printed, without the line end.
+  std::string sh(const std::string& script) const;
   // A new repository with the branch "main" checked out, and no commit.
   void init(std::string_view folder) const;
   // Stages everything and commits it.

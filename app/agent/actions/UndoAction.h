@@ -1,0 +1,13 @@
+#pragma once
+
+#include "agent/actions/ActionOutcome.h"
+
+namespace kelpie::agent {
+
+class ActionJob;
+
+// Brings back what the last action of this working copy put aside: files, what was staged, and the
+// merge that it ended. Asks where something was changed since, which it puts aside in turn. Blocks.
+ActionOutcome undoDiscard(ActionJob& job);
+
+}  // namespace kelpie::agent
