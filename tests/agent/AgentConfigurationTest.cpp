@@ -25,6 +25,17 @@ TEST_F(AgentConfigurationTest, GitIsLookedUpUnlessTheFileSaysWhereItIs) {
   EXPECT_TRUE(problems_.empty());
 }
 
+TEST_F(AgentConfigurationTest, HowManyWorkingCopiesOfAShownFolderAreOpenedCanBeSet) {
+  EXPECT_EQ(read("").neighbours, 200U);
+  EXPECT_EQ(read("[Folders]\nWorkingCopies=3\n").neighbours, 3U);
+  EXPECT_EQ(read("[Folders]\nWorkingCopies=0\n").neighbours, 0U);
+  EXPECT_TRUE(problems_.empty());
+  for (const char* wrong : {"-1", "many", "99999999999999999999999"})
+    EXPECT_EQ(read("[Folders]\nWorkingCopies=" + std::string(wrong) + "\n").neighbours, 200U)
+        << wrong;
+  EXPECT_EQ(problems_.size(), 3U);
+}
+
 TEST_F(AgentConfigurationTest, AFileThatCannotBeReadIsSaid) {
   EXPECT_EQ(read("what is this\n").gitProgram, "git");
   ASSERT_EQ(problems_.size(), 1U);

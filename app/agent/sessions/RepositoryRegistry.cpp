@@ -57,12 +57,14 @@ void RepositoryRegistry::open(const std::string& folder, const std::shared_ptr<E
 }
 
 // Each look at the file system has a queue of its own: a folder on a file system that does not
-// answer holds up nobody else. Like this, the registry lives as long as the process.
+// answer holds up nobody else.
 void RepositoryRegistry::look(const Request& request) {
   services_.queues.makeQueue(kQueueLabel)
-      ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), request] {
-        if (alive.expired()) return;
-        main->post([this, alive, request, view = viewOf(request.folder)] {
+      ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), request,
+              watches = shown_.watches(), &files = services_.files,
+              withNeighbours = services_.neighbours > 0] {
+        View view = viewOf(request.folder, watches, files, withNeighbours);
+        main->post([this, alive, request, view = std::move(view)] {
           if (alive.expired()) return;
           if (view.holder) return folderLooksLike(*view.holder, request);
           for (const Candidate& each : view.within) neighbourLooksLike(each, request.folder);
@@ -71,12 +73,13 @@ void RepositoryRegistry::look(const Request& request) {
 }
 
 void RepositoryRegistry::lookAtEntry(const std::string& folder, const std::string& entry) {
+  if (services_.neighbours == 0) return;
   services_.queues.makeQueue(kQueueLabel)
       ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), folder,
-              entry] {
-        if (alive.expired() || WorkingCopyFinder::candidate(folder)) return;
-        shown_.watchAlso(entry);
-        const std::optional<Candidate> candidate = candidateAt(entry);
+              entry, watches = shown_.watches(), &files = services_.files] {
+        if (WorkingCopyFinder::candidate(folder)) return;
+        watches.add(entry);
+        const std::optional<Candidate> candidate = candidateAt(entry, files);
         if (!candidate) return;
         main->post([this, alive, folder, candidate] {
           if (!alive.expired()) neighbourLooksLike(*candidate, folder);
@@ -85,26 +88,28 @@ void RepositoryRegistry::lookAtEntry(const std::string& folder, const std::strin
 }
 
 // Watched before it is looked at, so that nothing that comes meanwhile is missed.
-RepositoryRegistry::View RepositoryRegistry::viewOf(const std::string& folder) const {
+RepositoryRegistry::View RepositoryRegistry::viewOf(const std::string& folder,
+                                                    const ShownFolders::Watches& watches,
+                                                    const FileSystem& files, bool withNeighbours) {
   View view;
-  shown_.watch(folder);
+  watches.addAround(folder);
   if (const std::optional<std::string> holder = WorkingCopyFinder::candidate(folder)) {
-    view.holder = Candidate{*holder, identityIn(services_.files, *holder)};
+    view.holder = Candidate{*holder, identityIn(files, *holder)};
     return view;
   }
-  if (services_.neighbours == 0) return view;
+  if (!withNeighbours) return view;
   for (const std::string& entry : foldersIn(folder)) {
-    shown_.watchAlso(entry);
-    if (std::optional<Candidate> candidate = candidateAt(entry))
+    watches.add(entry);
+    if (std::optional<Candidate> candidate = candidateAt(entry, files))
       view.within.push_back(*std::move(candidate));
   }
   return view;
 }
 
 std::optional<RepositoryRegistry::Candidate> RepositoryRegistry::candidateAt(
-    const std::string& folder) const {
+    const std::string& folder, const FileSystem& files) {
   if (WorkingCopyFinder::candidate(folder) != folder) return std::nullopt;
-  return Candidate{folder, identityIn(services_.files, folder)};
+  return Candidate{folder, identityIn(files, folder)};
 }
 
 RepositorySession* RepositoryRegistry::find(const FileIdentifier& identifier) const {
@@ -166,14 +171,14 @@ void RepositoryRegistry::queueSearch(const std::string& candidate, ReadingSlots:
 void RepositoryRegistry::search(const std::string& candidate, ReadingSlots::Ticket ticket) {
   services_.queues.makeQueue(kQueueLabel)
       ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), candidate,
-              ticket, slots = services_.slots, git = services_.git, &files = services_.files,
-              gitIsGood = gitIsGood_] {
+              ticket, slots = services_.slots, watches = shown_.watches(), git = services_.git,
+              &files = services_.files, gitIsGood = gitIsGood_] {
         Found found;
         if (!gitIsGood) found.problemOfGit = problemOfGit(git);
         if (!found.problemOfGit) {
           WorkingCopyFinder::Finding finding = WorkingCopyFinder(git).find(candidate);
           // It may be in the making: watched, and looked at once more.
-          if (!finding.workingCopy && !alive.expired() && shown_.watchAlso(candidate + "/.git"))
+          if (!finding.workingCopy && watches.add(candidate + "/.git"))
             finding = WorkingCopyFinder(git).find(candidate);
           found.failure = std::move(finding.failure);
           if (finding.workingCopy)

@@ -77,8 +77,10 @@ class RepositoryRegistry {
 
   void look(const Request& request);
   void lookAtEntry(const std::string& folder, const std::string& entry);
-  View viewOf(const std::string& folder) const;
-  std::optional<Candidate> candidateAt(const std::string& folder) const;
+  // Any thread; blocks while the file system answers.
+  static View viewOf(const std::string& folder, const ShownFolders::Watches& watches,
+                     const FileSystem& files, bool withNeighbours);
+  static std::optional<Candidate> candidateAt(const std::string& folder, const FileSystem& files);
   void folderLooksLike(const Candidate& candidate, const Request& request);
   void neighbourLooksLike(const Candidate& candidate, const std::string& folder);
   // Whether one more may be opened, perhaps after another one was closed for it.

@@ -79,15 +79,15 @@ std::vector<std::shared_ptr<ExtensionPort>> ShownFolders::extensionsOf(
   return ports;
 }
 
-void ShownFolders::watch(const std::string& folder) const {
+void ShownFolders::Watches::addAround(const std::string& folder) const {
   for (std::string at = folder;; at = parentOf(at)) {
-    watchAlso(at);
+    add(at);
     if (at == "/") return;
   }
 }
 
-bool ShownFolders::watchAlso(const std::string& folder) const {
-  const auto outcome = names_.add(client_, folder);
+bool ShownFolders::Watches::add(const std::string& folder) const {
+  const auto outcome = names_->add(client_, folder);
   return outcome == DirectoryWatcher::Outcome::Watched ||
          outcome == DirectoryWatcher::Outcome::WatchedBefore;
 }

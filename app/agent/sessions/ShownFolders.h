@@ -18,7 +18,7 @@ namespace kelpie::agent {
 
 // The folders that extensions show, as far as this application can know: it is not told when one
 // goes out of sight. Watches, by names alone, whether a working copy comes into being or goes at a
-// folder, above it, or directly in it. Main thread but where noted.
+// folder, above it, or directly in it. Main thread.
 class ShownFolders {
  public:
   struct Callbacks {
@@ -46,12 +46,26 @@ class ShownFolders {
   // soon, once.
   void doubt(const std::string& path);
 
-  // Any thread; blocks while the file system answers. Watches a folder that is shown, and those
-  // above it. To be called before one looks which working copy holds it.
-  void watch(const std::string& folder) const;
-  // Any thread. Watches one more folder, such as one in a folder that is shown. False when it
-  // cannot be watched.
-  bool watchAlso(const std::string& folder) const;
+  // The way to watch on a queue of one's own, where the file system may keep one waiting. It may
+  // outlive the folders, but not the watcher. Any thread.
+  class Watches {
+   public:
+    // Watches a folder that is shown, and those above it. To be called before one looks which
+    // working copy holds it.
+    void addAround(const std::string& folder) const;
+    // Watches one more folder, such as one in a folder that is shown. False when it cannot be
+    // watched.
+    bool add(const std::string& folder) const;
+
+   private:
+    friend class ShownFolders;
+    Watches(DirectoryWatcher& names, DirectoryWatcher::Client client)
+        : names_(&names), client_(client) {}
+
+    DirectoryWatcher* names_;
+    DirectoryWatcher::Client client_;
+  };
+  Watches watches() const { return {names_, client_}; }
 
   // Beyond these the one that was shown first is forgotten.
   static constexpr std::size_t kMaximum = 1000;
