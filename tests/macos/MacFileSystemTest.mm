@@ -3,9 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 
-#include "macos/system/Files.h"
+#include "macos/TestPlatform.h"
 #include "platform/BookmarkResolution.h"
 #include "platform/macos/Objects.h"
 #include "platform/macos/Strings.h"
@@ -49,7 +50,11 @@ TEST_F(MacFiles, WhatIsNotThereIsEmpty) {
   EXPECT_EQ(files.localizedName(url("repo/a.txt")), "a.txt");
 }
 
-TEST_F(MacFiles, ParentsAreFoundByThePathAlone) {
+TEST_F(MacFiles, ParentsAreThoseOfTheSystem) {
+  EXPECT_EQ(files.parentUrl(url("repo/sub"))->path(), folder / "repo");
+  EXPECT_FALSE(files.parentUrl(*URL::fromString("https://example.org/tmp")));
+  EXPECT_FALSE(files.parentUrl(*URL::fromString("file:///.file/id=1.2"))) << "a file that is gone";
+
   EXPECT_EQ(files.parentUrl(url("gone/below"))->path(), folder / "gone");
   EXPECT_FALSE(files.parentUrl(URL::fileURLWithPath("/")));
   const URL reference = *URL::fromString(stdString(
@@ -57,8 +62,39 @@ TEST_F(MacFiles, ParentsAreFoundByThePathAlone) {
   EXPECT_EQ(files.parentUrl(reference)->path(), folder.path());
 }
 
-TEST_F(MacFiles, AReferenceIsThePathWithoutLinks) {
-  EXPECT_EQ(files.fileReferenceUrl(url("repo/sub/b.txt"))->path(), folder / "repo/sub/b.txt");
+TEST_F(MacFiles, AReferenceFollowsItsFile) {
+  const std::optional<URL> reference = files.fileReferenceUrl(url("repo"));
+  ASSERT_TRUE(reference);
+  const auto identifier = files.resourceValues(url("repo")).identifier;
+  ASSERT_TRUE(identifier);
+  EXPECT_EQ(files.resourceValues(*reference).identifier, identifier);
+
+  std::filesystem::rename(folder / "repo", folder / "moved");
+  folder.addFile("repo/other.txt");
+  EXPECT_EQ(files.resourceValues(*reference).identifier, identifier);
+  EXPECT_NE(files.resourceValues(url("repo")).identifier, identifier);
+  EXPECT_TRUE(files.resourceValues(*reference).isDirectory);
+  EXPECT_EQ(files.parentUrl(*reference)->path(), folder.path());
+  EXPECT_EQ(files.localizedName(*reference), "moved");
+  EXPECT_TRUE(reference->isParentOfUrl(url("moved/sub/b.txt"), files));
+  EXPECT_FALSE(reference->isParentOfUrl(url("repo/other.txt"), files));
+  EXPECT_TRUE(url("moved").isEqual(*reference, files));
+  EXPECT_EQ(files.fileReferenceUrl(*reference)->absoluteString(), reference->absoluteString());
+  const auto walk = files.enumerator(*reference, nullptr);
+  const DirectoryEntry* const entry = walk->next();
+  ASSERT_NE(entry, nullptr);
+  EXPECT_TRUE(entry->path.starts_with(folder / "moved/")) << entry->path;
+  EXPECT_EQ(files.contentsOfDirectory(*reference).size(), 4U);
+
+  std::filesystem::remove_all(folder / "moved");
+  EXPECT_FALSE(files.resourceValues(*reference).identifier);
+  EXPECT_FALSE(files.parentUrl(*reference));
+  EXPECT_TRUE(files.contentsOfDirectory(*reference).empty());
+}
+
+TEST_F(MacFiles, IconsAreThoseOfTheSystem) {
+  EXPECT_EQ(files.icon(url("repo/a.txt")), Image{url("repo/a.txt").absoluteString()});
+  EXPECT_FALSE(files.icon(url("gone")));
 }
 
 TEST_F(MacFiles, AFolderIsListedWithItsHiddenItems) {
@@ -120,7 +156,7 @@ TEST_F(MacFiles, WhatAnErrorHandlerRaisesEndsTheWalkOnly) {
 
 TEST_F(MacFiles, BookmarksLeadToTheirFiles) {
   @autoreleasepool {
-    NSData* const bookmark = [[NSURL fileURLWithPath:nsString(folder / "repo")] hostBookmark];
+    NSData* const bookmark = bookmarkOf(nsString(folder / "repo"));
     const BookmarkResolution found = files.resolveBookmark(bytesOfData(bookmark));
     ASSERT_TRUE(found.url);
     EXPECT_EQ(found.url->path(), folder / "repo");

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "macos/system/Images.h"
+#include "macos/TestPlatform.h"
 #include "platform/macos/Strings.h"
 
 namespace kelpie {
@@ -78,7 +78,14 @@ TEST_F(MenuConversion, ImagesAreThoseOfTheBundle) {
 TEST_F(MenuConversion, SymbolsAreTheSystems) {
   @autoreleasepool {
     NSImage* const tag = nsImage({"tag", Image::Source::SystemSymbol});
-    EXPECT_TRUE([system::symbolName(tag) isEqual:@"tag"]);
+    EXPECT_TRUE(isSymbol(tag, @"tag"));
+  }
+}
+
+TEST_F(MenuConversion, IconsAreThoseThatTheSystemShowsForAFile) {
+  @autoreleasepool {
+    EXPECT_NE(nsImage({"file:///tmp"}), nil);
+    EXPECT_EQ(nsImage({"file:///no/such/file"}), nil);
   }
 }
 

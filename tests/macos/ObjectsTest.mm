@@ -7,13 +7,14 @@
 #include "archive/KeyedUnarchiver.h"
 #include "foundation/Dictionary.h"
 #include "foundation/MenuItem.h"
-#include "macos/system/Files.h"
+#include "macos/CodedIdentifier.h"
 #include "platform/macos/FileIdentity.h"
 #include "platform/macos/MacMessagePorts.h"
 #include "platform/macos/Retained.h"
 #include "platform/macos/Strings.h"
 #include "platform/macos/Urls.h"
 #include "refs/KPReference.h"
+#include "support/TemporaryFolder.h"
 
 namespace kelpie {
 namespace {
@@ -89,7 +90,7 @@ TEST(Objects, OfClassesThatNobodyKnowsAreLeftOut) {
 TEST(Objects, NestAsDeepAsIsAllowedAndNoDeeper) {
   @autoreleasepool {
     EXPECT_EQ(objectOf(nested(3)).at(0).at(0).at(0).stringValue(), "innermost");
-    Object object = objectOf(nested(100'000));
+    Object object = objectOf(nested(5'000));
     int levels = 0;
     while (object.isArray() && object.size() > 0) {
       object = object.at(0);
@@ -101,8 +102,9 @@ TEST(Objects, NestAsDeepAsIsAllowedAndNoDeeper) {
 
 TEST(Urls, OfFileReferencesArePaths) {
   @autoreleasepool {
-    NSURL* const reference = [[NSURL fileURLWithPath:@"/tmp"] fileReferenceURL];
-    EXPECT_EQ(urlOf(reference)->path(), "/tmp");
+    const TemporaryFolder folder;
+    NSURL* const path = [NSURL fileURLWithPath:nsString(folder.path())];
+    EXPECT_EQ(urlOf([path fileReferenceURL])->path(), folder.path());
     EXPECT_FALSE(urlOf([NSURL URLWithString:@"file:///.file/id=1.2"])) << "a file that is gone";
     EXPECT_FALSE(urlOf(nil));
   }
@@ -119,10 +121,8 @@ TEST(FileIdentity, ThatIsDataIsThatData) {
 // A message that bears it must find the repository, and the answer must bear the object itself.
 TEST(FileIdentity, OfAnotherClassEqualsTheOneInAMessage) {
   @autoreleasepool {
-    HostFileIdentifier* const object =
-        [[[HostFileIdentifier alloc] initWithName:@"one"] autorelease];
-    HostFileIdentifier* const other =
-        [[[HostFileIdentifier alloc] initWithName:@"two"] autorelease];
+    CodedIdentifier* const object = [[[CodedIdentifier alloc] initWithName:@"one"] autorelease];
+    CodedIdentifier* const other = [[[CodedIdentifier alloc] initWithName:@"two"] autorelease];
     const auto identifier = fileIdentifierOf(object);
     ASSERT_TRUE(identifier);
     EXPECT_TRUE(identifier->isArchivedForm());

@@ -10,12 +10,12 @@ class MacFileSystem final : public FileSystem {
  public:
   ResourceValues resourceValues(const URL& url) const override;
   std::optional<std::string> localizedName(const URL& url) const override;
-  // Always missing: the platform's icons have no names.
+  // Named by the file's URL, as no resource is: nsImage() makes the picture of it.
   std::optional<Image> icon(const URL& url) const override;
-  // By the path alone; of a file reference, by the path that it stands for.
+  // As the system says; by the path of a file that is gone, of which the system says nothing.
   std::optional<URL> parentUrl(const URL& url) const override;
-  // The path that the file's reference stands for: without links, in the file system's own
-  // spelling.
+  // A reference of the file system's ("file:///.file/id=..."), which follows the file when it is
+  // moved or renamed. Every question here takes references as well as paths.
   std::optional<URL> fileReferenceUrl(const URL& url) const override;
   std::vector<URL> contentsOfDirectory(const URL& url) const override;
   std::unique_ptr<DirectoryEnumerator> enumerator(const URL& url,

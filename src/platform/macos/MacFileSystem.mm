@@ -12,11 +12,18 @@
 namespace kelpie {
 namespace {
 
-// nil for what is no file URL.
-NSURL* fileUrl(const URL& url) { return url.isFileURL() ? nsUrl(url) : nil; }
+// The URL of the file's path, where a reference stands for it at present. nil for anything but a
+// file URL, and for a reference to a file that is gone.
+NSURL* fileUrl(const URL& url) {
+  NSURL* const file = url.isFileURL() ? nsUrl(url) : nil;
+  return [file isFileReferenceURL] ? [file filePathURL] : file;
+}
 
-// Told by the text alone: parents are asked for by the thousand.
-bool isFileReference(const URL& url) { return url.path().starts_with("/.file/id="); }
+// nil when nothing is there, or the system has nothing to say.
+id resourceValue(NSURL* url, NSString* key) {
+  id value = nil;
+  return [url getResourceValue:&value forKey:key error:nullptr] ? value : nil;
+}
 
 }  // namespace
 
@@ -35,26 +42,32 @@ ResourceValues MacFileSystem::resourceValues(const URL& url) const {
 
 std::optional<std::string> MacFileSystem::localizedName(const URL& url) const {
   @autoreleasepool {
-    id name = nil;
-    [fileUrl(url) getResourceValue:&name forKey:NSURLLocalizedNameKey error:nullptr];
-    return objectOf(name).string();
+    return objectOf(resourceValue(fileUrl(url), NSURLLocalizedNameKey)).string();
   }
 }
 
-std::optional<Image> MacFileSystem::icon(const URL& /*url*/) const { return std::nullopt; }
+std::optional<Image> MacFileSystem::icon(const URL& url) const {
+  @autoreleasepool {
+    if (resourceValue(fileUrl(url), NSURLEffectiveIconKey) == nil) return std::nullopt;
+    return Image{url.absoluteString()};
+  }
+}
 
 std::optional<URL> MacFileSystem::parentUrl(const URL& url) const {
-  if (!isFileReference(url)) return url.deletingLastPathComponent();
   @autoreleasepool {
-    const std::optional<URL> path = urlOf(fileUrl(url));
-    return path ? path->deletingLastPathComponent() : std::nullopt;
+    NSURL* const file = fileUrl(url);
+    if (file == nil) return std::nullopt;
+    id parent = nil;
+    if ([file getResourceValue:&parent forKey:NSURLParentDirectoryURLKey error:nullptr])
+      return urlOf(parent);
+    return url.deletingLastPathComponent();
   }
 }
 
 std::optional<URL> MacFileSystem::fileReferenceUrl(const URL& url) const {
   @autoreleasepool {
-    NSURL* const file = fileUrl(url);
-    return urlOf([file isFileReferenceURL] ? file : [file fileReferenceURL]);
+    NSURL* const reference = [fileUrl(url) fileReferenceURL];
+    return reference == nil ? std::nullopt : URL::fromString(stdString([reference absoluteString]));
   }
 }
 

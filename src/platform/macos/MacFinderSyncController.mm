@@ -12,7 +12,7 @@ void MacFinderSyncController::setBadgeImage(const Image& image, std::string_view
                                             std::string_view badgeIdentifier) {
   NSImage* const picture = nsImage(image);
   NSString* const name = nsString(badgeIdentifier);
-  if (picture == nil || name == nil) return;
+  if (name == nil) return;
   [[FIFinderSyncController defaultController] setBadgeImage:picture
                                                       label:nsString(label)
                                          forBadgeIdentifier:name];
@@ -21,7 +21,7 @@ void MacFinderSyncController::setBadgeImage(const Image& image, std::string_view
 void MacFinderSyncController::setBadgeIdentifier(std::string_view badgeIdentifier, const URL& url) {
   @autoreleasepool {
     NSString* const name = nsString(badgeIdentifier);
-    NSURL* const item = nsUrl(url);
+    NSURL* const item = [nsUrl(url) filePathURL];
     if (name == nil || item == nil) return;
     [[FIFinderSyncController defaultController] setBadgeIdentifier:name forURL:item];
   }

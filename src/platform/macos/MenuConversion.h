@@ -18,7 +18,9 @@ enum class MenuImages { Shown, LeftOut };
 // anybody; their targets are left to the Finder.
 NSMenu* nsMenu(const Menu& menu);
 NSMenuItem* nsMenuItem(const MenuItem& item, MenuImages images);
-// A resource of the bundle or a symbol of the system; nil where there is none of that name.
+// A resource of the bundle, a symbol of the system, or the icon of the file whose URL is the name;
+// nil where there is none
+// of that name.
 NSImage* nsImage(const Image& image);
 
 }  // namespace kelpie

@@ -20,6 +20,12 @@ NSImage* symbol(NSString* name) {
   return nil;
 }
 
+NSImage* fileIcon(NSString* url) {
+  id icon = nil;
+  [[NSURL URLWithString:url] getResourceValue:&icon forKey:NSURLEffectiveIconKey error:nullptr];
+  return [icon isKindOfClass:[NSImage class]] ? icon : nil;
+}
+
 // "" for what is missing or no text: a menu must not be handed nil.
 NSString* titleOf(const std::string& text) {
   NSString* const title = nsString(text);
@@ -56,6 +62,7 @@ NSImage* nsImage(const Image& image) {
   NSString* const name = nsString(image.name);
   if (name == nil) return nil;
   if (image.source == Image::Source::SystemSymbol) return symbol(name);
+  if (image.name.starts_with("file://")) return fileIcon(name);
   NSImage* const found = [NSImage imageNamed:name];
   const bool isTemplate = std::ranges::find(kTemplates, image.name) != std::end(kTemplates);
   [found setTemplate:isTemplate];

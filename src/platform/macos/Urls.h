@@ -9,8 +9,9 @@
 
 namespace kelpie {
 
-// URLs and the platform's own. The core compares paths, so a file reference comes to it as the path
-// that it stands for at that moment. Any thread.
+// URLs and the platform's own. What the Finder and the settings give comes to the core as paths, a
+// file reference as the path that it stands for at that moment; the core asks for references itself
+// where it is to follow a folder. Any thread.
 
 // Autoreleased; nil when the platform takes the text for no URL.
 NSURL* nsUrl(const URL& url);

@@ -10,14 +10,6 @@
 - (NSData*)hostBookmark;
 @end
 
-// An identifier of a file that is no data, as the platform is free to give one.
-@interface HostFileIdentifier : NSObject <NSCoding, NSCopying> {
- @private
-  NSString* _name;
-}
-- (instancetype)initWithName:(NSString*)name;
-@end
-
 namespace kelpie::system {
 
 // Whether files have such identifiers instead of data. Changed while nobody asks for one.

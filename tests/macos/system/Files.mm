@@ -1,11 +1,15 @@
 #include "macos/system/Files.h"
 
+#import <AppKit/AppKit.h>
+#include <fcntl.h>
 #include <objc/blocks_runtime.h>
 #include <sys/stat.h>
 
 #include <atomic>
 #include <filesystem>
 #include <string>
+
+#include "macos/CodedIdentifier.h"
 
 namespace {
 
@@ -30,17 +34,40 @@ id identifierOf(const struct stat& status) {
   const std::uint64_t parts[] = {status.st_dev, status.st_ino};
   NSData* const data = [NSData dataWithBytes:parts length:sizeof parts];
   if (!areIdentifiersOpaque) return data;
-  return [[[HostFileIdentifier alloc] initWithName:[data description]] autorelease];
+  return [[[CodedIdentifier alloc] initWithName:[data description]] autorelease];
 }
 
 NSError* cocoaError(NSInteger code) {
   return [NSError errorWithDomain:NSCocoaErrorDomain code:code userInfo:nil];
 }
 
-// The path of each file whose reference was made, by the path of the reference.
+// A descriptor of each file whose reference was made, by the path of the reference. It holds on to
+// the file, so that no other one gets its number.
 NSMutableDictionary* references() {
-  static NSMutableDictionary* const paths = [[NSMutableDictionary alloc] init];
-  return paths;
+  static NSMutableDictionary* const descriptors = [[NSMutableDictionary alloc] init];
+  return descriptors;
+}
+
+bool isSameFile(const struct stat& one, const struct stat& other) {
+  return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+// Where the file stands by now, wherever it was moved to; "" when it was removed.
+std::string presentPath(int descriptor) {
+  std::error_code failure;
+  const std::string path =
+      std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), failure);
+  struct stat held = {};
+  struct stat found = {};
+  const bool isThere = !failure && fstat(descriptor, &held) == 0 &&
+                       lstat(path.c_str(), &found) == 0 && isSameFile(held, found);
+  return isThere ? path : std::string();
+}
+
+NSImage* iconOf(NSString* path) {
+  NSImage* const icon = [[[NSImage alloc] initWithSize:NSMakeSize(16, 16)] autorelease];
+  [icon setName:[@"icon of " stringByAppendingString:path]];
+  return icon;
 }
 
 NSString* const kReferencePrefix = @"/.file/id=";
@@ -50,7 +77,8 @@ NSString* const kReferencePrefix = @"/.file/id=";
 @implementation NSURL (Additions)
 
 - (NSDictionary*)resourceValuesForKeys:(NSArray*)keys error:(NSError**)error {
-  const Status status = statusOf([self isFileReferenceURL] ? [self filePathURL] : self);
+  NSURL* const file = [self filePathURL];
+  const Status status = statusOf(file);
   if (!status.exists) {
     if (error != nullptr) *error = cocoaError(kNoSuchFile);
     return nil;
@@ -60,13 +88,18 @@ NSString* const kReferencePrefix = @"/.file/id=";
       dictionaryWithObjectsAndKeys:identifierOf(status.value), NSURLFileResourceIdentifierKey,
                                    [NSNumber numberWithBool:isDirectory], NSURLIsDirectoryKey,
                                    [NSNumber
-                                       numberWithBool:isDirectory && [[self pathExtension]
+                                       numberWithBool:isDirectory && [[file pathExtension]
                                                                          isEqualToString:@"app"]],
                                    NSURLIsPackageKey,
                                    [NSNumber numberWithBool:S_ISLNK(status.value.st_mode)],
-                                   NSURLIsSymbolicLinkKey, [[self path] lastPathComponent],
-                                   NSURLLocalizedNameKey, nil];
+                                   NSURLIsSymbolicLinkKey, [[file path] lastPathComponent],
+                                   NSURLLocalizedNameKey, iconOf([file path]),
+                                   NSURLEffectiveIconKey, nil];
   NSMutableDictionary* const wanted = [NSMutableDictionary dictionary];
+  // The root has none.
+  if ([keys containsObject:NSURLParentDirectoryURLKey] && ![[file path] isEqualToString:@"/"])
+    [wanted setObject:[NSURL fileURLWithPath:[[file path] stringByDeletingLastPathComponent]]
+               forKey:NSURLParentDirectoryURLKey];
   for (NSString* key in keys)
     if ([values objectForKey:key] != nil) [wanted setObject:[values objectForKey:key] forKey:key];
   return wanted;
@@ -113,15 +146,18 @@ NSString* const kReferencePrefix = @"/.file/id=";
 }
 
 - (NSURL*)fileReferenceURL {
-  const Status status = statusOf(self);
+  const Status status = statusOf([self filePathURL]);
   if (!status.exists) return nil;
   NSString* const reference = [kReferencePrefix
       stringByAppendingFormat:@"%llu.%llu", static_cast<unsigned long long>(status.value.st_dev),
                               static_cast<unsigned long long>(status.value.st_ino)];
-  const std::string real =
-      std::filesystem::canonical([[self path] fileSystemRepresentation]).string();
   @synchronized(references()) {
-    [references() setObject:[NSString stringWithUTF8String:real.c_str()] forKey:reference];
+    if ([references() objectForKey:reference] == nil) {
+      const int descriptor = open([[[self filePathURL] path] fileSystemRepresentation],
+                                  O_PATH | O_NOFOLLOW | O_CLOEXEC);
+      if (descriptor < 0) return nil;
+      [references() setObject:[NSNumber numberWithInt:descriptor] forKey:reference];
+    }
   }
   return [NSURL URLWithString:[@"file://" stringByAppendingString:reference]];
 }
@@ -131,8 +167,10 @@ NSString* const kReferencePrefix = @"/.file/id=";
   const NSRange start = [[self absoluteString] rangeOfString:kReferencePrefix];
   NSString* const reference = [[self absoluteString] substringFromIndex:start.location];
   @synchronized(references()) {
-    NSString* const path = [references() objectForKey:reference];
-    return path == nil ? nil : [NSURL fileURLWithPath:path];
+    NSNumber* const descriptor = [references() objectForKey:reference];
+    const std::string path = descriptor == nil ? "" : presentPath([descriptor intValue]);
+    return path.empty() ? nil
+                        : [NSURL fileURLWithPath:[NSString stringWithUTF8String:path.c_str()]];
   }
 }
 
@@ -142,42 +180,6 @@ NSString* const kReferencePrefix = @"/.file/id=";
                                                     format:NSPropertyListBinaryFormat_v1_0
                                                    options:0
                                                      error:nullptr];
-}
-
-@end
-
-@implementation HostFileIdentifier
-
-- (instancetype)initWithName:(NSString*)name {
-  self = [super init];
-  if (self != nil) _name = [name copy];
-  return self;
-}
-
-- (instancetype)initWithCoder:(NSCoder*)coder {
-  return [self initWithName:[coder decodeObjectForKey:@"name"]];
-}
-
-- (void)encodeWithCoder:(NSCoder*)coder {
-  [coder encodeObject:_name forKey:@"name"];
-}
-
-- (id)copyWithZone:(NSZone* __attribute__((unused)))zone {
-  return [self retain];
-}
-
-- (BOOL)isEqual:(id)other {
-  return [other isKindOfClass:[HostFileIdentifier class]] &&
-         [static_cast<HostFileIdentifier*>(other)->_name isEqual:_name];
-}
-
-- (NSUInteger)hash {
-  return [_name hash];
-}
-
-- (void)dealloc {
-  [_name release];
-  [super dealloc];
 }
 
 @end

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "macos/MainLoop.h"
 #include "platform/macos/KPKelpieSync.h"
 #include "platform/macos/Retained.h"
 #include "support/TemporaryFolder.h"
@@ -74,8 +75,9 @@ class ScriptedHost {
   void openRepository();
   // The identifier of an existing item, as messages hold it.
   id identifier(const std::string& path) const;
-  // Runs the main loop until the condition holds; false when it does not within a generous limit.
-  static bool runUntil(const std::function<bool()>& condition);
+  static bool runUntil(const std::function<bool()>& condition) {
+    return kelpie::runUntil(condition);
+  }
 
   static NSString* const kGroup;
 

@@ -1,10 +1,8 @@
-#include "macos/ScriptedHost.h"
+#include "macos/linux/ScriptedHost.h"
 
 #include <gtest/gtest.h>
 #include <spawn.h>
 #include <sys/wait.h>
-
-#include <chrono>
 
 #include "macos/system/Dispatch.h"
 #include "macos/system/Entitlements.h"
@@ -14,14 +12,11 @@
 #include "macos/system/NotificationCenter.h"
 #include "macos/system/RunningApplications.h"
 #include "macos/system/SuiteDefaults.h"
-#include "platform/macos/MacSerialQueues.h"
 #include "platform/macos/Objects.h"
 #include "platform/macos/Strings.h"
 
 namespace kelpie {
 namespace {
-
-constexpr std::chrono::seconds kLimit{30};
 
 NSString* const kApplication = @"org.kelpie.Kelpie";
 
@@ -150,9 +145,7 @@ PrincipalClass* ScriptedHost::start() {
 // The controller goes later, on the main thread.
 void ScriptedHost::stop() {
   extension_ = {};
-  bool isOver = false;
-  MacSerialQueues().mainQueue()->post([&isOver] { isOver = true; });
-  EXPECT_TRUE(runUntil([&] { return isOver; }));
+  drainMainQueue();
 }
 
 NSURL* ScriptedHost::url(const std::string& path) const {
@@ -189,18 +182,6 @@ id ScriptedHost::identifier(const std::string& path) const {
   id value = nil;
   [url(path) getResourceValue:&value forKey:NSURLFileResourceIdentifierKey error:nullptr];
   return value;
-}
-
-bool ScriptedHost::runUntil(const std::function<bool()>& condition) {
-  const auto end = std::chrono::steady_clock::now() + kLimit;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    @autoreleasepool {
-      [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode
-                               beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.02]];
-    }
-  }
-  return true;
 }
 
 namespace {

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <thread>
 
-#include "macos/ScriptedHost.h"
+#include "macos/CodedIdentifier.h"
+#include "macos/linux/ScriptedHost.h"
 #include "macos/system/Dispatch.h"
 #include "macos/system/Entitlements.h"
 #include "macos/system/Files.h"
@@ -11,6 +13,7 @@
 #include "macos/system/NotificationCenter.h"
 #include "macos/system/RunningApplications.h"
 #include "macos/system/SuiteDefaults.h"
+#include "platform/macos/MacFinderSyncController.h"
 #include "platform/macos/Strings.h"
 #include "support/MenuActions.h"
 
@@ -289,6 +292,24 @@ TEST_F(Glue, AStatusBecomesBadges) {
   }));
 }
 
+// The repository is opened by a reference: its identifier and its items stay, wherever it goes.
+TEST_F(Glue, AWorkingCopyThatIsMovedWhileItIsOpenStaysOpen) {
+  startWithRepository();
+  std::filesystem::rename([[host.url("repo") path] UTF8String],
+                          [[host.url("moved") path] UTF8String]);
+  [host.extension() requestBadgeIdentifierForURL:host.url("moved/a.txt")];
+  EXPECT_TRUE(host.runUntil([&] { return host.badge("moved/a.txt") == "KPWorkdirModifiedBadge"; }));
+  host.send(@"setStatusInfo:", status({{"moved/a.txt", 0x8000}}), host.identifier("moved"));
+  EXPECT_TRUE(host.runUntil([&] { return host.badge("moved/a.txt") == "KPConflictedBadge"; }));
+  EXPECT_NE(itemWithAction(menuOf([NSArray arrayWithObject:host.url("moved/a.txt")]), "resolve:"),
+            nil);
+}
+
+TEST_F(Glue, ABadgeWithoutAnImageIsRegisteredWithoutOne) {
+  MacFinderSyncController().setBadgeImage({"NoSuchImage"}, "", "KPTestBadge");
+  EXPECT_EQ(static_cast<id>([[HostFinder finder] badgeImage:@"KPTestBadge"]), [NSNull null]);
+}
+
 TEST_F(Glue, AChosenItemReachesTheApplicationAsAppKitsOwn) {
   startWithRepository();
   NSMenu* const menu = menuOf([NSArray arrayWithObject:host.url("repo/a.txt")]);
@@ -355,7 +376,7 @@ TEST_F(Glue, IdentifiersThatAreNoDataAreTheSameInBothDirections) {
   startWithRepository();
   host.choose(itemWithAction(menuOf([NSArray arrayWithObject:host.url("repo/a.txt")]), "stage:"));
   id const target = [actionMessage() objectForKey:@"KPMessageTarget"];
-  EXPECT_TRUE([target isKindOfClass:[HostFileIdentifier class]]);
+  EXPECT_TRUE([target isKindOfClass:[CodedIdentifier class]]);
   EXPECT_TRUE([target isEqual:host.identifier("repo")]);
 }
 
