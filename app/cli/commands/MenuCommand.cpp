@@ -26,7 +26,7 @@ int MenuCommand::run() {
   return kSuccess;
 }
 
-void MenuCommand::collect(const std::vector<LinkMenuItem>& items, const std::string& prefix,
+void MenuCommand::collect(const std::vector<hostlink::Item>& items, const std::string& prefix,
                           std::size_t depth, std::vector<Row>& rows) {
   for (std::size_t i = 0; i < items.size(); ++i) {
     const std::string number = prefix + std::to_string(i + 1);
@@ -36,7 +36,7 @@ void MenuCommand::collect(const std::vector<LinkMenuItem>& items, const std::str
 }
 
 std::string MenuCommand::textOf(const Row& row) const {
-  const LinkMenuItem& item = *row.item;
+  const hostlink::Item& item = *row.item;
   const std::string title = console_.printable(item.title);
   if (item.isHeader() && !item.image.empty()) return console_.paint(Colour::Bold, title);
   std::string text = item.isTicked ? (console_.isUtf8() ? "✓ " : "* ") : "";
@@ -44,10 +44,11 @@ std::string MenuCommand::textOf(const Row& row) const {
   return item.isEnabled ? text : console_.paint(Colour::Dim, text + " (disabled)");
 }
 
-OrderedJson MenuCommand::jsonOf(const std::vector<LinkMenuItem>& items, const std::string& prefix) {
+OrderedJson MenuCommand::jsonOf(const std::vector<hostlink::Item>& items,
+                                const std::string& prefix) {
   OrderedJson list = OrderedJson::array();
   for (std::size_t i = 0; i < items.size(); ++i) {
-    const LinkMenuItem& item = items[i];
+    const hostlink::Item& item = items[i];
     const std::string number = prefix + std::to_string(i + 1);
     OrderedJson entry;
     entry["number"] = number;

@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "cli/commands/Arguments.h"
-#include "cli/link/LinkMessages.h"
 #include "cli/output/Context.h"
 #include "cli/text/JsonText.h"
+#include "protocol/hostlink/HostLines.h"
 
 namespace kelpie::cli {
 
@@ -23,11 +23,11 @@ class MenuCommand {
   struct Row {
     std::string number;
     std::size_t depth;
-    const LinkMenuItem* item;
+    const hostlink::Item* item;
   };
-  static void collect(const std::vector<LinkMenuItem>& items, const std::string& prefix,
+  static void collect(const std::vector<hostlink::Item>& items, const std::string& prefix,
                       std::size_t depth, std::vector<Row>& rows);
-  static OrderedJson jsonOf(const std::vector<LinkMenuItem>& items, const std::string& prefix);
+  static OrderedJson jsonOf(const std::vector<hostlink::Item>& items, const std::string& prefix);
   std::string textOf(const Row& row) const;
 
   const Arguments& arguments_;

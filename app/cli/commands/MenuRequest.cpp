@@ -15,17 +15,6 @@ struct MenuRequest::Kind {
   bool needsObserved;  // only asked for in observed folders
 };
 
-namespace {
-
-using nlohmann::json;
-
-constexpr std::int64_t kMenuId = 1;
-constexpr std::int64_t kChoiceId = 2;
-// An action may have to hand on much, such as the statuses of a long selection.
-constexpr std::chrono::seconds kActionLimit(60);
-
-}  // namespace
-
 std::unique_ptr<MenuRequest> MenuRequest::make(const Arguments& arguments,
                                                const std::vector<std::string>& operands,
                                                Context& context) {
@@ -58,8 +47,8 @@ std::optional<std::string> MenuRequest::locate(const std::vector<std::string>& o
     const bool isGround =
         !kind.isOfSelection || (kind.number == 3 && place.isFolder && operands.size() == 1);
     const std::string folder = isGround ? place.path : FilePath::parentOf(place.path);
-    if (!targeted_) targeted_ = FilePath::urlOf(folder, true);
-    if (!isGround) selected_.push_back(FilePath::urlOf(place.path, place.isFolder));
+    if (!question_.targeted) question_.targeted = folder;
+    if (!isGround) question_.selected.push_back({place.path, place.isFolder});
     // The working copy opens when its folder comes into view.
     if (session_->isObserved(folder)) badges_.showFolder(folder);
     if (session_->isObserved(place.path)) badges_.want(place.path, place.isFolder);
@@ -69,33 +58,31 @@ std::optional<std::string> MenuRequest::locate(const std::vector<std::string>& o
 
 std::optional<std::string> MenuRequest::open(const Kind& kind, std::chrono::milliseconds wait) {
   if (!badges_.settle(wait)) return "the extension has ended";
-  const bool sent = session_->link().send({{"type", "menu"},
-                                           {"id", kMenuId},
-                                           {"kind", kind.number},
-                                           {"selected", selected_},
-                                           {"targeted", targeted_.value_or("")}});
-  const auto answer =
-      sent ? session_->await(kMenuId, {"menu", "error"}, ExtensionSession::kAnswerLimit)
-           : std::nullopt;
-  if (!answer) return "the extension does not answer; see: kelpie doctor";
-  if (link::type(*answer) == "error")
-    return "the extension refuses: " + link::text(*answer, "message");
-  auto items = link::menu(*answer);
-  if (!items && kind.name == "sidebar") return "a sidebar has no menu";
-  if (!items) return "there is no menu: the main application is not running; see: kelpie doctor";
-  if (items->empty()) return "the menu is empty: the PATHs lie in no open working copy";
-  items_ = *std::move(items);
+  question_.kind = kind.number;
+  std::optional<HostClient::MenuReply> reply;
+  session_->client().askMenu(
+      question_, [&reply](const HostClient::MenuReply& got) { reply = got; }, Clock::now());
+  if (!session_->receiveUntil([&reply] { return reply.has_value(); }) ||
+      reply->problem == HostClient::kNoAnswer)
+    return "the extension does not answer; see: kelpie doctor";
+  if (!reply->problem.empty()) return reply->problem;
+  if (!reply->isThere && kind.name == "sidebar") return "a sidebar has no menu";
+  if (!reply->isThere)
+    return "there is no menu: the main application is not running; see: kelpie doctor";
+  if (reply->items.empty()) return "the menu is empty: the PATHs lie in no open working copy";
+  menu_ = reply->id;
+  items_ = std::move(reply->items);
   return std::nullopt;
 }
 
 std::optional<std::string> MenuRequest::choose(const std::vector<std::size_t>& path) {
-  const bool sent = session_->link().send(link::choose(kChoiceId, kMenuId, path));
-  const auto answer =
-      sent ? session_->await(kChoiceId, {"done", "error"}, kActionLimit) : std::nullopt;
-  if (!answer) return "the extension does not say whether the action has run";
-  if (link::type(*answer) == "error")
-    return "the extension refuses: " + link::text(*answer, "message");
-  return std::nullopt;
+  std::optional<std::string> outcome;
+  session_->client().choose(
+      menu_, path, [&outcome](const std::string& problem) { outcome = problem; }, Clock::now());
+  if (!session_->receiveUntil([&outcome] { return outcome.has_value(); }) ||
+      *outcome == HostClient::kNoAnswer)
+    return "the extension does not say whether the action has run";
+  return outcome->empty() ? std::nullopt : outcome;
 }
 
 }  // namespace kelpie::cli

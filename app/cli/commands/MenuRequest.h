@@ -9,6 +9,8 @@
 #include "cli/commands/Arguments.h"
 #include "cli/link/BadgeCollector.h"
 #include "cli/output/Context.h"
+#include "linux/hostclient/HostClient.h"
+#include "protocol/hostlink/HostLines.h"
 
 namespace kelpie::cli {
 
@@ -21,7 +23,7 @@ class MenuRequest {
                                            const std::vector<std::string>& operands,
                                            Context& context);
 
-  const std::vector<LinkMenuItem>& items() const { return items_; }
+  const std::vector<hostlink::Item>& items() const { return items_; }
   // Chooses the item at that index path and waits until its action has run. What went wrong, in one
   // line (not yet printable), or nothing.
   std::optional<std::string> choose(const std::vector<std::size_t>& path);
@@ -37,9 +39,9 @@ class MenuRequest {
 
   std::unique_ptr<ExtensionSession> session_;
   BadgeCollector badges_;
-  std::vector<std::string> selected_;    // URLs
-  std::optional<std::string> targeted_;  // a URL
-  std::vector<LinkMenuItem> items_;
+  HostClient::MenuQuestion question_;
+  std::int64_t menu_ = 0;  // what the menu is chosen from by
+  std::vector<hostlink::Item> items_;
 };
 
 }  // namespace kelpie::cli

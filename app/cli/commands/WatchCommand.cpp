@@ -71,14 +71,13 @@ WatchCommand::End WatchCommand::follow(ExtensionSession& session) {
   badges.showFolder(folder);
   wantAll(badges);
   auto pause = BadgeCollector::kFirstPause;
-  nlohmann::json message;
   while (badges.ask()) {
-    const auto event = session.link().receive(
-        message, Clock::now() + pause, {interrupt_.descriptor(), news ? news->descriptor() : -1});
+    const auto event = session.receive(Clock::now() + pause,
+                                       {interrupt_.descriptor(), news ? news->descriptor() : -1});
     if (interrupt_.hasCome()) return End::Interrupted;
     if (event == HostLink::Event::Ended) break;
-    if (event == HostLink::Event::Message) {
-      const std::vector<std::string> changed = badges.take(message);
+    if (event == HostLink::Event::Bytes) {
+      const std::vector<std::string> changed = badges.takeChanged();
       for (const std::string& path : changed) print(path, badges.badge(path).value_or(""));
       // The main application may have come or gone, and with it all badges.
       if (!changed.empty()) pause = BadgeCollector::kFirstPause;

@@ -109,10 +109,10 @@ void ServiceChecks::checkHostLink() {
   const std::string path = RuntimeDirectory().finderSocket();
   std::string why;
   if (const auto session = ExtensionSession::open(ExtensionSession::Start::Never, why)) {
-    const LinkWelcome& welcome = session->welcome();
+    const HostClient& client = session->client();
     report_.good(kHostLink,
-                 path + " answers, version " + std::to_string(welcome.version) +
-                     "; observed folders: " + std::to_string(welcome.directories.size()));
+                 path + " answers, version " + std::to_string(hostlink::kVersion) +
+                     "; observed folders: " + std::to_string(client.directories().size()));
   } else if (extension_) {
     report_.problem(kHostLink, path + ": " + why,
                     "end process " + std::to_string(*extension_) + " and start kelpie-sync again");

@@ -4,59 +4,38 @@
 #include <utility>
 
 #include "cli/output/BadgeLook.h"
-#include "cli/text/FilePath.h"
 
 namespace kelpie::cli {
-namespace {
 
-using nlohmann::json;
-
-// So many bytes of URLs in a line: far below what a line may hold, whatever must be escaped.
-constexpr std::size_t kBytesInALine = std::size_t{1} << 20U;
-
-}  // namespace
+BadgeCollector::BadgeCollector(ExtensionSession& session) : session_(session) {
+  session_.tellOfBadges([this](const std::vector<std::string>& paths) { note(paths); });
+}
 
 BadgeCollector::~BadgeCollector() {
-  for (const std::string& folder : shown_) {
-    if (!session_.link().send(link::endObserving(folder))) return;
-  }
+  session_.tellOfBadges({});
+  for (const std::string& folder : shown_) session_.client().hideFolder(folder);
+  session_.flush();
 }
 
 void BadgeCollector::showFolder(const std::string& path) {
   if (std::ranges::find(shown_, path) != shown_.end()) return;
   shown_.push_back(path);
-  session_.link().send(link::beginObserving(path));
+  session_.client().showFolder(path);
 }
 
 void BadgeCollector::want(const std::string& path, bool isFolder) {
-  if (items_.size() >= kMaximumItems) return;
-  if (!items_.emplace(path, Item{isFolder, std::nullopt}).second) return;
+  if (answered_.size() >= kMaximumItems) return;
+  if (!answered_.emplace(path, false).second) return;
   ++unanswered_;
-  questions_.push_back(FilePath::urlOf(path, isFolder));
+  session_.client().want(path, isFolder);
 }
 
-bool BadgeCollector::ask() {
-  json urls = json::array();
-  std::size_t bytes = 0;
-  const auto flush = [&] {
-    bytes = 0;
-    return urls.empty() || session_.link().send({{"type", "requestBadges"},
-                                                 {"urls", std::exchange(urls, json::array())}});
-  };
-  for (std::string& url : std::exchange(questions_, {})) {
-    bytes += url.size();
-    urls.push_back(std::move(url));
-    if (bytes >= kBytesInALine && !flush()) return false;
-  }
-  return flush();
-}
+bool BadgeCollector::ask() { return session_.flush(); }
 
 bool BadgeCollector::askAgain() {
-  for (const auto& [path, item] : items_) {
-    if (!isBadge(item.badge.value_or("")))
-      questions_.push_back(FilePath::urlOf(path, item.isFolder));
-  }
-  return ask();
+  for (const auto& [path, isAnswered] : answered_)
+    if (!isBadge(badge(path).value_or(""))) session_.client().askAgain(path);
+  return session_.flush();
 }
 
 bool BadgeCollector::settle(std::chrono::milliseconds wait) {
@@ -66,14 +45,13 @@ bool BadgeCollector::settle(std::chrono::milliseconds wait) {
   auto lastNews = Clock::now();
   auto nextQuestion = lastNews + pause;
   const auto end = lastNews + 10 * wait;
-  json message;
   while (true) {
     const auto limit =
         std::min(end, lastNews + (unanswered_ == 0 ? std::min(wait, settling) : wait));
     const auto next = unanswered_ == 0 ? limit : std::min(limit, nextQuestion);
-    switch (session_.link().receive(message, next)) {
-      case HostLink::Event::Message:
-        if (!take(message).empty()) lastNews = Clock::now();
+    switch (session_.receive(next)) {
+      case HostLink::Event::Bytes:
+        if (!takeChanged().empty()) lastNews = Clock::now();
         break;
       case HostLink::Event::Quiet:
         if (Clock::now() >= limit) return true;
@@ -89,23 +67,19 @@ bool BadgeCollector::settle(std::chrono::milliseconds wait) {
   }
 }
 
-std::vector<std::string> BadgeCollector::take(const json& message) {
-  session_.note(message);
-  std::vector<std::string> changed;
-  if (link::type(message) != "badges") return changed;
-  for (auto& [path, identifier] : link::badges(message)) {
-    const auto found = items_.find(path);
-    if (found == items_.end() || found->second.badge == identifier) continue;
-    if (!found->second.badge) --unanswered_;
-    found->second.badge = std::move(identifier);
-    changed.push_back(std::move(path));
+void BadgeCollector::note(const std::vector<std::string>& paths) {
+  for (const std::string& path : paths) {
+    const auto found = answered_.find(path);
+    if (found == answered_.end()) continue;
+    if (!std::exchange(found->second, true)) --unanswered_;
+    changed_.push_back(path);
   }
-  return changed;
 }
 
+std::vector<std::string> BadgeCollector::takeChanged() { return std::exchange(changed_, {}); }
+
 std::optional<std::string> BadgeCollector::badge(std::string_view path) const {
-  const auto found = items_.find(path);
-  return found == items_.end() ? std::nullopt : found->second.badge;
+  return session_.client().badge(path);
 }
 
 }  // namespace kelpie::cli

@@ -30,7 +30,7 @@ class BadgeCollector {
   static constexpr std::size_t kMaximumItems = 1'100'000;
 
   // `session` outlives it.
-  explicit BadgeCollector(ExtensionSession& session) : session_(session) {}
+  explicit BadgeCollector(ExtensionSession& session);
   ~BadgeCollector();
   BadgeCollector(const BadgeCollector&) = delete;
   BadgeCollector& operator=(const BadgeCollector&) = delete;
@@ -50,25 +50,22 @@ class BadgeCollector {
   // open, the extension remembers only what lies in the topmost folder. False when the connection
   // has ended.
   bool askAgain();
-  // Takes in a message of the extension. The wanted items whose badges it changes.
-  std::vector<std::string> take(const nlohmann::json& message);
+  // The wanted items whose badges came or changed since the last call.
+  std::vector<std::string> takeChanged();
 
   // Whether items are wanted, and none of them has got a badge.
-  bool isWithoutAnswer() const { return !items_.empty() && unanswered_ == items_.size(); }
+  bool isWithoutAnswer() const { return !answered_.empty() && unanswered_ == answered_.size(); }
   // The identifier of the item's badge; missing when none came.
   std::optional<std::string> badge(std::string_view path) const;
 
  private:
-  struct Item {
-    bool isFolder = false;
-    std::optional<std::string> badge;
-  };
+  void note(const std::vector<std::string>& paths);
 
   ExtensionSession& session_;
   std::vector<std::string> shown_;
-  std::map<std::string, Item, std::less<>> items_;  // that are wanted, by path
+  std::map<std::string, bool, std::less<>> answered_;  // wanted items: whether a badge came
   std::size_t unanswered_ = 0;
-  std::vector<std::string> questions_;  // URLs
+  std::vector<std::string> changed_;
 };
 
 }  // namespace kelpie::cli

@@ -5,13 +5,10 @@
 
 #include "Configuration.h"
 #include "cli/link/BusClient.h"
-#include "cli/text/FilePath.h"
 #include "linux/base/RuntimeDirectory.h"
 
 namespace kelpie::cli {
 namespace {
-
-using nlohmann::json;
 
 // Has the bus start the extension. What is wrong, or nothing.
 std::optional<std::string> startExtension() {
@@ -71,56 +68,42 @@ std::unique_ptr<ExtensionSession> ExtensionSession::openOrComplain(Context& cont
 }
 
 ExtensionSession::~ExtensionSession() {
-  const std::size_t dropped = link_->droppedLines();
+  const std::size_t dropped = client_.droppedLines();
   if (console_ != nullptr && dropped > 0)
     console_->complain("the extension sent lines that are no messages; dropped: " +
                        std::to_string(dropped));
 }
 
-bool ExtensionSession::isObserved(std::string_view path) const {
-  return std::ranges::any_of(welcome_.directories, [path](const std::string& folder) {
-    return FilePath::isWithin(path, folder);
-  });
+bool ExtensionSession::flush() { return link_->send(client_.takeOutput()); }
+
+HostLink::Event ExtensionSession::receive(Clock::time_point deadline,
+                                          std::initializer_list<int> others) {
+  if (!flush()) return HostLink::Event::Ended;
+  std::string bytes;
+  const auto event = link_->receive(bytes, deadline, others);
+  const auto now = Clock::now();
+  if (event == HostLink::Event::Bytes) client_.received(bytes, now);
+  client_.tick(now);
+  return event;
 }
 
-void ExtensionSession::note(const json& message) {
-  if (link::type(message) == "directories")
-    welcome_.directories = link::directories(link::member(message, "urls"));
-}
-
-std::optional<json> ExtensionSession::await(std::int64_t id,
-                                            std::initializer_list<std::string_view> types,
-                                            std::chrono::milliseconds limit) {
-  const auto deadline = Clock::now() + limit;
-  json message;
-  while (link_->receive(message, deadline) == HostLink::Event::Message) {
-    const std::string type = link::type(message);
-    if (link::isAbout(message, id) && std::ranges::find(types, type) != types.end()) return message;
-    note(message);
+bool ExtensionSession::receiveUntil(const std::function<bool()>& isDone) {
+  while (!isDone()) {
+    // Something is due while a question waits; without one there is nothing to wait for.
+    const auto due = client_.wakeAt();
+    if (!due || receive(*due) == HostLink::Event::Ended) return isDone();
   }
-  return std::nullopt;
+  return true;
 }
 
 std::optional<std::string> ExtensionSession::greet() {
-  const auto deadline = Clock::now() + kAnswerLimit;
-  if (!link_->send(link::hello())) return "the extension closed the connection";
-  json message;
-  while (true) {
-    switch (link_->receive(message, deadline)) {
-      case HostLink::Event::Quiet:
-        return "the extension does not answer; see: kelpie doctor";
-      case HostLink::Event::Message:
-        break;
-      default:
-        return "the extension closed the connection";
-    }
-    const std::string type = link::type(message);
-    if (type == "error") return "the extension refuses: " + link::text(message, "message");
-    if (type == "welcome") break;
-  }
-  welcome_ = link::welcome(message);
-  if (welcome_.version != 1) return "the extension speaks another version of the protocol";
-  return std::nullopt;
+  client_.connecting();
+  client_.connected(Clock::now());
+  if (!receiveUntil([this] { return client_.isReady() || client_.shouldClose(); }))
+    return "the extension closed the connection";
+  if (client_.isReady()) return std::nullopt;
+  const std::string& problem = client_.problem();
+  return problem == HostClient::kNoAnswer ? problem + "; see: kelpie doctor" : problem;
 }
 
 }  // namespace kelpie::cli

@@ -2,14 +2,16 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/link/HostLink.h"
-#include "cli/link/LinkMessages.h"
 #include "cli/output/Context.h"
+#include "linux/hostclient/HostClient.h"
 
 namespace kelpie::cli {
 
@@ -17,9 +19,6 @@ namespace kelpie::cli {
 // blocks as HostLink does.
 class ExtensionSession {
  public:
-  // What waits for the extension's answer to a question, at the most.
-  static constexpr std::chrono::seconds kAnswerLimit{10};
-
   // Whether an extension that does not run is started, through the session bus.
   enum class Start : std::uint8_t { IfNeeded, Never };
 
@@ -36,18 +35,21 @@ class ExtensionSession {
   // Where it says that; nowhere at first. `console` outlives it.
   void reportTo(Console& console) { console_ = &console; }
 
-  HostLink& link() { return *link_; }
-  const LinkWelcome& welcome() const { return welcome_; }
+  // The host's end of the conversation. What it has to say is sent by flush() and receive().
+  HostClient& client() { return client_; }
+  // Who is told of badges that come or change; nobody at first.
+  using BadgeHandler = std::function<void(const std::vector<std::string>& paths)>;
+  void tellOfBadges(BadgeHandler handler) { onBadges_ = std::move(handler); }
   // Whether the item lies in an observed folder; only there are badges and menus asked for.
-  bool isObserved(std::string_view path) const;
-  // Takes in what concerns every command, such as new observed folders.
-  void note(const nlohmann::json& message);
+  bool isObserved(std::string_view path) const { return client_.isObserved(path); }
 
-  // Waits for the message of one of the types that bears the number `id`. Null when the connection
-  // ends or nothing comes in time.
-  std::optional<nlohmann::json> await(std::int64_t id,
-                                      std::initializer_list<std::string_view> types,
-                                      std::chrono::milliseconds limit);
+  // Sends what the client has to say. False when the connection has ended.
+  bool flush();
+  // Does so, and hands the client what comes until `deadline`; returns with the first of it, and
+  // when one of the `others` is readable (see HostLink::receive()).
+  HostLink::Event receive(Clock::time_point deadline, std::initializer_list<int> others = {});
+  // The same until `isDone` holds. False when the connection ends first.
+  bool receiveUntil(const std::function<bool()>& isDone);
 
  private:
   explicit ExtensionSession(std::unique_ptr<HostLink> link) : link_(std::move(link)) {}
@@ -57,7 +59,11 @@ class ExtensionSession {
 
   std::unique_ptr<HostLink> link_;
   Console* console_ = nullptr;
-  LinkWelcome welcome_;
+  BadgeHandler onBadges_;
+  // It is not told of the end of the connection: what came before stays to be printed.
+  HostClient client_{"kelpie", {{}, {}, [this](const std::vector<std::string>& paths) {
+                                  if (onBadges_) onBadges_(paths);
+                                }}};
 };
 
 }  // namespace kelpie::cli

@@ -2,36 +2,20 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <span>
-#include <utility>
 
 #include "linux/base/UnixSocket.h"
 
 namespace kelpie::cli {
 namespace {
 
-using nlohmann::json;
-
 constexpr std::chrono::seconds kSendLimit(10);
-
-// The object of a line; anything else when it is none.
-json parse(const std::string& line) {
-  bool tooDeep = false;
-  // Answering false drops the value, so that a line of brackets costs no memory.
-  const auto keep = [&tooDeep](int depth, json::parse_event_t event, json&) {
-    const bool opens =
-        event == json::parse_event_t::object_start || event == json::parse_event_t::array_start;
-    if (opens && depth >= HostLink::kMaximumNesting) tooDeep = true;
-    return !tooDeep;
-  };
-  json parsed = json::parse(line, keep, /*allow_exceptions=*/false);
-  return tooDeep ? json() : parsed;
-}
 
 }  // namespace
 
@@ -46,14 +30,12 @@ std::unique_ptr<HostLink> HostLink::connect(const std::string& path, int& error)
   return std::unique_ptr<HostLink>(new HostLink(std::move(result.socket)));
 }
 
-bool HostLink::send(const json& message) {
-  const std::string line = message.dump(-1, ' ', false, json::error_handler_t::replace) + '\n';
+bool HostLink::send(std::string_view bytes) {
   const auto deadline = Clock::now() + kSendLimit;
-  std::string_view rest = line;
-  while (!rest.empty()) {
-    const ssize_t size = ::send(socket_.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
+  while (!bytes.empty()) {
+    const ssize_t size = ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (size > 0) {
-      rest.remove_prefix(static_cast<std::size_t>(size));
+      bytes.remove_prefix(static_cast<std::size_t>(size));
       continue;
     }
     if (errno == EINTR) continue;
@@ -64,7 +46,7 @@ bool HostLink::send(const json& message) {
   return true;
 }
 
-HostLink::Event HostLink::receive(json& message, Clock::time_point deadline,
+HostLink::Event HostLink::receive(std::string& bytes, Clock::time_point deadline,
                                   std::initializer_list<int> others) {
   // poll() passes over what stands for nothing.
   std::array<pollfd, 3> waits = {{{socket_.get(), POLLIN, 0}, {-1, POLLIN, 0}, {-1, POLLIN, 0}}};
@@ -72,44 +54,19 @@ HostLink::Event HostLink::receive(json& message, Clock::time_point deadline,
   for (std::size_t i = 0; i < others.size() && i < extra.size(); ++i)
     extra[i].fd = others.begin()[i];
   while (true) {
-    if (take(message)) return Event::Message;
     const int ready = ::poll(waits.data(), waits.size(), pollTimeout(deadline));
     if (ready == 0) return Event::Quiet;
     if (ready < 0) continue;  // a signal
     const auto isReady = [](const pollfd& wait) { return wait.revents != 0; };
     if (std::ranges::any_of(extra, isReady)) return Event::Other;
-    if (!read()) return take(message) ? Event::Message : Event::Ended;
+    std::array<char, 65536> piece{};
+    const ssize_t size = ::recv(socket_.get(), piece.data(), piece.size(), 0);
+    if (size > 0) {
+      bytes.assign(piece.data(), static_cast<std::size_t>(size));
+      return Event::Bytes;
+    }
+    if (size == 0 || (errno != EAGAIN && errno != EINTR)) return Event::Ended;
   }
-}
-
-bool HostLink::read() {
-  std::array<char, 65536> piece{};
-  const ssize_t size = ::recv(socket_.get(), piece.data(), piece.size(), 0);
-  if (size == 0) return false;
-  if (size < 0) return errno == EAGAIN || errno == EINTR;
-  lines_.feed(
-      {piece.data(), static_cast<std::size_t>(size)},
-      [this](std::string_view line) {
-        arrived_.emplace_back(line);
-        return true;
-      },
-      [this] {
-        ++dropped_;
-        return true;
-      });
-  return true;
-}
-
-bool HostLink::take(json& message) {
-  while (!arrived_.empty()) {
-    const std::string line = std::exchange(arrived_.front(), {});
-    arrived_.pop_front();
-    if (line.empty()) continue;
-    message = parse(line);
-    if (message.is_object()) return true;
-    ++dropped_;
-  }
-  return false;
 }
 
 }  // namespace kelpie::cli

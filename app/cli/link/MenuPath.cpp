@@ -25,7 +25,7 @@ struct MenuPath::Search {
   TitleFit best = TitleFit::None;
   std::vector<Match> found;
 
-  void walk(const std::vector<LinkMenuItem>& items, const Match& above, TitleFit fitAbove) {
+  void walk(const std::vector<hostlink::Item>& items, const Match& above, TitleFit fitAbove) {
     const std::size_t level = above.indices.size();
     for (std::size_t i = 0; i < items.size(); ++i) {
       if (items[i].isHeader() && !items[i].image.empty()) continue;
@@ -59,13 +59,13 @@ MenuPath::MenuPath(std::string_view text) {
   }
 }
 
-std::vector<MenuPath::Match> MenuPath::find(const std::vector<LinkMenuItem>& menu) const {
+std::vector<MenuPath::Match> MenuPath::find(const std::vector<hostlink::Item>& menu) const {
   Search search{titles_, TitleFit::Begins, {}};
   search.walk(menu, {{}, nullptr, ""}, TitleFit::Exact);
   return search.found;
 }
 
-std::vector<MenuPath::Match> MenuPath::choices(const std::vector<LinkMenuItem>& menu) {
+std::vector<MenuPath::Match> MenuPath::choices(const std::vector<hostlink::Item>& menu) {
   std::vector<Match> list;
   std::vector<Match> submenus = {{{}, nullptr, ""}};
   // Depth first, in the order of the menu.
@@ -73,7 +73,7 @@ std::vector<MenuPath::Match> MenuPath::choices(const std::vector<LinkMenuItem>& 
     const Match at = std::move(submenus.back());
     submenus.pop_back();
     if (at.item != nullptr && at.item->action) list.push_back(at);
-    const std::vector<LinkMenuItem>& items = at.item == nullptr ? menu : at.item->submenu;
+    const std::vector<hostlink::Item>& items = at.item == nullptr ? menu : at.item->submenu;
     for (std::size_t i = items.size(); i-- > 0;) {
       Match match = at;
       match.indices.push_back(i);

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/link/LinkMessages.h"
+#include "protocol/hostlink/HostLines.h"
 
 namespace kelpie::cli {
 
@@ -18,16 +18,16 @@ class MenuPath {
   // An item that the path may mean.
   struct Match {
     std::vector<std::size_t> indices;  // where it stands: a position for each level
-    const LinkMenuItem* item;          // borrowed from the menu
+    const hostlink::Item* item;        // borrowed from the menu
     std::string path;                  // the titles that lead there, written as above
   };
   // The items that it means. Exact titles count before those that differ in case or in a final
   // ellipsis, these before titles that only begin so; of the best kind all are answered. Headers
   // are no items.
-  std::vector<Match> find(const std::vector<LinkMenuItem>& menu) const;
+  std::vector<Match> find(const std::vector<hostlink::Item>& menu) const;
 
   // Every item of the menu that does something, with the path that names it.
-  static std::vector<Match> choices(const std::vector<LinkMenuItem>& menu);
+  static std::vector<Match> choices(const std::vector<hostlink::Item>& menu);
 
  private:
   struct Search;

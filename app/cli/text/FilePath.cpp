@@ -61,12 +61,4 @@ std::string FilePath::urlOf(const std::string& path, bool isFolder) {
   return URL::fileURLWithPath(path, isFolder).absoluteString();
 }
 
-std::optional<std::string> FilePath::pathOf(std::string_view url) {
-  const auto parsed = URL::fromString(url);
-  if (!parsed || !parsed->isFileURL()) return std::nullopt;
-  const std::string& path = parsed->path();
-  if (!path.starts_with('/') || path.find('\0') != std::string::npos) return std::nullopt;
-  return path;
-}
-
 }  // namespace kelpie::cli

@@ -8,7 +8,7 @@
 
 namespace kelpie::cli {
 
-// Paths as the user writes them, and file URLs as the extension does. All are bytes. Any thread.
+// Paths as the user writes them, and their file URLs. All are bytes. Any thread.
 class FilePath {
  public:
   FilePath() = delete;
@@ -34,8 +34,6 @@ class FilePath {
 
   // The file URL of an absolute path.
   static std::string urlOf(const std::string& path, bool isFolder);
-  // The path of a file URL; missing for anything else.
-  static std::optional<std::string> pathOf(std::string_view url);
 };
 
 }  // namespace kelpie::cli

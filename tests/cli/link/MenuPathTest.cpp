@@ -7,16 +7,16 @@
 namespace kelpie::cli {
 namespace {
 
-LinkMenuItem item(const std::string& title) {
-  LinkMenuItem item;
+hostlink::Item item(const std::string& title) {
+  hostlink::Item item;
   item.title = title;
   item.action = "act:";
   item.isEnabled = true;
   return item;
 }
 
-LinkMenuItem submenu(const std::string& title, std::vector<LinkMenuItem> items) {
-  LinkMenuItem item;
+hostlink::Item submenu(const std::string& title, std::vector<hostlink::Item> items) {
+  hostlink::Item item;
   item.title = title;
   item.isEnabled = true;
   item.hasSubmenu = true;
@@ -24,23 +24,24 @@ LinkMenuItem submenu(const std::string& title, std::vector<LinkMenuItem> items) 
   return item;
 }
 
-LinkMenuItem header(const std::string& title) {
-  LinkMenuItem item;
+hostlink::Item header(const std::string& title) {
+  hostlink::Item item;
   item.title = title;
   item.image = "ApplicationIcon";
   return item;
 }
 
 // The paths of what the text means, one after the other.
-std::string found(std::string_view text, const std::vector<LinkMenuItem>& menu) {
+std::string found(std::string_view text, const std::vector<hostlink::Item>& menu) {
   std::string paths;
   for (const MenuPath::Match& match : MenuPath(text).find(menu)) paths += '[' + match.path + ']';
   return paths;
 }
 
 TEST(MenuPath, TheBestFitWins) {
-  const std::vector<LinkMenuItem> menu = {header("Git"), item("Stage"), item("Stage All…"),
-                                          item("stage"), item("Push…"), item("Git Configuration")};
+  const std::vector<hostlink::Item> menu = {header("Git"),      item("Stage"),
+                                            item("Stage All…"), item("stage"),
+                                            item("Push…"),      item("Git Configuration")};
   EXPECT_EQ(found("Stage", menu), "[Stage]");
   EXPECT_EQ(found("STAGE", menu), "[Stage][stage]");
   EXPECT_EQ(found("stage a", menu), "[Stage All…]");
@@ -53,7 +54,7 @@ TEST(MenuPath, TheBestFitWins) {
 }
 
 TEST(MenuPath, TitlesLeadThroughSubmenus) {
-  const std::vector<LinkMenuItem> menu = {
+  const std::vector<hostlink::Item> menu = {
       submenu("More", {item("Ignore")}), item("Pull"),
       submenu("More", {item("Revert"), submenu("a/b", {item("c\\d")})})};
   EXPECT_EQ(found("More/Revert", menu), "[More/Revert]");
@@ -67,7 +68,7 @@ TEST(MenuPath, TitlesLeadThroughSubmenus) {
 }
 
 TEST(MenuPath, EveryChoiceIsFoundByItsOwnPath) {
-  const std::vector<LinkMenuItem> menu = {
+  const std::vector<hostlink::Item> menu = {
       header("Git"), submenu("More", {item("a/b"), item("c\\"), submenu("\\/", {item("…")})}),
       item("Fetch…")};
   const auto choices = MenuPath::choices(menu);
