@@ -2,7 +2,10 @@
 
 #include <glib.h>
 
+#include <charconv>
 #include <memory>
+#include <string_view>
+#include <system_error>
 
 #include "linux/base/GLibPointers.h"
 
@@ -35,15 +38,16 @@ AgentConfiguration AgentConfiguration::read(const std::string& file,
   }
   const GCharPtr program(g_key_file_get_string(keys.get(), "Git", "Program", nullptr));
   if (program != nullptr && *program != '\0') configuration.gitProgram = program.get();
-  if (g_key_file_has_key(keys.get(), "Folders", "WorkingCopies", nullptr) == FALSE)
-    return configuration;
-  raw = nullptr;
-  const guint64 neighbours = g_key_file_get_uint64(keys.get(), "Folders", "WorkingCopies", &raw);
-  const GErrorPtr noNumber(raw);
-  if (noNumber != nullptr)
-    problems.push_back(file + ": [Folders] WorkingCopies is no number");
-  else
-    configuration.neighbours = neighbours;
+  const GCharPtr neighbours(g_key_file_get_string(keys.get(), "Folders", "WorkingCopies", nullptr));
+  if (neighbours != nullptr) {
+    const std::string_view text = neighbours.get();
+    std::size_t number = 0;
+    const auto [end, wrong] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (wrong == std::errc() && end == text.data() + text.size())
+      configuration.neighbours = number;
+    else
+      problems.push_back(file + ": [Folders] WorkingCopies is no number");
+  }
   return configuration;
 }
 
