@@ -1,12 +1,15 @@
 #include "extension/FolderRegistry.h"
 
 #include <optional>
+#include <span>
 #include <string>
 #include <unordered_set>
 #include <utility>
 
 #include "extension/MessageLink.h"
 #include "extension/RepositoryLookup.h"
+#include "extension/RootFinder.h"
+#include "extension/ShownItems.h"
 #include "foundation/Error.h"
 #include "foundation/MemoFileSystem.h"
 #include "platform/BookmarkResolution.h"
@@ -17,6 +20,10 @@
 namespace kelpie {
 
 namespace {
+
+// Two working copies that change places are opened one soon after the other: more than a few never
+// wait. One that is not remembered gets what is shown as the file manager asks for it again.
+constexpr std::size_t kMaximumDisplaced = 1024;
 
 struct ResolvedFolders {
   std::vector<URL> urls;       // each text once
@@ -58,28 +65,30 @@ FolderRegistry::FolderRegistry(const Platform& platform, KPUserDefaults& default
       link_(std::move(link)),
       allObservedFiles_(std::make_shared<ObservedPaths>()) {}
 
+// What is shown is noted before it gets a badge: when the main application goes at that moment, all
+// that has a badge is known.
 void FolderRegistry::beginObservingDirectoryAtURL(const URL& url) {
   const MemoFileSystem files(platform_.files);
-  std::optional<std::vector<URL>> contents;
+  std::shared_ptr<KPRepository> repository;
   if (applicationPid() > 0) {
     requestRepository(url, false, files);
-    if (const std::shared_ptr<KPRepository> repository = repositoryForURL(url, files)) {
-      contents = files.contentsOfDirectory(url);
-      // Each item is looked at once: nothing is gained by remembering them all.
-      repository->addObservedURLs(*contents, platform_.files);
-    }
+    repository = repositoryForURL(url, files);
   }
   noteFolder(url, files);
   const std::optional<FileIdentifier> identifier = url.identifier(files);
-  if (!identifier) {
+  if (repository == nullptr && !identifier) {
     return;
   }
-  const std::shared_ptr<PathSet> paths = allObservedFiles()->findOrCreate(*identifier);
-  if (!contents) {
-    contents = files.contentsOfDirectory(url);
+  const std::vector<URL> contents = files.contentsOfDirectory(url);
+  if (identifier) {
+    const std::shared_ptr<PathSet> paths = allObservedFiles()->findOrCreate(*identifier);
+    for (const URL& item : contents) {
+      paths->add(item.path());
+    }
   }
-  for (const URL& item : *contents) {
-    paths->add(item.path());
+  if (repository != nullptr) {
+    // Each item is looked at once: nothing is gained by remembering them all.
+    repository->addObservedURLs(contents, platform_.files);
   }
 }
 
@@ -99,35 +108,128 @@ void FolderRegistry::endObservingDirectoryAtURL(const URL& url) {
   folders_.removeInactiveFolders(*identifier);
 }
 
+// Neighbours that one repository holds are handed to it together. All are noted first: see
+// beginObservingDirectoryAtURL().
 void FolderRegistry::requestBadgeIdentifiersForURLs(const std::vector<URL>& urls) {
   const MemoFileSystem files(platform_.files);
-  std::optional<RepositoryLookup> lookup;
   for (const URL& url : urls) {
-    if (applicationPid() > 0) {
+    noteItem(url, files);
+  }
+  std::optional<RepositoryLookup> lookup;
+  std::shared_ptr<KPRepository> repository;  // that holds those from `first` up to here
+  std::size_t first = 0;
+  for (std::size_t index = 0; index <= urls.size(); ++index) {
+    std::shared_ptr<KPRepository> next;
+    if (index < urls.size() && applicationPid() > 0) {
       if (!lookup || !lookup->isCurrent()) {
         lookup.emplace(repositories_, files);
       }
-      if (const std::shared_ptr<KPRepository> repository = lookup->repositoryForURL(url)) {
-        repository->addObservedURL(url, files);
-      }
+      next = lookup->repositoryForURL(urls[index]);
     }
-    noteItem(url, files);
+    if (next == repository && index < urls.size()) {
+      continue;
+    }
+    if (repository != nullptr) {
+      repository->addObservedURLs(std::span(urls).subspan(first, index - first), files);
+    }
+    repository = std::move(next);
+    first = index;
   }
 }
 
-// Only the folder's own items reach the new repository: the folders below it that wait for an
-// answer keep waiting, and what they show is handed over as the file manager asks for it again.
-void FolderRegistry::openRepository(const URL& workingUrl, const URL& gitUrl,
-                                    const FileIdentifier& identifier) {
+// Only the folder's own items reach a repository that is the first in its place: the folders below
+// it that wait for an answer keep waiting, and what they show is handed over as the file manager
+// asks for it again. Where another one is replaced the file manager does not ask again: it has
+// badges.
+void FolderRegistry::openRepository(const Opening& opening) {
+  const MemoFileSystem files(platform_.files);
+  const FileIdentifier& identifier = opening.identifier;
+  const URL path = files.filePathUrl(opening.workingUrl).value_or(opening.workingUrl);
   folders_.removeObservedDirectory(identifier);
+  const bool replaces = replaceRepositories(identifier, path.path(), files) ||
+                        repositories_.find(identifier) != nullptr;
+  ShownItems shown(*allObservedFiles(), files);
+  if (replaces || shown.isOutOfOrder(path.path(), identifier)) {
+    shown.putInOrder();
+  }
   const auto observedPaths = std::make_shared<ObservedPaths>();
   observedPaths->set(identifier, allObservedFiles()->find(identifier));
-  const std::shared_ptr<KPRepository> repository =
-      KPRepository::create(workingUrl, gitUrl, observedPaths, platform_, defaults_);
-  if (const std::optional<FileIdentifier> own = repository->identifier()) {
-    repositories_.set(*own, repository);
+  if (replaces) {
+    adoptShownItems(opening.workingUrl, identifier, *observedPaths, files);
   }
-  repository->addObservedURL(workingUrl);
+  const std::shared_ptr<KPRepository> repository =
+      KPRepository::create(opening.workingUrl, opening.gitUrl, observedPaths, platform_, defaults_);
+  if (const std::optional<FileIdentifier> own = repository->identifier()) {
+    repositories_.set(*own, repository, opening.clearings);
+  }
+  repository->addObservedURL(path);
+}
+
+void FolderRegistry::relocateRepository(const FileIdentifier& identifier) {
+  const MemoFileSystem files(platform_.files);
+  folders_.removeObservedDirectory(identifier);
+  const std::shared_ptr<KPRepository> repository = repositories_.find(identifier);
+  if (repository == nullptr || !repository->isInPlace(files)) {
+    return;
+  }
+  repository->relocate(files);
+  ShownItems shown(*allObservedFiles(), files);
+  shown.putInOrder();
+  shown.leaveOutStrays(*repository->observedPaths());
+  adoptShownItems(*repository->url(), identifier, *repository->observedPaths(), files);
+  for (const std::shared_ptr<PathSet>& set : repository->observedPaths()->sets()) {
+    std::vector<URL> urls;
+    for (const std::string& path : set->paths()) {
+      urls.push_back(URL::fileURLWithPath(path));
+    }
+    repository->addObservedURLs(urls, files);
+  }
+  if (const std::optional<URL> root = files.filePathUrl(*repository->url())) {
+    repository->addObservedURL(*root, files);
+  }
+}
+
+bool FolderRegistry::replaceRepositories(const FileIdentifier& identifier, std::string_view path,
+                                         const FileSystem& files) {
+  std::vector<FileIdentifier> replaced;
+  for (const std::shared_ptr<KPRepository>& repository : *repositories_.all()) {
+    const std::optional<FileIdentifier>& held = repository->rootIdentifier();
+    if (held && (held == identifier || repository->rootPath() == path) &&
+        !repository->isInPlace(files)) {
+      replaced.push_back(*held);
+    }
+  }
+  const bool wasDisplaced = displaced_.erase(identifier) != 0;
+  for (const FileIdentifier& held : replaced) {
+    repositories_.remove(held);
+    if (held != identifier && displaced_.size() < kMaximumDisplaced) {
+      displaced_.insert(held);
+    }
+  }
+  return wasDisplaced || !replaced.empty();
+}
+
+void FolderRegistry::adoptShownItems(const URL& root, const FileIdentifier& identifier,
+                                     ObservedPaths& observed, const FileSystem& files) {
+  RootFinder inside({RootFinder::Root{root, identifier}}, files);
+  RepositoryLookup lookup(repositories_, files);
+  ShownItems(*allObservedFiles(), files)
+      .forEachFolder([&](const FileIdentifier& folder, const URL& anItem,
+                         const std::shared_ptr<PathSet>& items) {
+        const std::shared_ptr<KPRepository> holder = lookup.repositoryForURL(anItem);
+        if (!inside.firstRootOf(anItem) ||
+            (holder != nullptr && holder->rootIdentifier() != identifier)) {
+          return;
+        }
+        if (folder == identifier) {
+          observed.set(folder, items);
+          return;
+        }
+        const std::shared_ptr<PathSet> own = observed.findOrCreate(folder);
+        for (const std::string& path : items->paths()) {
+          own->add(path);
+        }
+      });
 }
 
 void FolderRegistry::updateFolders() {

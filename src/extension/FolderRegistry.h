@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "extension/FolderTables.h"
@@ -32,8 +34,20 @@ class FolderRegistry {
   void endObservingDirectoryAtURL(const URL& url);
   // The requests of these URLs, in order.
   void requestBadgeIdentifiersForURLs(const std::vector<URL>& urls);
-  // Makes the repository of the working directory, whose identifier this is, and enters it.
-  void openRepository(const URL& workingUrl, const URL& gitUrl, const FileIdentifier& identifier);
+  // A repository that the main application has opened.
+  struct Opening {
+    URL workingUrl;
+    URL gitUrl;
+    FileIdentifier identifier;    // of the working directory
+    std::uint64_t clearings = 0;  // RepositoryTable::clearings() when the message came
+  };
+  // Makes the repository and enters it, unless the application has gone since it asked for it. One
+  // that was open there, or with this identifier elsewhere, and has lost its place is replaced:
+  // what the file manager shows in the working directory is handed over to the new one.
+  void openRepository(const Opening& opening);
+  // The root of an open repository has moved, followed by its file reference: hands over to it what
+  // the file manager shows there.
+  void relocateRepository(const FileIdentifier& identifier);
 
   // -- Any thread ---------------------------------------------------------------------------------
 
@@ -55,12 +69,22 @@ class FolderRegistry {
 
  private:
   std::shared_ptr<KPRepository> repositoryForURL(const URL& url, const FileSystem& files) const;
+  // Drops the repositories that have lost their place, of those that have this identifier or were
+  // at this path. Whether there were any, or this one was dropped so before.
+  bool replaceRepositories(const FileIdentifier& identifier, std::string_view path,
+                           const FileSystem& files);
+  // Adds what is shown inside the root to `observed`, as far as no other repository holds it.
+  void adoptShownItems(const URL& root, const FileIdentifier& identifier, ObservedPaths& observed,
+                       const FileSystem& files);
   void noteFolder(const URL& url, const FileSystem& files);
   void noteItem(const URL& url, const FileSystem& files);
 
   const Platform platform_;
   KPUserDefaults& defaults_;
   const std::shared_ptr<MessageLink> link_;
+  // Repositories that gave way to another one at their path, and may be opened elsewhere: what is
+  // shown there is handed over to them then. Observer queue.
+  std::unordered_set<FileIdentifier> displaced_;
   std::atomic<std::int32_t> applicationPid_ = 0;
   RepositoryTable repositories_;
   FolderTables folders_;

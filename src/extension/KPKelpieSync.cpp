@@ -190,12 +190,24 @@ void KPKelpieSync::openRepositoryWithUrls(const Object& urls) {
     return;
   }
   const std::optional<FileIdentifier> identifier = workingUrl->identifier(platform_.files);
-  if (!identifier || registry_->repositories().find(*identifier) != nullptr) {
+  if (!identifier) {
+    return;
+  }
+  const std::shared_ptr<KPRepository> held = registry_->repositories().find(*identifier);
+  if (held != nullptr && held->isInPlace(platform_.files)) {
+    if (held->hasMoved(platform_.files)) {
+      ++repositoryOpenings_;
+      observerQueue_->post([registry = registry_, identifier = *identifier] {
+        registry->relocateRepository(identifier);
+      });
+    }
     return;
   }
   ++repositoryOpenings_;
-  observerQueue_->post([registry = registry_, workingUrl, gitUrl, identifier] {
-    registry->openRepository(*workingUrl, *gitUrl, *identifier);
+  observerQueue_->post([registry = registry_,
+                        opening = FolderRegistry::Opening{*workingUrl, *gitUrl, *identifier,
+                                                          registry_->repositories().clearings()}] {
+    registry->openRepository(opening);
   });
 }
 

@@ -86,7 +86,8 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
   // std::invalid_argument when there is no receiving port to tell it of; nothing has changed then.
   void setApplicationPid(std::int32_t pid);
   // The answer to a request for a repository: its working directory first, its git directory last.
-  // Main queue; the repository is made on the observer queue.
+  // Nothing is done for one that is open in its place already. Main queue; the repository is made
+  // on the observer queue.
   void openRepositoryWithUrls(const Object& urls);
   // Decodes one message of the main application and calls the operation that it names: the
   // controller's, else that of the repository it is meant for. Anything else is dropped. Main

@@ -110,13 +110,14 @@ void PresenceMonitor::watch(std::int32_t pid) {
   monitor->resume();
 }
 
+// The repositories end first, so that no badge of theirs comes after the empty ones.
 void PresenceMonitor::State::clear() {
+  registry->repositories().clear();
   for (const std::shared_ptr<PathSet>& set : registry->allObservedFiles()->sets()) {
     for (const std::string& path : set->paths()) {
       platform.finder.setBadgeIdentifier(KPBadge::kEmpty, URL::fileURLWithPath(path));
     }
   }
-  registry->repositories().clear();
   link->setPort(nullptr);
   registry->setApplicationPid(-1);
 }

@@ -11,15 +11,17 @@ namespace kelpie {
 namespace {
 
 RepositoryTable::Repositories withRoot(RepositoryTable::Repositories repositories) {
-  std::erase_if(repositories, [](const auto& repository) { return !repository->url(); });
+  std::erase_if(repositories, [](const auto& repository) {
+    return !repository->url() || !repository->rootIdentifier();
+  });
   return repositories;
 }
 
-std::vector<URL> rootsOf(const RepositoryTable::Repositories& repositories) {
-  std::vector<URL> roots;
+std::vector<RootFinder::Root> rootsOf(const RepositoryTable::Repositories& repositories) {
+  std::vector<RootFinder::Root> roots;
   roots.reserve(repositories.size());
   for (const std::shared_ptr<KPRepository>& repository : repositories) {
-    roots.push_back(*repository->url());
+    roots.push_back({*repository->url(), repository->rootIdentifier()});
   }
   return roots;
 }

@@ -9,8 +9,10 @@
 namespace kelpie {
 
 // Finds the open repository that holds a URL: the first one, in the table's order, whose root
-// folder equals the URL or is a parent of it. For one piece of work; it does not see repositories
-// come and go. Single-threaded.
+// folder equals the URL or is a parent of it. A repository that has lost its place (see
+// KPRepository::isInPlace) holds nothing. Costs looks at the folders above the URL and at the roots
+// found there, however many repositories are open. For one piece of work; it does not see
+// repositories come and go. Single-threaded.
 class RepositoryLookup {
  public:
   // Both are borrowed. `files` best looks at each path once: see MemoFileSystem.

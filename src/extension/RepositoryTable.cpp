@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "status/KPRepository.h"
+
 namespace kelpie {
 
 RepositoryTable::RepositoryTable() : all_(std::make_shared<const Repositories>()) {}
@@ -12,27 +14,61 @@ std::shared_ptr<KPRepository> RepositoryTable::find(const FileIdentifier& identi
   return place == places_.end() ? nullptr : (*all_)[place->second];
 }
 
-// Former repositories and lists end after the lock: what ends with a repository is not this
-// table's business to hold up.
+// Former repositories are ended, and former lists go, without the lock: a repository may wait for a
+// badge that is being set.
 void RepositoryTable::set(const FileIdentifier& identifier,
-                          std::shared_ptr<KPRepository> repository) {
-  std::shared_ptr<const Repositories> former;
-  const std::lock_guard lock(mutex_);
-  auto changed = std::make_shared<Repositories>(*all_);
-  const auto [place, isNew] = places_.try_emplace(identifier, changed->size());
-  if (isNew) {
-    changed->push_back(std::move(repository));
-  } else {
-    (*changed)[place->second] = std::move(repository);
+                          std::shared_ptr<KPRepository> repository, std::uint64_t clearings) {
+  std::shared_ptr<const Repositories> formerList;
+  std::shared_ptr<KPRepository> former;
+  {
+    const std::lock_guard lock(mutex_);
+    if (clearings != clearings_) {
+      former = std::move(repository);
+    } else {
+      auto changed = std::make_shared<Repositories>(*all_);
+      const auto [place, isNew] = places_.try_emplace(identifier, changed->size());
+      if (isNew) changed->emplace_back();
+      former = std::exchange((*changed)[place->second], std::move(repository));
+      formerList = std::exchange(all_, std::move(changed));
+    }
   }
-  former = std::exchange(all_, std::move(changed));
+  if (former != nullptr) former->end();
+}
+
+void RepositoryTable::remove(const FileIdentifier& identifier) {
+  std::shared_ptr<const Repositories> formerList;
+  std::shared_ptr<KPRepository> former;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto found = places_.find(identifier);
+    if (found == places_.end()) return;
+    const std::size_t place = found->second;
+    auto changed = std::make_shared<Repositories>(*all_);
+    former = std::move((*changed)[place]);
+    changed->erase(changed->begin() + static_cast<std::ptrdiff_t>(place));
+    places_.erase(found);
+    for (auto& [key, index] : places_) {
+      if (index > place) --index;
+    }
+    formerList = std::exchange(all_, std::move(changed));
+  }
+  former->end();
 }
 
 void RepositoryTable::clear() {
   auto former = std::make_shared<const Repositories>();
+  {
+    const std::lock_guard lock(mutex_);
+    all_.swap(former);
+    places_.clear();
+    ++clearings_;
+  }
+  for (const std::shared_ptr<KPRepository>& repository : *former) repository->end();
+}
+
+std::uint64_t RepositoryTable::clearings() const {
   const std::lock_guard lock(mutex_);
-  all_.swap(former);
-  places_.clear();
+  return clearings_;
 }
 
 std::size_t RepositoryTable::size() const {

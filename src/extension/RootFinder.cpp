@@ -2,20 +2,37 @@
 
 #include <algorithm>
 #include <iterator>
-#include <unordered_set>
 #include <utility>
 
 namespace kelpie {
 
-RootFinder::RootFinder(std::vector<URL> roots, const FileSystem& files)
+namespace {
+
+std::vector<RootFinder::Root> lookedAt(const std::vector<URL>& urls, const FileSystem& files) {
+  std::vector<RootFinder::Root> roots;
+  roots.reserve(urls.size());
+  for (const URL& url : urls) roots.push_back({url, url.identifier(files)});
+  return roots;
+}
+
+}  // namespace
+
+RootFinder::RootFinder(const std::vector<URL>& roots, const FileSystem& files)
+    : RootFinder(lookedAt(roots, files), files) {}
+
+RootFinder::RootFinder(std::vector<Root> roots, const FileSystem& files)
     : roots_(std::move(roots)), files_(files) {
-  identifiers_.reserve(roots_.size());
   for (std::size_t root = 0; root < roots_.size(); ++root) {
-    identifiers_.push_back(roots_[root].identifier(files_));
-    if (identifiers_.back()) {
-      byIdentifier_[*identifiers_.back()].push_back(root);
+    if (roots_[root].identifier) {
+      byIdentifier_[*roots_[root].identifier].push_back(root);
+    } else {
+      withoutIdentifier_.push_back(root);
     }
   }
+}
+
+bool RootFinder::isInPlace(std::size_t root) const {
+  return roots_[root].url.identifier(files_) == roots_[root].identifier;
 }
 
 std::optional<std::size_t> RootFinder::firstRootOf(const URL& url) {
@@ -42,14 +59,17 @@ RootFinder::Indexes RootFinder::rootsOf(const URL& url) {
 
 RootFinder::Indexes RootFinder::rootsEqualTo(
     const URL& url, const std::optional<FileIdentifier>& identifier) const {
+  Indexes equal;
   if (identifier) {
     const auto found = byIdentifier_.find(*identifier);
-    return found == byIdentifier_.end() ? Indexes() : found->second;
+    if (found == byIdentifier_.end()) return equal;
+    std::ranges::copy_if(found->second, std::back_inserter(equal),
+                         [this](std::size_t root) { return isInPlace(root); });
+    return equal;
   }
   // What is not there equals itself only.
-  Indexes equal;
-  for (std::size_t root = 0; root < roots_.size(); ++root) {
-    if (roots_[root].isEqual(url, files_)) {
+  for (const std::size_t root : withoutIdentifier_) {
+    if (roots_[root].url.isEqual(url, files_)) {
       equal.push_back(root);
     }
   }
@@ -71,17 +91,21 @@ const RootFinder::Holders& RootFinder::holdersAround(const URL& url) {
 // Only a root whose identifier stands somewhere on the way up can hold the folder; those few are
 // then asked.
 RootFinder::Holders RootFinder::holdersOf(const URL& folder) const {
-  std::unordered_set<FileIdentifier> wayUp;
+  Indexes candidates;
   for (std::optional<URL> cursor = folder; cursor; cursor = cursor->parentUrl(files_)) {
-    if (const std::optional<FileIdentifier> identifier = cursor->identifier(files_)) {
-      wayUp.insert(*identifier);
-    }
+    const std::optional<FileIdentifier> identifier = cursor->identifier(files_);
+    const auto found = identifier ? byIdentifier_.find(*identifier) : byIdentifier_.end();
+    if (found == byIdentifier_.end()) continue;
+    candidates.insert(candidates.end(), found->second.begin(), found->second.end());
   }
+  std::ranges::sort(candidates);
+  const auto repeated = std::ranges::unique(candidates);
+  candidates.erase(repeated.begin(), repeated.end());
+
   Holders holders;
-  for (std::size_t index = 0; index < roots_.size(); ++index) {
-    const URL& root = roots_[index];
-    if (!identifiers_[index] || !wayUp.contains(*identifiers_[index]) ||
-        !root.isDirectory(files_)) {
+  for (const std::size_t index : candidates) {
+    const URL& root = roots_[index].url;
+    if (!isInPlace(index) || !root.isDirectory(files_)) {
       continue;
     }
     if (folder.isEqual(root, files_) || root.isParentOfUrl(folder, files_)) {

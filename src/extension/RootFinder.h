@@ -12,7 +12,9 @@
 namespace kelpie {
 
 // Of a list of root folders, finds those that hold a URL: that equal it or are a parent of it, as
-// URL::isEqual and URL::isParentOfUrl (with the root as their receiver) have it.
+// URL::isEqual and URL::isParentOfUrl (with the root as their receiver) have it. A root that is
+// known by its identifier holds something only while its URL has that identifier; this is looked at
+// when something seems to lie in it, so that the others cost nothing.
 //
 // For one piece of work: what was learned of the roots and of one folder serves for every other
 // item in that folder, so that many items in few folders cost one look at each and a comparison.
@@ -20,9 +22,15 @@ namespace kelpie {
 class RootFinder {
  public:
   using Indexes = std::vector<std::size_t>;  // of the roots, ascending
+  struct Root {
+    URL url;
+    std::optional<FileIdentifier> identifier;  // missing when nothing is there
+  };
 
   // `files` is borrowed, and best looks at each path once: see MemoFileSystem.
-  RootFinder(std::vector<URL> roots, const FileSystem& files);
+  RootFinder(std::vector<Root> roots, const FileSystem& files);
+  // Of the roots as they are now.
+  RootFinder(const std::vector<URL>& roots, const FileSystem& files);
 
   // The first root that holds the URL; missing when none does.
   std::optional<std::size_t> firstRootOf(const URL& url);
@@ -39,13 +47,14 @@ class RootFinder {
   using Holders = std::vector<Holder>;
 
   Indexes rootsEqualTo(const URL& url, const std::optional<FileIdentifier>& identifier) const;
+  bool isInPlace(std::size_t root) const;
   const Holders& holdersAround(const URL& url);
   Holders holdersOf(const URL& folder) const;
 
-  const std::vector<URL> roots_;
+  const std::vector<Root> roots_;
   const FileSystem& files_;
-  std::vector<std::optional<FileIdentifier>> identifiers_;  // of roots_
   std::unordered_map<FileIdentifier, Indexes> byIdentifier_;
+  Indexes withoutIdentifier_;
   std::unordered_map<std::string, Holders> holders_;  // by the folder's path
   const Holders none_;
 };

@@ -26,6 +26,10 @@ std::optional<URL> MemoFileSystem::fileReferenceUrl(const URL& url) const {
   return files_.fileReferenceUrl(url);
 }
 
+std::optional<URL> MemoFileSystem::filePathUrl(const URL& url) const {
+  return files_.filePathUrl(url);
+}
+
 std::vector<URL> MemoFileSystem::contentsOfDirectory(const URL& url) const {
   return files_.contentsOfDirectory(url);
 }

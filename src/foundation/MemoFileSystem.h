@@ -21,6 +21,7 @@ class MemoFileSystem final : public FileSystem {
   std::optional<Image> icon(const URL& url) const override;
   std::optional<URL> parentUrl(const URL& url) const override;
   std::optional<URL> fileReferenceUrl(const URL& url) const override;
+  std::optional<URL> filePathUrl(const URL& url) const override;
   std::vector<URL> contentsOfDirectory(const URL& url) const override;
   std::unique_ptr<DirectoryEnumerator> enumerator(const URL& url,
                                                   ErrorHandler onError) const override;

@@ -43,6 +43,8 @@ std::shared_ptr<const FileSystem>& installed() {
 
 const FileSystem& FileSystem::current() { return *installed(); }
 
+std::optional<URL> FileSystem::filePathUrl(const URL& url) const { return url; }
+
 std::shared_ptr<const FileSystem> FileSystem::install(std::shared_ptr<const FileSystem> files) {
   if (files == nullptr) files = std::make_shared<const EmptyFileSystem>();
   return std::exchange(installed(), std::move(files));

@@ -70,7 +70,12 @@ class FileSystem {
   // The folder that holds the file, by the path alone; missing for the root and no file URL.
   virtual std::optional<URL> parentUrl(const URL& url) const = 0;
   // A URL that names the file whatever its path is written like; missing when nothing is there.
+  // Where the platform has file references it is one, and names the file also after that has moved;
+  // elsewhere it is the path without links. References are good for every question here.
   virtual std::optional<URL> fileReferenceUrl(const URL& url) const = 0;
+  // The URL of the path that the file has now, for a file reference; missing when its file is gone.
+  // Any other URL as it is.
+  virtual std::optional<URL> filePathUrl(const URL& url) const;
   // The immediate contents, hidden items included; empty when they cannot be read.
   virtual std::vector<URL> contentsOfDirectory(const URL& url) const = 0;
   // A walk below the folder. Errors (a folder that cannot be read, a folder that is gone, the

@@ -27,6 +27,12 @@ constexpr std::string_view kBadgesOfBits[16] = {
     KPBadge::kConflicted,
 };
 
+// Empty when there is none.
+std::string presentPath(const std::optional<URL>& url, const FileSystem& files) {
+  const std::optional<URL> path = url ? files.filePathUrl(*url) : std::nullopt;
+  return path ? path->path() : std::string();
+}
+
 }  // namespace
 
 std::shared_ptr<KPRepository> KPRepository::create(std::optional<URL> url,
@@ -45,13 +51,15 @@ KPRepository::KPRepository(std::optional<URL> url, std::optional<URL> gitUrl,
     : platform_(platform),
       settings_(settings),
       url_(std::move(url)),
+      rootIdentifier_(url_ ? url_->identifier(platform.files) : std::nullopt),
       observedPaths_(std::move(observedPaths)),
       refsManager_(std::make_shared<KPRefsManager>(platform.bundle, platform.log)),
       updateQueue_(std::make_shared<UpdateQueue>(
           platform.queues.makeQueue(platform.bundle.identifier() + ".UpdateQueue"))),
       badges_(platform.finder),
       status_(url_, std::move(gitUrl)),
-      identifier_(url_ ? url_->identifier(platform.files) : std::nullopt) {
+      identifier_(rootIdentifier_),
+      rootPath_(presentPath(url_, platform.files)) {
   makeDeletedFilesSuffix();
 }
 
@@ -68,6 +76,34 @@ std::optional<std::string_view> KPRepository::deletedFilesSuffix() {
 }
 
 // -- Properties -----------------------------------------------------------------------------------
+
+bool KPRepository::isInPlace(const FileSystem& files) const {
+  return rootIdentifier_ && url_->identifier(files) == rootIdentifier_;
+}
+
+bool KPRepository::hasMoved(const FileSystem& files) const {
+  const std::string path = presentPath(url_, files);
+  const std::lock_guard lock(mutex_);
+  return !path.empty() && path != rootPath_;
+}
+
+void KPRepository::relocate(const FileSystem& files) {
+  std::string path = presentPath(url_, files);
+  const std::lock_guard lock(mutex_);
+  rootPath_.swap(path);
+}
+
+std::string KPRepository::rootPath() const {
+  const std::lock_guard lock(mutex_);
+  return rootPath_;
+}
+
+// With nothing at the root's place there is nothing either that could get a wrong badge.
+bool KPRepository::isDisplaced() const {
+  if (!rootIdentifier_) return false;
+  const std::optional<FileIdentifier> present = url_->identifier(platform_.files);
+  return present && present != rootIdentifier_;
+}
 
 std::optional<FileIdentifier> KPRepository::identifier() const {
   const std::lock_guard lock(mutex_);
@@ -256,6 +292,7 @@ void KPRepository::loseUpdateQueue() {
 }
 
 void KPRepository::takeStatusIn(const Object& info) {
+  if (isDisplaced()) return;
   status_.setState(info[kRepositoryStateKey].integerValue());
   if (isBare()) return;
   StatusInfo status = StatusInfo::read(info);
@@ -265,12 +302,17 @@ void KPRepository::takeStatusIn(const Object& info) {
   }
   if (observedPaths_ == nullptr) return;
   observeRenamedItems(info[kStatusRenamedItemsKey]);
+  // Where the root has moved from, other items may stand by now.
+  const bool isElsewhere = hasMoved(platform_.files);
   const auto work = std::make_shared<Work>();
   for (const std::shared_ptr<PathSet>& set : observedPaths_->sets()) {
     for (const std::string& path : set->paths()) {
       if (badges_.isStopped()) return;
       const URL url = URL::fileURLWithPath(path);
-      settleBadge(url, looksFor(*work).look(url), work);
+      StatusLooks& looks = looksFor(*work);
+      const ResourceValues item = looks.look(url);
+      if (isElsewhere && !looks.isInRoot(url, item.identifier)) continue;
+      settleBadge(url, item, work);
     }
   }
 }
@@ -290,7 +332,7 @@ void KPRepository::observeRenamedItems(const Object& pathsOfFolders) {
 }
 
 void KPRepository::changeStatus(const Object& urls, WordChange change) {
-  if (!urls.isArray()) return;
+  if (!urls.isArray() || isDisplaced()) return;
   const auto work = std::make_shared<Work>();
   std::vector<std::pair<URL, ResourceValues>> items;
   for (const Object& element : urls.elements()) {
@@ -533,6 +575,7 @@ void KPRepository::updateFolder(const URL& folder, const std::shared_ptr<const U
   while (!badges_.isStopped()) {
     const std::uint64_t changes = status_.changes();
     StatusLooks& looks = looksFor(work);
+    if (looks.isDisplaced(rootIdentifier_)) return;
     const StatusWord word = statusOfFolder(folder, dirtyUrls, status_, looks);
     const std::optional<FileIdentifier> identifier = looks.identifierOf(folder);
     // Recorded first: whoever is about to set the badge of the former entry looks at it again.

@@ -67,7 +67,20 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
 
   // -- Properties --------------------------------------------------------------------------------
 
+  // The root folder, as it was opened. A file reference follows the folder when that moves.
   const std::optional<URL>& url() const { return url_; }
+  // What the root folder's identifier was when the repository was made, whatever a message makes of
+  // identifier(). Missing when nothing was there.
+  const std::optional<FileIdentifier>& rootIdentifier() const { return rootIdentifier_; }
+  // Whether `url` still names the folder that it named when the repository was made. One that has
+  // lost its place is not open any more, and answers for nothing. One look at the file.
+  bool isInPlace(const FileSystem& files = FileSystem::current()) const;
+  // Whether the root folder, followed by its reference, has another path than it had when the
+  // repository was made, or when relocate() was last called; which takes note of it.
+  bool hasMoved(const FileSystem& files = FileSystem::current()) const;
+  void relocate(const FileSystem& files = FileSystem::current());
+  // That path; empty when nothing was there.
+  std::string rootPath() const;
   // The root folder's identifier when the repository was made; "KPMessageTarget" of its messages.
   std::optional<FileIdentifier> identifier() const;
   void setIdentifier(const Object& identifier);
@@ -139,7 +152,8 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // -- Status intake: each returns at once, and works on the update queue ------------------------
 
   // Takes a status dictionary in and gives every item that the file manager has shown its badge
-  // anew. Of a bare repository's it takes the state only.
+  // anew. Of a bare repository's it takes the state only. Nothing is taken once another folder
+  // stands in the root's place: the items there are not this repository's.
   void setStatusInfo(const Object& info);
   // The items of these URLs have just been staged, or unstaged: changes their entries and badges
   // ahead of the next status. A word without any bit would never end: the queue is lost then, for
@@ -220,6 +234,7 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // On the update queue, unless the repository is gone by then.
   void post(std::function<void(KPRepository& self)> task);
   void loseUpdateQueue();
+  bool isDisplaced() const;
   StatusLooks& looksFor(Work& work) const;
 
   // On the update queue.
@@ -252,6 +267,7 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   const Platform platform_;
   KPUserDefaults& settings_;
   const std::optional<URL> url_;
+  const std::optional<FileIdentifier> rootIdentifier_;
   const std::shared_ptr<ObservedPaths> observedPaths_;
   const std::shared_ptr<KPRefsManager> refsManager_;
   const std::shared_ptr<UpdateQueue> updateQueue_;
@@ -260,6 +276,7 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
 
   mutable std::mutex mutex_;  // guards all below
   std::optional<FileIdentifier> identifier_;
+  std::string rootPath_;
   bool disabled_ = false;
   std::shared_ptr<Work> openWork_;  // of the requests that wait and none of which has begun
 };

@@ -39,4 +39,9 @@ std::vector<std::shared_ptr<PathSet>> ObservedPaths::sets() const {
   return result;
 }
 
+std::vector<std::pair<FileIdentifier, std::shared_ptr<PathSet>>> ObservedPaths::entries() const {
+  const std::lock_guard lock(mutex_);
+  return {sets_.begin(), sets_.end()};
+}
+
 }  // namespace kelpie

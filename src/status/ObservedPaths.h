@@ -3,6 +3,7 @@
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "foundation/FileIdentifier.h"
@@ -29,6 +30,8 @@ class ObservedPaths {
 
   // All sets, in no particular order. The sets themselves are shared, not copied.
   std::vector<std::shared_ptr<PathSet>> sets() const;
+  // The same with their folders.
+  std::vector<std::pair<FileIdentifier, std::shared_ptr<PathSet>>> entries() const;
 
  private:
   mutable std::mutex mutex_;

@@ -2,11 +2,31 @@
 
 #include <algorithm>
 #include <functional>
+#include <unordered_set>
+#include <utility>
 
 namespace kelpie {
 
 void PathSet::add(std::string_view path) {
   const std::lock_guard lock(mutex_);
+  addUnlocked(path);
+}
+
+void PathSet::remove(const std::vector<std::string>& paths) {
+  const std::unordered_set<std::string_view> leaving(paths.begin(), paths.end());
+  const std::lock_guard lock(mutex_);
+  const std::string text = std::exchange(text_, {});
+  const std::vector<std::size_t> ends = std::exchange(ends_, {});
+  slots_ = {};
+  std::size_t begin = 0;
+  for (const std::size_t end : ends) {
+    const std::string_view path = std::string_view(text).substr(begin, end - begin);
+    if (!leaving.contains(path)) addUnlocked(path);
+    begin = end;
+  }
+}
+
+void PathSet::addUnlocked(std::string_view path) {
   if (slots_.size() < 2 * (ends_.size() + 1)) grow();
   Slot& slot = slots_[slotOf(path)];
   if (slot != 0) return;
@@ -23,6 +43,19 @@ bool PathSet::contains(std::string_view path) const {
 std::size_t PathSet::size() const {
   const std::lock_guard lock(mutex_);
   return ends_.size();
+}
+
+std::optional<std::string> PathSet::first() const {
+  const std::lock_guard lock(mutex_);
+  return ends_.empty() ? std::nullopt : std::optional(std::string(pathAt(0)));
+}
+
+bool PathSet::allOf(FunctionRef<bool(std::string_view path)> test) const {
+  const std::lock_guard lock(mutex_);
+  for (std::size_t index = 0; index < ends_.size(); ++index) {
+    if (!test(pathAt(index))) return false;
+  }
+  return true;
 }
 
 std::vector<std::string> PathSet::paths() const {

@@ -3,9 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "foundation/FunctionRef.h"
 
 namespace kelpie {
 
@@ -24,8 +27,15 @@ class PathSet {
   // Adds; a path that is there already stays once.
   void add(std::string_view path);
 
+  // Takes paths out, those that are not there left aside.
+  void remove(const std::vector<std::string>& paths);
+
   bool contains(std::string_view path) const;
   std::size_t size() const;
+  // Missing when there is none.
+  std::optional<std::string> first() const;
+  // Whether `test`, which is called with a lock held, holds for all paths.
+  bool allOf(FunctionRef<bool(std::string_view path)> test) const;
   // A copy, in the order in which they came, so that it can be walked while others add.
   std::vector<std::string> paths() const;
 
@@ -33,6 +43,7 @@ class PathSet {
   // Positions in ends_, plus 1; 0 is a free slot. At most half of them are taken.
   using Slot = std::uint32_t;
 
+  void addUnlocked(std::string_view path);
   std::string_view pathAt(std::size_t index) const;
   // Where the path stands in slots_, or the free slot where it would.
   std::size_t slotOf(std::string_view path) const;

@@ -3,8 +3,22 @@
 #include <utility>
 
 namespace kelpie {
+namespace {
+
+// Folders are told apart by their paths here.
+StatusLooks::Places withPaths(StatusLooks::Places places, const FileSystem& files) {
+  for (std::optional<URL>* url : {&places.root, &places.gitUrl}) {
+    if (*url) *url = files.filePathUrl(**url).value_or(**url);
+  }
+  return places;
+}
+
+}  // namespace
+
 StatusLooks::StatusLooks(Places places, const FileSystem& files)
-    : places_(std::move(places)), folders_(files), contents_(files, *places_.ignoredUrls) {}
+    : places_(withPaths(std::move(places), files)),
+      folders_(files),
+      contents_(files, *places_.ignoredUrls) {}
 
 std::optional<FileIdentifier> StatusLooks::identifierOf(const URL& url) {
   const FolderLooks::Folder* folder = url.isFileURL() ? folders_.folderAt(url.path()) : nullptr;
@@ -17,6 +31,19 @@ ResourceValues StatusLooks::look(const URL& item) {
   ResourceValues values = folders_.files().resourceValues(item);
   if (values.isDirectory) folders_.remember(*folders_.folderAt(item.path()), values);
   return values;
+}
+
+bool StatusLooks::isDisplaced(const std::optional<FileIdentifier>& root) {
+  if (!root || !places_.root) return false;
+  const std::optional<FileIdentifier> present = identifierOf(*places_.root);
+  return present && present != root;
+}
+
+bool StatusLooks::isInRoot(const URL& url, const std::optional<FileIdentifier>& identifier) {
+  if (!places_.root) return true;
+  if (identifier && identifier == identifierOf(*places_.root)) return true;
+  if (!root_) root_.emplace(*places_.root, folders_);
+  return root_->isParentOf(identifier, folders_.parentOf(url));
 }
 
 bool StatusLooks::isGitItem(const URL& url, const std::optional<FileIdentifier>& identifier) {

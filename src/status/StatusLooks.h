@@ -31,6 +31,7 @@ class StatusLooks {
   // `files` outlives this.
   StatusLooks(Places places, const FileSystem& files);
 
+  // The root and the git directory as paths, where file references were given.
   const Places& places() const { return places_; }
   FolderLooks& folders() { return folders_; }
 
@@ -40,6 +41,11 @@ class StatusLooks {
   // A look at an item. It is not remembered, unless it is a folder: the others are met once.
   ResourceValues look(const URL& item);
 
+  // Whether another folder than the one with this identifier stands in the root's place. False when
+  // nothing does, and without an identifier.
+  bool isDisplaced(const std::optional<FileIdentifier>& root);
+  // Whether the item with this identifier is the root or lies inside it.
+  bool isInRoot(const URL& url, const std::optional<FileIdentifier>& identifier);
   // Whether the item with this identifier is the git directory or lies inside it.
   bool isGitItem(const URL& url, const std::optional<FileIdentifier>& identifier);
   // Whether a folder above the item and below the root is ignored.
@@ -55,7 +61,8 @@ class StatusLooks {
   const Places places_;
   FolderLooks folders_;
   FolderContents contents_;
-  std::optional<Ancestry> git_;        // made when it is first needed
+  std::optional<Ancestry> root_;       // made when it is first needed
+  std::optional<Ancestry> git_;        // the same
   std::optional<DirtyFolders> dirty_;  // of the list that was asked about last
   std::unordered_map<const FolderLooks::Folder*, bool> ignored_;
 };

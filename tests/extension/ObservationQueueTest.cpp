@@ -137,7 +137,10 @@ TEST_F(ObservationQueueTest, RepositoriesThatGoWhileABatchRunsSetNoMoreBadges) {
     controller->setApplicationPid(kPid);
   };
   fakes.runAll();
-  EXPECT_EQ(fakes.finder.badges(), (std::vector<FakeFinder::Badge>{{"KPCurrentBadge", path(0)}}));
+  EXPECT_EQ(fakes.finder.badges(), (std::vector<FakeFinder::Badge>{{"KPCurrentBadge", path(0)},
+                                                                   {"KPEmptyBadge", path(0)},
+                                                                   {"KPEmptyBadge", path(1)},
+                                                                   {"KPEmptyBadge", path(2)}}));
   controller.reset();
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 #include "foundation/Error.h"
@@ -31,6 +32,9 @@ std::vector<std::string> componentsOf(std::string_view path) {
   return components;
 }
 
+// How the path of a file reference begins; the file's number follows.
+constexpr std::string_view kReference = "/.file/id=";
+
 // Device 1 and a number as the inode, as Linux writes them.
 Bytes identifierBytes(std::uint64_t number) {
   Bytes bytes(16, 0);
@@ -49,7 +53,8 @@ struct FakeFileSystem::Node {
   bool unreadable = false;
   bool vanishing = false;
   Object identifier;
-  std::string target;  // of a link
+  std::uint64_t number = 0;  // of its file references
+  std::string target;        // of a link
   std::optional<std::string> localizedName;
   std::optional<Image> icon;
   std::vector<std::pair<std::string, std::shared_ptr<Node>>> children;
@@ -83,12 +88,15 @@ struct FakeFileSystem::Tree {
   std::shared_ptr<Node> makeNode(Node::Kind kind) {
     auto node = std::make_shared<Node>();
     node->kind = kind;
-    node->identifier = identifierBytes(++lastNumber);
+    node->number = ++lastNumber;
+    node->identifier = identifierBytes(node->number);
     return node;
   }
 
-  // Where the path leads; a null node when nothing is there or links go round in circles.
+  // Where the path leads; a null node when nothing is there, links go round in circles or the path
+  // is empty.
   Place find(std::string_view path, bool followLast) const {
+    if (path.empty()) return {};
     constexpr int kMaximumLinks = 40;
     std::vector<std::string> ahead = componentsOf(path);
     std::reverse(ahead.begin(), ahead.end());
@@ -115,6 +123,19 @@ struct FakeFileSystem::Tree {
       way.push_back({node, joined(folder.path, name)});
     }
     return way.back();
+  }
+
+  // Where the file with this number is now; a null node when it is gone.
+  Place findNumber(std::uint64_t number) const {
+    std::vector<Place> waiting = {{root, "/"}};
+    while (!waiting.empty()) {
+      const Place place = waiting.back();
+      waiting.pop_back();
+      if (place.node->number == number) return place;
+      for (const auto& [name, child] : place.node->children)
+        waiting.push_back({child, joined(place.path, name)});
+    }
+    return {};
   }
 
   Place add(std::string_view path, Node::Kind kind) {
@@ -296,6 +317,11 @@ void FakeFileSystem::setIcon(std::string_view path, const Image& icon) {
   required(tree_->find(path, false).node, path).icon = icon;
 }
 
+void FakeFileSystem::setReferencesFollow(bool follow) {
+  const std::lock_guard lock(mutex_);
+  referencesFollow_ = follow;
+}
+
 Bytes FakeFileSystem::addBookmark(std::string_view path) {
   const ByteView bytes = bytesOf(path);
   return {bytes.begin(), bytes.end()};
@@ -334,14 +360,14 @@ ResourceValues FakeFileSystem::resourceValues(const URL& url) const {
   const std::lock_guard lock(mutex_);
   ++allLookUps_;
   ++lookUps_[url.path()];
-  const auto node = tree_->find(url.path(), false).node;
+  const auto node = tree_->find(pathOf(url), false).node;
   return node == nullptr ? ResourceValues() : node->values();
 }
 
 std::optional<std::string> FakeFileSystem::localizedName(const URL& url) const {
   if (!url.isFileURL()) return std::nullopt;
   const std::lock_guard lock(mutex_);
-  const auto node = tree_->find(url.path(), false).node;
+  const auto node = tree_->find(pathOf(url), false).node;
   if (node == nullptr || !node->values().identifier) return std::nullopt;
   return node->localizedName.value_or(std::string(url.lastPathComponent()));
 }
@@ -349,35 +375,52 @@ std::optional<std::string> FakeFileSystem::localizedName(const URL& url) const {
 std::optional<Image> FakeFileSystem::icon(const URL& url) const {
   if (!url.isFileURL()) return std::nullopt;
   const std::lock_guard lock(mutex_);
-  const auto node = tree_->find(url.path(), false).node;
+  const auto node = tree_->find(pathOf(url), false).node;
   return node == nullptr ? std::nullopt : node->icon;
 }
 
 std::optional<URL> FakeFileSystem::parentUrl(const URL& url) const {
-  return url.deletingLastPathComponent();
+  const std::optional<URL> path = filePathUrl(url);
+  return path ? path->deletingLastPathComponent() : std::nullopt;
 }
 
 std::optional<URL> FakeFileSystem::fileReferenceUrl(const URL& url) const {
   if (!url.isFileURL()) return std::nullopt;
   const std::lock_guard lock(mutex_);
-  const auto place = tree_->find(url.path(), true);
+  const auto place = tree_->find(pathOf(url), true);
   if (place.node == nullptr) return std::nullopt;
   const ResourceValues values = place.node->values();
   if (!values.identifier) return std::nullopt;
+  if (referencesFollow_)
+    return URL::fileURLWithPath(std::string(kReference) + std::to_string(place.node->number));
   return URL::fileURLWithPath(place.path, values.isDirectory);
+}
+
+std::optional<URL> FakeFileSystem::filePathUrl(const URL& url) const {
+  if (!url.path().starts_with(kReference)) return url;
+  const std::lock_guard lock(mutex_);
+  const std::string path = pathOf(url);
+  if (path.empty()) return std::nullopt;
+  return URL::fileURLWithPath(path, tree_->find(path, false).node->values().isDirectory);
+}
+
+std::string FakeFileSystem::pathOf(const URL& url) const {
+  if (!url.path().starts_with(kReference)) return url.path();
+  const std::string number = url.path().substr(kReference.size());
+  return tree_->findNumber(std::strtoull(number.c_str(), nullptr, 10)).path;
 }
 
 std::vector<URL> FakeFileSystem::contentsOfDirectory(const URL& url) const {
   events_.add("files.list " + url.path());
   const std::lock_guard lock(mutex_);
   ++listings_;
-  const auto node = url.isFileURL() ? tree_->find(url.path(), true).node : nullptr;
+  const auto node = url.isFileURL() ? tree_->find(pathOf(url), true).node : nullptr;
   if (node == nullptr || node->vanishing || node->unreadable) return {};
   std::vector<URL> urls;
   urls.reserve(node->children.size());
   for (const auto& [name, child] : node->children)
     urls.push_back(
-        URL::fileURLWithPath(joined(url.path(), name), child->kind == Node::Kind::Folder));
+        URL::fileURLWithPath(joined(pathOf(url), name), child->kind == Node::Kind::Folder));
   return urls;
 }
 
@@ -388,7 +431,8 @@ std::unique_ptr<DirectoryEnumerator> FakeFileSystem::enumerator(const URL& url,
     const std::lock_guard lock(mutex_);
     ++listings_;
   }
-  return std::make_unique<Enumerator>(*this, url.path(), std::move(onError));
+  const std::optional<URL> path = filePathUrl(url);
+  return std::make_unique<Enumerator>(*this, path ? path->path() : url.path(), std::move(onError));
 }
 
 BookmarkResolution FakeFileSystem::resolveBookmark(ByteView bookmark) const {

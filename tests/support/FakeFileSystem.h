@@ -58,6 +58,10 @@ class FakeFileSystem final : public FileSystem {
   // What the bookmark gives from now on, whatever the tree holds.
   void setBookmark(const Bytes& bookmark, BookmarkResolution resolution);
 
+  // Whether file references follow a file that moves, as on macOS, or are the paths without links,
+  // as elsewhere. Off at the start.
+  void setReferencesFollow(bool follow);
+
   // -- What was asked -----------------------------------------------------------------------------
 
   // Calls of resourceValues(): all, or of one path.
@@ -72,6 +76,7 @@ class FakeFileSystem final : public FileSystem {
   std::optional<Image> icon(const URL& url) const override;
   std::optional<URL> parentUrl(const URL& url) const override;
   std::optional<URL> fileReferenceUrl(const URL& url) const override;
+  std::optional<URL> filePathUrl(const URL& url) const override;
   std::vector<URL> contentsOfDirectory(const URL& url) const override;
   std::unique_ptr<DirectoryEnumerator> enumerator(const URL& url,
                                                   ErrorHandler onError) const override;
@@ -82,8 +87,12 @@ class FakeFileSystem final : public FileSystem {
   struct Node;
   struct Tree;
 
+  // The path that the URL names, be it a file reference; "" for a reference whose file is gone.
+  std::string pathOf(const URL& url) const;
+
   EventLog& events_;
   mutable std::mutex mutex_;  // guards all below, the counts that reading changes included
+  bool referencesFollow_ = false;
   std::unique_ptr<Tree> tree_;
   std::map<Bytes, BookmarkResolution> bookmarks_;
   mutable std::map<std::string, std::size_t, std::less<>> lookUps_;

@@ -35,6 +35,7 @@ class InterruptedFileSystem final : public FileSystem {
   std::optional<URL> fileReferenceUrl(const URL& url) const override {
     return files_.fileReferenceUrl(url);
   }
+  std::optional<URL> filePathUrl(const URL& url) const override { return files_.filePathUrl(url); }
   std::vector<URL> contentsOfDirectory(const URL& url) const override {
     return files_.contentsOfDirectory(url);
   }
