@@ -23,6 +23,15 @@ if(KELPIE_LLD AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
   add_link_options(-fuse-ld=lld)
 endif()
 
+# Several sources are compiled as one where a preset asks for that: most of the time goes into the
+# headers, which they share. The preset for development compiles each by itself, so that a missing
+# include is found.
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 16)
+if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # What it takes for a header is a source.
+  target_compile_options(kelpie_warnings INTERFACE -Wno-subobject-linkage)
+endif()
+
 if(KELPIE_SANITIZE)
   add_compile_options(
     "-fsanitize=${KELPIE_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -15,6 +15,9 @@ struct ArchiveClass {
   bool isMutable;
 };
 
+// The text that stands for nil.
+inline constexpr std::string_view kNull = "$null";
+
 inline constexpr ArchiveClass kArchiveClasses[] = {
     {"NSString", Object::Kind::String, false},
     {"NSMutableString", Object::Kind::String, true},

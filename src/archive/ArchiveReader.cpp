@@ -16,7 +16,6 @@ using Item = BinaryPropertyList::Item;
 using Kind = Object::Kind;
 
 constexpr std::string_view kArchiver = "NSKeyedArchiver";
-constexpr std::string_view kNull = "$null";
 
 // The keys under which a boxed value may stand, in the order in which they are looked for.
 struct Box {

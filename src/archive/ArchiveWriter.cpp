@@ -17,7 +17,6 @@ namespace {
 
 using Kind = Object::Kind;
 
-constexpr std::string_view kNull = "$null";
 constexpr std::string_view kRootClass = "NSObject";
 
 // The names of the class that a value of this kind has in an archive: a mutable class, the

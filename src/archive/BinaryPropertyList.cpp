@@ -4,6 +4,7 @@
 #include <bit>
 #include <limits>
 
+#include "archive/PropertyListFormat.h"
 #include "foundation/Utf16.h"
 
 namespace kelpie {
@@ -14,7 +15,6 @@ using Type = BinaryPropertyList::Type;
 
 constexpr std::string_view kMagic = "bplist0";  // one more byte for the version
 constexpr std::size_t kHeaderSize = 8;
-constexpr std::size_t kTrailerSize = 32;
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
 // What the upper half of a marker says: the type, and how the lower half tells the size.
@@ -50,8 +50,6 @@ constexpr Marker kMarkers[16] = {
     /* E */ {Type::None, Sizing::Invalid, 0},
     /* F */ {Type::None, Sizing::Invalid, 0},
 };
-constexpr std::uint8_t kFalse = 0x08;
-constexpr std::uint8_t kTrue = 0x09;
 
 // Which sizes (in bytes) a value of that type may have.
 bool isPossibleSize(Type type, std::uint64_t size) {

@@ -4,20 +4,19 @@
 #include <bit>
 #include <limits>
 
+#include "archive/PropertyListFormat.h"
 #include "foundation/Utf16.h"
 
 namespace kelpie {
 
 namespace {
 
-constexpr std::string_view kMagic = "bplist00";
-constexpr std::size_t kTrailerSize = 32;
+constexpr std::string_view kHeader = "bplist00";
 // Longer data is unlikely to be met again.
 constexpr std::size_t kShortData = 64;
 
-enum Marker : std::uint8_t {
-  kFalse = 0x08,
-  kTrue = 0x09,
+// The markers of what has contents.
+enum : std::uint8_t {
   kInteger = 0x10,  // | log2 of the size
   kReal = 0x23,
   kDate = 0x33,
@@ -186,10 +185,10 @@ BinaryPropertyListWriter::Number BinaryPropertyListWriter::addDictionary(
 
 Bytes BinaryPropertyListWriter::finish(Number top) const {
   const std::size_t referenceSize = sizeFor(entries_.size() - 1);
-  const ByteView magic = bytesOf(kMagic);
-  Bytes result(magic.begin(), magic.end());
+  const ByteView header = bytesOf(kHeader);
+  Bytes result(header.begin(), header.end());
   // Markers and counts of containers take 10 bytes at most, offsets hardly ever more than 4.
-  result.reserve(magic.size() + scalars_.size() + references_.size() * referenceSize +
+  result.reserve(header.size() + scalars_.size() + references_.size() * referenceSize +
                  entries_.size() * 8 + kTrailerSize);
 
   std::vector<std::uint64_t> offsets;

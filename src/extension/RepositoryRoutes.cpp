@@ -6,9 +6,9 @@ namespace kelpie {
 
 namespace {
 
-constexpr auto answers = &noEffect<KPRepository>;
+constexpr auto noAnswer = &noEffect<KPRepository>;
 
-constexpr Route<KPRepository> kRoutes[] = {
+constexpr Route<KPRepository> kRepositoryRoutes[] = {
     // Status intake and badges.
     {"setStatusInfo:", calls<&KPRepository::setStatusInfo>},
     {"updateStagedStatus:", calls<&KPRepository::updateStagedStatus>},
@@ -41,28 +41,28 @@ constexpr Route<KPRepository> kRoutes[] = {
     {"setDirtyUrls:", calls<&KPRepository::setDirtyUrls>},
     {"setIgnoredUrls:", calls<&KPRepository::setIgnoredUrls>},
     {"setDeletedUrls:", calls<&KPRepository::setDeletedUrls>},
-    {"setRefsManager:", answers},
-    {"setUpdateQueue:", answers},
+    {"setRefsManager:", noAnswer},
+    {"setUpdateQueue:", noAnswer},
 
-    // Questions, whose answers nobody takes.
-    {"identifierForUrl:", answers},
-    {"isStagedItemAtURL:", answers},
-    {"isUnstagedItemAtURL:", answers},
-    {"isDiffableItemAtURL:", answers},
-    {"isDiscardableItemAtURL:", answers},
-    {"isRevertableItemAtURL:", answers},
-    {"isTrackedItemAtURL:", answers},
-    {"isConflictedItemAtURL:", answers},
-    {"isParentIgnoredUrl:", answers},
-    {"badgeIdentifierForStatus:", answers},
-    {"stashesMenuWithAction:", answers},
-    {"remotesMenuWithAction:", answers},
-    {"submodulesMenuWithAction:", answers},
-    {"pullRequestsMenuWithAction:", answers},
+    // Questions, whose noAnswer nobody takes.
+    {"identifierForUrl:", noAnswer},
+    {"isStagedItemAtURL:", noAnswer},
+    {"isUnstagedItemAtURL:", noAnswer},
+    {"isDiffableItemAtURL:", noAnswer},
+    {"isDiscardableItemAtURL:", noAnswer},
+    {"isRevertableItemAtURL:", noAnswer},
+    {"isTrackedItemAtURL:", noAnswer},
+    {"isConflictedItemAtURL:", noAnswer},
+    {"isParentIgnoredUrl:", noAnswer},
+    {"badgeIdentifierForStatus:", noAnswer},
+    {"stashesMenuWithAction:", noAnswer},
+    {"remotesMenuWithAction:", noAnswer},
+    {"submodulesMenuWithAction:", noAnswer},
+    {"pullRequestsMenuWithAction:", noAnswer},
 };
 
 }  // namespace
 
-std::span<const Route<KPRepository>> repositoryRoutes() { return kRoutes; }
+std::span<const Route<KPRepository>> repositoryRoutes() { return kRepositoryRoutes; }
 
 }  // namespace kelpie

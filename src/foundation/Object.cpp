@@ -9,6 +9,7 @@
 #include "archive/OpenedArchive.h"
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
+#include "foundation/IntegerBounds.h"
 #include "foundation/ObjectComparison.h"
 #include "foundation/ObjectView.h"
 #include "foundation/OpaqueObject.h"
@@ -18,10 +19,6 @@
 namespace kelpie {
 
 namespace {
-
-// 2^63 and 2^64, the first reals beyond the integers.
-constexpr double kBeyondSigned = 9223372036854775808.0;
-constexpr double kBeyondUnsigned = 18446744073709551616.0;
 
 std::int64_t integerFromReal(double value) {
   if (std::isnan(value)) return 0;

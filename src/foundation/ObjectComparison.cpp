@@ -9,6 +9,7 @@
 
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"
+#include "foundation/IntegerBounds.h"
 #include "foundation/ObjectView.h"
 #include "foundation/OpaqueObject.h"
 #include "foundation/Overloaded.h"
@@ -16,10 +17,6 @@
 namespace kelpie {
 
 namespace {
-
-// 2^63 and 2^64, the first reals beyond the integers.
-constexpr double kBeyondSigned = 9223372036854775808.0;
-constexpr double kBeyondUnsigned = 18446744073709551616.0;
 
 // Bytes of a long value that count as one comparison.
 constexpr std::size_t kPiece = 64;
@@ -30,7 +27,7 @@ constexpr std::uint64_t kPairWork = 64;
 constexpr std::size_t kHashedElements = 16;
 
 // Sets up to this size are compared element by element.
-constexpr std::size_t kLinearSize = 8;
+constexpr std::size_t kLinearSetSize = 8;
 
 bool isEqualReal(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 
@@ -197,7 +194,7 @@ bool ObjectComparison::isEqualArray(const Objects& a, const Objects& b) {
 bool ObjectComparison::isEqualSet(const Objects& a, const Objects& b) {
   if (a.size() != b.size()) return false;
   std::unordered_multimap<std::size_t, const Object*> index;
-  if (b.size() > kLinearSize) {
+  if (b.size() > kLinearSetSize) {
     index.reserve(b.size());
     for (const Object& element : b) index.emplace(element.hash(), &element);
   }

@@ -23,9 +23,6 @@ using enum FIMenuKind;
 using namespace std::string_view_literals;
 
 constexpr FIMenuKind kItems = ContextualMenuForItems;
-const std::string kRepositoryHeader = "Git Repository [ApplicationIcon] (disabled)";
-const std::string kFileHeader = "Git Items [ApplicationIcon] (disabled)";
-const std::string kApplicationHeader = "Application [ApplicationIcon] (disabled)";
 
 class MenuAssemblyTest : public testing::Test {
  protected:

@@ -18,6 +18,11 @@
 
 namespace kelpie {
 
+// The headers of a menu's sections, as MenuDescription writes them.
+inline const std::string kRepositoryHeader = "Git Repository [ApplicationIcon] (disabled)";
+inline const std::string kFileHeader = "Git Items [ApplicationIcon] (disabled)";
+inline const std::string kApplicationHeader = "Application [ApplicationIcon] (disabled)";
+
 // A machine of fakes on which the repository "/repo" is open. Nothing is known of it at first.
 class MenuFixture {
  public:

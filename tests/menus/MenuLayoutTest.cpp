@@ -18,10 +18,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr std::string_view kRepositoryHeader = "Git Repository [ApplicationIcon] (disabled)";
-constexpr std::string_view kFileHeader = "Git Items [ApplicationIcon] (disabled)";
-constexpr std::string_view kApplicationHeader = "Application [ApplicationIcon] (disabled)";
-
 Object itemList(const Dictionary& root, const Dictionary& more = {}) {
   return Dictionary{{kRootMenuItemsKey, root}, {kMoreMenuItemsKey, more}};
 }
@@ -48,33 +44,31 @@ TEST_F(MenuLayoutTest, GroupsFollowOneAnotherEachUnderItsHeader) {
                                      {kRepoMenuItemsKey, Objects{4, 3}}}));
   EXPECT_EQ(menu.title, "");
   EXPECT_EQ(describe(menu),
-            (Lines{std::string(kRepositoryHeader),
-                   "Settings… > showSettings:", "Browser… > showBrowser:", std::string(kFileHeader),
-                   "Unstage \"a\" > unstage:", std::string(kApplicationHeader), "Quit > quit:"}));
+            (Lines{kRepositoryHeader, "Settings… > showSettings:", "Browser… > showBrowser:",
+                   kFileHeader, "Unstage \"a\" > unstage:", kApplicationHeader, "Quit > quit:"}));
 }
 
 TEST_F(MenuLayoutTest, ApplicationItemsComeLast) {
-  EXPECT_EQ(
-      lines(itemList({{kAppMenuItemsKey, Objects{1000, 1005}}})),
-      (Lines{std::string(kApplicationHeader), "About Kelpie > showAboutPanel:", "Quit > quit:"}));
+  EXPECT_EQ(lines(itemList({{kAppMenuItemsKey, Objects{1000, 1005}}})),
+            (Lines{kApplicationHeader, "About Kelpie > showAboutPanel:", "Quit > quit:"}));
 }
 
 TEST_F(MenuLayoutTest, MoreItemsStandInASubmenuAtTheEndOfTheirGroup) {
   EXPECT_EQ(lines(itemList({{kRepoMenuItemsKey, Objects{3}}, {kAppMenuItemsKey, Objects{1005}}},
                            {{kRepoMenuItemsKey, Objects{11, 22}}})),
-            (Lines{std::string(kRepositoryHeader), "Browser… > showBrowser:",
+            (Lines{kRepositoryHeader, "Browser… > showBrowser:",
                    "More {More: Apply Patch… > applyPatch: | Add Remote… > addRemote:}",
-                   std::string(kApplicationHeader), "Quit > quit:"}));
+                   kApplicationHeader, "Quit > quit:"}));
 }
 
 TEST_F(MenuLayoutTest, AGroupMayHaveNothingButMore) {
   EXPECT_EQ(lines(itemList({{kRepoMenuItemsKey, Objects{7}}}, {{kRepoMenuItemsKey, Objects{3}}})),
-            (Lines{std::string(kRepositoryHeader), "More {More: Browser… > showBrowser:}"}));
+            (Lines{kRepositoryHeader, "More {More: Browser… > showBrowser:}"}));
 }
 
 TEST_F(MenuLayoutTest, MoreWithoutItemsIsDropped) {
   EXPECT_EQ(lines(itemList({{kRepoMenuItemsKey, Objects{3}}}, {{kRepoMenuItemsKey, Objects{7}}})),
-            (Lines{std::string(kRepositoryHeader), "Browser… > showBrowser:"}));
+            (Lines{kRepositoryHeader, "Browser… > showBrowser:"}));
 }
 
 TEST_F(MenuLayoutTest, AGroupWithoutItemsHasNoHeader) {
@@ -85,12 +79,12 @@ TEST_F(MenuLayoutTest, AGroupWithoutItemsHasNoHeader) {
 
 TEST_F(MenuLayoutTest, TagsAreNotCheckedAgainstTheirGroup) {
   EXPECT_EQ(lines(itemList({{kFileMenuItemsKey, Objects{1005, 3}}})),
-            (Lines{std::string(kFileHeader), "Quit > quit:", "Browser… > showBrowser:"}));
+            (Lines{kFileHeader, "Quit > quit:", "Browser… > showBrowser:"}));
 }
 
 TEST_F(MenuLayoutTest, ATagMayStandTwice) {
   EXPECT_EQ(lines(itemList({{kAppMenuItemsKey, Objects{1005, 1005}}})),
-            (Lines{std::string(kApplicationHeader), "Quit > quit:", "Quit > quit:"}));
+            (Lines{kApplicationHeader, "Quit > quit:", "Quit > quit:"}));
 }
 
 TEST_F(MenuLayoutTest, ADisabledRepositoryDisablesTheTopLevelAndMore) {
@@ -101,21 +95,20 @@ TEST_F(MenuLayoutTest, ADisabledRepositoryDisablesTheTopLevelAndMore) {
       layOut(itemList({{kRepoMenuItemsKey, Objects{3, 19}}, {kAppMenuItemsKey, Objects{1005}}},
                       {{kRepoMenuItemsKey, Objects{4}}, {kFileMenuItemsKey, Objects{-12}}}));
   EXPECT_EQ(describe(menu),
-            (Lines{std::string(kRepositoryHeader), "Browser… > showBrowser: (disabled)",
+            (Lines{kRepositoryHeader, "Browser… > showBrowser: (disabled)",
                    "Delete Tag (disabled) {: v1 > deleteTags: #21}",
-                   "More (disabled) {More: Settings… > showSettings: (disabled)}",
-                   std::string(kFileHeader),
+                   "More (disabled) {More: Settings… > showSettings: (disabled)}", kFileHeader,
                    "More (disabled) {More: Restore \"a\" > restore: (disabled) {: "
                    "Restore Unmerged > restore: | Restore Using Ours > restore: #1 | "
                    "Restore Using Theirs > restore: #2 | Restore Using Ancestor > restore: #3}}",
-                   std::string(kApplicationHeader), "Quit > quit: (disabled)"}));
+                   kApplicationHeader, "Quit > quit: (disabled)"}));
 }
 
 TEST_F(MenuLayoutTest, AnAncestorEntryKeepsItsOwnFlag) {
   selection_.conflicted = MenuFixture::list({"/repo/a"});
   selection_.hasAncestor = false;
   EXPECT_EQ(lines(itemList({{kFileMenuItemsKey, Objects{-12}}})),
-            (Lines{std::string(kFileHeader),
+            (Lines{kFileHeader,
                    "Restore \"a\" > restore: {: Restore Unmerged > restore: | "
                    "Restore Using Ours > restore: #1 | Restore Using Theirs > restore: #2 | "
                    "Restore Using Ancestor > restore: #3 (disabled)}"}));
@@ -124,9 +117,8 @@ TEST_F(MenuLayoutTest, AnAncestorEntryKeepsItsOwnFlag) {
 TEST_F(MenuLayoutTest, WithoutARepositoryItemsAreEnabled) {
   repository_ = nullptr;
   canCreate_ = true;
-  EXPECT_EQ(
-      lines(itemList({{kRepoMenuItemsKey, Objects{1, 2, 3}}})),
-      (Lines{std::string(kRepositoryHeader), "Clone… > clone:", "Create… > createRepository:"}));
+  EXPECT_EQ(lines(itemList({{kRepoMenuItemsKey, Objects{1, 2, 3}}})),
+            (Lines{kRepositoryHeader, "Clone… > clone:", "Create… > createRepository:"}));
 }
 
 TEST_F(MenuLayoutTest, AListOfAnyShapeGivesAMenu) {
@@ -157,10 +149,9 @@ TEST_F(MenuLayoutTest, AListOfAnyShapeGivesAMenu) {
 }
 
 TEST_F(MenuLayoutTest, WhatIsNoTagIsLoggedAndLeftOut) {
-  EXPECT_EQ(
-      lines(itemList(
-          {{kAppMenuItemsKey, Objects{"1005", Objects{1005}, Dictionary{}, 12, 1000.0, 1005}}})),
-      (Lines{std::string(kApplicationHeader), "About Kelpie > showAboutPanel:", "Quit > quit:"}));
+  EXPECT_EQ(lines(itemList({{kAppMenuItemsKey,
+                             Objects{"1005", Objects{1005}, Dictionary{}, 12, 1000.0, 1005}}})),
+            (Lines{kApplicationHeader, "About Kelpie > showAboutPanel:", "Quit > quit:"}));
   EXPECT_EQ(fixture_.system.log.lines(), Lines(8, "Should not get here!!!"));
 }
 

@@ -13,13 +13,13 @@
 namespace kelpie {
 namespace {
 
-const Bytes kOid = {1, 2, 3};
+const Bytes kTipOid = {1, 2, 3};
 
 // The reference that menus are asked for, in most rows: the head branch and what it tracks.
 const ReferenceFields kReference = {.name = "main",
                                     .fullName = "refs/heads/main",
                                     .upstreamName = "refs/remotes/origin/main",
-                                    .oid = kOid,
+                                    .oid = kTipOid,
                                     .head = true,
                                     .tag = 100};
 
@@ -35,20 +35,21 @@ std::string itemOf(std::string_view action, const ReferenceFields& leaf,
 
 // -- Rows of leaves, each for one question that a rule can ask ------------------------------------
 
-const ReferenceFields kPlain = {.name = "x", .fullName = "refs/heads/x", .oid = kOid, .tag = 7};
+const ReferenceFields kPlain = {.name = "x", .fullName = "refs/heads/x", .oid = kTipOid, .tag = 7};
 const ReferenceFields kWithoutOid = {.name = "x", .fullName = "refs/heads/x", .tag = 7};
 const ReferenceFields kHead = {
-    .name = "x", .fullName = "refs/heads/x", .oid = kOid, .head = true, .tag = 7};
+    .name = "x", .fullName = "refs/heads/x", .oid = kTipOid, .head = true, .tag = 7};
 const ReferenceFields kDetached = {
-    .name = "x", .fullName = "HEAD", .oid = kOid, .detached = true, .tag = 7};
+    .name = "x", .fullName = "HEAD", .oid = kTipOid, .detached = true, .tag = 7};
 const ReferenceFields kTracking = {.name = "x",
                                    .fullName = "refs/heads/x",
                                    .upstreamName = "refs/remotes/origin/x",
-                                   .oid = kOid,
+                                   .oid = kTipOid,
                                    .tag = 7};
-const ReferenceFields kSame = {.name = "x", .fullName = "refs/heads/main", .oid = kOid, .tag = 7};
+const ReferenceFields kSame = {
+    .name = "x", .fullName = "refs/heads/main", .oid = kTipOid, .tag = 7};
 const ReferenceFields kUpstream = {
-    .name = "x", .fullName = "refs/remotes/origin/main", .oid = kOid, .tag = 7};
+    .name = "x", .fullName = "refs/remotes/origin/main", .oid = kTipOid, .tag = 7};
 
 struct Row {
   const char* action;
@@ -126,7 +127,7 @@ TEST(ReferenceItemRules, WithoutAReferenceNothingIsComparedEqual) {
 }
 
 TEST(ReferenceItemRules, MissingNamesAreNotEqual) {
-  const ReferenceFields nameless = {.name = "x", .oid = kOid, .tag = 7};
+  const ReferenceFields nameless = {.name = "x", .oid = kTipOid, .tag = 7};
   for (const char* action : {"compareCommits:", "merge:", "pull:", "rebase:", "reset:", "track:"}) {
     EXPECT_EQ(itemOf(action, nameless, ReferenceFields()), std::string("x > ") + action + " #7");
   }
@@ -134,12 +135,12 @@ TEST(ReferenceItemRules, MissingNamesAreNotEqual) {
 
 TEST(ReferenceItemRules, NamesAreComparedExactly) {
   const ReferenceFields otherCase = {
-      .name = "x", .fullName = "refs/heads/Main", .oid = kOid, .tag = 7};
+      .name = "x", .fullName = "refs/heads/Main", .oid = kTipOid, .tag = 7};
   EXPECT_EQ(itemOf("compareCommits:", otherCase, kReference), "x > compareCommits: #7");
 }
 
 TEST(ReferenceItemRules, EmptyNamesThatAreThereAreEqual) {
-  const ReferenceFields emptyName = {.name = "x", .fullName = "", .oid = kOid, .tag = 7};
+  const ReferenceFields emptyName = {.name = "x", .fullName = "", .oid = kTipOid, .tag = 7};
   EXPECT_EQ(itemOf("compareCommits:", emptyName, emptyName), "x #7 (disabled)");
 }
 
@@ -178,7 +179,7 @@ TEST(ReferenceItemRules, FastForwardTitle) {
       {"a name with slashes is not tidied", "a//b/", "refs/remotes/o/m", "a//b/ to \"o/m\""},
   };
   for (const Case& c : cases) {
-    const ReferenceFields leaf = {.name = c.name, .upstreamName = c.upstream, .oid = kOid};
+    const ReferenceFields leaf = {.name = c.name, .upstreamName = c.upstream, .oid = kTipOid};
     const std::string rest = c.upstream ? " > fastForward:" : " (disabled)";
     EXPECT_EQ(itemOf("fastForward:", leaf, kReference), c.title + rest) << c.why;
   }
@@ -194,7 +195,7 @@ TEST(ReferenceItemRules, OtherActionsDoNotChangeTheTitle) {
 }
 
 TEST(ReferenceItemRules, TagIsThatOfTheRecord) {
-  const ReferenceFields leaf = {.name = "x", .oid = kOid, .tag = -9'000'000'000};
+  const ReferenceFields leaf = {.name = "x", .oid = kTipOid, .tag = -9'000'000'000};
   EXPECT_EQ(itemOf("push:", leaf, std::nullopt), "x > push: #-9000000000");
 }
 

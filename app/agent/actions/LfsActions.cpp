@@ -16,18 +16,18 @@ std::optional<ActionOutcome> missing(const ActionJob& job) {
   return ActionOutcome::failed("git-lfs is not installed.");
 }
 
-ActionOutcome fetch(ActionJob& job) {
+ActionOutcome fetchObjects(ActionJob& job) {
   if (auto none = missing(job)) return *none;
   return job.change({"lfs", "fetch"});
 }
 
 // What git-lfs prunes is on the remote, or it keeps it.
-ActionOutcome prune(ActionJob& job) {
+ActionOutcome pruneObjects(ActionJob& job) {
   if (auto none = missing(job)) return *none;
   return job.change({"lfs", "prune"});
 }
 
-ActionOutcome push(ActionJob& job) {
+ActionOutcome pushObjects(ActionJob& job) {
   if (auto none = missing(job)) return *none;
   const ReferencesSnapshot* references = job.references();
   if (references == nullptr || !references->headBranch || references->headBranch->isDetached)
@@ -39,9 +39,9 @@ ActionOutcome push(ActionJob& job) {
 }
 
 constexpr ActionRule kLfsActions[] = {
-    {.action = "lfsFetch:", .label = "Git-LFS Fetch", .work = fetch},
-    {.action = "lfsPush:", .label = "Git-LFS Push", .work = push},
-    {.action = "lfsPrune:", .label = "Git-LFS Prune", .work = prune},
+    {.action = "lfsFetch:", .label = "Git-LFS Fetch", .work = fetchObjects},
+    {.action = "lfsPush:", .label = "Git-LFS Push", .work = pushObjects},
+    {.action = "lfsPrune:", .label = "Git-LFS Prune", .work = pruneObjects},
 };
 
 }  // namespace

@@ -10,12 +10,12 @@ namespace kelpie::agent {
 namespace {
 
 // What is longer is no text for people.
-constexpr std::size_t kLongestText = 4096;
+constexpr std::size_t kLongestSummary = 4096;
 constexpr std::size_t kLongestJson = 64 * 1024;
 
-std::string shortened(const std::string& text) {
+std::string fitted(const std::string& text) {
   const std::string_view all = text;
-  return displayText(all.substr(0, kLongestText));
+  return displayText(all.substr(0, kLongestSummary));
 }
 
 // The text under the key; empty when there is none.
@@ -58,13 +58,13 @@ bool ExtensionErrors::showJson(std::string_view text) {
 }
 
 void ExtensionErrors::show(const std::string& summary, const std::string& detail) {
-  const std::string text = "extension: " + shortened(summary) + ": " + shortened(detail);
+  const std::string text = "extension: " + fitted(summary) + ": " + fitted(detail);
   log_.write(text);
   const Clock::time_point now = Clock::now();
   if (text == last_ && lastShown_ && now - *lastShown_ < kSilence) return;
   last_ = text;
   lastShown_ = now;
-  notifier_.notify(shortened(summary), shortened(detail));
+  notifier_.notify(fitted(summary), fitted(detail));
 }
 
 }  // namespace kelpie::agent

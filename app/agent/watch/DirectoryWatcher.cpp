@@ -9,6 +9,8 @@
 #include <cstring>
 #include <fstream>
 
+#include "agent/watch/ChangeRules.h"
+
 namespace kelpie::agent {
 namespace {
 
@@ -35,10 +37,6 @@ constexpr std::array<KindOfMask, 4> kKinds = {{
     {IN_DELETE_SELF | IN_MOVE_SELF, Kind::FolderGone},
     {IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB, Kind::Changed},
 }};
-
-bool isWithin(std::string_view path, std::string_view folder) {
-  return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
-}
 
 }  // namespace
 

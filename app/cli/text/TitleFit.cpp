@@ -5,12 +5,12 @@
 namespace kelpie::cli {
 namespace {
 
-constexpr std::string_view kEllipsis = "…";
+constexpr std::string_view kMoreFollows = "…";
 constexpr std::string_view kDots = "...";
 
 std::string folded(std::string_view title) {
-  if (title.ends_with(kEllipsis)) {
-    title.remove_suffix(kEllipsis.size());
+  if (title.ends_with(kMoreFollows)) {
+    title.remove_suffix(kMoreFollows.size());
   } else if (title.ends_with(kDots)) {
     title.remove_suffix(kDots.size());
   }

@@ -11,12 +11,12 @@
 #include "linux/base/SessionBus.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
+#include "support/LongEnough.h"
 #include "support/linux/PrivateBus.h"
 
 namespace kelpie::agent {
 namespace {
 
-constexpr std::chrono::seconds kLongEnough(30);
 constexpr const char* kService = "org.freedesktop.Notifications";
 
 // The desktop's end, which keeps what it is asked to show.

@@ -10,11 +10,10 @@
 #include "linux/base/UniqueFd.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
+#include "support/LongEnough.h"
 
 namespace kelpie {
 namespace {
-
-constexpr std::chrono::seconds kLongEnough(30);
 
 class MainLoopTest : public testing::Test {
  protected:

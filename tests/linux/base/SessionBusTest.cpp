@@ -9,14 +9,14 @@
 #include "support/EnvironmentVariable.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
+#include "support/LongEnough.h"
 #include "support/linux/PrivateBus.h"
 #include "support/linux/TestSocket.h"
 
 namespace kelpie {
 namespace {
 
-constexpr std::chrono::seconds kLongEnough(30);
-constexpr const char* kName = "org.kelpie.Test";
+constexpr const char* kTestName = "org.kelpie.Test";
 
 class SessionBusTest : public testing::Test {
  protected:
@@ -28,7 +28,7 @@ class SessionBusTest : public testing::Test {
   }
   // The connection that owns the name, or "".
   std::string owner(const SessionBus& bus) const {
-    const GVariantPtr answer = bus.callBus("GetNameOwner", kName, "(s)", kLongEnough);
+    const GVariantPtr answer = bus.callBus("GetNameOwner", kTestName, "(s)", kLongEnough);
     if (!answer) return "";
     const gchar* name = nullptr;
     g_variant_get(answer.get(), "(&s)", &name);
@@ -90,23 +90,23 @@ TEST_F(SessionBusTest, TheEndOfTheBusIsToldOnceAndTheProcessLivesOn) {
   bus->setClosedHandler([&] { ++told; });
   daemon.end();
   EXPECT_TRUE(runUntil([&] { return told > 0; }));
-  EXPECT_EQ(bus->callBus("GetNameOwner", kName, "(s)", kLongEnough), nullptr);
+  EXPECT_EQ(bus->callBus("GetNameOwner", kTestName, "(s)", kLongEnough), nullptr);
   EXPECT_EQ(told, 1);
 }
 
 TEST_F(SessionBusTest, ACallThatIsNotAnsweredEnds) {
   const auto bus = connect();
   daemon.process().signal(SIGSTOP);
-  EXPECT_EQ(bus->callBus("GetNameOwner", kName, "(s)", std::chrono::milliseconds(1)), nullptr);
+  EXPECT_EQ(bus->callBus("GetNameOwner", kTestName, "(s)", std::chrono::milliseconds(1)), nullptr);
   daemon.process().signal(SIGCONT);
-  EXPECT_NE(bus->callBus("NameHasOwner", kName, "(b)", kLongEnough), nullptr)
+  EXPECT_NE(bus->callBus("NameHasOwner", kTestName, "(b)", kLongEnough), nullptr)
       << "the next one is answered";
 }
 
 TEST_F(SessionBusTest, AnAnswerOfAnotherTypeIsNone) {
   const auto bus = connect();
-  EXPECT_NE(bus->callBus("NameHasOwner", kName, "(b)", kLongEnough), nullptr);
-  EXPECT_EQ(bus->callBus("NameHasOwner", kName, "(s)", kLongEnough), nullptr);
+  EXPECT_NE(bus->callBus("NameHasOwner", kTestName, "(b)", kLongEnough), nullptr);
+  EXPECT_EQ(bus->callBus("NameHasOwner", kTestName, "(s)", kLongEnough), nullptr);
 }
 
 TEST_F(SessionBusTest, AFreeNameIsOwnedUntilItIsLetGo) {
@@ -114,7 +114,7 @@ TEST_F(SessionBusTest, AFreeNameIsOwnedUntilItIsLetGo) {
   const auto observer = connect();
   bool acquired = false;
   auto name =
-      std::make_unique<BusName>(*bus, kName, BusName::Handlers{[&] { acquired = true; }, {}});
+      std::make_unique<BusName>(*bus, kTestName, BusName::Handlers{[&] { acquired = true; }, {}});
   EXPECT_TRUE(runUntil([&] { return acquired; }));
   EXPECT_EQ(owner(*observer), uniqueName(*bus));
   name.reset();
@@ -126,9 +126,10 @@ TEST_F(SessionBusTest, ATakenNameIsWaitedForAndNobodyReplaced) {
   const auto second = connect();
   int acquired = 0;
   int lost = 0;
-  auto name = std::make_unique<BusName>(*first, kName, BusName::Handlers{[&] { ++acquired; }, {}});
+  auto name =
+      std::make_unique<BusName>(*first, kTestName, BusName::Handlers{[&] { ++acquired; }, {}});
   ASSERT_TRUE(runUntil([&] { return acquired == 1; }));
-  const BusName waiting(*second, kName, {[&] { ++acquired; }, [&] { ++lost; }});
+  const BusName waiting(*second, kTestName, {[&] { ++acquired; }, [&] { ++lost; }});
   EXPECT_TRUE(runUntil([&] { return lost == 1; }));
   EXPECT_EQ(owner(*second), uniqueName(*first));
   name.reset();
@@ -142,7 +143,7 @@ TEST_F(SessionBusTest, TheEndOfTheBusIsNoLossOfAName) {
   bool closed = false;
   bus->setClosedHandler([&] { closed = true; });
   daemon.process().signal(SIGSTOP);  // so that the name is never answered for
-  const BusName name(*bus, kName, {{}, [&] { ++lost; }});
+  const BusName name(*bus, kTestName, {{}, [&] { ++lost; }});
   daemon.process().signal(SIGKILL);
   EXPECT_TRUE(runUntil([&] { return closed; }));
   bool settled = false;

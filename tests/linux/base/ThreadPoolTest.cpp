@@ -8,11 +8,10 @@
 
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
+#include "support/LongEnough.h"
 
 namespace kelpie {
 namespace {
-
-constexpr std::chrono::seconds kLongEnough(30);
 
 // A task that runs until it is let go.
 class Blocker {

@@ -14,13 +14,13 @@
 #include "platform/linux/MessageFrame.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
+#include "support/LongEnough.h"
 #include "support/TemporaryFolder.h"
 #include "support/linux/TestSocket.h"
 
 namespace kelpie {
 namespace {
 
-constexpr std::chrono::seconds kLongEnough(30);
 constexpr std::chrono::milliseconds kSecond(1000);
 
 Bytes bytes(std::string_view text) { return {text.begin(), text.end()}; }

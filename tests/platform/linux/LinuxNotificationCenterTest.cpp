@@ -8,12 +8,12 @@
 #include "linux/base/MainLoop.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
+#include "support/LongEnough.h"
 #include "support/linux/PrivateBus.h"
 
 namespace kelpie {
 namespace {
 
-constexpr std::chrono::seconds kLongEnough(30);
 constexpr const char* kPath = "/org/kelpie/DistributedNotificationCenter";
 constexpr const char* kInterface = "org.kelpie.DistributedNotificationCenter";
 

@@ -7,12 +7,11 @@
 
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
+#include "support/LongEnough.h"
 #include "support/linux/ChildProcess.h"
 
 namespace kelpie {
 namespace {
-
-constexpr std::chrono::seconds kLongEnough(30);
 
 std::ptrdiff_t openFiles() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),

@@ -13,13 +13,13 @@
 #include "linux/base/MainLoop.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
+#include "support/LongEnough.h"
 #include "support/linux/OwnProcess.h"
 #include "support/linux/PrivateBus.h"
 
 namespace kelpie {
 namespace {
 
-constexpr std::chrono::seconds kLongEnough(30);
 constexpr const char* kName = "org.kelpie.Test";
 constexpr const char* kAddressVariable = "KELPIE_TEST_BUS";
 

@@ -13,12 +13,12 @@
 #include "support/EnvironmentVariable.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
+#include "support/LongEnough.h"
 #include "support/TemporaryFolder.h"
 
 namespace kelpie {
 namespace {
 
-constexpr std::chrono::seconds kLongEnough(30);
 constexpr const char* kSuite = "group.org.kelpie";
 
 class LinuxUserDefaultsTest : public testing::Test {
