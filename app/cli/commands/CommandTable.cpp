@@ -9,6 +9,7 @@
 #include "cli/commands/MenuCommand.h"
 #include "cli/commands/SettingsCommand.h"
 #include "cli/commands/StatusCommand.h"
+#include "cli/commands/UndoCommand.h"
 #include "cli/commands/WatchCommand.h"
 
 namespace kelpie::cli {
@@ -43,6 +44,7 @@ constexpr FormInfo kMenuForms[] = {
     {"", "PATH...", "", 1, kAnyNumber, ValueKind::Path, ValueKind::Path}};
 constexpr FormInfo kDoForms[] = {
     {"", "TITLE PATH...", "", 2, kAnyNumber, ValueKind::Title, ValueKind::Path}};
+constexpr FormInfo kUndoForms[] = {{"", "[PATH]", "", 0, 1, ValueKind::Folder}};
 constexpr FormInfo kFolderForms[] = {{"list", "", "print the observed folders"},
                                      {"add", "FOLDER...", "observe further folders", 1, kAnyNumber,
                                       ValueKind::Folder, ValueKind::Folder},
@@ -80,6 +82,15 @@ constexpr CommandInfo kCommands[] = {
      "neither case nor a final \"...\" matters. Exit status: 0 when the action has run,\n"
      "1 when it could not, 2 when TITLE names no item or several; these are listed.",
      kDoOptions, kDoForms, runOf<DoCommand>},
+    {"undo",
+     "bring back what was discarded last",
+     "Brings back what the last action in the working copy of PATH (without one, of the\n"
+     "current folder) replaced or deleted: files, what was staged, a merge. Where\n"
+     "something was changed since, it asks first, and puts that aside in turn. Exit\n"
+     "status: 0 when it is back, else 1.",
+     {},
+     kUndoForms,
+     runOf<UndoCommand>},
     {"folders", "list, add and remove the observed folders",
      "The folders in which items have badges and menus.", kJsonOnly, kFolderForms,
      runOf<FoldersCommand>},
