@@ -51,7 +51,10 @@ TEST_F(Discarding, LeavesUntrackedFilesThatGitWasToldNotToShow) {
   EXPECT_TRUE(host().choose({a}, {"More", "Discard All Changes…"}));
   EXPECT_TRUE(gitSays("r", {"ls-files", "--", "staged.txt"}, ""));
   EXPECT_TRUE(becomes<bool>([&] { return exists("staged.txt"); }, false));
-  endOfActions();
+  // One action at a time: when this one is done, the one before has ended.
+  session.append("r/a.txt", "changed");
+  EXPECT_TRUE(host().choose({a}, {"Stage \"a.txt\""}));
+  EXPECT_TRUE(gitSays("r", {"diff", "--cached", "--name-only"}, "a.txt"));
   EXPECT_NE(asked().find("1 changed item(s)"), std::string::npos) << asked();
   EXPECT_TRUE(exists("precious.txt"));
   EXPECT_TRUE(exists("sub/precious.txt"));
@@ -97,22 +100,21 @@ TEST_F(Discarding, CanBeUndoneFromTheCommandLine) {
 }
 
 TEST_F(Discarding, RevertingAsksBeforeItOverwritesFilesThatGitDoesNotKnow) {
-  session.append("r/sub/new.txt", "committed");
   session.append("r/sub/x.o", "committed");
   session.git("r", {"add", "-A"});
   session.git("r", {"commit", "-q", "-m", "More"});
   session.git("r", {"tag", "v2"});
   session.git("r", {"reset", "-q", "--hard", "HEAD~1"});
   session.append("r/.git/info/exclude", "*.o");
-  session.append("r/sub/new.txt", "mine");
+  session.append("r/sub/b.txt", "mine");
   session.append("r/sub/x.o", "mine");
   addUserWho(0, "true");
   startWith(repository, a, "KPCurrentBadge");
   host().ask({repository + "/sub"});
   EXPECT_TRUE(host().choose({repository + "/sub"}, {"More", "Revert \"sub\"", "v2"}));
   endOfActions();
-  EXPECT_NE(asked().find("2 file(s) that are untracked or ignored"), std::string::npos) << asked();
-  EXPECT_EQ(session.read("r/sub/new.txt"), "mine\n");
+  EXPECT_NE(asked().find("1 file(s) that are untracked or ignored"), std::string::npos) << asked();
+  EXPECT_EQ(session.read("r/sub/b.txt"), "as committed\nmine\n");
   EXPECT_EQ(session.read("r/sub/x.o"), "mine\n");
 }
 

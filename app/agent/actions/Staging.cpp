@@ -108,11 +108,12 @@ ActionOutcome Staging::refuseStrangers(const Paths& files) const {
     added.push_back(file);
   }
   if (added.empty()) return ActionOutcome::done();
-  // This command knows no literal paths; one that begins with "./" it takes as it is.
+  // This command knows no literal paths; one that begins with "./" it takes as it is. None of them
+  // is in the index, through all of which it would go for each.
   std::string input;
   for (const std::string& file : added) input += "./" + file + '\0';
   const ProgramResult ignored =
-      git_.changeWith({"check-ignore", "-z", "--stdin"}, {std::move(input), {}});
+      git_.changeWith({"check-ignore", "--no-index", "-z", "--stdin"}, {std::move(input), {}});
   // It ends with 1 when none of them is ignored.
   if (ignored.end == ProgramResult::End::Exited && ignored.status == 1)
     return ActionOutcome::done();

@@ -103,6 +103,19 @@ TEST_F(ManyFilesTest, AreRefusedWithOneOfASubmoduleAmongThem) {
   EXPECT_EQ(stagedCount(), "0");
 }
 
+// git tries each of its pathspecs on every file, and "check-ignore" looks for each path through the
+// whole index.
+TEST_F(ManyFilesTest, AreNotGivenToCommandsThatTakeTheSquareOfTheirNumber) {
+  sandbox.writeScript("bin/git",
+                      "echo \"$*\" >> \"$KELPIE_SANDBOX/gits\"\nexec /usr/bin/git \"$@\"\n");
+  const std::vector<std::string> paths = manyAnd({});
+  expectDone(runFiles("stage:", paths));
+  expectDone(runFiles("unstage:", paths));
+  const std::string gits = sandbox.read("gits");
+  EXPECT_EQ(gits.find("pathspec-from-file"), std::string::npos) << gits;
+  EXPECT_NE(gits.find("check-ignore --no-index"), std::string::npos) << gits;
+}
+
 TEST_F(ManyFilesTest, AConflictAmongThemIsResolved) {
   makeConflict();
   sandbox.write("r/a", "both\n");
