@@ -10,6 +10,7 @@
 #include "foundation/FileIdentifier.h"
 #include "foundation/URL.h"
 #include "protocol/MessageKeys.h"
+#include "protocol/Selectors.h"
 
 namespace kelpie::agent {
 namespace {
@@ -30,12 +31,12 @@ std::optional<std::string> folderPath(const Object& object) {
 }  // namespace
 
 const ProtocolPeer::Route ProtocolPeer::kRoutes[] = {
-    {"pingPortName:", &ProtocolPeer::ping},
-    {"openRepository:portName:", &ProtocolPeer::openRepository},
-    {"unshallowRepository:", &ProtocolPeer::unshallowRepository},
-    {"showError:", &ProtocolPeer::showError},
-    {"cloneRepositoryWithUrl:portName:", &ProtocolPeer::act},
-    {"createRepositoryWithUrl:portName:", &ProtocolPeer::act},
+    {selector::kPing, &ProtocolPeer::ping},
+    {selector::kOpenRepository, &ProtocolPeer::openRepository},
+    {selector::kUnshallowRepository, &ProtocolPeer::unshallowRepository},
+    {selector::kShowError, &ProtocolPeer::showError},
+    {selector::kCloneRepository, &ProtocolPeer::act},
+    {selector::kCreateRepository, &ProtocolPeer::act},
 };
 
 bool ProtocolPeer::listen(MessagePorts& ports, std::string_view group) {
@@ -78,10 +79,10 @@ void ProtocolPeer::ping(const Object& message, const Object& argument) {
 }
 
 void ProtocolPeer::openRepository(const Object& message, const Object& argument) {
-  const std::optional<std::string> folder = folderPath(argument["url"]);
+  const std::optional<std::string> folder = folderPath(argument[selector::kOpenUrlKey]);
   if (!folder) return drop("a request to open what is no folder");
   if (const auto port = sender(message))
-    services_.registry.open(*folder, port, argument["shallow"].boolValue());
+    services_.registry.open(*folder, port, argument[selector::kOpenShallowKey].boolValue());
 }
 
 // The working copy may have been closed just now: the extension learns that on another way.

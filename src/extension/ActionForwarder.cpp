@@ -8,6 +8,7 @@
 #include "foundation/MenuItem.h"
 #include "menus/MenuHost.h"
 #include "protocol/MessageKeys.h"
+#include "protocol/Selectors.h"
 #include "status/KPRepository.h"
 
 namespace kelpie {
@@ -37,9 +38,9 @@ void ActionForwarder::applicationAction(const Object& sender) {
   host_.sendMessage({{kMessageSenderKey, sender}}, kActionMessage);
 }
 
-void ActionForwarder::clone() { requestCreation("cloneRepositoryWithUrl:portName:"); }
+void ActionForwarder::clone() { requestCreation(selector::kCloneRepository); }
 
-void ActionForwarder::createRepository() { requestCreation("createRepositoryWithUrl:portName:"); }
+void ActionForwarder::createRepository() { requestCreation(selector::kCreateRepository); }
 
 void ActionForwarder::requestCreation(std::string_view selector) {
   const std::vector<URL>& targets = host_.targetURLs();

@@ -3,6 +3,7 @@
 #include "foundation/Error.h"
 #include "foundation/Text.h"
 #include "protocol/MessageKeys.h"
+#include "protocol/Selectors.h"
 
 namespace kelpie {
 
@@ -34,7 +35,7 @@ std::string jsonString(std::string_view text) {
 }
 
 std::string appMessage(std::string_view suggestion) {
-  return "{" + jsonString(kMessageSelectorKey) + ":" + jsonString("showError:") + "," +
+  return "{" + jsonString(kMessageSelectorKey) + ":" + jsonString(selector::kShowError) + "," +
          jsonString(kMessageArgumentKey) + ":{" + jsonString(kLocalizedDescriptionKey) + ":" +
          jsonString(kDescription) + "," + jsonString(kLocalizedRecoverySuggestionErrorKey) + ":" +
          jsonString(suggestion) + "}}";

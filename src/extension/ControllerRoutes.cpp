@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "extension/KPKelpieSync.h"
+#include "protocol/Selectors.h"
 
 namespace kelpie {
 
@@ -29,11 +30,11 @@ constexpr Route<KPKelpieSync> kRoutes[] = {
     {"updateApplicationRunning:", calls<&KPKelpieSync::updateApplicationRunning>},
     {"setApplicationPid:", calls<&KPKelpieSync::setApplicationPid>},
     {"updateFolders", calls<&KPKelpieSync::updateFolders>},
-    {"beginObservingDirectoryAtURL:", calls<&KPKelpieSync::beginObservingDirectoryAtURL>},
+    {selector::kLookAgain, calls<&KPKelpieSync::beginObservingDirectoryAtURL>},
     {"endObservingDirectoryAtURL:", calls<&KPKelpieSync::endObservingDirectoryAtURL>},
     {"requestBadgeIdentifierForURL:", calls<&KPKelpieSync::requestBadgeIdentifierForURL>},
     {"repositoryForURL:", answers},
-    {"openRepositoryWithUrls:", calls<&KPKelpieSync::openRepositoryWithUrls>},
+    {selector::kRepositoryOpened, calls<&KPKelpieSync::openRepositoryWithUrls>},
 
     // Actions on a repository.
     {"addRemote:", repositoryAction},

@@ -13,6 +13,7 @@
 #include "foundation/Error.h"
 #include "foundation/MemoFileSystem.h"
 #include "platform/BookmarkResolution.h"
+#include "protocol/Selectors.h"
 #include "settings/KPUserDefaults.h"
 #include "settings/SettingsKeys.h"
 #include "status/KPRepository.h"
@@ -240,7 +241,7 @@ void FolderRegistry::updateFolders() {
     return;
   }
   if (folders->error) {
-    link_->sendSelector("showError:", *folders->error);
+    link_->sendSelector(selector::kShowError, *folders->error);
     return;
   }
   platform_.finder.setDirectoryURLs(std::move(folders->urls));
@@ -258,8 +259,9 @@ void FolderRegistry::setAllObservedFiles(std::shared_ptr<ObservedPaths> files) {
 
 void FolderRegistry::requestRepository(const URL& folder, bool isRepeated,
                                        const FileSystem& files) {
-  link_->sendSelector("openRepository:portName:",
-                      Dictionary{{"url", folder}, {"shallow", isRepeated}});
+  link_->sendSelector(
+      selector::kOpenRepository,
+      Dictionary{{selector::kOpenUrlKey, folder}, {selector::kOpenShallowKey, isRepeated}});
   folders_.addObservedDirectory(folder, folder.identifier(files));
 }
 

@@ -6,6 +6,7 @@
 #include "extension/AppMessage.h"
 #include "foundation/Error.h"
 #include "protocol/MessageKeys.h"
+#include "protocol/Selectors.h"
 #include "settings/ApplicationGroup.h"
 
 namespace kelpie {
@@ -149,9 +150,10 @@ void MessageLink::setPortName(std::optional<std::string> name) {
 }
 
 void MessageLink::showReceivingError(std::string_view suggestion) {
-  sendSelector("showError:", Error{std::string(kGitErrorDomain), -1,
-                                   Dictionary{{kLocalizedDescriptionKey, kReceivingDescription},
-                                              {kLocalizedRecoverySuggestionErrorKey, suggestion}}});
+  sendSelector(selector::kShowError,
+               Error{std::string(kGitErrorDomain), -1,
+                     Dictionary{{kLocalizedDescriptionKey, kReceivingDescription},
+                                {kLocalizedRecoverySuggestionErrorKey, suggestion}}});
 }
 
 void MessageLink::showSendingError(std::string_view suggestion) {

@@ -11,6 +11,7 @@
 #include "foundation/Dictionary.h"
 #include "foundation/MemoFileSystem.h"
 #include "protocol/MessageKeys.h"
+#include "protocol/Selectors.h"
 #include "settings/KPUserDefaults.h"
 #include "settings/SettingsKeys.h"
 #include "status/KPBadge.h"
@@ -49,7 +50,7 @@ void PresenceMonitor::setApplicationPid(std::int32_t pid) {
   // Built first: it raises without a receiving port, and nothing has changed then.
   const std::optional<std::string> portName = state_->link->portName();
   const Dictionary ping =
-      MessageLink::selectorMessage("pingPortName:", portName ? Object(*portName) : Object());
+      MessageLink::selectorMessage(selector::kPing, portName ? Object(*portName) : Object());
   state_->registry->setApplicationPid(pid);
   state_->link->sendMessage(ping, kApplicationMessage);
   requestRepositoriesAgain();

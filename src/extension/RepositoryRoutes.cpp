@@ -1,5 +1,6 @@
 #include "extension/RepositoryRoutes.h"
 
+#include "protocol/Selectors.h"
 #include "status/KPRepository.h"
 
 namespace kelpie {
@@ -10,7 +11,7 @@ constexpr auto noAnswer = &noEffect<KPRepository>;
 
 constexpr Route<KPRepository> kRepositoryRoutes[] = {
     // Status intake and badges.
-    {"setStatusInfo:", calls<&KPRepository::setStatusInfo>},
+    {selector::kSetStatusInfo, calls<&KPRepository::setStatusInfo>},
     {"updateStagedStatus:", calls<&KPRepository::updateStagedStatus>},
     {"updateUnstagedStatus:", calls<&KPRepository::updateUnstagedStatus>},
     {"updateBadges:", calls<&KPRepository::updateBadges>},
@@ -19,18 +20,18 @@ constexpr Route<KPRepository> kRepositoryRoutes[] = {
     {"updateStatusOfDirectoryURL:", calls<&KPRepository::updateStatusOfDirectoryURL>},
 
     // What the references manager holds.
-    {"setReferences:", calls<&KPRepository::setReferences>},
-    {"setStashes:", calls<&KPRepository::setStashes>},
-    {"setGitflowInfo:", calls<&KPRepository::setGitflowInfo>},
-    {"setHeadBranch:", calls<&KPRepository::setHeadBranch>},
-    {"setBare:", calls<&KPRepository::setBare>},
-    {"setHasGitlfs:", calls<&KPRepository::setHasGitlfs>},
-    {"setHasHeadCommit:", calls<&KPRepository::setHasHeadCommit>},
+    {selector::kSetReferences, calls<&KPRepository::setReferences>},
+    {selector::kSetStashes, calls<&KPRepository::setStashes>},
+    {selector::kSetGitflowInfo, calls<&KPRepository::setGitflowInfo>},
+    {selector::kSetHeadBranch, calls<&KPRepository::setHeadBranch>},
+    {selector::kSetBare, calls<&KPRepository::setBare>},
+    {selector::kSetHasGitlfs, calls<&KPRepository::setHasGitlfs>},
+    {selector::kSetHasHeadCommit, calls<&KPRepository::setHasHeadCommit>},
 
     // Properties. No message can carry a references manager or a queue, and a repository is
     // nothing without them: those two stay.
-    {"setIdentifier:", calls<&KPRepository::setIdentifier>},
-    {"setGitUrl:", calls<&KPRepository::setGitUrl>},
+    {selector::kSetIdentifier, calls<&KPRepository::setIdentifier>},
+    {selector::kSetGitUrl, calls<&KPRepository::setGitUrl>},
     {"setState:", calls<&KPRepository::setState>},
     {"setStatus:", calls<&KPRepository::setStatus>},
     {"setDirty:", calls<&KPRepository::setDirty>},

@@ -14,6 +14,7 @@
 #include "menus/MenuLayout.h"
 #include "menus/SelectionDescription.h"
 #include "protocol/MessageKeys.h"
+#include "protocol/Selectors.h"
 #include "settings/KPUserDefaults.h"
 #include "settings/SettingsKeys.h"
 #include "status/KPRepository.h"
@@ -96,9 +97,9 @@ bool MenuAssembly::canCreateAtTarget(const FileSystem& files) const {
 void MenuAssembly::unshallow(const KPRepository& repository) const {
   const std::optional<FileIdentifier> identifier = repository.identifier();
   if (!identifier) return;
-  host_.sendMessage(
-      Dictionary{{kMessageSelectorKey, "unshallowRepository:"}, {kMessageArgumentKey, *identifier}},
-      kApplicationMessage);
+  host_.sendMessage(Dictionary{{kMessageSelectorKey, selector::kUnshallowRepository},
+                               {kMessageArgumentKey, *identifier}},
+                    kApplicationMessage);
 }
 
 }  // namespace kelpie

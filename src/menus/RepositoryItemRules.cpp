@@ -9,6 +9,7 @@
 
 #include "foundation/URL.h"
 #include "menus/MenuHost.h"
+#include "protocol/ReferenceKeys.h"
 #include "status/KPRepository.h"
 
 namespace kelpie {
@@ -62,15 +63,15 @@ Object gitflowInfo(const ItemQuestion& question) {
 bool hasGitflow(const ItemQuestion& question) { return !gitflowInfo(question).isNil(); }
 
 bool hasFeatures(const ItemQuestion& question) {
-  return gitflowInfo(question)["gitflow.branch.features"].size() > 0;
+  return gitflowInfo(question)[kGitflowFeaturesKey].size() > 0;
 }
 
 bool hasReleases(const ItemQuestion& question) {
-  return gitflowInfo(question)["gitflow.branch.releases"].size() > 0;
+  return gitflowInfo(question)[kGitflowReleasesKey].size() > 0;
 }
 
 bool hasHotfixes(const ItemQuestion& question) {
-  return gitflowInfo(question)["gitflow.branch.hotfixes"].size() > 0;
+  return gitflowInfo(question)[kGitflowHotfixesKey].size() > 0;
 }
 
 // Features may be open side by side; of releases and hotfixes one at a time.
@@ -114,15 +115,12 @@ Object targetURLs(const ItemQuestion& question) {
   return Objects(urls.begin(), urls.end());
 }
 
-// The tag by which the actions know the entry for all remotes; the others have their positions.
-constexpr std::int64_t kAllTag = -1;
-
 std::shared_ptr<const Menu> withEntryForAll(const std::shared_ptr<const Menu>& menu,
                                             std::string_view title, std::string_view action) {
   if (menu == nullptr || title.empty()) return menu;
   auto extended = std::make_shared<Menu>(*menu);
   MenuItem& entry = extended->items.emplace_back(std::string(title), std::string(action));
-  entry.tag = kAllTag;
+  entry.tag = kAllRemotesTag;
   return extended;
 }
 

@@ -9,6 +9,7 @@
 #include "foundation/KPExtensions.h"
 #include "foundation/ObjectView.h"
 #include "platform/Log.h"
+#include "protocol/ReferenceKeys.h"
 #include "refs/ReferenceItemRules.h"
 
 namespace kelpie {
@@ -30,8 +31,8 @@ struct PickerSection {
   Image (*image)(const Bundle& bundle);
 };
 constexpr PickerSection kPickerSections[] = {
-    {kLocalBranches, "Local Branches", branchImage},
-    {kTags, "Tags", tagImage},
+    {kLocalBranches, kLocalBranchesTitle, branchImage},
+    {kTags, kTagsTitle, tagImage},
     {kRemotes, "Remote Branches", branchImage},
 };
 
@@ -203,15 +204,15 @@ std::shared_ptr<const Menu> KPRefsManager::pullRequestsMenuWithAction(
 }
 
 std::shared_ptr<const Menu> KPRefsManager::gitflowFeaturesMenu() const {
-  return gitflowMenu(gitflowInfo_["gitflow.branch.features"], "finishGitflowFeature:", log_);
+  return gitflowMenu(gitflowInfo_[kGitflowFeaturesKey], "finishGitflowFeature:", log_);
 }
 
 std::shared_ptr<const Menu> KPRefsManager::gitflowReleasesMenu() const {
-  return gitflowMenu(gitflowInfo_["gitflow.branch.releases"], "finishGitflowRelease:", log_);
+  return gitflowMenu(gitflowInfo_[kGitflowReleasesKey], "finishGitflowRelease:", log_);
 }
 
 std::shared_ptr<const Menu> KPRefsManager::gitflowHotfixesMenu() const {
-  return gitflowMenu(gitflowInfo_["gitflow.branch.hotfixes"], "finishGitflowHotfix:", log_);
+  return gitflowMenu(gitflowInfo_[kGitflowHotfixesKey], "finishGitflowHotfix:", log_);
 }
 
 MenuItem KPRefsManager::menuItemWithTitle(std::string title, const KPReference* reference,

@@ -2,10 +2,10 @@
 
 #include <atomic>
 
+#include "protocol/StatusKeys.h"
+
 namespace kelpie {
 namespace {
-
-constexpr std::string_view kSuffix = " \x0E.kelpieDeleted";
 
 std::atomic<bool>& isMade() {
   static std::atomic<bool> made = false;
@@ -18,9 +18,11 @@ void makeDeletedFilesSuffix() { isMade() = true; }
 
 std::optional<std::string_view> deletedFilesSuffix() {
   if (!isMade()) return std::nullopt;
-  return kSuffix;
+  return kDeletedItemSuffix;
 }
 
-bool isPlaceholderPath(std::string_view path) { return isMade() && path.ends_with(kSuffix); }
+bool isPlaceholderPath(std::string_view path) {
+  return isMade() && path.ends_with(kDeletedItemSuffix);
+}
 
 }  // namespace kelpie

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "foundation/Image.h"
+#include "protocol/BadgeIdentifiers.h"
 
 namespace kelpie {
 
@@ -21,23 +22,23 @@ class KPBadge {
   // before the first is set. Built on the first call. Any thread.
   static std::span<const Entry> badges();
 
-  static constexpr std::string_view kCurrent = "KPCurrentBadge";
-  static constexpr std::string_view kIndexNew = "KPIndexNewBadge";
-  static constexpr std::string_view kIndexModified = "KPIndexModifiedBadge";
-  static constexpr std::string_view kIndexDeleted = "KPIndexDeletedBadge";
-  static constexpr std::string_view kIndexRenamed = "KPIndexRenamedBadge";
-  static constexpr std::string_view kIndexTypeChanged = "KPIndexTypeChangedBadge";
-  static constexpr std::string_view kWorkdirNew = "KPWorkdirNewBadge";
-  static constexpr std::string_view kWorkdirModified = "KPWorkdirModifiedBadge";
-  static constexpr std::string_view kWorkdirDeleted = "KPWorkdirDeletedBadge";
-  static constexpr std::string_view kWorkdirTypeChanged = "KPWorkdirTypeChangedBadge";
-  static constexpr std::string_view kWorkdirRenamed = "KPWorkdirRenamedBadge";
-  static constexpr std::string_view kIgnored = "KPIgnoredBadge";
-  static constexpr std::string_view kConflicted = "KPConflictedBadge";
+  static constexpr std::string_view kCurrent = badge::kCurrent;
+  static constexpr std::string_view kIndexNew = badge::kIndexNew;
+  static constexpr std::string_view kIndexModified = badge::kIndexModified;
+  static constexpr std::string_view kIndexDeleted = badge::kIndexDeleted;
+  static constexpr std::string_view kIndexRenamed = badge::kIndexRenamed;
+  static constexpr std::string_view kIndexTypeChanged = badge::kIndexTypeChanged;
+  static constexpr std::string_view kWorkdirNew = badge::kWorkdirNew;
+  static constexpr std::string_view kWorkdirModified = badge::kWorkdirModified;
+  static constexpr std::string_view kWorkdirDeleted = badge::kWorkdirDeleted;
+  static constexpr std::string_view kWorkdirTypeChanged = badge::kWorkdirTypeChanged;
+  static constexpr std::string_view kWorkdirRenamed = badge::kWorkdirRenamed;
+  static constexpr std::string_view kIgnored = badge::kIgnored;
+  static constexpr std::string_view kConflicted = badge::kConflicted;
 
   // Two identifiers without an image; either leaves an item bare. kEmpty is for items that are to
   // have no badge, kNone for status words that have none.
-  static constexpr std::string_view kEmpty = "KPEmptyBadge";
+  static constexpr std::string_view kEmpty = badge::kEmpty;
   static constexpr std::string_view kNone{};
 };
 

@@ -3,27 +3,16 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <string_view>
 
 #include "foundation/Object.h"
 #include "foundation/ObjectView.h"
+#include "protocol/StatusKeys.h"
 #include "status/DeletedUrls.h"
 #include "status/IgnoredUrls.h"
 #include "status/StatusTable.h"
 #include "status/UrlList.h"
 
 namespace kelpie {
-
-// The keys of a status dictionary.
-inline constexpr std::string_view kRepositoryStateKey = "KPRepositoryState";
-inline constexpr std::string_view kRepositoryStatusKey = "KPRepositoryStatus";
-inline constexpr std::string_view kStatusCreatedDirectoriesKey =
-    "KPStatusCreatedDirectoriesForDeletedItems";
-inline constexpr std::string_view kStatusDirtyUrlsKey = "KPStatusDirtyURLs";
-inline constexpr std::string_view kStatusIgnoredUrlsKey = "KPStatusIgnoredURLs";
-inline constexpr std::string_view kStatusDeletedUrlsKey = "KPStatusDeletedURLs";
-inline constexpr std::string_view kStatusNewCountKey = "KPStatusNewCount";
-inline constexpr std::string_view kStatusRenamedItemsKey = "KPStatusObservedPathsForRenamedItems";
 
 // What a repository keeps of one status dictionary (but for its state), read out of the archive in
 // one go, so that nothing of the archive is kept. What is missing or of another class is empty.

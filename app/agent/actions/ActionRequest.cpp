@@ -10,6 +10,7 @@
 #include "foundation/MenuItem.h"
 #include "foundation/URL.h"
 #include "protocol/MessageKeys.h"
+#include "protocol/Selectors.h"
 
 namespace kelpie::agent {
 namespace {
@@ -22,8 +23,7 @@ struct CreationMessage {
   std::string_view action;
 };
 constexpr std::array<CreationMessage, 2> kCreations = {
-    {{"cloneRepositoryWithUrl:portName:", "clone:"},
-     {"createRepositoryWithUrl:portName:", "createRepository:"}}};
+    {{selector::kCloneRepository, "clone:"}, {selector::kCreateRepository, "createRepository:"}}};
 
 // The path of a file URL, of a deleted item's placeholder without its ending. Missing for what is
 // no such URL, and for a path that no system call takes.

@@ -12,6 +12,7 @@
 
 #include "agent/git/ReferencesReader.h"
 #include "foundation/Text.h"
+#include "protocol/ReferenceKeys.h"
 #include "refs/PathComponents.h"
 
 namespace kelpie::agent {
@@ -22,7 +23,6 @@ namespace fs = std::filesystem;
 constexpr const char* kChanged =
     "It is not there any more, or has changed since the menu was shown. Nothing was done.";
 constexpr const char* kUnknown = "What is there to choose from could not be read.";
-constexpr std::int64_t kAllRemotes = -1;
 
 using Failure = std::string;  // empty: none
 
@@ -148,7 +148,7 @@ Failure TargetFinder::findEntry(ActionSubject subject) {
     case ActionSubject::Stash:
       return entry(references->stashes, &Stash::title, target_.stash);
     case ActionSubject::RemoteOrAll:
-      if (request_.tag == kAllRemotes) {
+      if (request_.tag == kAllRemotesTag) {
         target_.name = "all remotes";
         return references->remotes.empty() ? kChanged : Failure();
       }

@@ -81,16 +81,16 @@ Object MessageParts::toObject(RepositoryState state) && {
   Dictionary renamed;
   for (auto& [folder, paths] : renamed_) renamed.set(folder, std::move(paths));
   Dictionary message;
-  message.set("KPRepositoryState", static_cast<std::int64_t>(state));
+  message.set(kRepositoryStateKey, static_cast<std::int64_t>(state));
   // The extension adds entries to this very dictionary.
-  message.set("KPRepositoryStatus", Object(std::move(status_)).mutableCopy());
+  message.set(kRepositoryStatusKey, Object(std::move(status_)).mutableCopy());
   // No folder is made on disk to show deleted items in.
-  message.set("KPStatusCreatedDirectoriesForDeletedItems", Objects());
-  message.set("KPStatusDirtyURLs", std::move(dirty_));
-  message.set("KPStatusIgnoredURLs", std::move(ignored_));
-  message.set("KPStatusDeletedURLs", std::move(deleted_));
-  message.set("KPStatusNewCount", newCount_);
-  message.set("KPStatusObservedPathsForRenamedItems", std::move(renamed));
+  message.set(kStatusCreatedDirectoriesKey, Objects());
+  message.set(kStatusDirtyUrlsKey, std::move(dirty_));
+  message.set(kStatusIgnoredUrlsKey, std::move(ignored_));
+  message.set(kStatusDeletedUrlsKey, std::move(deleted_));
+  message.set(kStatusNewCountKey, newCount_);
+  message.set(kStatusRenamedItemsKey, std::move(renamed));
   return message;
 }
 

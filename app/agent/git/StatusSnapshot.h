@@ -10,12 +10,9 @@
 #include "agent/git/StatusParser.h"
 #include "foundation/Object.h"
 #include "platform/FileSystem.h"
+#include "protocol/StatusKeys.h"
 
 namespace kelpie::agent {
-
-// What a deleted item's path ends with where it is spoken of as if it existed: a blank, U+000E and
-// the word.
-inline constexpr std::string_view kDeletedItemSuffix = " \x0E.kelpieDeleted";
 
 // The status of one working copy at one time. Immutable, so any thread.
 class StatusSnapshot {

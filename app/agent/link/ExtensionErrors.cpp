@@ -5,6 +5,7 @@
 #include "foundation/Error.h"
 #include "foundation/Text.h"
 #include "protocol/MessageKeys.h"
+#include "protocol/Selectors.h"
 
 namespace kelpie::agent {
 namespace {
@@ -47,7 +48,7 @@ bool ExtensionErrors::show(const Object& argument) {
 bool ExtensionErrors::showJson(std::string_view text) {
   if (text.size() > kLongestJson) return false;
   const nlohmann::json message = nlohmann::json::parse(text, nullptr, false);
-  if (textAt(message, kMessageSelectorKey) != "showError:") return false;
+  if (textAt(message, kMessageSelectorKey) != selector::kShowError) return false;
   const auto argument = message.find(kMessageArgumentKey);
   if (argument == message.end()) return false;
   const std::string summary = textAt(*argument, kLocalizedDescriptionKey);

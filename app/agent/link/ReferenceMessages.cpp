@@ -11,6 +11,7 @@
 
 #include "foundation/Dictionary.h"
 #include "foundation/Text.h"
+#include "protocol/ReferenceKeys.h"
 #include "refs/KPPullRequests.h"
 #include "refs/KPReference.h"
 #include "refs/KPRemote.h"
@@ -163,7 +164,7 @@ class FolderBuilder {
   std::vector<Folder> open_;  // the first one is the section or remote itself
 };
 
-Node section(const char* name, KPTreeNode::Children children) {
+Node section(std::string_view name, KPTreeNode::Children children) {
   return KPTreeNode::create(folderRecord(name), std::move(children));
 }
 
@@ -204,11 +205,11 @@ Object texts(const std::vector<std::string>& all) {
 Object referencesObject(const ReferencesSnapshot& snapshot) {
   KPTreeNode::Children sections;
   sections.push_back(KPTreeNode::create(nullptr));  // nobody reads the first one
-  sections.push_back(section("Local Branches", nested(snapshot.branches)));
-  sections.push_back(section("Tags", nested(snapshot.tags)));
-  sections.push_back(section("Remotes", remotes(snapshot)));
-  sections.push_back(section("Submodules", leaves(snapshot.submodules)));
-  sections.push_back(section("Pull Requests", leaves(snapshot.pullRequests)));
+  sections.push_back(section(kLocalBranchesTitle, nested(snapshot.branches)));
+  sections.push_back(section(kTagsTitle, nested(snapshot.tags)));
+  sections.push_back(section(kRemotesTitle, remotes(snapshot)));
+  sections.push_back(section(kSubmodulesTitle, leaves(snapshot.submodules)));
+  sections.push_back(section(kPullRequestsTitle, leaves(snapshot.pullRequests)));
   return std::shared_ptr<const Archivable>(KPTreeNode::create(nullptr, std::move(sections)));
 }
 
@@ -221,11 +222,11 @@ Object stashesObject(const ReferencesSnapshot& snapshot) {
 Object gitflowObject(const ReferencesSnapshot& snapshot) {
   if (!snapshot.gitflow) return {};
   const Gitflow& flow = *snapshot.gitflow;
-  return Dictionary{{"gitflow.branch.master", displayText(flow.master)},
-                    {"gitflow.branch.develop", displayText(flow.develop)},
-                    {"gitflow.branch.features", texts(flow.features)},
-                    {"gitflow.branch.releases", texts(flow.releases)},
-                    {"gitflow.branch.hotfixes", texts(flow.hotfixes)}};
+  return Dictionary{{kGitflowMasterKey, displayText(flow.master)},
+                    {kGitflowDevelopKey, displayText(flow.develop)},
+                    {kGitflowFeaturesKey, texts(flow.features)},
+                    {kGitflowReleasesKey, texts(flow.releases)},
+                    {kGitflowHotfixesKey, texts(flow.hotfixes)}};
 }
 
 Object headBranchObject(const ReferencesSnapshot& snapshot) {

@@ -8,6 +8,7 @@
 #include "foundation/Dictionary.h"
 #include "foundation/URL.h"
 #include "protocol/MessageKeys.h"
+#include "protocol/Selectors.h"
 
 namespace kelpie::agent {
 namespace {
@@ -19,14 +20,14 @@ struct ReferenceMessage {
 
 // A bare repository takes no status: that it is bare comes first.
 constexpr std::array<ReferenceMessage, RepositoryMessages::kReferenceMessages> kReferences = {{
-    {"setBare:", [](const ReferencesSnapshot& snapshot) { return Object(snapshot.bare); }},
-    {"setHasHeadCommit:",
+    {selector::kSetBare, [](const ReferencesSnapshot& snapshot) { return Object(snapshot.bare); }},
+    {selector::kSetHasHeadCommit,
      [](const ReferencesSnapshot& snapshot) { return Object(snapshot.hasHeadCommit); }},
-    {"setHeadBranch:", headBranchObject},
-    {"setReferences:", referencesObject},
-    {"setStashes:", stashesObject},
-    {"setGitflowInfo:", gitflowObject},
-    {"setHasGitlfs:",
+    {selector::kSetHeadBranch, headBranchObject},
+    {selector::kSetReferences, referencesObject},
+    {selector::kSetStashes, stashesObject},
+    {selector::kSetGitflowInfo, gitflowObject},
+    {selector::kSetHasGitlfs,
      [](const ReferencesSnapshot& snapshot) { return Object(snapshot.hasGitlfs); }},
 }};
 

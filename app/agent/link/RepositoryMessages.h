@@ -13,6 +13,7 @@
 #include "foundation/FileIdentifier.h"
 #include "foundation/Object.h"
 #include "platform/FileSystem.h"
+#include "protocol/Selectors.h"
 
 namespace kelpie::agent {
 
@@ -50,11 +51,11 @@ class RepositoryMessages {
   using References = std::array<Message, kReferenceMessages>;
   References references(const ReferencesSnapshot& snapshot) const;
 
-  static constexpr std::string_view kOpening = "openRepositoryWithUrls:";
-  static constexpr std::string_view kLookAgain = "beginObservingDirectoryAtURL:";
-  static constexpr std::string_view kStatus = "setStatusInfo:";
-  static constexpr std::string_view kGitUrl = "setGitUrl:";
-  static constexpr std::string_view kIdentifier = "setIdentifier:";
+  static constexpr std::string_view kOpening = selector::kRepositoryOpened;
+  static constexpr std::string_view kLookAgain = selector::kLookAgain;
+  static constexpr std::string_view kStatus = selector::kSetStatusInfo;
+  static constexpr std::string_view kGitUrl = selector::kSetGitUrl;
+  static constexpr std::string_view kIdentifier = selector::kSetIdentifier;
   static std::string_view referenceSelector(std::size_t index);
 
  private:

@@ -2,36 +2,36 @@
 
 #include <algorithm>
 
+#include "protocol/BadgeIdentifiers.h"
+
 namespace kelpie::cli {
 namespace {
 
 constexpr BadgeLook kLooks[] = {
-    {"KPConflictedBadge", "▲", "U", "conflicted", Colour::Red},
-    {"KPIgnoredBadge", "⊘", "!", "ignored", Colour::Dim},
-    {"KPWorkdirRenamedBadge", "→", "r", "renamed", Colour::Magenta},
-    {"KPWorkdirTypeChangedBadge", "↔", "t", "type changed", Colour::Yellow},
-    {"KPWorkdirDeletedBadge", "−", "d", "deleted", Colour::Red},
-    {"KPWorkdirModifiedBadge", "±", "m", "modified", Colour::Blue},
-    {"KPWorkdirNewBadge", "?", "?", "untracked", Colour::Cyan},
-    {"KPIndexTypeChangedBadge", "⇔", "T", "type changed, staged", Colour::Yellow},
-    {"KPIndexRenamedBadge", "⇒", "R", "renamed, staged", Colour::Magenta},
-    {"KPIndexDeletedBadge", "⊖", "D", "deleted, staged", Colour::Red},
-    {"KPIndexModifiedBadge", "⊙", "M", "modified, staged", Colour::Blue},
-    {"KPIndexNewBadge", "⊕", "A", "new, staged", Colour::Cyan},
-    {"KPCurrentBadge", "✓", "=", "unchanged", Colour::Green},
+    {badge::kConflicted, "▲", "U", "conflicted", Colour::Red},
+    {badge::kIgnored, "⊘", "!", "ignored", Colour::Dim},
+    {badge::kWorkdirRenamed, "→", "r", "renamed", Colour::Magenta},
+    {badge::kWorkdirTypeChanged, "↔", "t", "type changed", Colour::Yellow},
+    {badge::kWorkdirDeleted, "−", "d", "deleted", Colour::Red},
+    {badge::kWorkdirModified, "±", "m", "modified", Colour::Blue},
+    {badge::kWorkdirNew, "?", "?", "untracked", Colour::Cyan},
+    {badge::kIndexTypeChanged, "⇔", "T", "type changed, staged", Colour::Yellow},
+    {badge::kIndexRenamed, "⇒", "R", "renamed, staged", Colour::Magenta},
+    {badge::kIndexDeleted, "⊖", "D", "deleted, staged", Colour::Red},
+    {badge::kIndexModified, "⊙", "M", "modified, staged", Colour::Blue},
+    {badge::kIndexNew, "⊕", "A", "new, staged", Colour::Cyan},
+    {badge::kCurrent, "✓", "=", "unchanged", Colour::Green},
 };
 
 constexpr BadgeLook kNone = {"", " ", " ", "no badge", Colour::Dim};
 constexpr BadgeLook kUnknown = {"", "*", "*", "unknown badge", Colour::Plain};
-// What the extension sets on items that must stay bare.
-constexpr std::string_view kEmptyBadge = "KPEmptyBadge";
 
 }  // namespace
 
 std::span<const BadgeLook> badgeLooks() { return kLooks; }
 
 bool isBadge(std::string_view identifier) {
-  return !identifier.empty() && identifier != kEmptyBadge;
+  return !identifier.empty() && identifier != badge::kEmpty;
 }
 
 const BadgeLook& badgeLook(std::string_view identifier) {
