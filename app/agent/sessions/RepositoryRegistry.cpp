@@ -195,7 +195,12 @@ void RepositoryRegistry::search(const std::string& candidate, ReadingSlots::Tick
 void RepositoryRegistry::searched(const std::string& candidate, const Found& found) {
   const auto search = searches_.extract(candidate);
   problemFound(found.problemOfGit);
-  if (!found.failure.empty()) complainOnce(candidate, found.failure);
+  // Of one that nobody has asked for there is nothing to say.
+  const bool isAskedFor =
+      !search.empty() && !std::ranges::all_of(search.mapped().waiting, [](const Request& request) {
+        return !request.neighbourIn.empty();
+      });
+  if (isAskedFor && !found.failure.empty()) complainOnce(candidate, found.failure);
   if (search.empty() || !found.workingCopy || !found.identifier) return;
   // Another one is in the place of the one that was there.
   if (const auto known = known_.find(candidate);

@@ -438,6 +438,19 @@ TEST_F(RepositoryRegistryTest, WorkingCopiesDirectlyInAShownFolderAreOpened) {
   EXPECT_EQ(registry_->count(), 3U);
 }
 
+TEST_F(RepositoryRegistryTest, OfOneThatNobodyAskedForGitsRefusalIsNotSaid) {
+  sandbox_.init("code/refused");
+  sandbox_.git("code/refused", {"config", "core.repositoryFormatVersion", "99"});
+  sandbox_.init("code/sound");
+  start();
+  open("code");
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  EXPECT_TRUE(notifier_.notices.empty());
+  open("code/refused");
+  EXPECT_TRUE(waitFor([&] { return notifier_.notices.size() == 1; })) << "now somebody has";
+}
+
 TEST_F(RepositoryRegistryTest, OfThoseNobodyAskedForTheLimitIsKeptAndTheNewestFolderCounts) {
   for (const char* name : {"a", "b", "c", "d"}) {
     sandbox_.init(std::string("code/") + name);
