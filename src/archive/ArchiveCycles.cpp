@@ -15,69 +15,32 @@ namespace {
 using Type = BinaryPropertyList::Type;
 using Item = BinaryPropertyList::Item;
 
-// Walks the references of one object: those under its keys, and those in arrays under its keys.
-class References {
- public:
-  References(const ArchiveReader& reader, std::uint32_t uid)
-      : list_(&reader.list()), objectCount_(reader.objectCount()), object_(reader.objectItem(uid)) {
-    if (!reader.isContainer(object_)) object_.count = 0;
-  }
-
-  // The number of the next object that is referred to; missing at the end, or when `work`, from
-  // which each step takes one, is used up.
-  std::optional<std::uint32_t> next(std::uint64_t& work) {
-    while (work > 0) {
-      --work;
-      if (element_ < array_.count) {
-        if (const auto uid = target(list_->item(list_->number(array_, element_++)))) return uid;
-        continue;
-      }
-      if (field_ == object_.count) return std::nullopt;
-      const std::size_t field = field_++;
-      const Item value = list_->valueAt(object_, field);
-      if (value.type == Type::Array || value.type == Type::Set) {
-        array_ = value;
-        element_ = 0;
-      } else if (const auto uid = target(value)) {
-        // A class has no references of its own, so it needs no exception here.
-        return uid;
-      }
-    }
-    return std::nullopt;
-  }
-
- private:
-  std::optional<std::uint32_t> target(const Item& item) const {
-    const std::uint64_t uid = list_->uid(item);
-    if (item.type != Type::Uid || uid == 0 || uid >= objectCount_) return std::nullopt;
-    return static_cast<std::uint32_t>(uid);
-  }
-
-  const BinaryPropertyList* list_;
-  std::uint32_t objectCount_;
-  Item object_;
-  Item array_;
-  std::size_t field_ = 0;
-  std::size_t element_ = 0;
+// Where the walk through the references of one object stands: those under its keys, and those in
+// arrays under its keys. There may be one for each object at a time, so it keeps nothing else.
+struct Place {
+  std::uint32_t uid;
+  std::uint32_t field = 0;
+  std::uint32_t element = 0;  // of the array under the key
 };
 
 }  // namespace
 
 class ArchiveCycles::Search {
  public:
-  explicit Search(const ArchiveReader& reader)
-      : reader_(reader),
-        // In an archive that is what it says every reference has bytes of its own.
-        work_(reader.list().byteCount()),
-        order_(reader.objectCount(), kUnseen),
-        low_(reader.objectCount(), kUnseen) {}
+  explicit Search(const ArchiveReader& reader) : reader_(reader) {
+    // Of memory for each object, and of time for each reference.
+    constexpr std::uint64_t kCost = 8 * sizeof(std::uint32_t);
+    if (!reader.budget().charge(kCost * reader.objectCount())) return;
+    order_.assign(reader.objectCount(), kUnseen);
+    low_ = order_;
+  }
 
-  // The component of each object; empty when the archive's references are more than its bytes.
+  // The component of each object; empty when the archive has more references than it may.
   std::vector<std::uint32_t> components() {
     for (std::uint32_t uid = 0; uid < order_.size(); ++uid) {
       if (order_[uid] == kUnseen) visitFrom(uid);
     }
-    if (work_ == 0) low_.clear();
+    if (reader_.budget().isUsedUp()) low_.clear();
     return std::move(low_);
   }
 
@@ -85,22 +48,45 @@ class ArchiveCycles::Search {
   static constexpr std::uint32_t kUnseen = std::numeric_limits<std::uint32_t>::max();
   static constexpr std::uint32_t kDone = kUnseen - 1;
 
-  struct Visit {
-    std::uint32_t uid;
-    References references;
-  };
-
   void enter(std::uint32_t uid) {
     order_[uid] = low_[uid] = counter_++;
     open_.push_back(uid);
-    visits_.push_back({uid, References(reader_, uid)});
+    visits_.push_back({uid});
+    const Item object = reader_.objectItem(uid);
+    if (!reader_.isContainer(object)) visits_.back().field = object.count;
+  }
+
+  // The number of the next object that is referred to; missing at the end.
+  std::optional<std::uint32_t> next(Place& place) {
+    constexpr std::uint64_t kCost = 4;
+    const BinaryPropertyList& list = reader_.list();
+    const Item object = reader_.objectItem(place.uid);
+    while (place.field < object.count && reader_.budget().charge(kCost)) {
+      const Item value = list.valueAt(object, place.field);
+      const bool isArray = value.type == Type::Array || value.type == Type::Set;
+      if (isArray && place.element < value.count) {
+        if (const auto uid = target(list.item(list.number(value, place.element++)))) return uid;
+        continue;
+      }
+      ++place.field;
+      place.element = 0;
+      // A class has no references of its own, so it needs no exception here.
+      if (const auto uid = target(value)) return uid;
+    }
+    return std::nullopt;
+  }
+
+  std::optional<std::uint32_t> target(const Item& item) const {
+    const std::uint64_t uid = reader_.list().uid(item);
+    if (item.type != Type::Uid || uid == 0 || uid >= order_.size()) return std::nullopt;
+    return static_cast<std::uint32_t>(uid);
   }
 
   void visitFrom(std::uint32_t start) {
     enter(start);
     while (!visits_.empty()) {
       const std::uint32_t uid = visits_.back().uid;
-      if (const auto target = visits_.back().references.next(work_)) {
+      if (const auto target = next(visits_.back())) {
         if (order_[*target] == kUnseen) {
           enter(*target);
         } else if (order_[*target] != kDone) {
@@ -130,12 +116,11 @@ class ArchiveCycles::Search {
   }
 
   const ArchiveReader& reader_;
-  std::uint64_t work_;
   std::uint32_t counter_ = 0;
   std::vector<std::uint32_t> order_;  // by number: when it was met, or one of the constants
   std::vector<std::uint32_t> low_;    // the earliest that it reaches; once done its component
   std::vector<std::uint32_t> open_;   // met, and in no component yet
-  std::vector<Visit> visits_;         // the way to where the search stands
+  std::vector<Place> visits_;         // the way to where the search stands
 };
 
 ArchiveCycles::ArchiveCycles(const ArchiveReader& reader)

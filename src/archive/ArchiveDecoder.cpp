@@ -32,28 +32,66 @@ class FieldDecoder : public KeyedDecoder {
     return reader_.hasField(object_, key);
   }
   std::int64_t decodeInteger(std::string_view key) const override {
-    return decodeView(key).integerValue();
+    return view(key).integerValue();
   }
-  bool decodeBool(std::string_view key) const override { return decodeView(key).boolValue(); }
-  Object decodeObject(std::string_view key) const override {
-    return decoder_.objectOf(reader_.field(object_, key));
-  }
-  ObjectView decodeView(std::string_view key) const override {
-    return reader_.view(reader_.field(object_, key));
-  }
-  Object unarchiveObject(ByteView archive) const override { return decoder_.unarchive(archive); }
+  bool decodeBool(std::string_view key) const override { return view(key).boolValue(); }
+  Object decodeObject(std::string_view key) const override;
+  void decodeElements(std::string_view key,
+                      FunctionRef<void(const Object& element)> visit) const override;
+  bool charge(std::uint64_t byteCount) const override { return reader_.budget().charge(byteCount); }
+  void decodeNestedRoots(std::string_view key,
+                         FunctionRef<void(const Object& root)> visit) const override;
 
  private:
+  ObjectView view(std::string_view key) const { return reader_.view(reader_.field(object_, key)); }
+
   ArchiveDecoder& decoder_;
   const ArchiveReader& reader_;
   ArchivedValue object_;
 };
 
+Object FieldDecoder::decodeObject(std::string_view key) const {
+  const ArchivedValue value = reader_.field(object_, key);
+  Object object = decoder_.objectOf(value);
+  // One text may stand under the keys of many objects, and each keeps a copy of its own, and what
+  // is made of it for a menu.
+  constexpr std::uint64_t kCopies = 2;
+  if (object.isString() || object.kind() == Kind::Data) {
+    const ArchivedContent content = reader_.content(value);
+    reader_.budget().charge(kCopies * reader_.list().contentSize(content.item));
+  }
+  return object;
+}
+
+void FieldDecoder::decodeElements(std::string_view key,
+                                  FunctionRef<void(const Object& element)> visit) const {
+  const ArchivedValue array = reader_.field(object_, key);
+  const ArchivedContent content = reader_.content(array);
+  if (content.kind != Kind::Array) return;
+  for (std::size_t index = 0; index < content.item.count; ++index) {
+    if (!reader_.budget().charge(ReadingBudget::kElement)) return;
+    visit(decoder_.objectOf(reader_.element(array, content.item, index)));
+  }
+}
+
+void FieldDecoder::decodeNestedRoots(std::string_view key,
+                                     FunctionRef<void(const Object& root)> visit) const {
+  const ArchivedValue array = reader_.field(object_, key);
+  const ArchivedContent content = reader_.content(array);
+  if (content.kind != Kind::Array) return;
+  for (std::size_t index = 0; index < content.item.count; ++index) {
+    if (!reader_.budget().charge(ReadingBudget::kSlot)) return;
+    const ArchivedContent element = reader_.content(reader_.element(array, content.item, index));
+    // Read where it stands rather than copied first.
+    if (element.kind == Kind::Data) visit(decoder_.unarchive(reader_.nestedArchive(element)));
+  }
+}
+
 }  // namespace
 
 ArchiveDecoder::ArchiveDecoder(ByteView archive, DecodingLimits& limits)
     : limits_(limits),
-      reader_(archive, *this),
+      reader_(archive, *this, limits.budget),
       comparison_(DecodingLimits::comparisons(archive.size())) {}
 
 Object ArchiveDecoder::root() {
@@ -62,10 +100,8 @@ Object ArchiveDecoder::root() {
 }
 
 Object ArchiveDecoder::unarchive(ByteView archive) {
-  // Each archive names its classes and keys anew, which takes time however little it holds. One
-  // that is shorter than this holds nothing.
-  constexpr std::uint64_t kOpeningCost = 256;
-  if (limits_.nesting == KeyedUnarchiver::kMaximumNesting || !limits_.charge(kOpeningCost)) {
+  if (limits_.nesting == KeyedUnarchiver::kMaximumNesting ||
+      !limits_.budget.charge(ReadingBudget::kOpening)) {
     return {};
   }
   ++limits_.nesting;
@@ -117,8 +153,11 @@ Object ArchiveDecoder::sharedObject(const ArchivedValue& value, const ArchivedCo
 
 Object ArchiveDecoder::make(const ArchivedValue& value, const ArchivedContent& content) {
   const BinaryPropertyList& list = reader_.list();
-  const std::uint64_t size = list.contentSize(content.item) + list.contentSize(content.values);
-  if (isTooDeep_ || !limits_.charge(size)) return {};
+  const bool isPlain = content.kind == Kind::String || content.kind == Kind::Data;
+  // The texts are charged as they are copied, the rest by what stands there.
+  const std::uint64_t size =
+      isPlain ? 0 : list.contentSize(content.item) + list.contentSize(content.values);
+  if (isTooDeep_ || !limits_.budget.charge(ReadingBudget::kObject + size)) return {};
 
   Object made;
   switch (content.kind) {
@@ -151,6 +190,7 @@ Object ArchiveDecoder::make(const ArchivedValue& value, const ArchivedContent& c
 
 Objects ArchiveDecoder::elements(const ArchivedValue& value, const Item& item) {
   Objects result;
+  if (!limits_.budget.charge(item.count * ReadingBudget::kSlot)) return result;
   result.reserve(item.count);
   for (std::size_t index = 0; index < item.count; ++index) {
     result.push_back(objectOf(reader_.element(value, item, index)));
@@ -166,7 +206,9 @@ Object ArchiveDecoder::makeSet(const ArchivedValue& value, const ArchivedContent
 
 Object ArchiveDecoder::makeDictionary(const ArchivedValue& value, const ArchivedContent& content) {
   Dictionary entries;
+  constexpr std::uint64_t kEntry = 2 * ReadingBudget::kSlot + ReadingBudget::kElement;
   for (std::size_t index = 0; index < content.item.count; ++index) {
+    if (!limits_.budget.charge(kEntry)) break;
     Object key = objectOf(reader_.element(value, content.item, index));
     Object entry = objectOf(reader_.element(value, content.values, index));
     if (!key.isNil() && !entry.isNil()) {
@@ -180,12 +222,12 @@ Object ArchiveDecoder::makeUrl(const ArchivedValue& value) {
   const ArchivedContent relative = reader_.content(reader_.field(value, "NS.relative"));
   const ArchivedValue baseValue = reader_.field(value, "NS.base");
   if (relative.kind != Kind::String) return {};
-  if (baseValue.offset == 0) return Object::orNil(URL::fromString(reader_.string(relative)));
+  if (baseValue.offset == 0) return Object::orNil(reader_.makeUrl(relative, std::nullopt));
 
   const auto base = objectOf(baseValue).url();
-  // The URL holds its text resolved against the base, so that counts as made, too.
-  if (!base || !limits_.charge(base->absoluteString().size())) return {};
-  return Object::orNil(ArchiveReader::makeUrl(reader_.string(relative), base));
+  // It is kept, unlike one that is made to look at its path.
+  if (!base || !limits_.budget.charge(base->absoluteString().size())) return {};
+  return Object::orNil(reader_.makeUrl(relative, base));
 }
 
 Object ArchiveDecoder::makeError(const ArchivedValue& value) {
@@ -202,20 +244,22 @@ Object ArchiveDecoder::makeArchivable(const ArchivedValue& value) {
     factory = ClassTable::shared().find(name);
     return factory == nullptr;
   });
-  return factory != nullptr ? Object(factory(FieldDecoder(*this, value))) : Object();
+  if (factory == nullptr || !limits_.budget.charge(ReadingBudget::kRecord)) return {};
+  return {factory(FieldDecoder(*this, value))};
 }
 
 Object ArchiveDecoder::makeOpaque(const ArchivedValue& value, const ArchivedContent& content) {
   const BinaryPropertyList& list = reader_.list();
+  constexpr std::uint64_t kField = 2 * sizeof(OpaqueObject::Field);
   OpaqueObject object;
   reader_.forEachClassName(value, [&](const std::string& name) {
     object.classNames.push_back(name);
-    return limits_.charge(name.size());
+    return limits_.budget.charge(kField + name.size());
   });
   for (std::size_t index = 0; index < content.item.count; ++index) {
     const Item key = list.keyAt(content.item, index);
     if (!list.isString(key) || list.isEqualToString(key, "$class")) continue;
-    if (!limits_.charge(list.contentSize(key))) break;
+    if (!limits_.budget.charge(kField + list.contentSize(key))) break;
     OpaqueObject::Field field = opaqueField(value, content.item, index);
     // A value of no known type, where nothing but a reference may be nil.
     if (field.form == OpaqueObject::Form::Inline && field.value.isNil()) continue;
@@ -233,7 +277,7 @@ OpaqueObject::Field ArchiveDecoder::opaqueField(const ArchivedValue& value, cons
   if (item.type == Type::Uid) {
     return {{}, objectOf(reader_.follow(value.uid, number)), OpaqueObject::Form::Reference};
   }
-  if (item.type == Type::Array && limits_.charge(list.contentSize(item))) {
+  if (item.type == Type::Array && limits_.budget.charge(list.contentSize(item))) {
     bool areReferences = true;
     for (std::size_t element = 0; element < item.count && areReferences; ++element) {
       areReferences = list.item(list.number(item, element)).type == Type::Uid;

@@ -32,7 +32,7 @@ class ArchiveDecoder : public ArchivedValueMaker {
   bool isTooDeep() const { return isTooDeep_; }
   // Whether it was that, or more was asked for than the bytes can hold.
   bool isRefused() const {
-    return isTooDeep_ || limits_.bytesLeft == 0 || comparison_.isExhausted();
+    return isTooDeep_ || limits_.budget.isUsedUp() || comparison_.isExhausted();
   }
   const ArchiveReader& reader() const { return reader_; }
 

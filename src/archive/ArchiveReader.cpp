@@ -1,6 +1,7 @@
 #include "archive/ArchiveReader.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "archive/ArchiveClasses.h"
 #include "archive/ArchiveCycles.h"
@@ -98,7 +99,8 @@ void ArchiveReader::Memory::enter(std::uint32_t number, std::uint8_t known) cons
                                  std::memory_order_relaxed);
 }
 
-ArchiveReader::ArchiveReader(ByteView archive, ArchivedValueMaker& maker) : maker_(&maker) {
+ArchiveReader::ArchiveReader(ByteView archive, ArchivedValueMaker& maker, ReadingBudget& budget)
+    : maker_(&maker), budget_(&budget) {
   const auto list = BinaryPropertyList::open(archive);
   if (!list) return;
   list_ = *list;
@@ -122,6 +124,7 @@ ArchiveReader::~ArchiveReader() = default;
 // -- Values ----------------------------------------------------------------------------------
 
 ArchivedValue ArchiveReader::follow(std::uint32_t parentUid, std::uint32_t number) const {
+  if (!budget_->charge(ReadingBudget::kStep)) return {};
   const Item item = list_.item(number);
   if (item.type != Type::Uid) return {0, item.offset};
   const std::uint64_t wideUid = list_.uid(item);
@@ -137,6 +140,7 @@ ArchivedValue ArchiveReader::follow(std::uint32_t parentUid, std::uint32_t numbe
 ArchivedValue ArchiveReader::field(const ArchivedValue& object, std::string_view key) const {
   const Item item = list_.itemAt(object.offset);
   if (!isObject(item)) return {};
+  chargeKeys(item);
   for (std::size_t index = 0; index < item.count; ++index) {
     if (list_.isEqualToString(list_.keyAt(item, index), key)) {
       return follow(object.uid, list_.number(item, item.count + index));
@@ -147,7 +151,9 @@ ArchivedValue ArchiveReader::field(const ArchivedValue& object, std::string_view
 
 bool ArchiveReader::hasField(const ArchivedValue& object, std::string_view key) const {
   const Item item = list_.itemAt(object.offset);
-  return isObject(item) && list_.value(item, key).type != Type::None;
+  if (!isObject(item)) return false;
+  chargeKeys(item);
+  return list_.value(item, key).type != Type::None;
 }
 
 ArchivedContent ArchiveReader::content(const ArchivedValue& value) const {
@@ -155,6 +161,7 @@ ArchivedContent ArchiveReader::content(const ArchivedValue& value) const {
   if (item.type != Type::Dictionary) return {plainKind(item.type), false, item, {}};
   // A container that stands inline belongs to an opaque object; it is no value of its own.
   if (value.uid == 0 || !isObject(item)) return {};
+  chargeKeys(item);
 
   const Fields found = fields(item);
   const std::uint8_t of = classOf(found);
@@ -241,12 +248,20 @@ Object ArchiveReader::number(const ArchivedContent& content) const {
 }
 
 std::string ArchiveReader::string(const ArchivedContent& content) const {
-  if (content.kind != Kind::String) return {};
-  if (content.item.type != Type::Data) return list_.string(content.item);
-  return displayText(textOf(list_.bytes(content.item)));
+  if (content.kind != Kind::String || budget_->isUsedUp()) return {};
+  std::string text = content.item.type == Type::Data
+                         ? displayText(textOf(list_.bytes(content.item)))
+                         : list_.string(content.item);
+  // By its own size: what stands for a byte that is no text takes three.
+  return budget_->charge(text.size()) ? std::move(text) : std::string();
 }
 
 ByteView ArchiveReader::data(const ArchivedContent& content) const {
+  // Whoever asks for bytes looks at them.
+  return budget_->charge(list_.contentSize(content.item)) ? nestedArchive(content) : ByteView();
+}
+
+ByteView ArchiveReader::nestedArchive(const ArchivedContent& content) const {
   return content.kind == Kind::Data ? list_.bytes(content.item) : ByteView();
 }
 
@@ -258,7 +273,10 @@ std::size_t ArchiveReader::size(const ArchivedContent& content) const {
 
 bool ArchiveReader::isEqualToString(const ArchivedContent& content, std::string_view text) const {
   if (content.kind != Kind::String) return false;
+  // Of a text of another length nothing is looked at, but for one that is not ASCII.
   if (content.item.type == Type::Data) return string(content) == text;
+  const bool isPlain = content.item.type == Type::Ascii && content.item.count != text.size();
+  if (!isPlain && !budget_->charge(text.size())) return false;
   return list_.isEqualToString(content.item, text);
 }
 
@@ -267,14 +285,18 @@ std::optional<URL> ArchiveReader::url(const ArchivedValue& value, int bases) con
   const ArchivedContent relative = content(field(value, "NS.relative"));
   if (relative.kind != Kind::String) return std::nullopt;
   const ArchivedValue baseValue = field(value, "NS.base");
-  if (baseValue.offset == 0) return URL::fromString(string(relative));
+  if (baseValue.offset == 0) return makeUrl(relative, std::nullopt);
   const auto base = url(baseValue, bases + 1);
-  return base ? makeUrl(string(relative), base) : std::nullopt;
+  return base ? makeUrl(relative, base) : std::nullopt;
 }
 
-std::optional<URL> ArchiveReader::makeUrl(std::string_view text, const std::optional<URL>& base) {
-  const bool isBaseLong = base && base->absoluteString().size() > kMaximumBaseLength;
-  return isBaseLong ? std::nullopt : URL::fromString(text, base);
+std::optional<URL> ArchiveReader::makeUrl(const ArchivedContent& text,
+                                          const std::optional<URL>& base) const {
+  // The URL holds its text, the text resolved against the base, and the path.
+  const std::size_t baseSize = base ? base->absoluteString().size() : 0;
+  const std::uint64_t cost = ReadingBudget::kObject + list_.contentSize(text.item) + baseSize;
+  if (baseSize > kMaximumBaseLength || !budget_->charge(cost)) return std::nullopt;
+  return URL::fromString(string(text), base);
 }
 
 // -- Keys and classes ------------------------------------------------------------------------
@@ -326,6 +348,7 @@ std::uint8_t ArchiveReader::classOf(const Fields& fields) const {
 }
 
 std::uint8_t ArchiveReader::findClass(std::uint32_t classUid) const {
+  constexpr std::uint64_t kName = 16;
   std::uint8_t found = kNoClass;
   forEachNameOfClass(classUid, [&](const std::string& name) {
     const auto* const own =
@@ -336,7 +359,7 @@ std::uint8_t ArchiveReader::findClass(std::uint32_t classUid) const {
     } else {
       found = ClassTable::shared().find(name) != nullptr ? kRegistered : kOpaque;
     }
-    return found == kOpaque;
+    return found == kOpaque && budget_->charge(kName + name.size());
   });
   return found;
 }

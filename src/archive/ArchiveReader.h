@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "archive/BinaryPropertyList.h"
+#include "archive/ReadingBudget.h"
 #include "foundation/ArchivedValue.h"
 #include "foundation/Bytes.h"
 #include "foundation/FunctionRef.h"
@@ -50,7 +51,9 @@ class ArchivedValueMaker {
 // the same wherever reading begins, and ends. (Numbers ascend along the references of an archive
 // but for shared objects, so there is nearly never anything to look for.)
 //
-// Borrows the bytes and keeps nothing but a few remembered names, whatever is read. Any thread.
+// Borrows the bytes and keeps nothing but a few remembered names, whatever is read. Every look,
+// step and copy is charged to the budget of the message that the archive belongs to; when that is
+// used up, everything reads as nil. Any thread.
 class ArchiveReader {
  public:
   // An object with more keys reads as nil. Every look at an object looks through its keys, and
@@ -63,8 +66,9 @@ class ArchiveReader {
   static constexpr std::size_t kMaximumBaseLength = 16384;
   static constexpr int kMaximumBases = 64;
 
-  // `maker` makes the objects that a view of this archive is asked for; it outlives the reader.
-  ArchiveReader(ByteView archive, ArchivedValueMaker& maker);
+  // `maker` makes the objects that a view of this archive is asked for. It and the budget outlive
+  // the reader.
+  ArchiveReader(ByteView archive, ArchivedValueMaker& maker, ReadingBudget& budget);
   ~ArchiveReader();
   ArchiveReader(const ArchiveReader&) = delete;
   ArchiveReader& operator=(const ArchiveReader&) = delete;
@@ -75,6 +79,7 @@ class ArchiveReader {
   std::uint32_t objectCount() const { return objects_.count; }
   const BinaryPropertyList& list() const { return list_; }
   ArchivedValueMaker& maker() const { return *maker_; }
+  ReadingBudget& budget() const { return *budget_; }
 
   // What the value is. Of a class of the ClassTable it is an Archivable, whether or not one can be
   // made of it.
@@ -118,6 +123,8 @@ class ArchiveReader {
   std::string string(const ArchivedContent& content) const;
   // The bytes of data. Borrowed from the archive; empty for anything else.
   ByteView data(const ArchivedContent& content) const;
+  // The same for who reads an archive there: that is charged for what is read of it.
+  ByteView nestedArchive(const ArchivedContent& content) const;
   // How many elements or entries a container has as it stands; 0 for anything else.
   std::size_t size(const ArchivedContent& content) const;
   // Whether this is a string of exactly this text.
@@ -125,7 +132,7 @@ class ArchiveReader {
   // The URL, made anew; missing for anything else.
   std::optional<URL> url(const ArchivedValue& value) const { return url(value, 0); }
   // The URL of an archived text. Missing when it is no valid one, or relative to a very long one.
-  static std::optional<URL> makeUrl(std::string_view text, const std::optional<URL>& base);
+  std::optional<URL> makeUrl(const ArchivedContent& text, const std::optional<URL>& base) const;
 
  private:
   // Of the keys that an object may have, those that are looked for all the time.
@@ -161,7 +168,14 @@ class ArchiveReader {
   // that no circle leads through it.
   bool isPlainlyFlat(const BinaryPropertyList::Item& object) const;
 
+  // Of a look through the keys of an object.
+  void chargeKeys(const BinaryPropertyList::Item& object) const {
+    constexpr std::uint64_t kKey = 4;
+    budget_->charge(kKey * object.count);
+  }
+
   ArchivedValueMaker* maker_;
+  ReadingBudget* budget_;
   BinaryPropertyList list_;
   BinaryPropertyList::Item objects_;
   ArchivedValue root_;

@@ -103,9 +103,8 @@ std::uint32_t ArchiveWriter::uidOf(const Object& object) {
       return addObject(classNames(Kind::Date, false), object);
     case Kind::String: {
       // The text that stands for nil would be read as nil.
-      const std::string text = object.stringValue();
-      const bool isPlain = !object.isMutable() && text != kNull;
-      return isPlain ? uidOfPlain(list_.addString(text)) : uidOfShared(object);
+      const bool isPlain = !object.isMutable() && !ObjectView(object).isEqualToString(kNull);
+      return isPlain ? uidOfString(object) : uidOfShared(object);
     }
     case Kind::Data:
       return object.isMutable() ? uidOfShared(object) : uidOfData(object);
@@ -118,6 +117,20 @@ std::uint32_t ArchiveWriter::uidOfPlain(Number number) {
   const auto [known, isNew] = plain_.try_emplace(number, objects_.size());
   if (isNew) objects_.push_back(number);
   return known->second;
+}
+
+std::uint32_t ArchiveWriter::uidOfString(const Object& object) {
+  // A long one is known by its identity, so that it is looked at once however many refer to it.
+  constexpr std::size_t kLong = 64;
+  const void* address = object.sharedAddress();
+  if (const auto known = shared_.find(address); known != shared_.end()) return known->second;
+  const std::string text = object.stringValue();
+  const std::uint32_t uid = uidOfPlain(list_.addString(text));
+  if (text.size() >= kLong) {
+    shared_.emplace(address, uid);
+    held_.push_back(object);
+  }
+  return uid;
 }
 
 std::uint32_t ArchiveWriter::uidOfData(const Object& object) {

@@ -37,6 +37,7 @@ class ArchiveWriter {
   std::uint32_t uidOf(const Object& object);
   // Of a value that stands as itself, by its number in the property list.
   std::uint32_t uidOfPlain(Number number);
+  std::uint32_t uidOfString(const Object& object);
   std::uint32_t uidOfData(const Object& object);
   // Of an object of a class.
   std::uint32_t uidOfShared(const Object& object);

@@ -9,7 +9,8 @@
 namespace kelpie {
 
 Object KeyedUnarchiver::unarchiveObject(ByteView archive) {
-  DecodingLimits limits(archive.size());
+  ReadingBudget budget(archive.size());
+  DecodingLimits limits(budget);
   return ArchiveDecoder(archive, limits).root();
 }
 

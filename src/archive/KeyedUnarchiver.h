@@ -10,7 +10,7 @@ namespace kelpie {
 // Reads keyed archives (binary property lists whose `$archiver` is "NSKeyedArchiver"), as Apple's
 // and GNUstep's archivers write them. Any bytes may come in: what is truncated, cyclic, mistyped,
 // too deep or lies about its counts gives nil or skips the part, in time and memory proportional to
-// the bytes. Any thread.
+// the bytes: see ReadingBudget. Any thread.
 class KeyedUnarchiver {
  public:
   // How deep archives may stand inside archives (tree nodes hold their children so).

@@ -5,7 +5,10 @@
 namespace kelpie {
 
 OpenedArchive::OpenedArchive(std::shared_ptr<const Bytes> archive)
-    : bytes_(std::move(archive)), reader_(*bytes_, *this), limits_(bytes_->size()) {}
+    : bytes_(std::move(archive)),
+      budget_(bytes_->size()),
+      reader_(*bytes_, *this, budget_),
+      limits_(budget_) {}
 
 Object OpenedArchive::objectOf(const ArchivedValue& value) {
   const ArchivedContent content = reader_.content(value);

@@ -7,6 +7,7 @@
 #include "archive/ArchiveDecoder.h"
 #include "archive/ArchiveReader.h"
 #include "archive/DecodingLimits.h"
+#include "archive/ReadingBudget.h"
 #include "foundation/Bytes.h"
 #include "foundation/Object.h"
 
@@ -14,7 +15,8 @@ namespace kelpie {
 
 // An archive that objects are read from on demand: what the parts of it have in common, and keep
 // alive. What is made as a whole (URLs, errors, records and the like) is made once and remembered,
-// so that it is the same object wherever it is met. Any thread.
+// so that it is the same object wherever it is met. All that is read draws from one budget. Any
+// thread.
 class OpenedArchive : public ArchivedValueMaker,
                       public std::enable_shared_from_this<OpenedArchive> {
  public:
@@ -30,6 +32,7 @@ class OpenedArchive : public ArchivedValueMaker,
 
  private:
   std::shared_ptr<const Bytes> bytes_;
+  ReadingBudget budget_;
   ArchiveReader reader_;
   std::mutex mutex_;
   DecodingLimits limits_;                  // guarded by mutex_

@@ -11,7 +11,8 @@ namespace kelpie {
 Object PropertyList::read(ByteView bytes) {
   const auto list = BinaryPropertyList::open(bytes);
   if (!list) return {};
-  DecodingLimits limits(bytes.size());
+  ReadingBudget budget(bytes.size());
+  DecodingLimits limits(budget);
   PropertyListDecoder decoder(*list, limits);
   Object result = decoder.object(list->item(list->topNumber()));
   return decoder.isRefused() ? Object() : result;

@@ -31,7 +31,7 @@ Object PropertyListDecoder::object(const BinaryPropertyList::Item& item) {
     return known->second.value_or(Object());
   }
   if (isRefused_ || limits_.depth == DecodingLimits::kMaximumDepth ||
-      !limits_.charge(list_.contentSize(item))) {
+      !limits_.budget.charge(ReadingBudget::kObject + list_.contentSize(item))) {
     isRefused_ = true;
     return {};
   }
@@ -46,8 +46,12 @@ Object PropertyListDecoder::object(const BinaryPropertyList::Item& item) {
 Object PropertyListDecoder::made(const BinaryPropertyList::Item& item) {
   switch (item.type) {
     case Type::Ascii:
-    case Type::Utf16:
-      return {list_.string(item)};
+    case Type::Utf16: {
+      // Longer than the bytes where they are no text.
+      std::string text = list_.string(item);
+      if (!limits_.budget.charge(text.size())) isRefused_ = true;
+      return {std::move(text)};
+    }
     case Type::Data: {
       const ByteView bytes = list_.bytes(item);
       return {Bytes(bytes.begin(), bytes.end())};
@@ -61,6 +65,10 @@ Object PropertyListDecoder::made(const BinaryPropertyList::Item& item) {
 
 Objects PropertyListDecoder::elements(const BinaryPropertyList::Item& item) {
   Objects result;
+  if (!limits_.budget.charge(item.count * ReadingBudget::kSlot)) {
+    isRefused_ = true;
+    return result;
+  }
   result.reserve(item.count);
   for (std::size_t index = 0; index < item.count; ++index) {
     Object element = object(list_.item(list_.number(item, index)));
@@ -71,7 +79,11 @@ Objects PropertyListDecoder::elements(const BinaryPropertyList::Item& item) {
 
 Object PropertyListDecoder::dictionary(const BinaryPropertyList::Item& item) {
   Dictionary entries;
-  for (std::size_t index = 0; index < item.count; ++index) {
+  for (std::size_t index = 0; index < item.count && !isRefused_; ++index) {
+    if (!limits_.budget.charge(ReadingBudget::kElement + 2 * ReadingBudget::kSlot)) {
+      isRefused_ = true;
+      break;
+    }
     Object key = object(list_.keyAt(item, index));
     Object value = object(list_.valueAt(item, index));
     if (key.isNil() || value.isNil()) continue;

@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "foundation/Bytes.h"
+#include "foundation/FunctionRef.h"
 #include "foundation/Object.h"
-#include "foundation/ObjectView.h"
 
 namespace kelpie {
 
@@ -24,7 +24,9 @@ class KeyedEncoder {
   virtual std::optional<Bytes> archivedData(const Object& root) = 0;
 };
 
-// What an Archivable is made from: one object of a keyed archive that is being read.
+// What an Archivable is made from: one object of a keyed archive that is being read. Whatever is
+// read draws from the budget of the message that the archive stands in, and when that is used up
+// reads as missing; the Archivable is then thrown away.
 class KeyedDecoder {
  public:
   virtual ~KeyedDecoder() = default;
@@ -33,14 +35,19 @@ class KeyedDecoder {
   // A number inline, by reference or boxed; 0 or NO for a missing key or anything else.
   virtual std::int64_t decodeInteger(std::string_view key) const = 0;
   virtual bool decodeBool(std::string_view key) const = 0;
-  // nil for a missing key and for what does not decode.
+  // nil for a missing key and for what does not decode. A text or data counts as copied.
   virtual Object decodeObject(std::string_view key) const = 0;
-  // The same where it stands in the archive, without a copy: for data that holds an archive. Valid
-  // until the Archivable is made.
-  virtual ObjectView decodeView(std::string_view key) const = 0;
-  // The root object of an archive that stands as data inside this one; nil when it does not decode
-  // or is nested deeper than KeyedUnarchiver::kMaximumNesting.
-  virtual Object unarchiveObject(ByteView archive) const = 0;
+  // The elements of an array; none for a missing key and for anything else. The same one may come
+  // any number of times: what is kept of it beyond 64 bytes is to be charged.
+  virtual void decodeElements(std::string_view key,
+                              FunctionRef<void(const Object& element)> visit) const = 0;
+  // Takes from the message's budget, in bytes that are kept. False when it is used up.
+  virtual bool charge(std::uint64_t byteCount) const = 0;
+  // For an array whose elements are data that holds archives: their root objects, nil for what does
+  // not decode or is nested deeper than KeyedUnarchiver::kMaximumNesting. Other elements are left
+  // out.
+  virtual void decodeNestedRoots(std::string_view key,
+                                 FunctionRef<void(const Object& root)> visit) const = 0;
 };
 
 }  // namespace kelpie

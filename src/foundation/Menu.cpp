@@ -18,9 +18,13 @@ void Menu::encodeWithCoder(KeyedEncoder& coder) const {
 
 std::shared_ptr<const Archivable> Menu::decode(const KeyedDecoder& coder) {
   auto menu = std::make_shared<Menu>(coder.decodeObject("NSTitle").stringValue());
-  for (const Object& element : coder.decodeObject("NSMenuItems").elements()) {
-    if (const auto item = element.as<MenuItem>()) menu->items.push_back(*item);
-  }
+  coder.decodeElements("NSMenuItems", [&](const Object& element) {
+    const auto item = element.as<MenuItem>();
+    // A list that grows holds each of its items up to three times.
+    if (item != nullptr && coder.charge(3 * sizeof(MenuItem) + item->textSize())) {
+      menu->items.push_back(*item);
+    }
+  });
   return menu;
 }
 

@@ -19,6 +19,10 @@ constexpr std::int64_t kNoMnemonic = 0x7fffffff;
 MenuItem::MenuItem(std::string itemTitle, std::optional<std::string> itemAction)
     : title(std::move(itemTitle)), action(std::move(itemAction)) {}
 
+std::size_t MenuItem::textSize() const {
+  return title.size() + keyEquivalent.size() + (action ? action->size() : 0);
+}
+
 std::vector<std::string_view> MenuItem::classNames() const { return {"NSMenuItem", "NSObject"}; }
 
 // The image is left out: AppKit's form of one holds pixels or a path of this machine, and whoever

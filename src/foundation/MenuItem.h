@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -31,6 +32,9 @@ class MenuItem : public Archivable {
   std::optional<Image> image;
   std::shared_ptr<const Menu> submenu;  // shared by copies; a built submenu does not change
   Object representedObject;
+
+  // How many bytes of text a copy of the item holds.
+  std::size_t textSize() const;
 
   std::vector<std::string_view> classNames() const override;
   void encodeWithCoder(KeyedEncoder& coder) const override;

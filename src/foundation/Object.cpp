@@ -253,7 +253,7 @@ Object Object::valueForKey(const Object& key) const { return ObjectView(*this)[k
 Objects Object::elements() const {
   if (const Objects* built = builtElements()) return *built;
   Objects result;
-  result.reserve(size());
+  result.reserve(ObjectView(*this).plausibleSize());
   ObjectView(*this).forEachElement([&](ObjectView element) {
     result.push_back(element.toObject());
     return true;
@@ -277,6 +277,8 @@ Dictionary Object::dictionary() const {
   });
   return result;
 }
+
+bool Object::isRefused() const { return ObjectView(*this).isRefused(); }
 
 Object Object::ofPart(Part part) {
   Object result;

@@ -32,7 +32,8 @@ using Objects = std::vector<Object>;
 //
 // Reading is lenient: what is missing or of another class reads as nil, 0, NO or empty. A container
 // that was opened in place (KeyedUnarchiver::open) is read from the archive's bytes on demand and
-// keeps them alive; nothing here tells it apart from one that was built.
+// keeps them alive. All reading of one archive draws from one ReadingBudget, so whoever keeps a
+// value for later keeps its whole().
 class Object {
  public:
   enum class Kind : std::uint8_t {
@@ -141,6 +142,10 @@ class Object {
   // What copies of the object share, and no other object does while they live: the identity of
   // what is not a plain number. Null for nil, numbers, dates and containers read in place.
   const void* sharedAddress() const;
+
+  // Whether it is of an opened archive of which more was read than its bytes can hold. What has been
+  // read since then is not whole: the message says little very often, and is best dropped.
+  bool isRefused() const;
 
   // This; of a container that is read in place, the same value read as a whole: nil when it nests
   // too deep.

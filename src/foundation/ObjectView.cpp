@@ -139,7 +139,7 @@ ObjectView ObjectView::entryWhere(const IsKey& isKey) const {
   const ArchivedContent content = reader_->content(value_);
   if (content.kind != Kind::Dictionary) return {};
   // The last of two equal keys wins, as it does when the dictionary is made as a whole.
-  for (std::size_t index = content.item.count; index-- > 0;) {
+  for (std::size_t index = content.item.count; index-- > 0 && !isRefused();) {
     if (!isKey(reader_->view(reader_->element(value_, content.item, index)))) continue;
     const ObjectView value = reader_->view(reader_->element(value_, content.values, index));
     if (!value.isNil()) return value;
@@ -160,6 +160,7 @@ void ObjectView::forEachElement(FunctionRef<bool(ObjectView element)> visit) con
   const ArchivedContent content = reader_->content(value_);
   if (content.kind != Kind::Array && content.kind != Kind::Set) return;
   for (std::size_t index = 0; index < content.item.count; ++index) {
+    if (!reader_->budget().charge(ReadingBudget::kElement)) return;
     const ObjectView element = reader_->view(reader_->element(value_, content.item, index));
     // A place in an array may be empty; in a set there are no places.
     if (element.reader_ == nullptr && content.kind == Kind::Set) continue;
@@ -180,12 +181,26 @@ void ObjectView::forEachEntry(FunctionRef<bool(ObjectView key, ObjectView value)
   const ArchivedContent content = reader_->content(value_);
   if (content.kind != Kind::Dictionary) return;
   for (std::size_t index = 0; index < content.item.count; ++index) {
+    if (!reader_->budget().charge(ReadingBudget::kElement)) return;
     const ObjectView key = reader_->view(reader_->element(value_, content.item, index));
     const ObjectView value = reader_->view(reader_->element(value_, content.values, index));
     if (key.reader_ == nullptr || value.reader_ == nullptr) continue;
     if (!visit(key, value)) return;
   }
 }
+
+std::size_t ObjectView::plausibleSize() const {
+  if (reader_ == nullptr) return size();
+  // An element has a reference and an object, each with its place in the list's table.
+  constexpr std::size_t kLeastBytes = 16;
+  return std::min(size(), reader_->list().byteCount() / kLeastBytes);
+}
+
+bool ObjectView::charge(std::uint64_t units) const {
+  return reader_ == nullptr || reader_->budget().charge(units);
+}
+
+bool ObjectView::isRefused() const { return reader_ != nullptr && reader_->budget().isUsedUp(); }
 
 Object ObjectView::toObject() const {
   if (object_ != nullptr) return *object_;

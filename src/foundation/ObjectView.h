@@ -17,8 +17,8 @@ class ArchiveReader;
 
 // A borrowed look at an Object or at a part of an opened archive: trivially copyable, allocates
 // nothing and counts no references, so that a dictionary of a million entries can be walked in
-// place. Valid while the Object that it was made from lives. Reads as leniently as Object does.
-// Any thread.
+// place. Valid while the Object that it was made from lives. Reads as leniently as Object does;
+// what is read of an archive draws from its ReadingBudget. Any thread.
 class ObjectView {
  public:
   // Of nil.
@@ -49,6 +49,9 @@ class ObjectView {
   // Of a dictionary in an opened archive: the entries that stand there, those included that do not
   // decode and those whose key comes again.
   std::size_t size() const;
+  // How much room to make for the elements before they are seen: size(), but no more than what the
+  // archive's bytes can hold, since the same element may stand in a container any number of times.
+  std::size_t plausibleSize() const;
   ObjectView at(std::size_t index) const;
   ObjectView operator[](std::string_view key) const;
   template <std::same_as<Object> Key>
@@ -64,6 +67,14 @@ class ObjectView {
 
   // An owning object with the same value; parts of an archive share the archive's bytes.
   Object toObject() const;
+
+  // Takes from the budget of the message what somebody makes of the value beyond a copy of its
+  // texts and 64 bytes for an element: see ReadingBudget. False when it is used up. A built value
+  // has no budget, and never refuses.
+  bool charge(std::uint64_t units) const;
+  // Whether more was read of the message than its bytes can hold: something that was read as nil or
+  // empty, or not at all, is perhaps there. Such a message is best dropped.
+  bool isRefused() const;
 
  private:
   friend class ArchiveReader;

@@ -8,7 +8,6 @@
 #include "archive/KeyedUnarchiver.h"
 #include "foundation/KeyedCoder.h"
 #include "foundation/Object.h"
-#include "foundation/ObjectView.h"
 
 namespace kelpie {
 
@@ -35,18 +34,10 @@ std::shared_ptr<const KPTreeNode> KPTreeNode::create(
 std::shared_ptr<const KPTreeNode> KPTreeNode::decode(const KeyedDecoder& coder) {
   auto representedObject = coder.decodeObject("object").as<KPReference>();
 
-  // Views, so that a blob is read where it stands rather than copied first.
-  const ObjectView blobs = coder.decodeView("children");
   Children children;
-  if (blobs.kind() == Object::Kind::Array) {
-    children.reserve(blobs.size());
-    blobs.forEachElement([&](ObjectView blob) {
-      const std::optional<ByteView> archive = blob.data();
-      // What decodes into no node is null here, and create() leaves it out.
-      if (archive) children.push_back(coder.unarchiveObject(*archive).as<KPTreeNode>());
-      return true;
-    });
-  }
+  coder.decodeNestedRoots("children", [&](const Object& root) {
+    if (auto child = root.as<KPTreeNode>()) children.push_back(std::move(child));
+  });
   return create(std::move(representedObject), std::move(children));
 }
 

@@ -33,6 +33,20 @@ std::string presentPath(const std::optional<URL>& url, const FileSystem& files) 
   return path ? path->path() : std::string();
 }
 
+// The elements of an array that are URLs, in order. One may come any number of times; what is done
+// for each takes some memory, and a copy of the path of a folder.
+std::vector<URL> urlsOf(const ObjectView& array) {
+  constexpr std::uint64_t kItem = 256;
+  std::vector<URL> urls;
+  urls.reserve(array.plausibleSize());
+  array.forEachElement([&urls](const ObjectView& element) {
+    const std::optional<URL> url = element.toObject().url();
+    if (url && element.charge(kItem + url->path().size())) urls.push_back(*url);
+    return true;
+  });
+  return urls;
+}
+
 }  // namespace
 
 std::shared_ptr<KPRepository> KPRepository::create(std::optional<URL> url,
@@ -125,7 +139,8 @@ std::int64_t KPRepository::state() const { return status_.state(); }
 void KPRepository::setState(const Object& state) { status_.setState(state.integerValue()); }
 
 void KPRepository::setStatus(const Object& status) {
-  status_.setTable(StatusInfo::readTable(status));
+  std::optional<StatusTable> table = StatusInfo::readTable(status);
+  if (!isRefused(status)) status_.setTable(std::move(table));
 }
 
 bool KPRepository::isDirty() const { return status_.isDirty(); }
@@ -291,11 +306,22 @@ void KPRepository::loseUpdateQueue() {
   openWork_ = nullptr;
 }
 
+bool KPRepository::isRefused(const Object& argument) const {
+  if (!argument.isRefused()) return false;
+  platform_.log.write("A message for a repository says more than its bytes can hold; dropped.");
+  return true;
+}
+
 void KPRepository::takeStatusIn(const Object& info) {
   if (isDisplaced()) return;
-  status_.setState(info[kRepositoryStateKey].integerValue());
-  if (isBare()) return;
+  const std::int64_t state = info[kRepositoryStateKey].integerValue();
+  if (isBare()) {
+    status_.setState(state);
+    return;
+  }
   StatusInfo status = StatusInfo::read(info);
+  if (isRefused(info)) return;
+  status_.setState(state);
   {
     const std::lock_guard lock(mutex_);  // see postFolder()
     status_.take(status);
@@ -321,7 +347,8 @@ void KPRepository::observeRenamedItems(const Object& pathsOfFolders) {
   const ObjectView view(pathsOfFolders);
   view.forEachEntry([this](ObjectView folder, ObjectView paths) {
     const auto identifier = FileIdentifier::fromObject(folder.toObject());
-    const auto set = identifier ? observedPaths_->find(*identifier) : nullptr;
+    if (!identifier || !folder.charge(identifier->bytes().size())) return true;
+    const auto set = observedPaths_->find(*identifier);
     if (set == nullptr || paths.kind() != Object::Kind::Array) return true;
     paths.forEachElement([&set](ObjectView element) {
       if (const std::optional<std::string> path = element.pathBytes()) set->add(*path);
@@ -333,13 +360,14 @@ void KPRepository::observeRenamedItems(const Object& pathsOfFolders) {
 
 void KPRepository::changeStatus(const Object& urls, WordChange change) {
   if (!urls.isArray() || isDisplaced()) return;
+  const std::vector<URL> listed = urlsOf(urls);
+  if (isRefused(urls)) return;
   const auto work = std::make_shared<Work>();
   std::vector<std::pair<URL, ResourceValues>> items;
-  for (const Object& element : urls.elements()) {
-    const std::optional<URL> url = element.url();
-    if (!url) continue;
-    const ResourceValues& item = items.emplace_back(*url, looksFor(*work).look(*url)).second;
-    const std::optional<ItemKey> key = keyOf(*url, item);
+  items.reserve(listed.size());
+  for (const URL& url : listed) {
+    const ResourceValues& item = items.emplace_back(url, looksFor(*work).look(url)).second;
+    const std::optional<ItemKey> key = keyOf(url, item);
     if (!key) continue;
     const std::optional<StatusWord> word = status_.wordOrZeroOf(*key);
     if (!word) continue;
@@ -463,10 +491,9 @@ void KPRepository::updateBadges(const Object& info) {
   const Object badge = info["badge"];
   if (!badge.isString()) return;
   const std::string identifier = badge.stringValue();
-  for (const Object& element : info["urls"].elements()) {
-    const std::optional<URL> url = element.url();
-    if (url) badges_.set(identifier, *url);
-  }
+  const std::vector<URL> urls = urlsOf(info["urls"]);
+  if (isRefused(info)) return;
+  for (const URL& url : urls) badges_.set(identifier, url);
 }
 
 bool KPRepository::updateBadge(const URL& url, const ResourceValues& item, StatusLooks& looks,

@@ -237,6 +237,10 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   bool isDisplaced() const;
   StatusLooks& looksFor(Work& work) const;
 
+  // Whether the message was read beyond what its bytes can hold, and so must not be taken; then
+  // with a line in the log.
+  bool isRefused(const Object& argument) const;
+
   // On the update queue.
   void takeStatusIn(const Object& info);
   void observeRenamedItems(const Object& pathsOfFolders);

@@ -1,6 +1,5 @@
 #include "status/StatusInfo.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <utility>
@@ -15,7 +14,7 @@ namespace {
 // Fills a table from the entries of one dictionary.
 class TableReader {
  public:
-  explicit TableReader(std::size_t entries) : table_(entries), budget_(kBudget * (entries + 256)) {
+  explicit TableReader(std::size_t entries) : table_(entries) {
     waiting_.reserve(kWaiting);
   }
 
@@ -43,10 +42,6 @@ class TableReader {
   }
 
  private:
-  // How many bytes of archived form an entry may have on average, so that a few bytes of a message
-  // that name a large object again and again cost no more than an honest message does.
-  static constexpr std::size_t kBudget = 1024;
-
   // A path that is not UTF-8 comes as data.
   static StatusTable::Key keyOfData(ByteView data) {
     const std::string_view text = textOf(data);
@@ -58,11 +53,11 @@ class TableReader {
 
   void readOpaque(const ObjectView& key, const ObjectView& entry) {
     recordWaiting();
-    if (budget_ == 0) return;
     const std::optional<FileIdentifier> identifier = FileIdentifier::fromObject(key.toObject());
-    if (!identifier) return;
-    budget_ -= std::min(budget_, identifier->bytes().size());
-    record(*identifier, entry);
+    // A few bytes of a message may name a large object again and again.
+    if (identifier && key.charge(kArchived * identifier->bytes().size())) {
+      record(*identifier, entry);
+    }
   }
 
   // Of a key that the archive keeps: its place in the table is on its way to the processor while
@@ -87,10 +82,11 @@ class TableReader {
   }
 
   static constexpr std::size_t kWaiting = 16;
+  // What a byte of archived form costs: it is put together, hashed and kept.
+  static constexpr std::uint64_t kArchived = 4;
 
   StatusTable table_;
   std::vector<std::pair<StatusTable::Key, ObjectView>> waiting_;
-  std::size_t budget_;
 };
 
 }  // namespace
@@ -108,7 +104,7 @@ StatusInfo StatusInfo::read(const ObjectView& info) {
 
 std::optional<StatusTable> StatusInfo::readTable(const ObjectView& entries) {
   if (entries.kind() != Object::Kind::Dictionary) return std::nullopt;
-  TableReader reader(entries.size());
+  TableReader reader(entries.plausibleSize());
   entries.forEachEntry([&reader](ObjectView key, ObjectView entry) {
     reader.read(key, entry);
     return true;
@@ -118,7 +114,7 @@ std::optional<StatusTable> StatusInfo::readTable(const ObjectView& entries) {
 
 Object StatusInfo::detached(const ObjectView& array) {
   if (array.kind() != Object::Kind::Array) return {};
-  return {array.toObject().elements()};
+  return {array.toObject().whole().elements()};
 }
 
 }  // namespace kelpie

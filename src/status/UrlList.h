@@ -1,11 +1,11 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 #include <vector>
 
 #include "foundation/ObjectView.h"
+#include "foundation/TextBlocks.h"
 
 namespace kelpie {
 
@@ -22,15 +22,15 @@ class UrlList {
   std::size_t count() const { return count_; }
 
   // The elements that are URLs, in order.
-  std::size_t size() const { return ends_.size(); }
-  // Borrowed from the list.
-  std::string_view path(std::size_t index) const;
+  std::size_t size() const { return paths_.size(); }
+  // Borrowed from the list, and from what it is moved to.
+  std::string_view path(std::size_t index) const { return paths_[index]; }
   bool isFileURL(std::size_t index) const { return isFile_[index]; }
 
  private:
   std::size_t count_ = 0;
-  std::string text_;               // all paths, one behind the other
-  std::vector<std::size_t> ends_;  // of each path in text_
+  TextBlocks text_;
+  std::vector<std::string_view> paths_;  // borrowed from text_
   std::vector<bool> isFile_;
 };
 
