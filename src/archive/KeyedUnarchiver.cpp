@@ -14,9 +14,9 @@ Object KeyedUnarchiver::unarchiveObject(ByteView archive) {
   return ArchiveDecoder(archive, limits).root();
 }
 
-Object KeyedUnarchiver::open(std::shared_ptr<const Bytes> archive) {
+Object KeyedUnarchiver::open(std::shared_ptr<const Bytes> archive, std::uint64_t maximumUnits) {
   if (archive == nullptr) return {};
-  const auto opened = std::make_shared<OpenedArchive>(std::move(archive));
+  const auto opened = std::make_shared<OpenedArchive>(std::move(archive), maximumUnits);
   return opened->objectOf(opened->reader().root());
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <limits>
 #include <memory>
 
 #include "foundation/Bytes.h"
@@ -22,8 +24,10 @@ class KeyedUnarchiver {
   // The root object, read in place: containers look into `archive` on demand and keep it alive.
   // What is read of it is what unarchiveObject() would give, but that an element that does not
   // decode is nil here and is left out there: telling them apart would mean decoding all of them
-  // first. nil when there is none.
-  static Object open(std::shared_ptr<const Bytes> archive);
+  // first. nil when there is none. What is read of it comes to `maximumUnits` of its ReadingBudget
+  // at most.
+  static Object open(std::shared_ptr<const Bytes> archive,
+                     std::uint64_t maximumUnits = std::numeric_limits<std::uint64_t>::max());
 };
 
 }  // namespace kelpie

@@ -4,9 +4,9 @@
 
 namespace kelpie {
 
-OpenedArchive::OpenedArchive(std::shared_ptr<const Bytes> archive)
+OpenedArchive::OpenedArchive(std::shared_ptr<const Bytes> archive, std::uint64_t maximumUnits)
     : bytes_(std::move(archive)),
-      budget_(bytes_->size()),
+      budget_(bytes_->size(), maximumUnits),
       reader_(*bytes_, *this, budget_),
       limits_(budget_) {}
 

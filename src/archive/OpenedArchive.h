@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -20,7 +21,7 @@ namespace kelpie {
 class OpenedArchive : public ArchivedValueMaker,
                       public std::enable_shared_from_this<OpenedArchive> {
  public:
-  explicit OpenedArchive(std::shared_ptr<const Bytes> archive);
+  OpenedArchive(std::shared_ptr<const Bytes> archive, std::uint64_t maximumUnits);
 
   const ArchiveReader& reader() const { return reader_; }
 

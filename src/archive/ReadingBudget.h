@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 namespace kelpie {
 
@@ -34,8 +36,9 @@ class ReadingBudget {
   // shorter than this holds nothing.
   static constexpr std::uint64_t kOpening = 256;
 
-  explicit ReadingBudget(std::size_t byteCount)
-      : total_(kFreeUnits + kUnitsPerByte * byteCount), left_(total_) {}
+  explicit ReadingBudget(std::size_t byteCount,
+                         std::uint64_t most = std::numeric_limits<std::uint64_t>::max())
+      : total_(std::min(kFreeUnits + kUnitsPerByte * byteCount, most)), left_(total_) {}
   ReadingBudget(const ReadingBudget&) = delete;
   ReadingBudget& operator=(const ReadingBudget&) = delete;
 

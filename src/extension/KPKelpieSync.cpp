@@ -1,10 +1,12 @@
 #include "extension/KPKelpieSync.h"
 
 #include <algorithm>
+#include <span>
 #include <string>
 #include <utility>
 
 #include "archive/KeyedUnarchiver.h"
+#include "archive/ReadingBudget.h"
 #include "extension/ActionForwarder.h"
 #include "extension/ControllerRoutes.h"
 #include "extension/FolderRegistry.h"
@@ -13,6 +15,9 @@
 #include "extension/PresenceMonitor.h"
 #include "extension/RepositoryLookup.h"
 #include "extension/RepositoryRoutes.h"
+#include "extension/Route.h"
+#include "foundation/ObjectView.h"
+#include "platform/Log.h"
 #include "protocol/MessageKeys.h"
 #include "refs/ReferenceClasses.h"
 #include "settings/KPUserDefaults.h"
@@ -62,14 +67,50 @@ struct Report {
   Report& operator=(const Report&) = delete;
 };
 
-std::vector<URL> urlsOf(const Object& urls) {
+// A message up to this length is handled at once, since handling it takes a few milliseconds
+// whatever it says.
+constexpr std::size_t kLongMessage = std::size_t{64} << 10U;
+// What may be read on the main thread, where menus are answered.
+constexpr std::uint64_t kMainThreadUnits =
+    ReadingBudget::kFreeUnits + ReadingBudget::kUnitsPerByte * kLongMessage;
+
+// What an entry of one of the controller's tables takes beyond its texts.
+constexpr std::uint64_t kTableEntry = 512;
+
+std::vector<URL> urlsOf(const ObjectView& urls) {
   std::vector<URL> result;
-  for (const Object& element : urls.elements()) {
-    if (const std::optional<URL> url = element.url()) {
+  urls.forEachElement([&result](const ObjectView& element) {
+    const std::optional<URL> url = element.toObject().url();
+    if (url && element.charge(kTableEntry + url->path().size())) {
       result.push_back(*url);
     }
-  }
+    return true;
+  });
   return result;
+}
+
+// What a message is about, and the call of the operation that it names. Any thread.
+struct SelectorMessage {
+  explicit SelectorMessage(Object message)
+      : content(std::move(message)), selector(content[kMessageSelectorKey].string()) {}
+
+  template <class T>
+  void call(T& target, std::span<const Route<T>> routes, Log& log) const {
+    const Object argument = content[kMessageArgumentKey];
+    if (content.isRefused()) {
+      log.write("A message says more than its bytes can hold; dropped.");
+    } else {
+      dispatch(target, routes, *selector, argument);
+    }
+  }
+
+  Object content;
+  std::optional<std::string> selector;  // missing in what is no message
+};
+
+bool hasRoute(std::string_view selector) {
+  return std::ranges::find(controllerRoutes(), selector, &Route<KPKelpieSync>::selector) !=
+         controllerRoutes().end();
 }
 
 }  // namespace
@@ -233,23 +274,36 @@ void KPKelpieSync::handleSelectorMessage(std::shared_ptr<const Bytes> message) {
   if (message == nullptr) {
     return;
   }
-  const Object content = KeyedUnarchiver::open(std::move(message));
-  const std::optional<std::string> selector = content[kMessageSelectorKey].string();
-  if (!selector) {
+  const SelectorMessage head(KeyedUnarchiver::open(message, kMainThreadUnits));
+  if (!head.selector) {
     return;
   }
-  const Object argument = content[kMessageArgumentKey];
-  if (dispatch(*this, controllerRoutes(), *selector, argument)) {
+  if (hasRoute(*head.selector)) {
+    head.call(*this, controllerRoutes(), platform_.log);
     return;
   }
   const std::optional<FileIdentifier> target =
-      FileIdentifier::fromObject(content[kMessageTargetKey]);
-  if (!target) {
+      FileIdentifier::fromObject(head.content[kMessageTargetKey]);
+  const auto repository = target ? registry_->repositories().find(*target) : nullptr;
+  if (repository == nullptr) {
     return;
   }
-  if (const std::shared_ptr<KPRepository> repository = registry_->repositories().find(*target)) {
-    dispatch(*repository, repositoryRoutes(), *selector, argument);
+  if (message->size() <= kLongMessage && !repository->hasWaitingMessages()) {
+    head.call(*repository, repositoryRoutes(), platform_.log);
+    return;
   }
+  repository->handleLater([repository, message = std::move(message), &log = platform_.log] {
+    const SelectorMessage whole(KeyedUnarchiver::open(message));
+    whole.call(*repository, repositoryRoutes(), log);
+  });
+}
+
+bool KPKelpieSync::isRefused(const Object& argument) const {
+  if (!argument.isRefused()) {
+    return false;
+  }
+  platform_.log.write("A property that says more than its message's bytes can hold is not set.");
+  return true;
 }
 
 // -- Properties -----------------------------------------------------------------------------------
@@ -264,40 +318,51 @@ std::shared_ptr<const ObservedPaths> KPKelpieSync::allObservedFiles() const {
 
 void KPKelpieSync::setAllObservedFiles(const Object& files) {
   const auto changed = std::make_shared<ObservedPaths>();
-  for (const auto& [key, paths] : files.dictionary().entries()) {
-    const std::optional<FileIdentifier> folder = FileIdentifier::fromObject(key);
-    if (!folder || paths.kind() != Object::Kind::Set) {
-      continue;
+  ObjectView(files).forEachEntry([&](const ObjectView& key, const ObjectView& paths) {
+    const std::optional<FileIdentifier> folder = FileIdentifier::fromObject(key.toObject());
+    if (!folder || paths.kind() != Object::Kind::Set ||
+        !paths.charge(kTableEntry + folder->bytes().size())) {
+      return true;
     }
     const std::shared_ptr<PathSet> set = changed->findOrCreate(*folder);
-    for (const Object& element : paths.elements()) {
+    paths.forEachElement([&set](const ObjectView& element) {
       if (const std::optional<std::string> path = element.pathBytes()) {
         set->add(*path);
       }
-    }
+      return true;
+    });
+    return true;
+  });
+  if (!isRefused(files)) {
+    registry_->setAllObservedFiles(changed);
   }
-  registry_->setAllObservedFiles(changed);
 }
 
 const FolderTables& KPKelpieSync::folders() const { return registry_->folders(); }
 
 void KPKelpieSync::setInactiveObservedFiles(const Object& folders) {
   FolderTables::InactiveFolders changed;
-  for (const auto& [key, urls] : folders.dictionary().entries()) {
-    const std::optional<FileIdentifier> parent = FileIdentifier::fromObject(key);
-    if (parent && urls.kind() == Object::Kind::Set) {
+  ObjectView(folders).forEachEntry([&](const ObjectView& key, const ObjectView& urls) {
+    const std::optional<FileIdentifier> parent = FileIdentifier::fromObject(key.toObject());
+    if (parent && urls.kind() == Object::Kind::Set &&
+        urls.charge(kTableEntry + parent->bytes().size())) {
       changed.emplace_back(*parent, urlsOf(urls));
     }
+    return true;
+  });
+  if (!isRefused(folders)) {
+    registry_->folders().setInactiveFolders(changed);
   }
-  registry_->folders().setInactiveFolders(changed);
 }
 
 void KPKelpieSync::setObservedDirectories(const Object& urls) {
-  registry_->folders().clearObservedDirectories();
-  if (urls.kind() != Object::Kind::Set) {
+  const std::vector<URL> changed =
+      urls.kind() == Object::Kind::Set ? urlsOf(urls) : std::vector<URL>();
+  if (isRefused(urls)) {
     return;
   }
-  for (const URL& url : urlsOf(urls)) {
+  registry_->folders().clearObservedDirectories();
+  for (const URL& url : changed) {
     registry_->folders().addObservedDirectory(url, url.identifier(platform_.files));
   }
 }
@@ -319,16 +384,23 @@ void KPKelpieSync::setMonitor(std::shared_ptr<ProcessMonitor> monitor) {
 }
 
 void KPKelpieSync::setSenderObjects(const Object& objects) {
-  senderObjects_ = SenderObjects();
-  for (const auto& [key, object] : objects.dictionary().entries()) {
-    if (const std::optional<std::string> action = key.string()) {
-      senderObjects_.set(*action, object);
+  SenderObjects changed;
+  ObjectView(objects).forEachEntry([&changed](const ObjectView& key, const ObjectView& object) {
+    if (key.kind() == Object::Kind::String && key.charge(kTableEntry)) {
+      changed.set(key.stringValue(), object.toObject().whole());
     }
+    return true;
+  });
+  if (!isRefused(objects)) {
+    senderObjects_ = std::move(changed);
   }
 }
 
 void KPKelpieSync::setTargetURLs(const Object& urls) {
-  targetURLs_ = urls.isArray() ? urlsOf(urls) : std::vector<URL>();
+  std::vector<URL> changed = urls.isArray() ? urlsOf(urls) : std::vector<URL>();
+  if (!isRefused(urls)) {
+    targetURLs_ = std::move(changed);
+  }
 }
 
 // -- MenuHost -------------------------------------------------------------------------------------

@@ -90,8 +90,10 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
   // on the observer queue.
   void openRepositoryWithUrls(const Object& urls);
   // Decodes one message of the main application and calls the operation that it names: the
-  // controller's, else that of the repository it is meant for. Anything else is dropped. Main
-  // queue.
+  // controller's, else that of the repository it is meant for. Anything else is dropped, and so is
+  // a message that says more than its bytes can hold. A long message for a repository is handled on
+  // the repository's update queue, as are those that come while it waits; of any other no more is
+  // read than takes a few milliseconds, so that menus do not wait. Main queue.
   void handleSelectorMessage(std::shared_ptr<const Bytes> message);
 
   // -- Properties ---------------------------------------------------------------------------------
@@ -141,6 +143,9 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
   KPKelpieSync(const Platform& platform, KPUserDefaults& defaults);
 
   void start();
+  // Whether the message was read beyond what its bytes can hold, and so must not be taken; then
+  // with a line in the log.
+  bool isRefused(const Object& argument) const;
   void receiveMessage(std::int32_t id, std::shared_ptr<const Bytes> message,
                       LocalMessagePort::Completion done);
 

@@ -9,7 +9,7 @@ namespace kelpie {
 class KPRepository;
 
 // Every operation of a repository that takes one object, by the selector that a message names it
-// with. Main queue.
+// with. Main queue, or for a long message the repository's update queue.
 std::span<const Route<KPRepository>> repositoryRoutes();
 
 }  // namespace kelpie

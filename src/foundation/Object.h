@@ -143,8 +143,8 @@ class Object {
   // what is not a plain number. Null for nil, numbers, dates and containers read in place.
   const void* sharedAddress() const;
 
-  // Whether it is of an opened archive of which more was read than its bytes can hold. What has been
-  // read since then is not whole: the message says little very often, and is best dropped.
+  // Whether it is of an opened archive of which more was read than its bytes can hold. What has
+  // been read since then is not whole: the message says little very often, and is best dropped.
   bool isRefused() const;
 
   // This; of a container that is read in place, the same value read as a whole: nil when it nests

@@ -58,22 +58,15 @@ std::string_view nameOf(const KPTreeNode& node) {
   return *record->name();
 }
 
-// The strings of an array, "" for an element of another class; empty for what is no array. A text
-// that an archive holds once can stand in a list any number of times, so the sum is bounded: what
-// lies beyond is left out, with a line in the log.
-std::vector<std::string> titlesOf(const Object& array, Log& log) {
-  constexpr std::size_t kMaximumBytes = 64U << 20U;
+// The strings of an array, "" for an element of another class; empty for what is no array. One
+// text may stand in a list any number of times, and each is kept, and shown by an item of its own.
+std::vector<std::string> titlesOf(const ObjectView& array) {
   std::vector<std::string> titles;
-  if (!array.isArray()) return titles;
-  std::size_t bytes = 0;
-  ObjectView(array).forEachElement([&](ObjectView element) {
+  if (array.kind() != Object::Kind::Array) return titles;
+  titles.reserve(array.plausibleSize());
+  array.forEachElement([&titles](const ObjectView& element) {
     std::string title = element.stringValue();
-    bytes += sizeof(std::string) + title.size();
-    if (bytes > kMaximumBytes) {
-      log.write("A list of stashes or git-flow branches is too long; its end is left out.");
-      return false;
-    }
-    titles.push_back(std::move(title));
+    if (element.charge(2 * sizeof(MenuItem) + title.size())) titles.push_back(std::move(title));
     return true;
   });
   return titles;
@@ -97,13 +90,8 @@ std::shared_ptr<const Menu> menuOfTitles(const std::vector<std::string>& titles,
   return flatMenu(titles, action, [](const std::string& title) { return title; });
 }
 
-std::shared_ptr<const Menu> menuOfNames(const KPTreeNode::Children& nodes,
+std::shared_ptr<const Menu> gitflowMenu(const std::vector<std::string>& names,
                                         std::string_view action) {
-  return flatMenu(nodes, action, [](const auto& node) { return nameOf(*node); });
-}
-
-std::shared_ptr<const Menu> gitflowMenu(const Object& branches, std::string_view action, Log& log) {
-  const std::vector<std::string> names = titlesOf(branches, log);
   return names.empty() ? nullptr : menuOfTitles(names, action);
 }
 
@@ -161,58 +149,141 @@ void addItems(ReferenceEntries entries, const ItemContext& context, Menu& menu) 
 
 KPRefsManager::KPRefsManager(const Bundle& bundle, Log& log) : bundle_(bundle), log_(log) {}
 
+const KPTreeNode* KPRefsManager::References::section(std::uint64_t number) const {
+  if (root == nullptr || number >= root->childNodes().size()) return nullptr;
+  return root->childNodes()[number].get();
+}
+
+bool KPRefsManager::References::hasChildren(std::uint64_t number) const {
+  const KPTreeNode* node = section(number);
+  return node != nullptr && !node->isLeaf();
+}
+
+// -- Values ---------------------------------------------------------------------------------------
+
+KPRefsManager::Values KPRefsManager::values() const {
+  const std::lock_guard lock(mutex_);
+  return values_;
+}
+
+template <class Value>
+void KPRefsManager::set(Value Values::*place, Value value) {
+  const std::lock_guard lock(mutex_);
+  std::swap(values_.*place, value);
+}
+
+bool KPRefsManager::isRefused(const Object& value) const {
+  if (!value.isRefused()) return false;
+  log_.write("References that say more than their message's bytes can hold are dropped.");
+  return true;
+}
+
+std::shared_ptr<const KPTreeNode> KPRefsManager::references() const {
+  const auto references = values().references;
+  return references != nullptr ? references->root : nullptr;
+}
+
 void KPRefsManager::setReferences(const Object& references) {
-  references_ = references.as<KPTreeNode>();
-  outline_ = references_ != nullptr ? ReferenceOutline(*references_) : ReferenceOutline();
+  auto root = references.as<KPTreeNode>();
+  auto outline = root != nullptr ? ReferenceOutline(*root) : ReferenceOutline();
+  set(&Values::references,
+      std::make_shared<const References>(References{std::move(root), std::move(outline)}));
+}
+
+std::optional<std::vector<std::string>> KPRefsManager::stashes() const {
+  const auto stashes = values().stashes;
+  return stashes != nullptr ? std::optional(*stashes) : std::nullopt;
 }
 
 void KPRefsManager::setStashes(const Object& stashes) {
-  stashes_ = stashes.isArray() ? std::optional(titlesOf(stashes, log_)) : std::nullopt;
+  auto titles = std::make_shared<const Titles>(titlesOf(stashes));
+  if (isRefused(stashes)) return;
+  set(&Values::stashes, stashes.isArray() ? std::move(titles) : nullptr);
+}
+
+Object KPRefsManager::gitflowInfo() const {
+  const auto gitflow = values().gitflow;
+  return gitflow != nullptr ? gitflow->info : Object();
 }
 
 void KPRefsManager::setGitflowInfo(const Object& gitflowInfo) {
-  gitflowInfo_ = gitflowInfo.isDictionary() ? gitflowInfo : Object();
+  std::shared_ptr<const Gitflow> gitflow;
+  if (gitflowInfo.isDictionary()) {
+    const ObjectView info(gitflowInfo);
+    gitflow = std::make_shared<const Gitflow>(Gitflow{
+        gitflowInfo.whole(), titlesOf(info[kGitflowFeaturesKey]),
+        titlesOf(info[kGitflowReleasesKey]), titlesOf(info[kGitflowHotfixesKey])});
+  }
+  if (!isRefused(gitflowInfo)) set(&Values::gitflow, std::move(gitflow));
 }
+
+std::shared_ptr<const KPReference> KPRefsManager::headBranch() const { return values().headBranch; }
 
 void KPRefsManager::setHeadBranch(std::shared_ptr<const KPReference> headBranch) {
-  headBranch_ = std::move(headBranch);
+  set(&Values::headBranch, std::move(headBranch));
 }
 
-bool KPRefsManager::hasStashes() const { return stashes_ && !stashes_->empty(); }
+bool KPRefsManager::hasStashes() const {
+  const auto stashes = values().stashes;
+  return stashes != nullptr && !stashes->empty();
+}
 
-bool KPRefsManager::hasRemotes() const { return !section(kRemotes).isLeaf(); }
+bool KPRefsManager::hasRemotes() const {
+  const auto references = values().references;
+  return references != nullptr && references->hasChildren(kRemotes);
+}
 
-bool KPRefsManager::hasSubmodules() const { return !section(kSubmodules).isLeaf(); }
+bool KPRefsManager::hasSubmodules() const {
+  const auto references = values().references;
+  return references != nullptr && references->hasChildren(kSubmodules);
+}
 
-bool KPRefsManager::hasPullRequests() const { return !section(kPullRequests).isLeaf(); }
+bool KPRefsManager::hasPullRequests() const {
+  const auto references = values().references;
+  return references != nullptr && references->hasChildren(kPullRequests);
+}
+
+// -- Menus ----------------------------------------------------------------------------------------
 
 std::shared_ptr<const Menu> KPRefsManager::stashesMenuWithAction(std::string_view action) const {
-  return menuOfTitles(stashes_.value_or(std::vector<std::string>()), action);
+  const auto stashes = values().stashes;
+  return stashes != nullptr ? menuOfTitles(*stashes, action) : std::make_shared<const Menu>();
+}
+
+std::shared_ptr<const Menu> KPRefsManager::namesMenu(std::uint64_t section,
+                                                     std::string_view action) const {
+  const auto references = values().references;
+  const KPTreeNode* node = references != nullptr ? references->section(section) : nullptr;
+  if (node == nullptr) return std::make_shared<const Menu>();
+  return flatMenu(node->childNodes(), action, [](const auto& child) { return nameOf(*child); });
 }
 
 std::shared_ptr<const Menu> KPRefsManager::remotesMenuWithAction(std::string_view action) const {
-  return menuOfNames(section(kRemotes).childNodes(), action);
+  return namesMenu(kRemotes, action);
 }
 
 std::shared_ptr<const Menu> KPRefsManager::submodulesMenuWithAction(std::string_view action) const {
-  return menuOfNames(section(kSubmodules).childNodes(), action);
+  return namesMenu(kSubmodules, action);
 }
 
 std::shared_ptr<const Menu> KPRefsManager::pullRequestsMenuWithAction(
     std::string_view action) const {
-  return menuOfNames(section(kPullRequests).childNodes(), action);
+  return namesMenu(kPullRequests, action);
 }
 
 std::shared_ptr<const Menu> KPRefsManager::gitflowFeaturesMenu() const {
-  return gitflowMenu(gitflowInfo_[kGitflowFeaturesKey], "finishGitflowFeature:", log_);
+  const auto gitflow = values().gitflow;
+  return gitflow != nullptr ? gitflowMenu(gitflow->features, "finishGitflowFeature:") : nullptr;
 }
 
 std::shared_ptr<const Menu> KPRefsManager::gitflowReleasesMenu() const {
-  return gitflowMenu(gitflowInfo_[kGitflowReleasesKey], "finishGitflowRelease:", log_);
+  const auto gitflow = values().gitflow;
+  return gitflow != nullptr ? gitflowMenu(gitflow->releases, "finishGitflowRelease:") : nullptr;
 }
 
 std::shared_ptr<const Menu> KPRefsManager::gitflowHotfixesMenu() const {
-  return gitflowMenu(gitflowInfo_[kGitflowHotfixesKey], "finishGitflowHotfix:", log_);
+  const auto gitflow = values().gitflow;
+  return gitflow != nullptr ? gitflowMenu(gitflow->hotfixes, "finishGitflowHotfix:") : nullptr;
 }
 
 MenuItem KPRefsManager::menuItemWithTitle(std::string title, const KPReference* reference,
@@ -220,13 +291,16 @@ MenuItem KPRefsManager::menuItemWithTitle(std::string title, const KPReference* 
                                           const std::vector<std::uint64_t>& submenuTypes,
                                           bool hasHeader) const {
   auto menu = std::make_shared<Menu>();
+  const auto references = values().references;
   for (const std::uint64_t number : submenuTypes) {
     const PickerSection chosen = pickerSection(number, log_);
     // Stays changed for the sections that follow, also when this one is empty.
     if (number == kRemotes) action = actionForRemotes(action);
-    const ReferenceEntries entries = outline_.entriesBelowChild(chosen.number);
+    if (references == nullptr) continue;
+    const ReferenceEntries entries = references->outline.entriesBelowChild(chosen.number);
     if (entries.empty()) continue;
-    menu->items.reserve(menu->items.size() + 1 + section(chosen.number).childNodes().size());
+    menu->items.reserve(menu->items.size() + 1 +
+                        references->section(chosen.number)->childNodes().size());
     if (hasHeader) menu->items.push_back(headerItem(chosen, bundle_));
     addItems(entries, {action, reference, ruleForAction(action)}, *menu);
   }
@@ -239,12 +313,6 @@ void KPRefsManager::addMenuItemsWithAction(std::string_view action, const KPRefe
                                            const KPTreeNode& node, Menu& menu) {
   const ReferenceOutline outline(node);
   addItems(outline.entries(), {action, reference, ruleForAction(action)}, menu);
-}
-
-const KPTreeNode& KPRefsManager::section(std::uint64_t number) const {
-  static const std::shared_ptr<const KPTreeNode> kEmpty = KPTreeNode::create(nullptr);
-  if (references_ == nullptr || number >= references_->childNodes().size()) return *kEmpty;
-  return *references_->childNodes()[number];
 }
 
 }  // namespace kelpie

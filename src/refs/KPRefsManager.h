@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,7 +22,8 @@ class Bundle;
 class Log;
 
 // What the main application last said about the references of one repository, and the submenus
-// that are built from it. Owner: the repository; `bundle` and `log` outlive it. Main queue.
+// that are built from it. Owner: the repository; `bundle` and `log` outlive it. Any thread: menus
+// are asked for on the main queue, and a long message is taken in on the repository's update queue.
 //
 // The children of the references tree's root are sections, known by their position: 1 local
 // branches, 2 tags, 3 remotes (each with its branches), 4 submodules, 5 pull requests. A section
@@ -34,22 +36,24 @@ class KPRefsManager {
  public:
   KPRefsManager(const Bundle& bundle, Log& log);
 
+  // What comes from a message that says more than its bytes can hold changes nothing, and leaves a
+  // line in the log.
+
   // The root of the references tree; null at first, and for what is no tree node.
-  const std::shared_ptr<const KPTreeNode>& references() const { return references_; }
+  std::shared_ptr<const KPTreeNode> references() const;
   void setReferences(const Object& references);
 
   // A title per stash; missing at first, and for what is no array. An element that is no string is
-  // an empty title, so that the others keep their positions. Titles beyond 64 MiB in all are left
-  // out, with a line in the log.
-  const std::optional<std::vector<std::string>>& stashes() const { return stashes_; }
+  // an empty title, so that the others keep their positions.
+  std::optional<std::vector<std::string>> stashes() const;
   void setStashes(const Object& stashes);
 
   // A dictionary with arrays of branch names; nil at first, and for what is no dictionary.
-  const Object& gitflowInfo() const { return gitflowInfo_; }
+  Object gitflowInfo() const;
   void setGitflowInfo(const Object& gitflowInfo);
 
   // The branch that is checked out; null when it is not known.
-  const std::shared_ptr<const KPReference>& headBranch() const { return headBranch_; }
+  std::shared_ptr<const KPReference> headBranch() const;
   void setHeadBranch(std::shared_ptr<const KPReference> headBranch);
 
   bool isBare() const { return bare_; }
@@ -96,19 +100,44 @@ class KPRefsManager {
                                      const KPTreeNode& node, Menu& menu);
 
  private:
-  // The section's node; one without children when there is no such section.
-  const KPTreeNode& section(std::uint64_t number) const;
+  using Titles = std::vector<std::string>;
+
+  // None of these changes once it is made, so that it is made and read without the lock.
+  struct References {
+    std::shared_ptr<const KPTreeNode> root;  // may be null
+    ReferenceOutline outline;                // of root
+
+    // The section's node; null when there is no such section.
+    const KPTreeNode* section(std::uint64_t number) const;
+    bool hasChildren(std::uint64_t number) const;
+  };
+  struct Gitflow {
+    Object info;
+    Titles features;
+    Titles releases;
+    Titles hotfixes;
+  };
+  struct Values {
+    std::shared_ptr<const References> references;  // null at first, like the others
+    std::shared_ptr<const Titles> stashes;
+    std::shared_ptr<const Gitflow> gitflow;
+    std::shared_ptr<const KPReference> headBranch;
+  };
+
+  Values values() const;
+  // Puts `value` in the place of the former one, which ends after the lock.
+  template <class Value>
+  void set(Value Values::*place, Value value);
+  bool isRefused(const Object& value) const;
+  std::shared_ptr<const Menu> namesMenu(std::uint64_t section, std::string_view action) const;
 
   const Bundle& bundle_;
   Log& log_;
-  std::shared_ptr<const KPTreeNode> references_;
-  ReferenceOutline outline_;  // of references_
-  std::optional<std::vector<std::string>> stashes_;
-  Object gitflowInfo_;
-  std::shared_ptr<const KPReference> headBranch_;
-  std::atomic<bool> bare_ = false;  // also read by the repository's update queue
-  bool hasGitlfs_ = false;
-  bool hasHeadCommit_ = false;
+  mutable std::mutex mutex_;
+  Values values_;  // guarded by mutex_
+  std::atomic<bool> bare_ = false;
+  std::atomic<bool> hasGitlfs_ = false;
+  std::atomic<bool> hasHeadCommit_ = false;
 };
 
 }  // namespace kelpie

@@ -34,6 +34,11 @@ std::string_view take(const char*& text, std::string_view same) {
 }  // namespace
 
 ReferenceOutline::ReferenceOutline(const KPTreeNode& root) {
+  // A tree may be large, so nothing is made larger than it will be.
+  Sizes sizes;
+  for (const auto& child : root.childNodes()) measure(*child, sizes);
+  entries_.reserve(sizes.entries);
+  text_.reserve(sizes.text);
   for (const auto& child : root.childNodes()) add(*child);
   // The text has its place only now that it does not grow any more.
   const char* text = text_.data();
@@ -50,6 +55,13 @@ ReferenceEntries ReferenceOutline::entriesBelowChild(std::uint64_t position) con
     index += 1 + entries_[index].descendants;
   if (index >= entries_.size()) return {};
   return entries().subspan(index + 1, entries_[index].descendants);
+}
+
+void ReferenceOutline::measure(const KPTreeNode& node, Sizes& sizes) {
+  const KPReference& record = recordOf(node);
+  ++sizes.entries;
+  sizes.text += viewOf(record.name()).size() + viewOf(record.upstreamName()).size();
+  for (const auto& child : node.childNodes()) measure(*child, sizes);
 }
 
 // Goes as deep as the tree, which is KPTreeNode::kMaximumDepth at most.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -53,6 +54,13 @@ class ReferenceOutline {
   ReferenceEntries entriesBelowChild(std::uint64_t position) const;
 
  private:
+  struct Sizes {
+    std::size_t entries = 0;
+    std::size_t text = 0;
+  };
+
+  // How much the node and those below it will take.
+  static void measure(const KPTreeNode& node, Sizes& sizes);
   void add(const KPTreeNode& node);
 
   std::vector<ReferenceEntry> entries_;

@@ -27,15 +27,26 @@ const FolderLooks::Folder* FolderLooks::parentOf(const URL& url) {
 
 const FolderLooks::Folder* FolderLooks::parentOfPath(std::string_view path) {
   if (!path.starts_with('/') || path == "/") return nullptr;
-  return folderAt(path.substr(0, path.rfind('/') + 1));
+  return wayTo(path.substr(0, path.rfind('/') + 1)).folder;
 }
 
 const FolderLooks::Folder* FolderLooks::folderAt(std::string_view path) {
   if (!path.starts_with('/')) return nullptr;
-  if (lastFolder_ != nullptr && path == lastPath_) return lastFolder_;
-  const Folder* folder = &root_;
+  const Way way = wayTo(path);
+  return way.isWhole ? way.folder : nullptr;
+}
+
+FolderLooks::Way FolderLooks::wayTo(std::string_view path) {
+  if (last_.folder != nullptr && path == lastPath_) return last_;
+  last_ = {&root_, true};
+  lastPath_ = path;
   std::string_view rest = path.substr(1);
-  while (!rest.empty()) {
+  for (int level = 0; !rest.empty(); ++level) {
+    const Folder* folder = last_.folder;
+    if (level >= kLevelsTaken && !identifierOf(*folder)) {
+      last_.isWhole = false;
+      break;
+    }
     const std::size_t length = std::min(rest.find('/'), rest.size());
     const std::string_view name = rest.substr(0, length);
     rest.remove_prefix(std::min(length + 1, rest.size()));
@@ -48,11 +59,9 @@ const FolderLooks::Folder* FolderLooks::folderAt(std::string_view path) {
                   .first;
       found->second.name_ = found->first.name;
     }
-    folder = &found->second;
+    last_.folder = &found->second;
   }
-  lastPath_ = path;
-  lastFolder_ = folder;
-  return folder;
+  return last_;
 }
 
 const ResourceValues& FolderLooks::valuesOf(const Folder& folder) {
@@ -65,7 +74,8 @@ const ResourceValues& FolderLooks::valuesOf(const Folder& folder) {
 }
 
 const ResourceValues* FolderLooks::seenAt(std::string_view path) {
-  const Folder* parent = parentOfPath(path);
+  if (!path.starts_with('/') || path == "/") return nullptr;
+  const Folder* parent = folderAt(path.substr(0, path.rfind('/') + 1));
   if (parent == nullptr) return nullptr;
   const auto found = folders_.find(StepView{parent, path.substr(path.rfind('/') + 1)});
   if (found == folders_.end() || !found->second.look_) return nullptr;

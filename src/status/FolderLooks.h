@@ -43,12 +43,13 @@ class FolderLooks {
 
   const FileSystem& files() const { return files_; }
 
-  // The folder that holds the item; null for the root and for what is no file URL. Valid while this
-  // lives.
+  // The folder that holds the item, or where that is not there perhaps one further up, above which
+  // are all that are there; null for the root and for what is no file URL. Valid while this lives.
   const Folder* parentOf(const URL& url);
   // The same for the file URL of an absolute path.
   const Folder* parentOfPath(std::string_view path);
-  // The item itself, taken for a folder. Null for what is no absolute path.
+  // The item itself, taken for a folder. Null for what is no absolute path, and perhaps for what is
+  // not there.
   const Folder* folderAt(std::string_view path);
 
   // What has been seen of the item already, as a folder; null for nothing.
@@ -67,6 +68,18 @@ class FolderLooks {
   // A message may hold paths of any length, and looking at all the folders on the way takes time in
   // proportion to the square of it.
   static constexpr std::size_t kMaximumPath = 4096;
+
+  // A message may name folders that are nowhere, a new one in every two bytes. So far down a path
+  // is taken as it is; from there on a folder is taken in only where the one that holds it is
+  // there.
+  static constexpr int kLevelsTaken = 6;
+
+  struct Way {
+    const Folder* folder = nullptr;
+    bool isWhole = false;  // it leads to where it was to lead
+  };
+  // As far towards the folder as it is worth going.
+  Way wayTo(std::string_view path);
 
   struct Step {
     const Folder* parent;
@@ -96,7 +109,7 @@ class FolderLooks {
   // From a folder and a name in it. Not by path: a path of n folders would then take n paths.
   std::unordered_map<Step, Folder, StepHash, StepEqual> folders_;
   std::string lastPath_;  // items come folder by folder
-  const Folder* lastFolder_ = nullptr;
+  Way last_;              // to lastPath_
 };
 
 }  // namespace kelpie

@@ -2,7 +2,10 @@
 
 #include <bit>
 #include <utility>
+#include <vector>
 
+#include "foundation/ObjectView.h"
+#include "platform/Log.h"
 #include "refs/KPReference.h"
 #include "refs/KPRefsManager.h"
 #include "settings/KPUserDefaults.h"
@@ -270,6 +273,12 @@ MenuItem KPRepository::menuItemWithTitle(std::string title, const KPReference* r
                                          bool hasHeader) const {
   return refsManager_->menuItemWithTitle(std::move(title), reference, action, submenuTypes,
                                          hasHeader);
+}
+
+// -- Messages -------------------------------------------------------------------------------------
+
+void KPRepository::handleLater(std::function<void()> handle) {
+  post([waiting = waitingMessages_, handle = std::move(handle)] { handle(); });
 }
 
 // -- Status intake --------------------------------------------------------------------------------

@@ -117,8 +117,7 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // Drops what is posted to it once the repository has ended or the queue is lost.
   std::shared_ptr<SerialQueue> updateQueue() const { return updateQueue_; }
 
-  // -- References: what the references manager does and answers, on the caller's thread: the main
-  // queue, as the manager has no lock -----------------------------------------------------------
+  // -- References: what the references manager does and answers, on the caller's thread -----------
 
   bool isBare() const;
   bool hasGitlfs() const;
@@ -148,6 +147,14 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   MenuItem menuItemWithTitle(std::string title, const KPReference* reference,
                              std::string_view action,
                              const std::vector<std::uint64_t>& submenuTypes, bool hasHeader) const;
+
+  // -- Messages -----------------------------------------------------------------------------------
+
+  // Handles a message of the main application on the update queue: a long one, or one that comes
+  // while such waits, so that they are handled in the order of their coming. Every operation that a
+  // message can name may be called there.
+  void handleLater(std::function<void()> handle);
+  bool hasWaitingMessages() const { return waitingMessages_.use_count() > 1; }
 
   // -- Status intake: each returns at once, and works on the update queue ------------------------
 
@@ -277,6 +284,8 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   const std::shared_ptr<UpdateQueue> updateQueue_;
   BadgeSetter badges_;
   RepositoryStatus status_;
+  // Each message that waits holds it, also in a queue that drops its work.
+  const std::shared_ptr<const bool> waitingMessages_ = std::make_shared<const bool>();
 
   mutable std::mutex mutex_;  // guards all below
   std::optional<FileIdentifier> identifier_;

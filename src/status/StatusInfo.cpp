@@ -14,9 +14,7 @@ namespace {
 // Fills a table from the entries of one dictionary.
 class TableReader {
  public:
-  explicit TableReader(std::size_t entries) : table_(entries) {
-    waiting_.reserve(kWaiting);
-  }
+  explicit TableReader(std::size_t entries) : table_(entries) { waiting_.reserve(kWaiting); }
 
   void read(ObjectView key, ObjectView entry) {
     if (entry.kind() != Object::Kind::Array) return;

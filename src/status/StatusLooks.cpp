@@ -29,7 +29,8 @@ ResourceValues StatusLooks::look(const URL& item) {
   if (!item.isFileURL()) return {};
   if (const ResourceValues* seen = folders_.seenAt(item.path())) return *seen;
   ResourceValues values = folders_.files().resourceValues(item);
-  if (values.isDirectory) folders_.remember(*folders_.folderAt(item.path()), values);
+  const FolderLooks::Folder* folder = values.isDirectory ? folders_.folderAt(item.path()) : nullptr;
+  if (folder != nullptr) folders_.remember(*folder, values);
   return values;
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/Dictionary.h"
 #include "foundation/OpaqueObject.h"
 #include "refs/KPPullRequests.h"
@@ -11,6 +12,7 @@
 #include "support/FakeBundle.h"
 #include "support/FakeLog.h"
 #include "support/MenuDescription.h"
+#include "support/RawPropertyList.h"
 #include "support/References.h"
 
 namespace kelpie {
@@ -471,12 +473,25 @@ TEST_F(KPRefsManagerTest, DeepestTreeHasAMenuOfEveryLevel) {
   EXPECT_EQ(item.title, "deepest");
 }
 
-TEST_F(KPRefsManagerTest, TextRepeatedWithoutEndIsCutOff) {
-  const Object megabyte(std::string(1U << 20U, 'x'));
-  manager.setStashes(Objects(10'000, megabyte));
-  ASSERT_TRUE(manager.hasStashes());
-  EXPECT_LT(manager.stashes()->size(), 65U);
+TEST_F(KPRefsManagerTest, ATextRepeatedWithoutEndIsNotTaken) {
+  RawArchive archive(2, 2);
+  const auto text = archive.reference(archive.addString(std::string(100'000, 'x')));
+  const auto texts = archive.list.array(std::vector<RawPropertyList::Number>(5'000, text));
+  const std::uint32_t list = archive.addObject({"NSArray", "NSObject"}, {{"NS.objects", texts}});
+  const std::uint32_t key = archive.addString("gitflow.branch.features");
+  const std::uint32_t info =
+      archive.addDictionary({key, archive.addString("stashes")}, {list, list});
+  const auto bytes = std::make_shared<const Bytes>(archive.finish(info));
+
+  manager.setStashes(Objects{"before"});
+  manager.setGitflowInfo(Dictionary{{"gitflow.branch.features", Objects{"before"}}});
+  manager.setStashes(KeyedUnarchiver::open(bytes)["stashes"]);
+  EXPECT_EQ(manager.stashes(), Lines{"before"});
   EXPECT_EQ(log.lines().size(), 1U);
+  manager.setGitflowInfo(KeyedUnarchiver::open(bytes));
+  ASSERT_NE(manager.gitflowFeaturesMenu(), nullptr);
+  EXPECT_EQ(manager.gitflowFeaturesMenu()->items.size(), 1U);
+  EXPECT_EQ(log.lines().size(), 2U);
 }
 
 }  // namespace

@@ -1,0 +1,349 @@
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "extension/ControllerRoutes.h"
+#include "extension/RepositoryRoutes.h"
+#include "foundation/AllocationMeter.h"
+#include "support/HostileMessages.h"
+#include "support/MessageHarness.h"
+
+// Messages that are sound archives of unsound graphs: one object named again and again, texts and
+// blobs shared by many, circles, archives inside archives. Each graph is the argument of every
+// operation that a message can name, of a live controller whose queues run dry. Nothing may take
+// memory or steps beyond what its bytes allow.
+
+namespace {
+
+std::uint64_t comparisons = 0;
+
+}  // namespace
+
+// The instrumented code reports each comparison; these stand between it and the fuzzer (see
+// CMakeLists.txt) and count them, which is a measure of work that no clock disturbs.
+#define KELPIE_COUNT(Suffix, Type)                                        \
+  extern "C" void __real___sanitizer_cov_trace_##Suffix(Type a, Type b);  \
+  extern "C" void __wrap___sanitizer_cov_trace_##Suffix(Type a, Type b);  \
+  extern "C" void __wrap___sanitizer_cov_trace_##Suffix(Type a, Type b) { \
+    ++comparisons;                                                        \
+    __real___sanitizer_cov_trace_##Suffix(a, b);                          \
+  }
+KELPIE_COUNT(cmp1, std::uint8_t)
+KELPIE_COUNT(cmp2, std::uint16_t)
+KELPIE_COUNT(cmp4, std::uint32_t)
+KELPIE_COUNT(cmp8, std::uint64_t)
+KELPIE_COUNT(const_cmp1, std::uint8_t)
+KELPIE_COUNT(const_cmp2, std::uint16_t)
+KELPIE_COUNT(const_cmp4, std::uint32_t)
+KELPIE_COUNT(const_cmp8, std::uint64_t)
+
+namespace {
+
+using kelpie::Bytes;
+using kelpie::HostileMessage;
+using kelpie::MessageHarness;
+using kelpie::RawArchive;
+using Number = kelpie::RawPropertyList::Number;
+
+// The bar: so many times a message's bytes, beyond what any message may take.
+constexpr std::uint64_t kBytesPerByte = 32;
+constexpr std::uint64_t kFreeBytes = 16U << 20U;
+constexpr std::uint64_t kStepsPerByte = 256;
+constexpr std::uint64_t kFreeSteps = 16U << 20U;
+
+// What the fuzzer gave, number by number; 0 when it is used up.
+class Draw {
+ public:
+  Draw(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {}
+
+  std::size_t below(std::size_t bound) { return bound == 0 ? 0 : next() % bound; }
+  // Mostly few, sometimes very many.
+  std::size_t count() {
+    const std::size_t magnitude = below(13);
+    return (std::size_t{1} << magnitude) + below(std::size_t{1} << magnitude);
+  }
+  bool isEmpty() const { return left_ == 0; }
+
+ private:
+  std::size_t next() {
+    std::size_t value = 0;
+    for (int byte = 0; byte < 2; ++byte) {
+      value = value << 8U | (left_ > 0 ? *data_ : 0U);
+      if (left_ > 0) {
+        ++data_;
+        --left_;
+      }
+    }
+    return value;
+  }
+
+  const std::uint8_t* data_;
+  std::size_t left_;
+};
+
+constexpr std::string_view kTexts[] = {
+    "", "x", "KPIgnoredBadge", "/home/repo/d/gone", "refs/heads/a/b", "$null", "stage:", "name",
+};
+constexpr std::string_view kUrls[] = {
+    "file:///home/repo/gone", "file:///home/repo/d/x/y/z", "a/b", "https://host/x", "file:///",
+};
+// Under these keys operations and classes look.
+constexpr std::string_view kKeys[] = {
+    "KPRepositoryState",
+    "KPRepositoryStatus",
+    "KPStatusCreatedDirectoriesForDeletedItems",
+    "KPStatusDirtyURLs",
+    "KPStatusIgnoredURLs",
+    "KPStatusDeletedURLs",
+    "KPStatusNewCount",
+    "KPStatusObservedPathsForRenamedItems",
+    "urls",
+    "badge",
+    "gitflow.branch.features",
+    "gitflow.branch.releases",
+    "gitflow.branch.hotfixes",
+};
+constexpr std::string_view kFields[] = {
+    "name",       "fullName",      "upstreamName", "oid",         "url",         "pushUrl",
+    "path",       "fetchRefspecs", "pushRefspecs", "object",      "children",    "NSTitle",
+    "NSAction",   "NSKeyEquiv",    "NSSubmenu",    "NSMenuItems", "NSRepObject", "NSDomain",
+    "NSUserInfo", "NS.objects",    "NS.keys",      "NS.relative", "NS.base",     "NS.string",
+    "NS.data",    "NS.bytes",      "other",
+};
+const std::vector<std::string> kClasses[] = {
+    {"NSArray", "NSObject"},
+    {"NSMutableArray", "NSArray", "NSObject"},
+    {"NSSet", "NSObject"},
+    {"NSDictionary", "NSObject"},
+    {"NSURL", "NSObject"},
+    {"NSMutableString", "NSString", "NSObject"},
+    {"NSMutableData", "NSData", "NSObject"},
+    {"NSError", "NSObject"},
+    {"KPReference", "NSObject"},
+    {"KPRemote", "KPReference", "NSObject"},
+    {"KPSubmodule", "KPReference", "NSObject"},
+    {"KPTreeNode", "NSTreeNode", "NSObject"},
+    {"NSMenuItem", "NSObject"},
+    {"NSMenu", "NSObject"},
+    {"XYThing", "NSObject"},
+};
+
+// Fills an archive with objects that refer to each other as they please.
+class Graph {
+ public:
+  Graph(Draw& draw, RawArchive& archive, int depth)
+      : draw_(draw), archive_(archive), depth_(depth) {}
+
+  // The number of the one to begin with.
+  std::uint32_t make() {
+    const std::size_t count = 1 + draw_.below(12);
+    for (std::size_t index = 0; index < count; ++index) uids_.push_back(archive_.reserve());
+    for (const std::uint32_t uid : uids_) archive_.set(uid, object());
+    return any();
+  }
+  std::uint32_t any() { return uids_[draw_.below(uids_.size())]; }
+
+ private:
+  Number object() {
+    switch (draw_.below(16)) {
+      case 0:
+      case 1:
+        return archive_.list.ascii(text());
+      case 2:
+        return archive_.list.data(bytes());
+      case 3:
+        return archive_.list.integer(draw_.below(70'000), 4);
+      case 4:
+      case 5:
+      case 6:
+        return archive_.object(kClasses[draw_.below(3)], {{"NS.objects", references()}});
+      case 7:
+      case 8:
+        return dictionary();
+      case 9:
+        return keyed();
+      case 10:
+      case 11:
+        return url();
+      case 12:
+        return archive_.object(kClasses[3], {{"NS.keys", references()}, {"NS.objects", last_}});
+      default:
+        return fields();
+    }
+  }
+
+  std::string text() {
+    std::string text(kTexts[draw_.below(std::size(kTexts))]);
+    if (draw_.below(4) == 0) text += std::string(draw_.count(), draw_.below(2) == 0 ? 'x' : '/');
+    return text;
+  }
+
+  Bytes bytes() {
+    if (depth_ < 4 && draw_.below(2) == 0) {
+      RawArchive inner(2, 2);
+      const std::uint32_t root = Graph(draw_, inner, depth_ + 1).make();
+      return inner.finish(root);
+    }
+    return Bytes(draw_.count(), static_cast<std::uint8_t>(draw_.below(256)));
+  }
+
+  Number reference() { return archive_.reference(any()); }
+
+  // Several objects, or one many times.
+  Number references() {
+    std::vector<Number> numbers;
+    if (draw_.below(2) == 0) {
+      numbers.assign(draw_.count(), reference());
+    } else {
+      for (std::size_t left = 1 + draw_.below(6); left > 0; --left) numbers.push_back(reference());
+    }
+    last_ = archive_.list.array(numbers);
+    return last_;
+  }
+
+  Number dictionary() {
+    std::vector<Number> keys;
+    std::vector<Number> values;
+    const std::size_t count = draw_.below(4) == 0 ? draw_.count() : 1 + draw_.below(4);
+    const Number key = reference();
+    const Number value = reference();
+    keys.assign(count, key);
+    values.assign(count, value);
+    return archive_.object(kClasses[3], {{"NS.keys", archive_.list.array(keys)},
+                                         {"NS.objects", archive_.list.array(values)}});
+  }
+
+  // A dictionary under whose keys somebody looks.
+  Number keyed() {
+    std::vector<Number> keys;
+    std::vector<Number> values;
+    for (const std::string_view key : kKeys) {
+      if (draw_.below(3) == 0) continue;
+      keys.push_back(archive_.reference(archive_.addString(key)));
+      values.push_back(reference());
+    }
+    return archive_.object(kClasses[3], {{"NS.keys", archive_.list.array(keys)},
+                                         {"NS.objects", archive_.list.array(values)}});
+  }
+
+  Number url() {
+    std::string text(kUrls[draw_.below(std::size(kUrls))]);
+    const std::size_t more = draw_.below(3);
+    if (more == 1) text += std::string(draw_.count(), 'x');
+    for (std::size_t left = more == 2 ? draw_.count() : 0; left > 0; --left) text += "/d";
+    const Number relative = archive_.reference(archive_.addString(text));
+    const Number base = archive_.reference(draw_.below(4) == 0 ? any() : 0);
+    return archive_.object(kClasses[4], {{"NS.base", base}, {"NS.relative", relative}});
+  }
+
+  Number fields() {
+    std::vector<std::pair<std::string, Number>> fields;
+    for (std::size_t left = 1 + draw_.below(8); left > 0; --left) {
+      const std::string key(kFields[draw_.below(std::size(kFields))]);
+      fields.emplace_back(key, draw_.below(6) == 0 ? references() : reference());
+    }
+    return archive_.object(kClasses[draw_.below(std::size(kClasses))], fields);
+  }
+
+  Draw& draw_;
+  RawArchive& archive_;
+  int depth_;
+  std::vector<std::uint32_t> uids_;
+  Number last_ = 0;
+};
+
+// Every operation that a message can name, but for what ends the test rather than the message.
+std::vector<std::string_view> selectors() {
+  std::vector<std::string_view> result;
+  for (const auto& route : kelpie::controllerRoutes()) result.push_back(route.selector);
+  for (const auto& route : kelpie::repositoryRoutes()) result.push_back(route.selector);
+  std::erase(result, "setRepositories:");  // no repository would be left
+  std::erase(result, "setApplicationPid:");
+  return result;
+}
+
+void fail(std::string_view selector, const char* what, std::uint64_t taken, std::size_t bytes) {
+  std::fprintf(stderr, "%.*s: a message of %zu bytes took %llu %s\n",
+               static_cast<int>(selector.size()), selector.data(), bytes,
+               static_cast<unsigned long long>(taken), what);
+  std::abort();
+}
+
+struct Cost {
+  std::uint64_t peak = 0;
+  std::uint64_t steps = 0;
+};
+
+Cost costOf(MessageHarness& harness, const Bytes& message) {
+  const std::uint64_t before = comparisons;
+  const kelpie::AllocationMeter meter;
+  try {
+    harness.handle(message);
+  } catch (const std::invalid_argument&) {
+    // An action without what it needs: see ActionForwarder.
+  }
+  harness.runQueues();
+  return {meter.peak(), comparisons - before};
+}
+
+void check(std::string_view selector, const Bytes& message, const Cost& cost) {
+  if (cost.peak > kFreeBytes + kBytesPerByte * message.size()) {
+    fail(selector, "bytes of memory", cost.peak, message.size());
+  }
+  if (cost.steps > kFreeSteps + kStepsPerByte * message.size()) {
+    fail(selector, "steps", cost.steps, message.size());
+  }
+}
+
+// With KELPIE_HOSTILE_TABLE=SIZE in the environment: what the messages of the tests cost, by name.
+void printTable(std::size_t size) {
+  for (const kelpie::HostileCase& hostile : kelpie::hostileCases()) {
+    MessageHarness harness;
+    const Bytes message = hostile.make(size, harness.target(), harness.shownFolder());
+    const Cost cost = costOf(harness, message);
+    std::printf("%.*s %zu %llu %llu\n", static_cast<int>(hostile.name.size()), hostile.name.data(),
+                message.size(), static_cast<unsigned long long>(cost.peak),
+                static_cast<unsigned long long>(cost.steps));
+    std::fflush(stdout);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/);
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+  if (const char* size = std::getenv("KELPIE_HOSTILE_TABLE")) {
+    printTable(static_cast<std::size_t>(std::atoll(size)));
+    std::exit(0);
+  }
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const std::vector<std::string_view> kSelectors = selectors();
+  // Most graphs go to a few operations, so that there are many graphs; some go to all of them.
+  Draw first(data, size);
+  const bool isForAll = first.below(16) == 0;
+  const std::size_t begin = first.below(kSelectors.size());
+  const std::size_t count = isForAll ? kSelectors.size() : 4;
+
+  MessageHarness harness;
+  for (std::size_t index = 0; index < count; ++index) {
+    const std::string_view selector = kSelectors[(begin + index * 31) % kSelectors.size()];
+    Draw draw(data, size);
+    HostileMessage message(selector, harness.target());
+    const std::uint32_t root = Graph(draw, message.archive, 0).make();
+    const Bytes bytes = message.finish(root);
+    check(selector, bytes, costOf(harness, bytes));
+    harness.fakes().messagePorts.forgetSent();
+    harness.fakes().events.clear();
+  }
+  (void)harness.menuItems();
+  return 0;
+}

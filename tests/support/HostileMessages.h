@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/Bytes.h"
+#include "support/RawPropertyList.h"
+
+namespace kelpie {
+
+// A message of the main application put together by hand, which says little very often: for an
+// operation, or for one key of a status.
+class HostileMessage {
+ public:
+  using Number = RawPropertyList::Number;
+
+  // For the repository with that identifier.
+  HostileMessage(std::string_view selector, Bytes target);
+
+  // The elements of an array or set that is the same object `count` times, in two bytes each.
+  Number repeated(std::uint32_t uid, std::size_t count);
+  std::uint32_t array(Number elements);
+  std::uint32_t set(Number elements);
+  std::uint32_t dictionary(Number keys, Number values);
+  std::uint32_t dictionary(std::string_view key, std::uint32_t value);
+  std::uint32_t url(std::string_view text) { return archive.addUrl(0, text); }
+  std::uint32_t data(const Bytes& bytes) { return archive.add(archive.list.data(bytes)); }
+  std::uint32_t object(const std::vector<std::string>& classNames,
+                       std::vector<std::pair<std::string, Number>> fields);
+
+  // The message with that argument.
+  Bytes finish(std::uint32_t argument);
+
+  RawArchive archive{2, 2};
+
+ private:
+  std::string selector_;
+  Bytes target_;
+};
+
+// One way to say little very often.
+struct HostileCase {
+  std::string_view name;
+  // For a repository and a folder that is shown, by their identifiers: a message of somewhat more
+  // than `size` bytes.
+  Bytes (*make)(std::size_t size, const Bytes& target, const Bytes& folder);
+};
+
+// One for each operation that a message can name and that reads more than a number of it.
+const std::vector<HostileCase>& hostileCases();
+
+}  // namespace kelpie

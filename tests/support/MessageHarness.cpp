@@ -1,0 +1,96 @@
+#include "support/MessageHarness.h"
+
+#include <optional>
+#include <string>
+
+#include "archive/KeyedArchiver.h"
+#include "extension/RepositoryTable.h"
+#include "foundation/Dictionary.h"
+#include "menus/FIMenuKind.h"
+#include "protocol/MessageKeys.h"
+#include "status/KPRepository.h"
+
+namespace kelpie {
+
+namespace {
+
+std::size_t itemsOf(const Menu& menu) {
+  std::size_t count = menu.items.size();
+  for (const MenuItem& item : menu.items) {
+    if (item.submenu != nullptr) count += itemsOf(*item.submenu);
+  }
+  return count;
+}
+
+Platform withFinder(const Platform& p, FinderSyncController& finder) {
+  return {finder,         p.messagePorts,    p.defaults,      p.entitlements,
+          p.applications, p.processMonitors, p.notifications, p.files,
+          p.queues,       p.bundle,          p.limits,        p.log};
+}
+
+}  // namespace
+
+MessageHarness::MessageHarness() : platform_(withFinder(fakes_.platform(), finder_)) {
+  fakes_.groupDefaults().changeFromOutside("KPApplicationVersion", "1");
+  fakes_.groupDefaults().changeFromOutside("KPShowFolderGitStatus", true);
+  fakes_.applications.running["org.kelpie.Kelpie"] = {700};
+  fakes_.messagePorts.setListening("group.org.kelpie.App", true);
+  KPKelpieSync::initialize(platform_);
+  defaults_ = std::make_unique<KPUserDefaults>(platform_);
+  controller_ = KPKelpieSync::create(platform_, *defaults_);
+
+  const std::string root(kRoot);
+  const URL git = fakes_.files->addFolder(root + "/.git");
+  const URL folder = fakes_.files->addFolder(root + "/d");
+  const URL file = fakes_.files->addFile(root + "/d/a");
+  send("openRepositoryWithUrls:", Objects{URL::fileURLWithPath(kRoot), git});
+  for (const URL& url : {folder, file}) controller_->requestBadgeIdentifierForURL(url);
+  runQueues();
+  fakes_.messagePorts.forgetSent();
+  fakes_.events.clear();
+}
+
+MessageHarness::~MessageHarness() {
+  controller_.reset();
+  runQueues();
+}
+
+KPRepository& MessageHarness::repository() const {
+  return *controller_->repositories().all()->front();
+}
+
+Bytes MessageHarness::target() const {
+  const auto identifier = repository().identifier();
+  const ByteView own = identifier->bytes();
+  return {own.begin(), own.end()};
+}
+
+Bytes MessageHarness::shownFolder() const {
+  const auto identifier = URL::fileURLWithPath(std::string(kRoot) + "/d").identifier(*fakes_.files);
+  const ByteView own = identifier->bytes();
+  return {own.begin(), own.end()};
+}
+
+void MessageHarness::handle(const Bytes& message) {
+  controller_->handleSelectorMessage(std::make_shared<const Bytes>(message));
+}
+
+void MessageHarness::runQueues() { fakes_.runAll(); }
+
+std::size_t MessageHarness::menuItems() {
+  std::size_t count = 0;
+  for (const FIMenuKind kind :
+       {FIMenuKind::ContextualMenuForContainer, FIMenuKind::ToolbarItemMenu}) {
+    const std::optional<Menu> menu = controller_->menuForMenuKind(kind);
+    if (menu) count += itemsOf(*menu);
+  }
+  return count;
+}
+
+void MessageHarness::send(std::string_view selector, const Object& argument) {
+  const Dictionary content{{kMessageSelectorKey, selector}, {kMessageArgumentKey, argument}};
+  handle(KeyedArchiver::archivedData(content).value());
+  runQueues();
+}
+
+}  // namespace kelpie
