@@ -292,9 +292,9 @@ void KPKelpieSync::handleSelectorMessage(std::shared_ptr<const Bytes> message) {
     head.call(*repository, repositoryRoutes(), platform_.log);
     return;
   }
-  repository->handleLater([repository, message = std::move(message), &log = platform_.log] {
+  repository->handleLater([message = std::move(message), &log = platform_.log](KPRepository& self) {
     const SelectorMessage whole(KeyedUnarchiver::open(message));
-    whole.call(*repository, repositoryRoutes(), log);
+    whole.call(self, repositoryRoutes(), log);
   });
 }
 

@@ -277,8 +277,10 @@ MenuItem KPRepository::menuItemWithTitle(std::string title, const KPReference* r
 
 // -- Messages -------------------------------------------------------------------------------------
 
-void KPRepository::handleLater(std::function<void()> handle) {
-  post([waiting = waitingMessages_, handle = std::move(handle)] { handle(); });
+void KPRepository::handleLater(std::function<void(KPRepository& self)> handle) {
+  post([waiting = waitingMessages_, handle = std::move(handle)](KPRepository& self) {
+    handle(self);
+  });
 }
 
 // -- Status intake --------------------------------------------------------------------------------

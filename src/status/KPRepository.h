@@ -152,8 +152,8 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
 
   // Handles a message of the main application on the update queue: a long one, or one that comes
   // while such waits, so that they are handled in the order of their coming. Every operation that a
-  // message can name may be called there.
-  void handleLater(std::function<void()> handle);
+  // message can name may be called there. Dropped with the repository, and with a lost queue.
+  void handleLater(std::function<void(KPRepository& self)> handle);
   bool hasWaitingMessages() const { return waitingMessages_.use_count() > 1; }
 
   // -- Status intake: each returns at once, and works on the update queue ------------------------
