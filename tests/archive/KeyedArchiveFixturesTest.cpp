@@ -3,11 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
 #include "archive/KeyedArchiver.h"
 #include "archive/KeyedUnarchiver.h"
+#include "archive/ReadingBudget.h"
 #include "refs/ReferenceClasses.h"
 #include "support/ArchiveJson.h"
 
@@ -29,6 +31,13 @@ TEST_P(KeyedArchiveFixtures, DecodesToItsDescription) {
 TEST_P(KeyedArchiveFixtures, OpensInPlaceToItsDescription) {
   const auto bytes = std::make_shared<const Bytes>(archive());
   EXPECT_EQ(archiveJson(KeyedUnarchiver::open(bytes)), expected());
+}
+
+TEST_P(KeyedArchiveFixtures, IsReadWholeFromWhatItsBytesAllow) {
+  const auto bytes = std::make_shared<const Bytes>(archive());
+  // Without what is free for any message.
+  const std::uint64_t units = ReadingBudget::kUnitsPerByte * bytes->size();
+  EXPECT_EQ(archiveJson(KeyedUnarchiver::open(bytes, units).whole()), expected());
 }
 
 TEST_P(KeyedArchiveFixtures, ReadsTheSameAfterWeHaveWrittenIt) {

@@ -6,7 +6,7 @@
 #include "archive/KeyedArchiver.h"
 #include "extension/RepositoryTable.h"
 #include "foundation/Dictionary.h"
-#include "menus/FIMenuKind.h"
+#include "platform/FIMenuKind.h"
 #include "protocol/MessageKeys.h"
 #include "status/KPRepository.h"
 
