@@ -210,9 +210,9 @@ void KPRefsManager::setGitflowInfo(const Object& gitflowInfo) {
   std::shared_ptr<const Gitflow> gitflow;
   if (gitflowInfo.isDictionary()) {
     const ObjectView info(gitflowInfo);
-    gitflow = std::make_shared<const Gitflow>(Gitflow{
-        gitflowInfo.whole(), titlesOf(info[kGitflowFeaturesKey]),
-        titlesOf(info[kGitflowReleasesKey]), titlesOf(info[kGitflowHotfixesKey])});
+    gitflow = std::make_shared<const Gitflow>(
+        Gitflow{gitflowInfo.whole(), titlesOf(info[kGitflowFeaturesKey]),
+                titlesOf(info[kGitflowReleasesKey]), titlesOf(info[kGitflowHotfixesKey])});
   }
   if (!isRefused(gitflowInfo)) set(&Values::gitflow, std::move(gitflow));
 }
