@@ -171,9 +171,9 @@ std::uint32_t records(HostileMessage& message, std::size_t size) {
 
 Bytes manyRecords(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
   HostileMessage message("setHeadBranch:", target);
-  const Number specs = message.archive.reference(records(message, size));
+  const Number refspecs = message.archive.reference(records(message, size));
   return message.finish(
-      message.object({"KPRemote", "KPReference", "NSObject"}, {{"fetchRefspecs", specs}}));
+      message.object({"KPRemote", "KPReference", "NSObject"}, {{"fetchRefspecs", refspecs}}));
 }
 
 // One record under many numbers.
@@ -183,9 +183,9 @@ Bytes recordAliases(std::size_t size, const Bytes& target, const Bytes& /*folder
   const Number record = message.archive.object(kReference, {{"name", archive.list.ascii("x")}});
   std::vector<std::uint32_t> uids;
   for (std::size_t bytes = 0; bytes < size; bytes += 12) uids.push_back(archive.add(record));
-  const Number specs = archive.reference(archive.addArray(uids));
+  const Number refspecs = archive.reference(archive.addArray(uids));
   return message.finish(
-      message.object({"KPRemote", "KPReference", "NSObject"}, {{"fetchRefspecs", specs}}));
+      message.object({"KPRemote", "KPReference", "NSObject"}, {{"fetchRefspecs", refspecs}}));
 }
 
 Bytes leafNode(const std::string& name) {
