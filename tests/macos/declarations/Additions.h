@@ -10,6 +10,10 @@ extern NSString* const NSKeyedArchiveRootObjectKey;
 
 @interface NSURL (Additions)
 - (NSDictionary*)resourceValuesForKeys:(NSArray*)keys error:(NSError**)error;
+- (NSData*)bookmarkDataWithOptions:(NSUInteger)options
+    includingResourceValuesForKeys:(NSArray*)keys
+                     relativeToURL:(NSURL*)base
+                             error:(NSError**)error;
 + (NSURL*)URLByResolvingBookmarkData:(NSData*)bookmark
                              options:(NSURLBookmarkResolutionOptions)options
                        relativeToURL:(NSURL*)base

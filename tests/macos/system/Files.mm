@@ -105,6 +105,14 @@ NSString* const kReferencePrefix = @"/.file/id=";
   return wanted;
 }
 
+- (NSData*)bookmarkDataWithOptions:(NSUInteger)options
+    includingResourceValuesForKeys:(NSArray*)keys
+                     relativeToURL:(NSURL*)base
+                             error:(NSError**)error {
+  NSAssert(options == 0 && keys == nil && base == nil, @"not provided for");
+  return [self hostBookmark];
+}
+
 + (NSURL*)URLByResolvingBookmarkData:(NSData*)bookmark
                              options:(NSURLBookmarkResolutionOptions)options
                        relativeToURL:(NSURL*)base
