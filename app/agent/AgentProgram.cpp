@@ -112,7 +112,7 @@ void AgentProgram::watchOwner() {
 
 void AgentProgram::startService() {
   if (service_ != nullptr) return;
-  service_ = std::make_unique<AgentService>(loop_, *bus_, notifications_, runtime_.portsFolder(),
+  service_ = std::make_unique<AgentService>(loop_, *bus_, notifications_, runtime_,
                                             [this] { loop_.quit(EXIT_SUCCESS); });
   if (!service_->start()) loop_.quit(EXIT_FAILURE);
 }

@@ -14,6 +14,8 @@
 #include "agent/desktop/ToolCommands.h"
 #include "platform/linux/DefaultsFile.h"
 #include "protocol/MessageKeys.h"
+#include "settings/SettingsKeys.h"
+#include "settings/TrustedRepositories.h"
 
 namespace kelpie::agent {
 namespace {
@@ -23,16 +25,23 @@ std::size_t readingsAtATime() { return std::max(4U, std::thread::hardware_concur
 
 std::string folderOf(const std::string& file) { return file.substr(0, file.rfind('/')); }
 
+DefaultsFile withheldFile(const RuntimeDirectory& runtime) {
+  return DefaultsFile(runtime.path() + "/" + std::string(kWithheldProgramsFile));
+}
+
 }  // namespace
 
 AgentService::AgentService(MainLoop& loop, const SessionBus& bus,
                            DistributedNotificationCenter& notifications,
-                           const std::string& portsFolder, std::function<void()> quit)
+                           const RuntimeDirectory& runtime, std::function<void()> quit)
     : loop_(loop),
-      ports_(loop, portsFolder),
+      ports_(loop, runtime.portsFolder()),
       notifications_(notifications),
       notifier_(bus.connection(), loop.log()),
-      configuration_(configuration(loop.log())),
+      defaultsCenter_(loop, kApplicationIdentifier),
+      defaults_(defaultsCenter_.defaultsWithSuiteName(kApplicationGroup)),
+      withheld_(std::make_shared<WithheldNotices>(withheldFile(runtime), loop.log(), notifier_)),
+      configuration_(configuration()),
       watcher_(DirectoryWatcher::defaultLimit()),
       // Of what is left to the user's other programs, a third.
       names_(DirectoryWatcher::defaultLimit() / 9, DirectoryWatcher::Interest::Names),
@@ -56,15 +65,33 @@ AgentService::AgentService(MainLoop& loop, const SessionBus& bus,
                             [this](const std::string& name) { registry_.renewed(name); }});
 }
 
-AgentService::Configuration AgentService::configuration(Log& log) {
+std::shared_ptr<ProgramGuard> AgentService::makeGuard(const GitCommand& git) const {
+  ProgramGuard::Callbacks callbacks;
+  callbacks.trusted = [defaults = defaults_] {
+    return defaults == nullptr
+               ? std::vector<std::string>()
+               : TrustedRepositories::fromObject(defaults->objectForKey(kTrustedRepositoriesKey))
+                     .paths();
+  };
+  callbacks.withheld = [main = loop_.queue(), notices = std::weak_ptr(withheld_)](
+                           const std::string& root, const std::vector<std::string>& programs) {
+    main->post([notices, root, programs] {
+      if (const auto present = notices.lock()) present->changed(root, programs);
+    });
+  };
+  return std::make_shared<ProgramGuard>(git, std::move(callbacks));
+}
+
+AgentService::Configuration AgentService::configuration() const {
   const std::string file = AgentConfiguration::file();
   std::vector<std::string> problems;
   const AgentConfiguration settings = AgentConfiguration::read(file, problems);
-  const GitCommand git(settings.gitProgram, "/");
+  const GitCommand plain(settings.gitProgram, "/");
+  const GitCommand git = plain.guardedBy(makeGuard(plain));
   ToolCommands tools = ToolCommands::read(file, problems);
   // Of a file that cannot be read at all, each part says so.
   problems.erase(std::unique(problems.begin(), problems.end()), problems.end());
-  for (const std::string& problem : problems) log.write(problem);
+  for (const std::string& problem : problems) loop_.log().write(problem);
   return {git, {git, std::move(tools), folderOf(file)}, settings.neighbours};
 }
 
@@ -82,6 +109,8 @@ bool AgentService::start() {
       notifications_.addObserver(kAppMessageNotification, [this](const std::string& message) {
         if (!errors_.showJson(message)) loop_.log().write("an error without a text, dropped");
       });
+  if (defaults_ != nullptr)
+    trusting_ = defaults_->observe(kTrustedRepositoriesKey, [this] { registry_.readAgain(); });
   publish();
   registry_.checkGit();
   announce();

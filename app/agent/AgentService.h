@@ -5,22 +5,26 @@
 #include <string>
 
 #include "agent/ProtocolPeer.h"
+#include "agent/WithheldNotices.h"
 #include "agent/actions/ActionRunner.h"
 #include "agent/actions/MenuActions.h"
 #include "agent/desktop/DesktopNotifier.h"
 #include "agent/git/GitCommand.h"
+#include "agent/git/ProgramGuard.h"
 #include "agent/link/ExtensionErrors.h"
 #include "agent/link/ExtensionPorts.h"
 #include "agent/sessions/RepositoryRegistry.h"
 #include "agent/sessions/SettingsWatch.h"
 #include "agent/watch/DirectoryWatcher.h"
 #include "linux/base/MainLoop.h"
+#include "linux/base/RuntimeDirectory.h"
 #include "linux/base/SessionBus.h"
 #include "linux/base/ThreadPool.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/linux/LinuxFileSystem.h"
 #include "platform/linux/LinuxMessagePorts.h"
 #include "platform/linux/LinuxSerialQueues.h"
+#include "platform/linux/LinuxUserDefaultsCenter.h"
 
 namespace kelpie::agent {
 
@@ -28,9 +32,9 @@ namespace kelpie::agent {
 // thread.
 class AgentService {
  public:
-  // All outlive this. `portsFolder` exists. `quit` is called when the user wants the agent to end.
+  // All outlive this. `runtime` is prepared. `quit` is called when the user wants the agent to end.
   AgentService(MainLoop& loop, const SessionBus& bus, DistributedNotificationCenter& notifications,
-               const std::string& portsFolder, std::function<void()> quit);
+               const RuntimeDirectory& runtime, std::function<void()> quit);
   AgentService(const AgentService&) = delete;
   AgentService& operator=(const AgentService&) = delete;
   ~AgentService() = default;
@@ -48,7 +52,9 @@ class AgentService {
     ActionJob::Means means;
     std::size_t neighbours = 0;
   };
-  static Configuration configuration(Log& log);
+  Configuration configuration() const;
+  // The guard of that git, which knows whom the user trusts and tells what is not run.
+  std::shared_ptr<ProgramGuard> makeGuard(const GitCommand& git) const;
   void publish();
 
   MainLoop& loop_;
@@ -56,6 +62,10 @@ class AgentService {
   LinuxMessagePorts ports_;
   DistributedNotificationCenter& notifications_;
   DesktopNotifier notifier_;
+  LinuxUserDefaultsCenter defaultsCenter_;
+  // The settings that are shared with the extension; null where there is no folder for them.
+  std::shared_ptr<UserDefaults> defaults_;
+  std::shared_ptr<WithheldNotices> withheld_;
   const Configuration configuration_;
   DirectoryWatcher watcher_;
   DirectoryWatcher names_;
@@ -71,6 +81,7 @@ class AgentService {
   std::unique_ptr<MainLoop::Source> watching_;
   std::unique_ptr<MainLoop::Source> watchingNames_;
   std::unique_ptr<NotificationObservation> appMessages_;
+  std::unique_ptr<DefaultsObservation> trusting_;
 };
 
 }  // namespace kelpie::agent

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "foundation/Text.h"
+#include "foundation/PrintableText.h"
 #include "status/KPRepository.h"
 
 namespace kelpie {
@@ -23,7 +23,7 @@ std::string displayName(const URL& url) {
   std::string_view name = url.lastPathComponent();
   const auto suffix = KPRepository::deletedFilesSuffix();
   if (suffix && name.ends_with(*suffix)) name.remove_suffix(suffix->size());
-  return displayText(name);
+  return printableTitle(name);
 }
 
 std::string titleForItems(std::string_view one, std::string_view many, std::string_view none,

@@ -16,6 +16,8 @@ inline constexpr std::string_view kToolbarItemMenuItemsKey = "KPToolbarItemMenuI
 inline constexpr std::string_view kFoldersPathsKey = "KPFoldersPaths";
 // String: the build version of the running main application.
 inline constexpr std::string_view kApplicationVersionKey = "KPApplicationVersion";
+// Array of paths: the repositories whose own programs may be run. Of no concern to the extension.
+inline constexpr std::string_view kTrustedRepositoriesKey = "KPTrustedRepositories";
 
 // Inside an item list: the items of the menu itself, and of the "More" submenus.
 inline constexpr std::string_view kRootMenuItemsKey = "KPRootMenuItems";

@@ -13,10 +13,11 @@ constexpr const char* kCannotAsk =
     "kdialog is there, or there is no display. Nothing was done.";
 constexpr const char* kNoDisplay = "There is no display to open a window on.";
 
-std::string folderOf(const ActionRequest& request, const ActionContext& context) {
+GitCommand gitOf(const GitCommand& git, const ActionRequest& request,
+                 const ActionContext& context) {
   if (request.kind == ActionRequest::Kind::Creation && !request.paths.empty())
-    return request.paths.front();
-  return context.workingCopy.root.empty() ? "/" : context.workingCopy.root;
+    return git.in(request.paths.front());
+  return context.workingCopy.root.empty() ? git.in("/") : git.within(context.workingCopy);
 }
 
 // The question with the subject's name in it.
@@ -34,9 +35,12 @@ ActionJob::ActionJob(const ActionRule& rule, ActionRequest request, ActionContex
       request_(std::move(request)),
       context_(std::move(context)),
       means_(std::move(means)),
-      git_(means_->git.in(folderOf(request_, context_))) {}
+      git_(gitOf(means_->git, request_, context_)) {}
 
 ActionOutcome ActionJob::run() {
+  // Also for what is not done by git; each change by git looks again.
+  if (const std::string why = git_.objection(); !why.empty())
+    return ActionOutcome::failed(why + " Nothing was done.");
   std::variant<ActionTarget, std::string> found =
       findTarget(request_, context_, rule_.subject, git_);
   if (const auto* why = std::get_if<std::string>(&found)) return ActionOutcome::failed(*why);

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "agent/git/ReferencesReader.h"
+#include "foundation/PrintableText.h"
 #include "foundation/Text.h"
 #include "protocol/ReferenceKeys.h"
 #include "refs/PathComponents.h"
@@ -59,7 +60,7 @@ bool allows(const KindsOfSubject& kinds, ReferenceKind kind) {
 // Whether the menu's item for the reference has that title: the last part of its name, or, for a
 // fast-forward, the whole name and where it goes.
 bool isTitleOf(const std::string& title, const Reference& reference) {
-  const std::string name = displayText(reference.shortName);
+  const std::string name = printableTitle(reference.shortName);
   return title == lastPathComponent(name) || title.starts_with(name + " to \"");
 }
 
@@ -109,10 +110,11 @@ Failure TargetFinder::findFiles(bool mayBeNone) {
   if (request_.paths.empty() && !mayBeNone) return "There are no files to work on.";
   for (const std::string& path : request_.paths) {
     std::optional<std::string> within = pathWithin(context_.workingCopy.root, path);
-    if (!within) return "\"" + path + "\" is not in the working copy. Nothing was done.";
+    if (!within)
+      return "\"" + printableText(path) + "\" is not in the working copy. Nothing was done.";
     target_.paths.push_back(*std::move(within));
   }
-  target_.name = target_.paths.size() == 1 ? "\"" + target_.paths.front() + "\""
+  target_.name = target_.paths.size() == 1 ? "\"" + printableText(target_.paths.front()) + "\""
                                            : std::to_string(target_.paths.size()) + " items";
   return {};
 }
@@ -127,7 +129,7 @@ Failure TargetFinder::findReference(const KindsOfSubject& kinds) {
       git_.ask({"rev-parse", "--verify", "--quiet", "--end-of-options", found->fullName});
   if (!there.succeeded()) return kChanged;
   target_.reference = *found;
-  target_.name = "\"" + found->shortName + "\"";
+  target_.name = "\"" + printableText(found->shortName) + "\"";
   return {};
 }
 
@@ -135,9 +137,9 @@ template <class Item, class Name>
 Failure TargetFinder::entry(const std::vector<Item>& list, Name name, std::optional<Item>& into) {
   if (request_.tag < 0 || static_cast<std::uint64_t>(request_.tag) >= list.size()) return kChanged;
   const Item& item = list[static_cast<std::size_t>(request_.tag)];
-  if (displayText(std::invoke(name, item)) != request_.title) return kChanged;
+  if (printableTitle(std::invoke(name, item)) != request_.title) return kChanged;
   into = item;
-  target_.name = "\"" + std::invoke(name, item) + "\"";
+  target_.name = "\"" + printableText(std::invoke(name, item)) + "\"";
   return {};
 }
 

@@ -22,7 +22,7 @@ struct ActionTarget {
   std::optional<Submodule> submodule;
   std::optional<PullRequest> pullRequest;
   std::string branch;  // of git-flow, its short name
-  std::string name;    // how it is spoken of, bytes
+  std::string name;    // how it is spoken of, fit to be shown
 };
 
 // The target, or why there is none, for people. `git` runs in the root. What has vanished since the

@@ -72,7 +72,7 @@ ActionOutcome updateSubmodules(const ActionJob& job, const Site& site) {
 
 ActionOutcome discardNow(const ActionJob& job, const Sites& sites) {
   for (std::size_t i = sites.size(); i-- > 0;) {
-    const GitCommand git = job.git().in(sites[i].workingCopy.root);
+    const GitCommand git = job.git().within(sites[i].workingCopy);
     if (ActionOutcome outcome = SafeReplacement::replace(git, sites[i]); !outcome.isDone())
       return outcome;
   }

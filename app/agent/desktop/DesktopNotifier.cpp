@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "foundation/Text.h"
+#include "foundation/PrintableText.h"
 
 namespace kelpie::agent {
 namespace {
@@ -30,8 +30,8 @@ void DesktopNotifier::notify(const std::string& title, const std::string& text) 
     log_.write("No session bus to show a notification: " + title);
     return;
   }
-  const std::string shownTitle = displayText(shortened(title));
-  const std::string shownText = displayText(shortened(text));
+  const std::string shownTitle = printableText(shortened(title));
+  const std::string shownText = printableLines(shortened(text));
   // The body may be markup, and a file name is none.
   const GCharPtr body(
       g_markup_escape_text(shownText.data(), static_cast<gssize>(shownText.size())));

@@ -10,7 +10,7 @@
 #include <string_view>
 
 #include "agent/git/GitCommand.h"
-#include "foundation/Text.h"
+#include "foundation/PrintableText.h"
 #include "linux/base/GLibPointers.h"
 
 namespace kelpie::agent {
@@ -36,10 +36,33 @@ Program program() {
   return isOnPath("kdialog") ? Program::Kdialog : Program::None;
 }
 
+// zenity takes a backslash for the beginning of an escape, such as of a line end.
+std::string forZenity(const std::string& text) {
+  std::string escaped;
+  for (const char letter : printableLines(text)) escaped.append(letter == '\\' ? 2 : 1, letter);
+  return escaped;
+}
+
+// Where zenity knows no "--no-markup", and an underscore marks a letter.
+std::string forZenityLabel(const std::string& text, bool isMarkup) {
+  const std::string shown = forZenity(text);
+  const GCharPtr escaped(g_markup_escape_text(shown.data(), static_cast<gssize>(shown.size())));
+  if (isMarkup) return escaped.get();
+  std::string label;
+  for (const char letter : shown) label.append(letter == '_' ? 2 : 1, letter);
+  return label;
+}
+
+// What may be picked from, one line each. No word may pass for an option.
+std::string asChoice(const std::string& text) {
+  const std::string shown = printableText(text);
+  return shown.starts_with('-') ? " " + shown : shown;
+}
+
 // Names come from anywhere and must not pass for markup: kdialog guesses whether a text is markup,
 // so it is given markup that shows the text as it is.
 std::string asRichText(const std::string& text) {
-  const std::string shown = displayText(text);
+  const std::string shown = printableLines(text);
   const GCharPtr escaped(g_markup_escape_text(shown.data(), static_cast<gssize>(shown.size())));
   std::string rich = "<qt>";
   for (const char* at = escaped.get(); *at != '\0'; ++at)
@@ -86,13 +109,13 @@ std::string trimmed(std::string_view text) {
 Dialogs::Answer file(const std::string& title, const std::string& initial, bool save) {
   switch (program()) {
     case Program::Zenity: {
-      Arguments arguments = {"zenity", "--file-selection", "--title=" + displayText(title),
+      Arguments arguments = {"zenity", "--file-selection", "--title=" + printableText(title),
                              "--filename=" + initial};
       if (save) arguments.insert(arguments.end(), {"--save", "--confirm-overwrite"});
       return needingText(run(std::move(arguments)));
     }
     case Program::Kdialog:
-      return needingText(run({"kdialog", "--title", displayText(title),
+      return needingText(run({"kdialog", "--title", printableText(title),
                               save ? "--getsavefilename" : "--getopenfilename", initial}));
     case Program::None:
       break;
@@ -114,7 +137,7 @@ Dialogs::Answer Dialogs::confirm(const std::string& question, const std::string&
   switch (program()) {
     case Program::Zenity:
       return run({"zenity", "--question", "--no-markup", "--default-cancel",
-                  std::string("--title=") + kTitle, "--text=" + displayText(question),
+                  std::string("--title=") + kTitle, "--text=" + forZenity(question),
                   "--ok-label=" + button, "--cancel-label=Cancel"});
     case Program::Kdialog:
       return run({"kdialog", "--title", kTitle, "--warningcontinuecancel", asRichText(question),
@@ -130,11 +153,12 @@ Dialogs::Answer Dialogs::ask(const std::string& prompt, const std::string& initi
   switch (program()) {
     case Program::Zenity:
       answer = run({"zenity", "--entry", std::string("--title=") + kTitle,
-                    "--text=" + displayText(prompt), "--entry-text=" + displayText(initial)});
+                    "--text=" + forZenityLabel(prompt, false),
+                    "--entry-text=" + printableText(initial)});
       break;
     case Program::Kdialog:
       answer = run(
-          {"kdialog", "--title", kTitle, "--inputbox", asRichText(prompt), displayText(initial)});
+          {"kdialog", "--title", kTitle, "--inputbox", asRichText(prompt), printableText(initial)});
       break;
     case Program::None:
       return answer;
@@ -162,17 +186,16 @@ Dialogs::Answer Dialogs::choose(const std::string& prompt,
                  "--width=480",
                  "--height=320",
                  std::string("--title=") + kTitle,
-                 "--text=" + displayText(prompt)};
+                 "--text=" + forZenityLabel(prompt, true)};
   } else {
     arguments = {"kdialog", "--title", kTitle, "--radiolist", asRichText(prompt)};
   }
   for (std::size_t i = 0; i < choices.size(); ++i) {
     const std::string number = std::to_string(i);
     if (which == Program::Zenity)
-      arguments.insert(arguments.end(),
-                       {i == 0 ? "TRUE" : "FALSE", number, displayText(choices[i])});
+      arguments.insert(arguments.end(), {i == 0 ? "TRUE" : "FALSE", number, asChoice(choices[i])});
     else
-      arguments.insert(arguments.end(), {number, displayText(choices[i]), i == 0 ? "on" : "off"});
+      arguments.insert(arguments.end(), {number, asChoice(choices[i]), i == 0 ? "on" : "off"});
   }
   Answer answer = needingText(run(std::move(arguments)));
   const std::string text = trimmed(answer.text);
@@ -195,7 +218,7 @@ Dialogs::Answer Dialogs::tell(const std::string& text) {
   switch (program()) {
     case Program::Zenity:
       return run({"zenity", "--info", "--no-markup", std::string("--title=") + kTitle,
-                  "--text=" + displayText(text)});
+                  "--text=" + forZenity(text)});
     case Program::Kdialog:
       return run({"kdialog", "--title", kTitle, "--msgbox", asRichText(text)});
     case Program::None:

@@ -7,7 +7,9 @@
 namespace kelpie::agent {
 
 // Asks the user through zenity or kdialog, whichever is found on PATH. Each question blocks until
-// it is answered, so no main loop asks one. Texts may hold any bytes. Any thread.
+// it is answered, so no main loop asks one. Texts may hold any bytes; what could pass for something
+// else is shown as printableLines() has it, so that only a line end in a name, which goes through
+// printableText() before, could still forge a question. Any thread.
 class Dialogs {
  public:
   enum class End {

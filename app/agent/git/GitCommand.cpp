@@ -3,6 +3,10 @@
 #include <cstddef>
 #include <utility>
 
+#include "agent/git/ProgramGuard.h"
+#include "agent/git/WorkingCopy.h"
+#include "agent/git/WorkingCopyFinder.h"
+
 namespace kelpie::agent {
 namespace {
 
@@ -10,6 +14,30 @@ namespace {
 constexpr std::size_t kMaximumAnswer = std::size_t{512} << 20U;
 // How many bytes of paths one call takes as arguments; the system's limit is far above.
 constexpr std::size_t kArgumentBytes = std::size_t{96} << 10U;
+
+ProgramResult notStarted(std::string why) {
+  ProgramResult result;
+  result.errors = std::move(why);
+  return result;
+}
+
+// A key with a "=" in it can only be handed over by the environment; ProgramGuard looks whether git
+// has understood.
+void addSettings(const std::vector<std::pair<std::string, std::string>>& settings,
+                 Arguments& arguments,
+                 std::vector<std::pair<std::string, std::string>>& environment) {
+  std::size_t count = 0;
+  for (const auto& [key, value] : settings) {
+    if (key.find('=') == std::string::npos) {
+      arguments.insert(arguments.end(), {"-c", std::string(key).append("=").append(value)});
+      continue;
+    }
+    const std::string number = std::to_string(count++);
+    environment.emplace_back("GIT_CONFIG_KEY_" + number, key);
+    environment.emplace_back("GIT_CONFIG_VALUE_" + number, value);
+  }
+  if (count > 0) environment.emplace_back("GIT_CONFIG_COUNT", std::to_string(count));
+}
 
 }  // namespace
 
@@ -50,17 +78,66 @@ ProgramCall GitCommand::call(const Arguments& arguments) const {
   return call;
 }
 
+GitCommand GitCommand::in(std::string folder) const {
+  GitCommand other(program_, std::move(folder));
+  other.guard_ = guard_;
+  return other;
+}
+
+GitCommand GitCommand::guardedBy(std::shared_ptr<ProgramGuard> guard) const {
+  GitCommand other(*this);
+  other.guard_ = std::move(guard);
+  return other;
+}
+
+GitCommand GitCommand::within(const WorkingCopy& workingCopy) const {
+  GitCommand other = in(workingCopy.root);
+  other.workingCopy_ = std::make_shared<const WorkingCopy>(workingCopy);
+  return other;
+}
+
+ReadingRules GitCommand::rules() const {
+  return guard_ == nullptr ? ReadingRules() : guard_->rulesFor(folder_);
+}
+
 ProgramResult GitCommand::ask(const Arguments& arguments, std::string input,
                               GCancellable* cancellable, std::chrono::milliseconds limit) const {
-  Arguments all = {"--no-optional-locks", "--literal-pathspecs", "-c", "core.quotePath=off"};
+  return askUnder(rules(), arguments, std::move(input), cancellable, limit);
+}
+
+ProgramResult GitCommand::askUnder(const ReadingRules& rules, const Arguments& arguments,
+                                   std::string input, GCancellable* cancellable,
+                                   std::chrono::milliseconds limit) const {
+  if (!rules.refusal.empty()) return notStarted(rules.refusal);
+  // No question needs a hook, or the signature of a commit checked.
+  Arguments all = {"--no-optional-locks",
+                   "--literal-pathspecs",
+                   "-c",
+                   "core.quotePath=off",
+                   "-c",
+                   "core.hooksPath=/dev/null",
+                   "-c",
+                   "log.showSignature=false"};
+  std::vector<std::pair<std::string, std::string>> environment = {
+      {"LC_ALL", "C"}, {"GIT_TERMINAL_PROMPT", "0"}, {"GIT_PAGER", "cat"}};
+  addSettings(rules.settings, all, environment);
+  if (!rules.mayFetch)
+    // The second is for a git that does not know the first: no way to a remote is allowed.
+    environment.insert(environment.end(), {{"GIT_NO_LAZY_FETCH", "1"}, {"GIT_ALLOW_PROTOCOL", ""}});
   all.insert(all.end(), arguments.begin(), arguments.end());
   ProgramCall question = call(all);
-  question.environment = {{"LC_ALL", "C"}, {"GIT_TERMINAL_PROMPT", "0"}, {"GIT_PAGER", "cat"}};
+  question.environment = std::move(environment);
   question.input = std::move(input);
   question.maximumOutput = kMaximumAnswer;
   question.timeLimit = limit;
   question.endsWithAgent = true;
   return Subprocess::run(question, cancellable);
+}
+
+std::string GitCommand::objection() const {
+  if (workingCopy_ == nullptr) return {};
+  if (guard_ != nullptr) return guard_->objectionTo(*workingCopy_);
+  return ProgramGuard(*this, {}).objectionTo(*workingCopy_);
 }
 
 ProgramCall GitCommand::changeCall(const Arguments& arguments) const {
@@ -74,8 +151,15 @@ ProgramCall GitCommand::changeCall(const Arguments& arguments) const {
   return change;
 }
 
+// What the folder is was asked before; it may have become something else since then.
+ProgramResult GitCommand::runChange(const ProgramCall& change) const {
+  if (std::string why = objection(); !why.empty())
+    return notStarted(std::move(why) + " Nothing was done.");
+  return Subprocess::run(change);
+}
+
 ProgramResult GitCommand::change(const Arguments& arguments) const {
-  return Subprocess::run(changeCall(arguments));
+  return runChange(changeCall(arguments));
 }
 
 ProgramResult GitCommand::changeWith(const Arguments& arguments, Given given) const {
@@ -83,7 +167,7 @@ ProgramResult GitCommand::changeWith(const Arguments& arguments, Given given) co
   change.input = std::move(given.input);
   for (auto& variable : given.environment) change.environment.push_back(std::move(variable));
   change.maximumOutput = kMaximumAnswer;
-  return Subprocess::run(change);
+  return runChange(change);
 }
 
 ProgramResult GitCommand::changePaths(const Arguments& arguments,
@@ -98,7 +182,7 @@ ProgramResult GitCommand::changePaths(const Arguments& arguments,
     for (const std::string& path : paths) change.input.append(path).push_back('\0');
     change.arguments.insert(change.arguments.end(),
                             {"--pathspec-from-file=-", "--pathspec-file-nul"});
-    return Subprocess::run(change);
+    return runChange(change);
   }
   change.arguments.emplace_back("--");
   const Arguments common = change.arguments;
@@ -108,7 +192,7 @@ ProgramResult GitCommand::changePaths(const Arguments& arguments,
       size += paths[next].size() + 1;
       change.arguments.push_back(paths[next]);
     }
-    result = Subprocess::run(change);
+    result = runChange(change);
     if (!result.succeeded()) return result;
   }
   return result;

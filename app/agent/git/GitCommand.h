@@ -1,13 +1,18 @@
 #pragma once
 
 #include <chrono>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "agent/git/ReadingRules.h"
 #include "agent/git/Subprocess.h"
 
 namespace kelpie::agent {
+
+class ProgramGuard;
+struct WorkingCopy;
 
 using Arguments = std::vector<std::string>;
 // Names and values of variables.
@@ -24,7 +29,14 @@ class GitCommand {
 
   const std::string& folder() const { return folder_; }
   // The same git in another folder.
-  GitCommand in(std::string folder) const { return {program_, std::move(folder)}; }
+  GitCommand in(std::string folder) const;
+  // The same git, whose questions run nothing that a repository names for itself and does not have
+  // the user's trust for. Without a guard only what can be switched off in every repository is.
+  GitCommand guardedBy(std::shared_ptr<ProgramGuard> guard) const;
+  GitCommand unguarded() const { return {program_, folder_}; }
+  // The same git in the root of the working copy, which changes nothing anywhere else: before each
+  // change it is looked at whether the folder still is that working copy.
+  GitCommand within(const WorkingCopy& workingCopy) const;
 
   // Asks git something: it takes no lock that could hinder the user's own git, answers in English,
   // takes every path as it is written, and is stopped after `limit` or when `cancellable` (may be
@@ -32,6 +44,15 @@ class GitCommand {
   ProgramResult ask(const Arguments& arguments, std::string input = {},
                     GCancellable* cancellable = nullptr,
                     std::chrono::milliseconds limit = kQuestionLimit) const;
+  // The same under rules that the caller knows, whatever the guard says.
+  ProgramResult askUnder(const ReadingRules& rules, const Arguments& arguments,
+                         std::string input = {}, GCancellable* cancellable = nullptr,
+                         std::chrono::milliseconds limit = kQuestionLimit) const;
+  // The rules under which ask() would ask now.
+  ReadingRules rules() const;
+
+  // Why nothing may be changed here now, for people; empty when there is nothing against it.
+  std::string objection() const;
 
   // Has git change something. It never waits for a terminal or an editor: a message that would be
   // edited is taken as it is. Answers in the user's language, and may take its time.
@@ -58,9 +79,12 @@ class GitCommand {
  private:
   ProgramCall call(const Arguments& arguments) const;
   ProgramCall changeCall(const Arguments& arguments) const;
+  ProgramResult runChange(const ProgramCall& change) const;
 
   std::string program_;
   std::string folder_;
+  std::shared_ptr<ProgramGuard> guard_;
+  std::shared_ptr<const WorkingCopy> workingCopy_;  // the only one that may be changed; or null
 };
 
 }  // namespace kelpie::agent

@@ -9,6 +9,9 @@
 
 namespace kelpie::agent {
 
+// The bit of a word that stands for no badge: whether the item has changed is not known.
+inline constexpr StatusWord kStatusUnknown = 0x1000;
+
 // One item that git's status mentions.
 struct StatusItem {
   std::string path;         // relative to the working folder, bytes, no trailing slash

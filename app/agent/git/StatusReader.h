@@ -10,8 +10,9 @@
 
 namespace kelpie::agent {
 
-// Reads the status of one working copy. Any thread, but one reading at a time; blocks while git
-// works.
+// Reads the status of one working copy. Where a filter of the repository's own is not run, git
+// takes a file for modified that may be as it was; such an item has the word kStatusUnknown. Any
+// thread, but one reading at a time; blocks while git works.
 class StatusReader {
  public:
   StatusReader(const GitCommand& git, WorkingCopy workingCopy)
@@ -22,7 +23,11 @@ class StatusReader {
   Reading read(GCancellable* cancellable = nullptr) const;
 
  private:
-  Arguments statusArguments(GCancellable* cancellable, bool& untrackedShown) const;
+  Arguments statusArguments(const ReadingRules& rules, GCancellable* cancellable,
+                            bool& untrackedShown) const;
+  // Takes back that files have changed of which git cannot know, since their filter is not run.
+  void doubtFiltered(const ReadingRules& rules, std::vector<StatusItem>& items,
+                     GCancellable* cancellable) const;
 
   GitCommand git_;
   WorkingCopy workingCopy_;

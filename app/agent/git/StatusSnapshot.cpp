@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "foundation/Dictionary.h"
@@ -19,6 +20,9 @@ class MessageParts {
   }
 
   void add(const StatusItem& item);
+  // After all items: a folder of which nothing is known but that some of its items may have changed
+  // has no badge either.
+  void addUnknownFolders(const std::vector<StatusItem>& items);
   Object toObject(RepositoryState state) &&;
 
  private:
@@ -77,6 +81,35 @@ void MessageParts::addRenamed(const URL& url, const std::string& path) {
   renamed_[at->second].second.push_back(Object::path(path));
 }
 
+// The folders above the item, the innermost first, the root ("") last.
+template <class Visit>
+void forEachFolderAbove(std::string_view path, Visit visit) {
+  while (!path.empty()) {
+    const std::size_t slash = path.rfind('/');
+    path = path.substr(0, slash == std::string_view::npos ? 0 : slash);
+    if (!visit(path)) return;
+  }
+}
+
+void MessageParts::addUnknownFolders(const std::vector<StatusItem>& items) {
+  // Up to a folder that is there already: those above it are, too.
+  std::unordered_set<std::string_view> unknown;
+  std::unordered_set<std::string_view> changed;
+  for (const StatusItem& item : items) {
+    if (item.word == KPStatusIgnored) continue;
+    auto& folders = item.word == kStatusUnknown ? unknown : changed;
+    forEachFolderAbove(item.path,
+                       [&](std::string_view folder) { return folders.insert(folder).second; });
+  }
+  for (const std::string_view folder : unknown) {
+    if (changed.contains(folder)) continue;
+    std::string path = root_ + std::string(folder);
+    if (path.size() > 1 && path.ends_with('/')) path.pop_back();
+    if (const auto identifier = URL::fileURLWithPath(path, true).identifier(files_))
+      status_.set(*identifier, Objects{Object(kStatusUnknown), Object::path(path)});
+  }
+}
+
 Object MessageParts::toObject(RepositoryState state) && {
   Dictionary renamed;
   for (auto& [folder, paths] : renamed_) renamed.set(folder, std::move(paths));
@@ -132,6 +165,7 @@ std::vector<std::string> StatusSnapshot::ignoredFolders() const {
 Object StatusSnapshot::toObject(const FileSystem& files) const {
   MessageParts parts(root_, files);
   for (const StatusItem& item : items_) parts.add(item);
+  parts.addUnknownFolders(items_);
   return std::move(parts).toObject(state_);
 }
 

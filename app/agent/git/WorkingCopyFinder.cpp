@@ -11,6 +11,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// What the system takes for a path.
+constexpr std::size_t kLongestPath = 4096;
+
 bool isThere(const fs::path& path) {
   std::error_code ignored;
   return fs::exists(fs::symlink_status(path, ignored));
@@ -39,14 +42,56 @@ bool saysNoRepository(const ProgramResult& answer) {
   return answer.errors.find("fatal: not a git repository") != std::string::npos;
 }
 
+// What a small file of git's own says, without the line ends after it; empty when there is no such
+// file. Anything else in its place, such as a pipe that nobody writes to, is not opened.
+std::string textOf(const fs::path& path) {
+  std::error_code ignored;
+  if (!fs::is_regular_file(path, ignored)) return {};
+  std::ifstream file(path, std::ios::binary);
+  std::string text(kLongestPath, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(file.gcount()));
+  text.resize(text.find_last_not_of("\r\n") + 1);
+  return text;
+}
+
 // The git directory that `gitDirectory` shares references with, by the file that git keeps there.
 std::string commonDirectoryOf(const std::string& gitDirectory) {
-  std::ifstream file(fs::path(gitDirectory) / "commondir", std::ios::binary);
-  std::string line;
-  if (!file || !std::getline(file, line) || line.empty()) return gitDirectory;
+  const std::string line = textOf(fs::path(gitDirectory) / "commondir");
+  if (line.empty()) return gitDirectory;
   std::error_code error;
   const fs::path common = fs::weakly_canonical(fs::path(gitDirectory) / line, error);
   return error ? gitDirectory : common.string();
+}
+
+bool isSame(const fs::path& a, const fs::path& b) {
+  std::error_code ignored;
+  return fs::equivalent(a, b, ignored);
+}
+
+// Where the ".git" of a folder leads: itself, or what a file of that name says.
+fs::path gitDirectoryFrom(const fs::path& folder) {
+  constexpr std::string_view kPrefix = "gitdir: ";
+  const fs::path git = folder / ".git";
+  const std::string line = textOf(git);
+  return line.starts_with(kPrefix) ? folder / line.substr(kPrefix.size()) : git;
+}
+
+// Why the work tree is not that of the folder that was shown; empty when it is. Whatever the
+// configuration says, the root has a ".git" that leads to the git directory; and where that is a
+// file, the git directory is not known to belong to another folder.
+std::string misplacement(const WorkingCopy& found) {
+  if (!isSame(gitDirectoryFrom(found.root), found.gitDirectory))
+    return "its work tree is another folder, " + found.root + ".";
+  const fs::path git(found.gitDirectory);
+  if (isSame(fs::path(found.root) / ".git", git)) return {};
+  if (const std::string linked = textOf(git / "gitdir"); !linked.empty())
+    return isSame(git / linked, fs::path(found.root) / ".git")
+               ? std::string()
+               : "its git directory belongs to another folder, that of " + linked + ".";
+  return git.filename() == ".git"
+             ? "its git directory belongs to another folder, " + git.parent_path().string() + "."
+             : std::string();
 }
 
 }  // namespace
@@ -84,6 +129,8 @@ WorkingCopyFinder::Finding WorkingCopyFinder::findFrom(const std::string& folder
     return {found, {}};
   }
   if (!insideWorkTree) {
+    if (isThere(fs::path(folder) / ".git"))
+      return {std::nullopt, "its work tree is another folder.", true};
     // A folder inside ".git" belongs to the working copy around it.
     const fs::path around(found.gitDirectory);
     if (insideGitDirectory || around.filename() != ".git") return {};
@@ -93,6 +140,8 @@ WorkingCopyFinder::Finding WorkingCopyFinder::findFrom(const std::string& folder
   if (!root.succeeded()) return {std::nullopt, root.failure()};
   found.root = withoutLineEnd(root.output);
   found.bare = false;
+  if (std::string why = misplacement(found); !why.empty())
+    return {std::nullopt, std::move(why), true};
   return {found, {}};
 }
 

@@ -4,30 +4,25 @@
 #include <string>
 
 #include "agent/git/GitCommand.h"
+#include "agent/git/WorkingCopy.h"
 
 namespace kelpie::agent {
 
-// Where a working copy is. Paths are absolute bytes, without a trailing slash, as git resolved
-// them.
-struct WorkingCopy {
-  std::string root;             // the working folder; the git directory itself for a bare one
-  std::string gitDirectory;     // of a linked working tree or a submodule: its own
-  std::string commonDirectory;  // where references and configuration are, usually the same
-  bool bare = false;
-
-  friend bool operator==(const WorkingCopy&, const WorkingCopy&) = default;
-};
-
-// Finds the working copy that holds a folder. Any thread; blocks while git answers.
+// Finds the working copy that holds a folder. A folder whose ".git" leads to a repository that has
+// its work tree elsewhere is in none: what is done there would be done to other files than those
+// that are shown. Any thread; blocks while git answers, which runs nothing of the repository's.
 class WorkingCopyFinder {
  public:
   // `git` may be that of any folder.
-  explicit WorkingCopyFinder(GitCommand git) : git_(std::move(git)) {}
+  explicit WorkingCopyFinder(const GitCommand& git) : git_(git.unguarded()) {}
 
   struct Finding {
     std::optional<WorkingCopy> workingCopy;
-    // Why git would not work with the working copy that is there; empty when there is none.
+    // Why nothing can be done with the working copy that is there: in git's words, or because its
+    // work tree is elsewhere. Empty when there is none.
     std::string failure;
+    // It is the latter.
+    bool isElsewhere = false;
   };
   Finding find(const std::string& folder) const;
 

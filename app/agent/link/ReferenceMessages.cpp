@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "foundation/Dictionary.h"
+#include "foundation/PrintableText.h"
 #include "foundation/Text.h"
 #include "protocol/ReferenceKeys.h"
 #include "refs/KPPullRequests.h"
@@ -74,12 +75,12 @@ std::optional<Bytes> oidBytes(std::string_view hex) {
 
 std::shared_ptr<const KPReference> recordOf(const Reference& reference) {
   auto record = std::make_shared<KPReference>(static_cast<std::int64_t>(reference.kind),
-                                              displayText(reference.shortName));
+                                              printableTitle(reference.shortName));
   record->setFullName(displayText(reference.fullName));
   record->setOid(oidBytes(reference.oid));
   record->setHead(reference.isHead);
   record->setDetached(reference.isDetached);
-  record->setUpstreamName(textOrNone(reference.upstream));
+  record->setUpstreamName(textOrNone(printableTitle(reference.upstream)));
   record->setTag(reference.number);
   return record;
 }
@@ -91,7 +92,7 @@ std::shared_ptr<const KPReference> recordOf(const Remote& remote) {
     for (const std::string& each : all) shown.emplace_back(displayText(each));
     return shown;
   };
-  auto record = std::make_shared<KPRemote>(displayText(remote.name));
+  auto record = std::make_shared<KPRemote>(printableTitle(remote.name));
   record->setUrl(textOrNone(remote.url));
   record->setPushUrl(textOrNone(remote.pushUrl.empty() ? remote.url : remote.pushUrl));
   record->setFetchRefspecs(texts(remote.fetchRefspecs));
@@ -102,7 +103,7 @@ std::shared_ptr<const KPReference> recordOf(const Remote& remote) {
 }
 
 std::shared_ptr<const KPReference> recordOf(const Submodule& submodule) {
-  auto record = std::make_shared<KPSubmodule>(displayText(submodule.name));
+  auto record = std::make_shared<KPSubmodule>(printableTitle(submodule.name));
   record->setOid(oidBytes(submodule.oid));
   record->setUrl(textOrNone(submodule.url));
   record->setPath(textOrNone(submodule.path));
@@ -113,14 +114,14 @@ std::shared_ptr<const KPReference> recordOf(const Submodule& submodule) {
 }
 
 std::shared_ptr<const KPReference> recordOf(const PullRequest& request) {
-  auto record = std::make_shared<KPPullRequests>(displayText(request.title));
+  auto record = std::make_shared<KPPullRequests>(printableTitle(request.title));
   record->setFullName(displayText(request.fullName));
   record->setOid(oidBytes(request.oid));
   return record;
 }
 
 std::shared_ptr<const KPReference> folderRecord(std::string_view name) {
-  return std::make_shared<KPReference>(KPReferenceType::kPlain, displayText(name));
+  return std::make_shared<KPReference>(KPReferenceType::kPlain, printableTitle(name));
 }
 
 // Nests references, which come sorted by name, in folders.
@@ -196,7 +197,7 @@ KPTreeNode::Children leaves(const std::vector<Item>& items) {
 
 Object texts(const std::vector<std::string>& all) {
   Objects objects;
-  for (const std::string& each : all) objects.emplace_back(displayText(each));
+  for (const std::string& each : all) objects.emplace_back(printableTitle(each));
   return objects;
 }
 
@@ -215,15 +216,15 @@ Object referencesObject(const ReferencesSnapshot& snapshot) {
 
 Object stashesObject(const ReferencesSnapshot& snapshot) {
   Objects titles;
-  for (const Stash& stash : snapshot.stashes) titles.emplace_back(displayText(stash.title));
+  for (const Stash& stash : snapshot.stashes) titles.emplace_back(printableTitle(stash.title));
   return titles;
 }
 
 Object gitflowObject(const ReferencesSnapshot& snapshot) {
   if (!snapshot.gitflow) return {};
   const Gitflow& flow = *snapshot.gitflow;
-  return Dictionary{{kGitflowMasterKey, displayText(flow.master)},
-                    {kGitflowDevelopKey, displayText(flow.develop)},
+  return Dictionary{{kGitflowMasterKey, printableTitle(flow.master)},
+                    {kGitflowDevelopKey, printableTitle(flow.develop)},
                     {kGitflowFeaturesKey, texts(flow.features)},
                     {kGitflowReleasesKey, texts(flow.releases)},
                     {kGitflowHotfixesKey, texts(flow.hotfixes)}};

@@ -106,6 +106,11 @@ bool ArgumentParser::chooseForm() {
   std::vector<std::string>& operands = arguments_.operands_;
   const auto found = operands.empty() ? verbs.end() : std::ranges::find(verbs, operands.front());
   if (found == verbs.end()) {
+    const auto fallback = std::ranges::find_if(command_.forms, &FormInfo::isDefault);
+    if (fallback != command_.forms.end() && !operands.empty()) {
+      arguments_.form_ = &*fallback;
+      return true;
+    }
     problem_ = "it takes one of " + listed(verbs);
     return false;
   }

@@ -9,6 +9,7 @@
 #include "cli/commands/MenuCommand.h"
 #include "cli/commands/SettingsCommand.h"
 #include "cli/commands/StatusCommand.h"
+#include "cli/commands/TrustCommand.h"
 #include "cli/commands/UndoCommand.h"
 #include "cli/commands/WatchCommand.h"
 
@@ -56,6 +57,12 @@ constexpr FormInfo kSettingsForms[] = {
     {"set", "NAME VALUE...", "store a value", 2, kAnyNumber, ValueKind::Setting, ValueKind::Value},
     {"reset", "[NAME...]", "go back to the default, of every setting without a NAME", 0, kAnyNumber,
      ValueKind::Setting, ValueKind::Setting}};
+constexpr FormInfo kTrustForms[] = {
+    {"add", "FOLDER...", "trust repositories; the word \"add\" may be left out", 1, kAnyNumber,
+     ValueKind::Folder, ValueKind::Folder, true},
+    {"list", "", "print the trusted repositories"},
+    {"remove", "FOLDER...", "trust repositories no longer", 1, kAnyNumber, ValueKind::Folder,
+     ValueKind::Folder}};
 constexpr FormInfo kWatchForms[] = {{"", "PATH", "", 1, 1, ValueKind::Path}};
 constexpr FormInfo kDoctorForms[] = {{"", "", ""}};
 constexpr FormInfo kCompletionForms[] = {
@@ -105,6 +112,13 @@ constexpr CommandInfo kCommands[] = {
      "\"none\" is the empty list. \"settings get\" of a list prints tags and titles;\n"
      "\"settings list --json\" has every item there is.",
      kJsonOnly, kSettingsForms, runOf<SettingsCommand>},
+    {"trust", "let the programs of a repository be run",
+     "A repository's own configuration can name programs for git to run, such as filters\n"
+     "and monitors. To look at a repository runs none of them, unless it is trusted:\n"
+     "whoever made it could have them do anything. FOLDER is the working folder of one\n"
+     "repository; its submodules and linked working trees are trusted with it, other\n"
+     "repositories in it are not. Programs of the user's own configuration always run.",
+     kJsonOnly, kTrustForms, runOf<TrustCommand>},
     {"watch", "print badges as they change",
      "Prints a line (time, badge, path) for each badge of the item or of the folder's\n"
      "items, and again whenever one changes, until interrupted. When the extension\n"

@@ -31,6 +31,7 @@ struct FormInfo {
   std::size_t most = 0;       // and may be
   ValueKind first = ValueKind::None;
   ValueKind further = ValueKind::None;  // the second operand and those after it
+  bool isDefault = false;               // the verb may be left out
 };
 
 // One command: all that the parser, the help and the shells' completions know of it.

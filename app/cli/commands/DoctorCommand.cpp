@@ -6,6 +6,7 @@
 
 #include "cli/doctor/ServiceChecks.h"
 #include "cli/doctor/SystemChecks.h"
+#include "cli/doctor/WithheldChecks.h"
 #include "cli/text/JsonText.h"
 
 namespace kelpie::cli {
@@ -30,6 +31,7 @@ int DoctorCommand::run() {
   DoctorReport report;
   ServiceChecks(report).run();
   SystemChecks(report).run();
+  WithheldChecks(report).run();
   if (arguments_.has("json")) {
     printJson(report);
   } else {

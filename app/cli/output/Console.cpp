@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <ostream>
 
-#include "cli/text/PrintableText.h"
+#include "foundation/PrintableText.h"
 
 namespace kelpie::cli {
 namespace {

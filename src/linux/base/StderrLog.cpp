@@ -5,16 +5,11 @@
 
 #include <algorithm>
 
+#include "foundation/PrintableText.h"
 #include "foundation/Text.h"
 
 namespace kelpie {
 namespace {
-
-// Of the two-byte sequences, those of the control characters U+0080 to U+009F.
-bool isControlSequence(std::string_view sequence) {
-  return sequence.size() == 2 && sequence[0] == '\xC2' &&
-         static_cast<unsigned char>(sequence[1]) < 0xA0;
-}
 
 void appendEscape(std::string& text, char c) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
@@ -47,7 +42,7 @@ std::string StderrLog::escaped(std::string_view line) {
     if (text.size() > kLongestLine - 8) return text + "...";
     const std::size_t length = std::max<std::size_t>(utf8SequenceLength(line), 1);
     const std::string_view sequence = line.substr(0, length);
-    if (length > 1 ? !isControlSequence(sequence) : isPlain(line[0])) {
+    if (length > 1 ? isPrintable(sequence) : isPlain(line[0])) {
       text += sequence;
     } else {
       for (const char c : sequence) appendEscape(text, c);

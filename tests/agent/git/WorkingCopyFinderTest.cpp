@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "agent/git/GitSandbox.h"
 
@@ -116,6 +118,59 @@ TEST_F(WorkingCopyFinderTest, VariablesThatNameAnotherRepositoryDoNotCount) {
   sandbox_.setVariable("GIT_DIR", sandbox_.path("other/.git"));
   sandbox_.setVariable("GIT_WORK_TREE", sandbox_.path("other"));
   expectFound("r", plain("r"));
+}
+
+// -- Work trees elsewhere -------------------------------------------------------------------------
+
+TEST_F(WorkingCopyFinderTest, AWorkTreeElsewhereIsNotFound) {
+  for (const char* where : {"..", "../..", "../sub", "/"}) {
+    SCOPED_TRACE(where);
+    sandbox_.remove("out");
+    sandbox_.init("out/r");
+    sandbox_.makeFolder("out/r/sub");
+    sandbox_.git("out/r", {"config", "core.worktree", where});
+    const bool isItself = std::string_view(where) == "..";
+    for (const char* folder : {"out/r", "out/r/sub", "out/r/.git"}) {
+      const WorkingCopyFinder::Finding finding = find(folder);
+      EXPECT_EQ(finding.workingCopy.has_value(), isItself) << folder;
+      EXPECT_EQ(finding.isElsewhere, !isItself) << folder;
+    }
+  }
+}
+
+TEST_F(WorkingCopyFinderTest, AFileThatLeadsToTheGitDirectoryOfAnotherFolderIsNotFollowed) {
+  sandbox_.init("r");
+  sandbox_.commitAll("r", "one");
+  sandbox_.git("r", {"worktree", "add", "-q", "../linked"});
+  sandbox_.write("copy/.git", "gitdir: " + sandbox_.path("r/.git") + "\n");
+  EXPECT_TRUE(find("copy").isElsewhere);
+  sandbox_.write("other/.git", sandbox_.read("linked/.git"));
+  EXPECT_TRUE(find("other").isElsewhere);
+}
+
+TEST_F(WorkingCopyFinderTest, AGitDirectoryMayLieAnywhere) {
+  sandbox_.git("", {"init", "-q", "--separate-git-dir=" + sandbox_.path("far.git"), "r"});
+  const std::string git = sandbox_.path("far.git");
+  expectFound("r", {sandbox_.path("r"), git, git, false});
+  sandbox_.init("s");
+  std::filesystem::rename(sandbox_.path("s/.git"), sandbox_.path("s.git"));
+  std::filesystem::create_directory_symlink("../s.git", sandbox_.path("s/.git"));
+  EXPECT_TRUE(find("s").workingCopy) << find("s").failure;
+}
+
+TEST_F(WorkingCopyFinderTest, ALinkedWorkingTreeMayHaveOddCharactersInItsName) {
+  sandbox_.init("r");
+  sandbox_.commitAll("r", "one");
+  sandbox_.git("r", {"worktree", "add", "-q", "-b", "b", "../line\nend"});
+  EXPECT_TRUE(find("line\nend").workingCopy) << find("line\nend").failure;
+}
+
+TEST_F(WorkingCopyFinderTest, AGitDirectoryThatIsItsOwnWorkTreeIsNotFound) {
+  sandbox_.makeFolder("b");
+  sandbox_.git("b", {"init", "-q", "--bare"});
+  sandbox_.git("b", {"config", "core.bare", "false"});
+  sandbox_.git("b", {"config", "core.worktree", "."});
+  EXPECT_FALSE(find("b").workingCopy);
 }
 
 TEST_F(WorkingCopyFinderTest, NoGitSaysSo) {

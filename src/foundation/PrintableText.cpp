@@ -1,13 +1,14 @@
-#include "cli/text/PrintableText.h"
+#include "foundation/PrintableText.h"
 
 #include <cstdint>
 
 #include "foundation/Text.h"
 
-namespace kelpie::cli {
+namespace kelpie {
 namespace {
 
 constexpr std::string_view kEllipsis = "…";
+constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
 
 std::uint32_t codePoint(std::string_view sequence) {
   constexpr unsigned kLeadBits[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
@@ -41,25 +42,61 @@ void appendEscaped(std::string& text, std::string_view bytes) {
   }
 }
 
-}  // namespace
-
-std::string printableText(std::string_view bytes, bool utf8) {
-  std::string text;
-  text.reserve(bytes.size());
+// Calls `visit` with each sequence, or byte that begins none, and whether it is fit to be shown.
+template <class Visit>
+void forEachSequence(std::string_view bytes, Visit visit) {
   while (!bytes.empty()) {
     const std::size_t length = utf8SequenceLength(bytes);
     const std::string_view sequence = bytes.substr(0, length == 0 ? 1 : length);
     bytes.remove_prefix(sequence.size());
-    const bool isPlain = length != 0 && !steers(codePoint(sequence));
-    if (isPlain && (length == 1 || utf8)) {
+    visit(sequence, isPrintable(sequence));
+  }
+}
+
+}  // namespace
+
+bool isPrintable(std::string_view sequence) {
+  return utf8SequenceLength(sequence) == sequence.size() && !sequence.empty() &&
+         !steers(codePoint(sequence));
+}
+
+std::string printableText(std::string_view bytes, bool utf8) {
+  std::string text;
+  text.reserve(bytes.size());
+  forEachSequence(bytes, [&](std::string_view sequence, bool isPlain) {
+    if (isPlain && (sequence.size() == 1 || utf8)) {
       text += sequence;
     } else if (sequence == kEllipsis) {
       text += "...";
     } else {
       appendEscaped(text, sequence);
     }
-  }
+  });
   return text;
 }
 
-}  // namespace kelpie::cli
+std::string printableLines(std::string_view bytes) {
+  std::string text;
+  text.reserve(bytes.size());
+  forEachSequence(bytes, [&](std::string_view sequence, bool isPlain) {
+    if (isPlain || sequence == "\n") {
+      text += sequence;
+    } else if (sequence == "\t") {
+      text += ' ';
+    } else if (sequence != "\r") {
+      appendEscaped(text, sequence);
+    }
+  });
+  return text;
+}
+
+std::string printableTitle(std::string_view bytes) {
+  std::string text;
+  text.reserve(bytes.size());
+  forEachSequence(bytes, [&](std::string_view sequence, bool isPlain) {
+    text += isPlain ? sequence : kReplacementCharacter;
+  });
+  return text;
+}
+
+}  // namespace kelpie

@@ -1,8 +1,8 @@
-#include "cli/text/PrintableText.h"
+#include "foundation/PrintableText.h"
 
 #include <gtest/gtest.h>
 
-namespace kelpie::cli {
+namespace kelpie {
 namespace {
 
 TEST(PrintableText, WhatSteersATerminalIsEscaped) {
@@ -37,5 +37,27 @@ TEST(PrintableText, WhatSteersATerminalIsEscaped) {
   }
 }
 
+TEST(PrintableText, EveryMarkOfDirectionAndEveryControlCharacterIsTakenOut) {
+  const char* const kMarks[] = {"\u061C", "\u200E", "\u200F", "\u2028", "\u2029",
+                                "\u202A", "\u202B", "\u202C", "\u202D", "\u202E",
+                                "\u2066", "\u2067", "\u2068", "\u2069", "\u0085"};
+  for (const char* mark : kMarks) {
+    EXPECT_EQ(printableTitle(mark), "\uFFFD");
+    EXPECT_EQ(printableLines(mark).find(mark), std::string::npos);
+  }
+  for (char c = 1; c < ' '; ++c)
+    EXPECT_EQ(printableTitle(std::string("a") + c + "b"), "a\uFFFDb") << int{c};
+}
+
+TEST(PrintableText, ATitleKeepsWhatIsOrdinary) {
+  for (const char* title : {"Stage \"a.txt\"", "Commit…", "ä漢 \U0001F600", "العربية", "a\\nb", ""})
+    EXPECT_EQ(printableTitle(title), title);
+  EXPECT_EQ(printableTitle("a\xff\xc3"), "a\uFFFD\uFFFD");
+}
+
+TEST(PrintableText, LinesStayLines) {
+  EXPECT_EQ(printableLines("one\r\n\ttwo\n\033[2J\u202E"), "one\n two\n\\x1b[2J\\xe2\\x80\\xae");
+}
+
 }  // namespace
-}  // namespace kelpie::cli
+}  // namespace kelpie

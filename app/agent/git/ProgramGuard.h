@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "agent/git/FileStamps.h"
+#include "agent/git/GitCommand.h"
+#include "agent/git/OwnPrograms.h"
+#include "agent/git/ReadingRules.h"
+#include "agent/git/WorkingCopy.h"
+
+namespace kelpie::agent {
+
+// Sees to it that looking at a repository runs no program that the repository names for itself,
+// unless the user trusts it, and that nothing is changed outside the folder that was shown. What a
+// configuration says is kept for as long as none of its files has changed, which a question then
+// costs some looks at the file system. Any thread; blocks while git answers.
+class ProgramGuard {
+ public:
+  struct Callbacks {
+    // The repositories that the user trusts, by the paths of their roots; asked for each reading.
+    std::function<std::vector<std::string>()> trusted;
+    // The programs of the repository at that root are not run, a line each; none: there is nothing
+    // any more that is not run. Called on a change, on the thread that reads.
+    std::function<void(const std::string& root, const std::vector<std::string>& programs)> withheld;
+  };
+
+  // `git` may be that of any folder. Either callback may be empty.
+  ProgramGuard(const GitCommand& git, Callbacks callbacks);
+  ProgramGuard(const ProgramGuard&) = delete;
+  ProgramGuard& operator=(const ProgramGuard&) = delete;
+  ~ProgramGuard() = default;
+
+  // How git may be asked in the folder now.
+  ReadingRules rulesFor(const std::string& folder);
+
+  // Why nothing may be changed in the working copy: it is not as it was found any more, or the work
+  // tree of one of its submodules is elsewhere. Empty when there is nothing against it.
+  std::string objectionTo(const WorkingCopy& workingCopy);
+
+ private:
+  // What is known of the repository of one folder.
+  struct Record {
+    std::mutex mutex;  // guards the rest
+    FileStamps configurationStamps;
+    std::vector<std::string> configurationFiles;
+    std::string failure;       // not empty: why nothing is known
+    bool isElsewhere = false;  // since its work tree is elsewhere
+    // Missing in a folder outside every repository.
+    std::optional<WorkingCopy> workingCopy;
+    OwnPrograms programs;
+    FileStamps indexStamps;
+    std::vector<std::string> submodules;  // those with a ".git", absolute
+    std::vector<std::string> told;        // the programs that withheld() was called with
+  };
+  struct Visit;  // of a folder and the submodules below it
+
+  std::shared_ptr<Record> recordFor(const std::string& folder);
+  void readConfiguration(Record& record, const std::string& folder) const;
+  void readSubmodules(Record& record) const;
+  void visit(const std::string& folder, std::size_t depth, Visit& visit);
+  void add(Record& record, Visit& visit) const;
+  // Whether git does as the programs' settings say; one before 2.31 cannot be told some names.
+  bool obeys(const GitCommand& git, const OwnPrograms& programs) const;
+
+  const GitCommand git_;
+  const Callbacks callbacks_;
+  std::mutex mutex_;
+  std::map<std::string, std::shared_ptr<Record>, std::less<>> records_;  // guarded by mutex_
+};
+
+}  // namespace kelpie::agent

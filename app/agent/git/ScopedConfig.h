@@ -1,0 +1,42 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "agent/git/GitCommand.h"
+
+namespace kelpie::agent {
+
+// The settings that count in a folder, and whose each is. A value.
+class ScopedConfig {
+ public:
+  struct Entry {
+    std::string key;  // as git prints it: section and variable in lower case
+    std::optional<std::string> value;
+    std::string file;    // where it stands, absolute; empty when it stands in no file
+    bool isOwn = false;  // the repository's own, not the user's or the system's
+  };
+
+  // Asks git in the folder of `git`, which runs nothing. Missing when git does not tell; `failure`
+  // says why then.
+  static std::optional<ScopedConfig> read(const GitCommand& git, std::string& failure);
+
+  const std::vector<Entry>& entries() const { return entries_; }
+  // The last value that the user or the system gives to the key; empty without one.
+  std::string usersValue(std::string_view key) const;
+  // The files that the settings come from, and those that are to be included should they come to
+  // be. Absolute.
+  std::vector<std::string> files() const;
+
+ private:
+  static std::optional<ScopedConfig> parse(std::string_view output, const std::string& folder,
+                                           const std::vector<std::string>* usersFiles);
+
+  std::vector<Entry> entries_;
+  std::map<std::string, std::string, std::less<>> usersValues_;
+};
+
+}  // namespace kelpie::agent
