@@ -144,7 +144,9 @@ void FolderRegistry::requestBadgeIdentifiersForURLs(const std::vector<URL>& urls
 // badges.
 void FolderRegistry::openRepository(const Opening& opening) {
   const MemoFileSystem files(platform_.files);
-  const FileIdentifier& identifier = opening.identifier;
+  // Another folder may have taken the place since the message came.
+  const FileIdentifier identifier =
+      opening.workingUrl.identifier(files).value_or(opening.identifier);
   const URL path = files.filePathUrl(opening.workingUrl).value_or(opening.workingUrl);
   folders_.removeObservedDirectory(identifier);
   const bool replaces = replaceRepositories(identifier, path.path(), files) ||
