@@ -79,22 +79,42 @@ TEST_F(CompletionCommandTest, Zsh) {
   home.addFile("files/sun.txt");
   home.addFolder("files/sub");
   home.addFile("zsh/_kelpie", run({"completion", "zsh"}).out);
+  // From a file: a terminal repeats what is typed, and that would pass for what is offered.
+  home.addFile(".zshrc", R"zsh(
+PS1= PS2=
+unsetopt zle_bracketed_paste
+fpath=($ZDOTDIR/zsh $fpath)
+autoload -Uz compinit
+compinit -u -d $ZDOTDIR/dump
+zstyle ":completion:*" list-grouped false
+# Prints what is offered, beside offering it.
+compadd() {
+  local a i
+  for a in -O -A -D; do
+    [[ ${@[(I)$a]} -ne 0 ]] && { builtin compadd "$@"; return }
+  done
+  local -a m
+  builtin compadd -O m "$@"
+  for i in $m; do print -r -- "OFFER:$i"; done
+  builtin compadd "$@"
+}
+show() { zle complete-word; print -r -- DONE: }
+zle -C complete-word .complete-word _main_complete
+zle -N show
+bindkey "^I" show
+# The line editor is at work: what is typed from now on goes to it.
+zle-line-init() { print READY: }
+zle -N zle-line-init
+)zsh");
   const std::string driver = home.addFile("driver.zsh", R"zsh(
 zmodload zsh/zpty
 # Asks a shell on a terminal of its own what it offers for a line.
-offer() {
-  zpty shell "TERM=dumb zsh -f -i"
-  zpty -w shell "PS1=; PS2=; unsetopt zle_bracketed_paste; fpath=($ZDOTDIR/zsh \$fpath)"
-  zpty -w shell 'autoload -Uz compinit; compinit -u -d $ZDOTDIR/dump; zstyle ":completion:*" list-grouped false'
-  zpty -w shell 'compadd() { local a i; for a in -O -A -D; do [[ ${@[(I)$a]} -ne 0 ]] && { builtin compadd "$@"; return; }; done; local -a m; builtin compadd -O m "$@"; for i in $m; do print -r -- "OFFER:$i"; done; builtin compadd "$@"; }'
-  zpty -w shell 'show() { zle complete-word; print -r -- DONE:; }; zle -C complete-word .complete-word _main_complete; zle -N show; bindkey "^I" show; print READY''NOW'
-  zpty -r -m shell line "*READYNOW*"
-  zpty -n -w shell "$1"$'\t'
-  zpty -r -m shell line "*DONE:*"
-  print -r -- "$line" | grep -o 'OFFER:[^[:cntrl:]]*' | sed 's/OFFER://'
-  zpty -d shell
-}
-offer "$1"
+zpty shell "TERM=dumb zsh -d -i"
+zpty -r -m shell line "*READY:*"
+zpty -n -w shell "$1"$'\t'
+zpty -r -m shell line "*DONE:*"
+print -r -- "$line" | grep -o 'OFFER:[^[:cntrl:]]*' | sed 's/OFFER://'
+zpty -d shell
 )zsh");
   environment["ZDOTDIR"] = home.path();
   const auto zsh = [&](const std::string& line) { return output({"zsh", "-f", driver, line}); };
