@@ -60,7 +60,8 @@ KPRepository& MessageHarness::repository() const {
 }
 
 Bytes MessageHarness::target() const {
-  const auto identifier = repository().identifier();
+  // Not the repository's own: a message may have closed it.
+  const auto identifier = URL::fileURLWithPath(kRoot).identifier(*fakes_.files);
   const ByteView own = identifier->bytes();
   return {own.begin(), own.end()};
 }
