@@ -52,11 +52,35 @@ AgentService::AgentService(MainLoop& loop, const SessionBus& bus,
                  std::make_shared<ReadingSlots>(loop, readingsAtATime()), std::chrono::minutes(10),
                  configuration_.neighbours}),
       settings_(loop, queues_, names_, configuration_.git, [this] { registry_.readAgain(); }),
-      runner_(configuration_.means, queues_, loop.log(), notifier_, {std::move(quit), {}}),
+      interface_(bus.connection(), loop.log(),
+                 {[this] { return runner_.actions(); },
+                  [this](std::uint64_t id) { return runner_.cancel(id); },
+                  [this](const std::string& path, const BusInterface::SummaryTeller& tell) {
+                    summarise(path, tell);
+                  }}),
+      progress_(
+          loop, notifier_,
+          {[this] { return runner_.actions(); }, [this](std::uint64_t id) { runner_.cancel(id); }}),
+      runner_(configuration_.means, queues_, loop.log(), notifier_,
+              {[this, quit = std::move(quit)] {
+                 interface_.flush();
+                 quit();
+               },
+               {},
+               [this](const ActionInfo& action) {
+                 interface_.began(action);
+                 progress_.began(action);
+               },
+               [this](const ActionInfo& action, const ActionOutcome& outcome) {
+                 progress_.over(action);
+                 interface_.over(action, outcome);
+               }}),
       actions_(runner_, loop.log()),
       errors_(loop.log(), notifier_),
       peer_({loop.log(), extensions_, registry_, actions_, errors_}) {
   FileSystem::install(files_);
+  notifier_.setListener(
+      [this](const std::string& title, const std::string& text) { interface_.told(title, text); });
   // An extension that lives but does not answer any more is asked to present itself again.
   extensions_.setCallbacks({[this](const std::string& name) {
                               registry_.gone(name);
@@ -119,6 +143,19 @@ bool AgentService::start() {
 
 void AgentService::announce() {
   notifications_.post(kApplicationRunningNotification, kApplicationIdentifier);
+}
+
+void AgentService::summarise(const std::string& path, const BusInterface::SummaryTeller& tell) {
+  const RepositorySession* session = registry_.holding(path);
+  if (session == nullptr) return tell(std::nullopt);
+  queues_.makeQueue("org.kelpie.Kelpie.Summary")
+      ->post([tell, main = loop_.queue(), git = configuration_.git,
+              workingCopy = session->workingCopy(), status = session->status(),
+              hasReferences = session->references() != nullptr] {
+        WorkingCopySummary summary = WorkingCopySummary::read(git, workingCopy, status.get());
+        summary.hasReferences = hasReferences;
+        main->post([tell, summary = std::move(summary)] { tell(summary); });
+      });
 }
 
 // Without the version the extension takes no notice of this application.

@@ -4,8 +4,10 @@
 #include <memory>
 #include <string>
 
+#include "agent/BusInterface.h"
 #include "agent/ProtocolPeer.h"
 #include "agent/WithheldNotices.h"
+#include "agent/actions/ActionProgress.h"
 #include "agent/actions/ActionRunner.h"
 #include "agent/actions/MenuActions.h"
 #include "agent/desktop/DesktopNotifier.h"
@@ -56,6 +58,7 @@ class AgentService {
   // The guard of that git, which knows whom the user trusts and tells what is not run.
   std::shared_ptr<ProgramGuard> makeGuard(const GitCommand& git) const;
   void publish();
+  void summarise(const std::string& path, const BusInterface::SummaryTeller& tell);
 
   MainLoop& loop_;
   std::shared_ptr<LinuxFileSystem> files_ = std::make_shared<LinuxFileSystem>();
@@ -74,6 +77,8 @@ class AgentService {
   ExtensionPorts extensions_;
   RepositoryRegistry registry_;
   SettingsWatch settings_;
+  BusInterface interface_;
+  ActionProgress progress_;
   ActionRunner runner_;
   MenuActions actions_;
   ExtensionErrors errors_;

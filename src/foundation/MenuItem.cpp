@@ -39,6 +39,7 @@ void MenuItem::encodeWithCoder(KeyedEncoder& coder) const {
   if (tag != 0) coder.encodeInteger("NSTag", tag);
   coder.encodeObject("NSSubmenu", Object(std::shared_ptr<const Archivable>(submenu)));
   coder.encodeObject("NSRepObject", representedObject);
+  if (!choice.empty()) coder.encodeObject("KPChoice", choice);
 }
 
 std::shared_ptr<const Archivable> MenuItem::decode(const KeyedDecoder& coder) {
@@ -50,6 +51,7 @@ std::shared_ptr<const Archivable> MenuItem::decode(const KeyedDecoder& coder) {
   item->enabled = !coder.decodeBool("NSIsDisabled");
   item->submenu = coder.decodeObject("NSSubmenu").as<Menu>();
   item->representedObject = coder.decodeObject("NSRepObject");
+  item->choice = coder.decodeObject("KPChoice").stringValue();
   return item;
 }
 

@@ -32,6 +32,9 @@ class MenuItem : public Archivable {
   std::optional<Image> image;
   std::shared_ptr<const Menu> submenu;  // shared by copies; a built submenu does not change
   Object representedObject;
+  // What the host calls the user's choice of this item, by which it is told how that ended; empty
+  // in a menu, and where the host does not care. UTF-8.
+  std::string choice;
 
   // How many bytes of text a copy of the item holds.
   std::size_t textSize() const;

@@ -10,8 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "agent/FakeNotifier.h"
 #include "agent/ProtocolPeer.h"
-#include "agent/desktop/Notifier.h"
 #include "agent/git/GitSandbox.h"
 #include "agent/link/ActionHandler.h"
 #include "agent/link/ExtensionPorts.h"
@@ -27,15 +27,6 @@
 #include "support/FakeMessagePorts.h"
 
 namespace kelpie::agent {
-
-// Notices, kept. Main thread.
-class FakeNotifier final : public Notifier {
- public:
-  void notify(const std::string& title, const std::string& text) override {
-    notices.emplace_back(title, text);
-  }
-  std::vector<std::pair<std::string, std::string>> notices;
-};
 
 // The main application's end of the link with everything behind it, real but for the ports: the
 // other ends of these are the test. Real git works on the repositories of `sandbox_`.

@@ -95,7 +95,7 @@ TEST_F(ProtocolPeerTest, WhatIsNoMessageCostsOneLineAndTheNextIsTaken) {
   ports_.deliver("g.App", 1, Bytes{1, 2, 3});
   waitUntilDone(++messages);
   EXPECT_EQ(registry_->count(), 0U);
-  EXPECT_TRUE(notifier_.notices.empty());
+  EXPECT_TRUE(notifier_.shown.empty());
   send("pingPortName:", kPort);
   waitUntilDone(++messages);
   EXPECT_EQ(extensions_->count(), 1U);
@@ -135,8 +135,9 @@ TEST_F(ProtocolPeerTest, ErrorsOfTheExtensionReachTheUser) {
   send("showError:", Error{std::string(kGitErrorDomain), -1, information});
   send("showError:", Error{std::string(kGitErrorDomain), -1, information});
   waitUntilDone(2);
-  ASSERT_EQ(notifier_.notices.size(), 1U) << "the same error is shown once";
-  EXPECT_EQ(notifier_.notices[0], std::make_pair(std::string("It failed"), std::string("Because")));
+  ASSERT_EQ(notifier_.shown.size(), 1U) << "the same error is shown once";
+  EXPECT_EQ(notifier_.shown[0].title, "It failed");
+  EXPECT_EQ(notifier_.shown[0].text, "Because");
   EXPECT_EQ(log_.lines().size(), 2U);
 }
 

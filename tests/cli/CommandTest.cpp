@@ -13,7 +13,8 @@ CommandTest::CommandTest() : files(home.addFolder("files")) {
                  {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + home / "no-bus"},
                  {"PATH", "/usr/bin:/bin"},
                  {"LC_ALL", "C.UTF-8"},
-                 {"NO_COLOR", std::nullopt}};
+                 {"NO_COLOR", std::nullopt},
+                 {"SSH_ASKPASS", std::nullopt}};
   extension.welcome["directories"].push_back("file://" + files + "/");
 }
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include "e2e/ProcessHost.h"
 #include "e2e/TestHost.h"
 #include "linux/base/SessionBus.h"
+#include "linux/base/UnixSocket.h"
 #include "support/Sanitizers.h"
 
 namespace kelpie {
@@ -113,6 +115,28 @@ TEST_F(SyncProgram, ASecondOneSaysSoAndEndsWithStatus0) {
             "kelpie-sync runs already: " + host.runtime().lockFile() + " is locked\n");
   TestHost file(host);
   EXPECT_EQ(file.hello().at("type"), "welcome") << "the first one goes on";
+}
+
+// A process that is killed lets go of its lock a moment after its sockets.
+TEST_F(SyncProgram, ANewOneWaitsForTheLockOfOneThatIsDying) {
+  ASSERT_EQ(host.runtime().prepare(), std::nullopt);
+  RuntimeDirectory::Lock held = host.runtime().lock();
+  ASSERT_TRUE(held.file);
+  UnixSocket::Result dying = UnixSocket::listen(host.runtime().finderSocket());
+  ASSERT_TRUE(dying.socket);
+  const auto sync = host.start("kelpie-sync");
+  // It asks whether somebody is at home, and is not answered.
+  UniqueFd asking;
+  EXPECT_TRUE(host.waitUntil([&] {
+    asking = UniqueFd(::accept(dying.socket.get(), nullptr, nullptr));
+    return static_cast<bool>(asking);
+  })) << sync->errors();
+  held.file = UniqueFd();
+  dying.socket = UniqueFd();
+  asking = UniqueFd();
+  EXPECT_TRUE(host.waitForSocket(host.runtime().finderSocket())) << sync->errors();
+  TestHost file(host);
+  EXPECT_EQ(file.hello().at("type"), "welcome");
 }
 
 TEST_F(SyncProgram, WhatAKilledOneLeftBehindIsReplaced) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "agent/git/ReferencesSnapshot.h"
@@ -17,6 +18,8 @@ struct ActionContext {
   // is not found, since only who gave the number knows what it stands for.
   std::shared_ptr<const StatusSnapshot> status;
   std::shared_ptr<const ReferencesSnapshot> references;
+  // The number of the action; 0 for one without.
+  std::uint64_t action = 0;
 };
 
 }  // namespace kelpie::agent

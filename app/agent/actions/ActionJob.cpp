@@ -3,6 +3,8 @@
 #include <utility>
 #include <variant>
 
+#include "agent/desktop/Askpass.h"
+#include "agent/desktop/DesktopTools.h"
 #include "agent/git/StatusReader.h"
 
 namespace kelpie::agent {
@@ -35,7 +37,9 @@ ActionJob::ActionJob(const ActionRule& rule, ActionRequest request, ActionContex
       request_(std::move(request)),
       context_(std::move(context)),
       means_(std::move(means)),
-      git_(gitOf(means_->git, request_, context_)) {}
+      git_(gitOf(means_->git, request_, context_)
+               .withVariables(Askpass::variables(context_.action))),
+      terminal_(rule.terminal) {}
 
 ActionOutcome ActionJob::run() {
   // Also for what is not done by git; each change by git looks again.
@@ -138,9 +142,29 @@ ActionOutcome ActionJob::openWindow(std::string_view fallback,
   ToolCommands::Values all = values();
   all.paths = paths;
   all.address = address;
+  const std::vector<std::string>* own = means_->tools.own(request_.action);
+  const auto lack =
+      DesktopTools::lackOf(own != nullptr ? *own : ToolCommands::wordsOf(fallback), git_);
+  if (lack && own != nullptr) return ActionOutcome::failed(*lack);
+  if (lack) return openTerminal(*lack, all);
   std::optional<ProgramCall> call = means_->tools.call(request_.action, fallback, all);
   if (!call) return ActionOutcome::failed("The menu item names nothing to show.");
   return ActionOutcome::opens({*std::move(call)});
+}
+
+ActionOutcome ActionJob::openTerminal(const std::string& lack,
+                                      const ToolCommands::Values& values) const {
+  if (terminal_.empty()) return ActionOutcome::failed(lack);
+  const std::vector<std::string>* own = means_->tools.own("terminal");
+  const auto terminal = own != nullptr ? std::optional(*own) : DesktopTools::terminal();
+  if (!terminal)
+    return ActionOutcome::failed(lack + " There is no terminal either in which \"" +
+                                 std::string(terminal_.substr(0, terminal_.find(" -- "))) +
+                                 "\" could run; the package xterm brings one.");
+  const auto command = ToolCommands::fill(ToolCommands::wordsOf(terminal_), values);
+  if (!command) return ActionOutcome::failed("The menu item names nothing to show.");
+  return ActionOutcome::opens({ToolCommands::callOf(
+      DesktopTools::shownInTerminal(*terminal, values.root, *command), values)});
 }
 
 ActionOutcome ActionJob::openWindowIn(const std::string& folder, std::string_view fallback) const {

@@ -70,12 +70,16 @@ class ActionJob {
   ActionOutcome openWindow(std::string_view fallback) const;
   ActionOutcome openWindow(std::string_view fallback, const std::vector<std::string>& paths,
                            const std::string& address = {}) const;
+  // What a terminal runs instead of the rule's own where the window's program is not installed.
+  void setTerminal(std::string_view command) { terminal_ = command; }
   // The same in another folder.
   ActionOutcome openWindowIn(const std::string& folder, std::string_view fallback) const;
 
  private:
   ActionOutcome carryOut();
   ToolCommands::Values values() const;
+  // In place of a window whose program is not there, for the reason given.
+  ActionOutcome openTerminal(const std::string& lack, const ToolCommands::Values& values) const;
 
   const ActionRule& rule_;
   ActionRequest request_;
@@ -83,6 +87,7 @@ class ActionJob {
   std::shared_ptr<const Means> means_;
   GitCommand git_;
   ActionTarget target_;
+  std::string_view terminal_;
 };
 
 }  // namespace kelpie::agent

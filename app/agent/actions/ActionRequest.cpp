@@ -17,6 +17,7 @@ namespace {
 
 // Titles hold names of files and references, which are far shorter.
 constexpr std::size_t kLongestTitle = std::size_t{64} << 10U;
+constexpr std::size_t kLongestChoice = 128;
 
 struct CreationMessage {
   std::string_view selector;
@@ -78,6 +79,7 @@ std::optional<ActionRequest> chosen(const Object& message) {
   request.action = *item->action;
   request.title = item->title;
   request.tag = item->tag;
+  if (item->choice.size() <= kLongestChoice) request.choice = item->choice;
   request.paths = *std::move(paths);
   request.target = FileIdentifier::fromObject(message[kMessageTargetKey]);
   if (request.kind == ActionRequest::Kind::Repository && !request.target) return std::nullopt;

@@ -26,6 +26,8 @@ struct ActionRequest {
   // What the menu item was made for: absolute, bytes. A deleted item is named by its own path.
   std::vector<std::string> paths;
   std::optional<FileIdentifier> target;  // of the working copy's root
+  // What the host calls this choice, by which it finds out how it ended; may be empty.
+  std::string choice;
   // The port that wants to know; may be empty.
   std::string portName;
 

@@ -49,6 +49,8 @@ struct ActionRule {
   ActionSubject subject = ActionSubject::None;
   std::string_view git = {};
   std::string_view window = {};
+  // What a terminal runs where the window's program is not installed; written as `window` is.
+  std::string_view terminal = {};
   // What is asked before anything is done, since it cannot be undone; "%@" names the subject.
   std::string_view question = {};
   ActionOutcome (*work)(ActionJob& job) = nullptr;

@@ -9,6 +9,7 @@ namespace kelpie::agent {
 namespace {
 
 constexpr std::string_view kQuit = "quit:";
+constexpr const char* kUndo = "undoDiscard:";
 constexpr const char* kQueueLabel = "org.kelpie.Kelpie.Actions";
 constexpr const char* kWindowLabel = "org.kelpie.Kelpie.Windows";
 // A person does not choose faster than this; a program that sends messages may.
@@ -45,24 +46,98 @@ void ActionRunner::run(const ActionRequest& request, ActionContext context) {
   const ActionRule* rule = ActionRules::find(request.action);
   if (rule == nullptr) return log_.write("Unknown action: " + request.action);
   if (request.action == kQuit) {
+    finish(begin(request, {}), ActionOutcome::done());
     if (callbacks_.quit) callbacks_.quit();
     return;
   }
   // git would take the agent's own folder for the one that is meant.
   if (request.kind == ActionRequest::Kind::Repository && context.workingCopy.root.empty())
-    return log_.write("Action " + request.action + " for no working copy.");
-  Lane& lane = lanes_[laneOf(request, context)];
-  if (lane.waiting >= kMostWaiting) return report(request, "Too many actions wait to be done.");
+    return refuse(request, "It was chosen for no working copy.");
+  const std::string folder = laneOf(request, context);
+  const std::uint64_t id = begin(request, folder);
+  Lane& lane = lanes_[folder];
+  if (lane.waiting >= kMostWaiting)
+    return finish(id, ActionOutcome::failed("Too many actions wait to be done."));
+  if (request.action == kUndo) withdrawUndo(folder);
   if (lane.queue == nullptr) lane.queue = queues_.makeQueue(kQueueLabel);
   ++lane.waiting;
-  lane.queue->post([this, rule, request, context = std::move(context), means = means_, main = main_,
-                    alive = alive_] {
+  context.action = id;
+  post(id, *rule, request, std::move(context));
+}
+
+void ActionRunner::post(std::uint64_t id, const ActionRule& rule, const ActionRequest& request,
+                        ActionContext context) {
+  const std::shared_ptr<SerialQueue> queue = lanes_.at(laneOf(request, context)).queue;
+  queue->post([this, id, &rule, request, context = std::move(context),
+               control = actions_.at(id).control, means = means_, main = main_, alive = alive_] {
+    ActionOutcome outcome = ActionOutcome::cancelled();
+    const ActionControl::Work work(*control);
+    if (!control->isCancelled()) outcome = ActionJob(rule, request, context, means).run();
+    // What fails because its programs were ended has not failed.
+    if (control->isCancelled() && !outcome.isDone()) outcome = ActionOutcome::cancelled();
     // Only the main thread may ask whether `this` is there.
-    main->post(
-        [this, request, context, alive, outcome = ActionJob(*rule, request, context, means).run()] {
-          if (*alive) ended(request, context, outcome);
-        });
+    main->post([this, id, request, context, alive, outcome] {
+      if (*alive) ended(id, request, context, outcome);
+    });
   });
+}
+
+void ActionRunner::refuse(const ActionRequest& request, const std::string& why) {
+  finish(begin(request, {}), ActionOutcome::failed(why));
+}
+
+std::vector<ActionInfo> ActionRunner::actions() const {
+  std::vector<ActionInfo> infos;
+  infos.reserve(actions_.size());
+  for (const auto& [id, action] : actions_) infos.push_back(infoOf(id, action));
+  return infos;
+}
+
+bool ActionRunner::cancel(std::uint64_t id) {
+  const auto action = actions_.find(id);
+  if (action == actions_.end()) return false;
+  action->second.control->cancel();
+  // Whether it has begun is asked second: one that begins later finds itself called off.
+  if (!action->second.control->hasBegun()) finish(id, ActionOutcome::cancelled());
+  return true;
+}
+
+std::uint64_t ActionRunner::begin(const ActionRequest& request, const std::string& folder) {
+  const std::uint64_t id = ++lastId_;
+  const Action& action = actions_
+                             .emplace(id, Action{request, folder, std::make_shared<ActionControl>(),
+                                                 std::chrono::steady_clock::now()})
+                             .first->second;
+  if (callbacks_.began) callbacks_.began(infoOf(id, action));
+  return id;
+}
+
+void ActionRunner::finish(std::uint64_t id, const ActionOutcome& outcome) {
+  const auto action = actions_.find(id);
+  if (action == actions_.end()) return;
+  const ActionInfo info = infoOf(id, action->second);
+  const ActionRequest request = std::move(action->second.request);
+  actions_.erase(action);
+  if (outcome.end == ActionOutcome::End::Failed) report(request, outcome.message);
+  if (outcome.end == ActionOutcome::End::Cancelled)
+    log_.write("Action " + request.action + " was cancelled.");
+  if (callbacks_.over) callbacks_.over(info, outcome);
+}
+
+ActionInfo ActionRunner::infoOf(std::uint64_t id, const Action& action) const {
+  const ActionRule* rule = ActionRules::find(action.request.action);
+  ActionInfo info;
+  info.id = id;
+  info.action = action.request.action;
+  info.label = rule == nullptr ? action.request.action : std::string(rule->label);
+  info.title = action.request.title;
+  info.folder = action.folder;
+  info.choice = action.request.choice;
+  if (action.control->hasBegun())
+    info.state =
+        action.control->isAsking() ? ActionInfo::State::Asking : ActionInfo::State::Running;
+  info.since = action.since;
+  return info;
 }
 
 void ActionRunner::leaveLane(const std::string& key) {
@@ -70,10 +145,10 @@ void ActionRunner::leaveLane(const std::string& key) {
   if (lane != lanes_.end() && --lane->second.waiting == 0) lanes_.erase(lane);
 }
 
-void ActionRunner::ended(const ActionRequest& request, const ActionContext& context,
-                         const ActionOutcome& outcome) {
+void ActionRunner::ended(std::uint64_t id, const ActionRequest& request,
+                         const ActionContext& context, const ActionOutcome& outcome) {
   leaveLane(laneOf(request, context));
-  if (outcome.end == ActionOutcome::End::Failed) report(request, outcome.message);
+  finish(id, outcome);
   if (outcome.canBeUndone) offerUndo(request, context);
   for (const ProgramCall& window : outcome.windows) start(request, window);
   if (callbacks_.ended) callbacks_.ended(request, context, outcome);
@@ -82,8 +157,26 @@ void ActionRunner::ended(const ActionRequest& request, const ActionContext& cont
 void ActionRunner::offerUndo(const ActionRequest& request, const ActionContext& context) {
   const ActionRule* rule = ActionRules::find(request.action);
   const std::string label(rule == nullptr ? request.action : rule->label);
-  notifier_.notify(label, "What it replaced was put aside. To bring it back:\nkelpie undo " +
-                              shellWord(context.workingCopy.root));
+  const std::string& root = context.workingCopy.root;
+  ActionRequest undo;
+  undo.action = kUndo;
+  ActionContext place;
+  place.workingCopy = context.workingCopy;
+  withdrawUndo(root);
+  undoOffers_[root] = notifier_.offer(
+      label, "What it replaced was put aside. To bring it back:\nkelpie undo " + shellWord(root),
+      {"Undo", [this, undo, place, alive = alive_] {
+         if (*alive) run(undo, place);
+       }});
+}
+
+// It would bring back something else by now.
+void ActionRunner::withdrawUndo(const std::string& root) {
+  const auto offer = undoOffers_.find(root);
+  if (offer == undoOffers_.end()) return;
+  const Notifier::Key key = offer->second;
+  undoOffers_.erase(offer);
+  notifier_.withdraw(key);
 }
 
 // Each window keeps its own queue busy until it is closed.

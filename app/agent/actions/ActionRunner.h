@@ -1,15 +1,20 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "agent/actions/ActionContext.h"
+#include "agent/actions/ActionInfo.h"
 #include "agent/actions/ActionJob.h"
 #include "agent/actions/ActionOutcome.h"
 #include "agent/actions/ActionRequest.h"
+#include "agent/desktop/ActionControl.h"
 #include "agent/desktop/Notifier.h"
 #include "platform/Log.h"
 #include "platform/SerialQueue.h"
@@ -22,9 +27,14 @@ class ActionRunner {
  public:
   struct Callbacks {
     // The user wants the agent to end.
-    std::function<void()> quit;
+    std::function<void()> quit = {};
     // An action has ended; one that opens a window, when that was started. May be empty.
-    std::function<void(const ActionRequest&, const ActionContext&, const ActionOutcome&)> ended;
+    std::function<void(const ActionRequest&, const ActionContext&, const ActionOutcome&)> ended =
+        {};
+    // Every request that comes is told of, and then how it ended, also one that is turned away or
+    // called off before its turn. May be empty.
+    std::function<void(const ActionInfo&)> began = {};
+    std::function<void(const ActionInfo&, const ActionOutcome&)> over = {};
   };
 
   // `queues`, `log` and `notifier` outlive this.
@@ -38,6 +48,14 @@ class ActionRunner {
   // Returns at once. Too many that wait for the same working copy are turned away with a message,
   // and so is a window where too many are open.
   void run(const ActionRequest& request, ActionContext context);
+  // The request cannot be carried out at all: that is told as the end of an action is.
+  void refuse(const ActionRequest& request, const std::string& why);
+
+  // The actions that have not ended, in the order in which they were chosen.
+  std::vector<ActionInfo> actions() const;
+  // Calls an action off. One that waits has ended when this returns; one that runs ends as soon as
+  // its programs have. False when there is no such action any more.
+  bool cancel(std::uint64_t id);
 
  private:
   // The actions of one working copy, or of one folder to be.
@@ -46,12 +64,26 @@ class ActionRunner {
     std::size_t waiting = 0;
   };
 
-  void ended(const ActionRequest& request, const ActionContext& context,
+  // An action that has not ended.
+  struct Action {
+    ActionRequest request;
+    std::string folder;
+    std::shared_ptr<ActionControl> control;
+    std::chrono::steady_clock::time_point since;
+  };
+
+  std::uint64_t begin(const ActionRequest& request, const std::string& folder);
+  void finish(std::uint64_t id, const ActionOutcome& outcome);
+  ActionInfo infoOf(std::uint64_t id, const Action& action) const;
+  void post(std::uint64_t id, const ActionRule& rule, const ActionRequest& request,
+            ActionContext context);
+  void ended(std::uint64_t id, const ActionRequest& request, const ActionContext& context,
              const ActionOutcome& outcome);
   void leaveLane(const std::string& key);
   void start(const ActionRequest& request, const ProgramCall& window);
   // Tells how to bring back what the action put aside.
   void offerUndo(const ActionRequest& request, const ActionContext& context);
+  void withdrawUndo(const std::string& root);
   void report(const ActionRequest& request, const std::string& message);
 
   std::shared_ptr<const ActionJob::Means> means_;
@@ -61,7 +93,11 @@ class ActionRunner {
   Notifier& notifier_;
   Callbacks callbacks_;
   std::map<std::string, Lane> lanes_;
+  std::uint64_t lastId_ = 0;
+  std::map<std::uint64_t, Action> actions_;
   std::size_t windows_ = 0;  // that are open
+  // What offers to undo the last action of a working copy, by its root.
+  std::map<std::string, Notifier::Key> undoOffers_;
   // Tasks ask it whether this is still there.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

@@ -15,7 +15,7 @@ void MenuActions::handle(const Object& message, const RepositorySession* session
   if (session != nullptr)
     context = {session->workingCopy(), session->status(), session->references()};
   else if (request->kind == ActionRequest::Kind::Repository)
-    return log_.write("port: " + request->action + " for a repository that is not open, dropped");
+    return runner_.refuse(*request, "Its working copy is not open any more.");
   runner_.run(*request, std::move(context));
 }
 

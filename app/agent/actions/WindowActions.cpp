@@ -23,7 +23,10 @@ constexpr std::size_t kMostWindows = 8;
 
 // Against the last commit, where there is one: staged changes are changes, too.
 ActionOutcome showChanges(ActionJob& job) {
-  if (!job.hasHeadCommit()) return job.openWindow("git difftool -g -y --cached -- %p");
+  if (!job.hasHeadCommit()) {
+    job.setTerminal("git --literal-pathspecs diff --cached -- %p");
+    return job.openWindow("git difftool -g -y --cached -- %p");
+  }
   return job.openWindow(job.target().paths.size() == 1 ? "git difftool -g -y HEAD -- %p"
                                                        : "git difftool -g -y -d HEAD -- %p");
 }
@@ -90,25 +93,35 @@ ActionOutcome showAbout(ActionJob& /*job*/) {
 constexpr auto kApplication = ActionRequest::Kind::Application;
 
 constexpr ActionRule kWindowActions[] = {
-    {.action = "commit:", .label = "Commit", .window = "git citool"},
+    {.action = "commit:", .label = "Commit", .window = "git citool", .terminal = "git commit"},
     {.action = "diff:",
      .label = "See Changes",
      .subject = ActionSubject::Files,
+     .terminal = "git --literal-pathspecs diff HEAD -- %p",
      .work = showChanges},
     {.action = "externalDiff:",
      .label = "External Diff",
      .subject = ActionSubject::Files,
      .work = showChanges},
-    {.action = "blameItems:", .label = "Blame", .subject = ActionSubject::Files, .work = blame},
+    {.action = "blameItems:",
+     .label = "Blame",
+     .subject = ActionSubject::Files,
+     .terminal = "git blame -- %p",
+     .work = blame},
     {.action = "historyItems:",
      .label = "History",
      .subject = ActionSubject::Files,
-     .window = "gitk -- %p"},
+     .window = "gitk -- %p",
+     .terminal = "git --literal-pathspecs log --patch -- %p"},
     {.action = "compareCommits:",
      .label = "Compare",
      .subject = ActionSubject::Reference,
-     .window = "git difftool -g -y -d %full HEAD --"},
-    {.action = "showBrowser:", .label = "Browser", .window = "gitk --all"},
+     .window = "git difftool -g -y -d %full HEAD --",
+     .terminal = "git diff %full HEAD --"},
+    {.action = "showBrowser:",
+     .label = "Browser",
+     .window = "gitk --all",
+     .terminal = "git log --graph --all"},
     {.action = "showSettings:", .label = "Settings", .window = "git gui"},
     {.action = "showRemoteSettings:",
      .label = "Remote Settings",

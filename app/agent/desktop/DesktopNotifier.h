@@ -2,6 +2,11 @@
 
 #include <gio/gio.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+
 #include "agent/desktop/Notifier.h"
 #include "linux/base/GLibPointers.h"
 #include "platform/Log.h"
@@ -12,6 +17,9 @@ namespace kelpie::agent {
 // such service, the log says so. Main thread.
 class DesktopNotifier final : public Notifier {
  public:
+  // Hears of every notification, also where the desktop shows none.
+  using Listener = std::function<void(const std::string& title, const std::string& text)>;
+
   // `bus` is null where there is none. `log` outlives this.
   DesktopNotifier(GDBusConnection* bus, Log& log);
   // What is under way is given up.
@@ -19,14 +27,38 @@ class DesktopNotifier final : public Notifier {
   DesktopNotifier(const DesktopNotifier&) = delete;
   DesktopNotifier& operator=(const DesktopNotifier&) = delete;
 
+  void setListener(Listener listener) { listener_ = std::move(listener); }
+
   void notify(const std::string& title, const std::string& text) override;
+  Key offer(const std::string& title, const std::string& text, Button button) override;
+  void withdraw(Key key) override;
+
+  // Of so many with a button it keeps account; those before them stay, but their buttons do
+  // nothing.
+  static constexpr std::size_t kMostOffers = 64;
 
  private:
-  static void answered(GObject* bus, GAsyncResult* result, gpointer self);
+  struct Offer {
+    std::uint32_t number = 0;  // the desktop's own; 0 until it has told it
+    std::function<void()> pressed;
+  };
+  struct Call;
+
+  void show(Key key, const std::string& title, const std::string& text, const std::string& label);
+  void close(std::uint32_t number);
+  // The offer with the desktop's number; the end when there is none.
+  std::map<Key, Offer>::iterator offerOf(std::uint32_t number);
+  static void answered(GObject* bus, GAsyncResult* result, gpointer call);
+  static void heard(GDBusConnection* bus, const gchar* sender, const gchar* path,
+                    const gchar* interface, const gchar* signal, GVariant* values, gpointer self);
 
   GObjectPtr<GDBusConnection> bus_;
   Log& log_;
   GObjectPtr<GCancellable> cancellable_;
+  Listener listener_;
+  guint signals_ = 0;
+  Key lastKey_ = 0;
+  std::map<Key, Offer> offers_;
 };
 
 }  // namespace kelpie::agent

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "agent/desktop/ActionControl.h"
 #include "agent/git/GitCommand.h"
 #include "foundation/PrintableText.h"
 #include "linux/base/GLibPointers.h"
@@ -86,6 +87,7 @@ Dialogs::Answer run(Arguments arguments) {
   call.arguments = std::move(arguments);
   call.maximumOutput = std::size_t{1} << 20U;
   call.endsWithAgent = true;
+  const ActionControl::Asking asking;
   const ProgramResult result = Subprocess::run(call);
   Dialogs::Answer answer;
   answer.end = endOf(result);
@@ -165,6 +167,19 @@ Dialogs::Answer Dialogs::ask(const std::string& prompt, const std::string& initi
   }
   answer.text = trimmed(answer.text);
   return needingText(answer);
+}
+
+Dialogs::Answer Dialogs::askSecret(const std::string& prompt) {
+  switch (program()) {
+    case Program::Zenity:
+      return run({"zenity", "--entry", "--hide-text", std::string("--title=") + kTitle,
+                  "--text=" + forZenityLabel(prompt, false)});
+    case Program::Kdialog:
+      return run({"kdialog", "--title", kTitle, "--password", asRichText(prompt)});
+    case Program::None:
+      break;
+  }
+  return {};
 }
 
 // Both programs answer with the number that stands for the choice.

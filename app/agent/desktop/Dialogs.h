@@ -30,6 +30,8 @@ class Dialogs {
   static Answer confirm(const std::string& question, const std::string& button);
   // A line of text, without blanks around it; an empty one counts as cancelled.
   static Answer ask(const std::string& prompt, const std::string& initial);
+  // A line of text that must not be seen, as it was typed; an empty one is an answer.
+  static Answer askSecret(const std::string& prompt);
   // One of the choices, at least one; the first is the one that is offered.
   static Answer choose(const std::string& prompt, const std::vector<std::string>& choices);
   // The absolute path of a file to read, or of one to write; a file that is there already is

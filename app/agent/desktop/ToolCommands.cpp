@@ -132,21 +132,31 @@ std::vector<std::string> ToolCommands::wordsOf(std::string_view command) {
   return words;
 }
 
+const std::vector<std::string>* ToolCommands::own(std::string_view action) const {
+  const auto found = own_.find(key(action));
+  return found == own_.end() ? nullptr : &found->second;
+}
+
+ProgramCall ToolCommands::callOf(std::vector<std::string> words, const Values& values) {
+  ProgramCall call;
+  call.arguments = std::move(words);
+  call.folder = values.root;
+  call.withoutVariables = GitCommand::repositoryVariables();
+  call.environment = {{"GIT_TERMINAL_PROMPT", "0"}};
+  call.outputMatters = false;
+  return call;
+}
+
 std::optional<ProgramCall> ToolCommands::call(std::string_view action, std::string_view fallback,
                                               const Values& values) const {
   const auto own = own_.find(key(action));
   const std::vector<std::string> command = own != own_.end() ? own->second : wordsOf(fallback);
   std::optional<std::vector<std::string>> words = fill(command, values);
   if (!words || words->empty()) return std::nullopt;
-  ProgramCall call;
-  call.arguments = *std::move(words);
-  call.folder = values.root;
-  call.withoutVariables = GitCommand::repositoryVariables();
-  call.environment = {{"GIT_TERMINAL_PROMPT", "0"}};
+  ProgramCall call = callOf(*std::move(words), values);
   // Only with paths: hooks inherit it, and a hook that uses patterns would find nothing.
   if (std::ranges::find(command, "%p") != command.end())
     call.environment.emplace_back("GIT_LITERAL_PATHSPECS", "1");
-  call.outputMatters = false;
   return call;
 }
 

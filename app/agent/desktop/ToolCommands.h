@@ -33,10 +33,15 @@ class ToolCommands {
 
   // Whether the user has a command of his own for the action.
   bool isOverridden(std::string_view action) const { return own_.contains(key(action)); }
+  // The user's own command of that key; null when there is none.
+  const std::vector<std::string>* own(std::string_view action) const;
   // The program to start for the action, in the root. There is no shell: a word with a placeholder
   // stays one word. Missing when a placeholder of the command has nothing to stand for.
   std::optional<ProgramCall> call(std::string_view action, std::string_view fallback,
                                   const Values& values) const;
+
+  // The program with these words, in the root.
+  static ProgramCall callOf(std::vector<std::string> words, const Values& values);
 
   // The words, which have single blanks between them, with the placeholders filled in.
   static std::optional<std::vector<std::string>> fill(const std::vector<std::string>& words,

@@ -81,6 +81,13 @@ ProgramCall GitCommand::call(const Arguments& arguments) const {
 GitCommand GitCommand::in(std::string folder) const {
   GitCommand other(program_, std::move(folder));
   other.guard_ = guard_;
+  other.variables_ = variables_;
+  return other;
+}
+
+GitCommand GitCommand::withVariables(Environment variables) const {
+  GitCommand other(*this);
+  other.variables_ = std::move(variables);
   return other;
 }
 
@@ -148,6 +155,7 @@ ProgramCall GitCommand::changeCall(const Arguments& arguments) const {
                         {"GIT_SEQUENCE_EDITOR", ":"},
                         {"GIT_MERGE_AUTOEDIT", "no"},
                         {"GIT_PAGER", "cat"}};
+  change.environment.insert(change.environment.end(), variables_.begin(), variables_.end());
   return change;
 }
 

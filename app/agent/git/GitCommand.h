@@ -38,6 +38,9 @@ class GitCommand {
   // change it is looked at whether the folder still is that working copy.
   GitCommand within(const WorkingCopy& workingCopy) const;
 
+  // The same git with further variables where it changes something.
+  GitCommand withVariables(Environment variables) const;
+
   // Asks git something: it takes no lock that could hinder the user's own git, answers in English,
   // takes every path as it is written, and is stopped after `limit` or when `cancellable` (may be
   // null) is cancelled.
@@ -85,6 +88,7 @@ class GitCommand {
   std::string folder_;
   std::shared_ptr<ProgramGuard> guard_;
   std::shared_ptr<const WorkingCopy> workingCopy_;  // the only one that may be changed; or null
+  Environment variables_;                           // where it changes something
 };
 
 }  // namespace kelpie::agent

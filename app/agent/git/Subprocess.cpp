@@ -24,8 +24,8 @@ using Clock = std::chrono::steady_clock;
 
 // Of what a program writes to standard error, this much is kept; the rest is read and dropped.
 constexpr std::size_t kMaximumErrors = std::size_t{64} << 10U;
-// How long a program may take to end after SIGTERM.
-constexpr std::chrono::milliseconds kGrace{500};
+// How long a program may take to end after SIGTERM: git takes its lock files away first.
+constexpr std::chrono::milliseconds kGrace{2000};
 
 class Descriptor {
  public:
@@ -50,7 +50,9 @@ class Descriptor {
 
 // Runs in the child, before the program: only what is safe between fork and exec.
 void prepareChild(gpointer endsWithAgent) {
-  setpgid(0, 0);  // so that what the program starts ends with it
+  // So that what the program starts ends with it, and so that nothing it starts finds a terminal to
+  // ask on: ssh would wait there for an answer that nobody is asked for.
+  setsid();
   if (endsWithAgent != nullptr) prctl(PR_SET_PDEATHSIG, SIGTERM);
   sigset_t none;
   sigemptyset(&none);
@@ -233,7 +235,9 @@ void Run::drain() {
 void Run::endProgram() {
   kill(-pid_, SIGTERM);
   pollfd wait{process_.get(), POLLIN, 0};
-  if (poll(&wait, 1, static_cast<int>(kGrace.count())) != 1) kill(-pid_, SIGKILL);
+  poll(&wait, 1, static_cast<int>(kGrace.count()));
+  // Also those that outlive the program, which has not been waited for yet and so keeps its number.
+  kill(-pid_, SIGKILL);
 }
 
 void Run::reap() {
@@ -279,6 +283,12 @@ std::string ProgramResult::failure() const {
 }
 
 ProgramResult Subprocess::run(const ProgramCall& call, GCancellable* cancellable) {
+  if (cancellable == nullptr) cancellable = g_cancellable_get_current();
+  if (g_cancellable_is_cancelled(cancellable) == TRUE) {
+    ProgramResult result;
+    result.end = ProgramResult::End::Cancelled;
+    return result;
+  }
   return Run(call, cancellable).toTheEnd();
 }
 

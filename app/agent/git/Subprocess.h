@@ -54,9 +54,11 @@ struct ProgramResult {
 // Runs programs.
 class Subprocess {
  public:
-  // Runs the program to its end and blocks meanwhile, so no main loop calls this. What is still
-  // running when a limit is met or `cancellable` (may be null) is cancelled gets SIGTERM and then
-  // SIGKILL, with all that it started itself. Any thread.
+  // Runs the program to its end and blocks meanwhile, so no main loop calls this. It has no
+  // terminal. What is still running when a limit is met or `cancellable` is cancelled gets SIGTERM
+  // and then SIGKILL, with all that it started itself; where that is cancelled already, nothing is
+  // started. Without a `cancellable` the one that is current on the thread counts, if any (see
+  // ActionControl). Any thread.
   static ProgramResult run(const ProgramCall& call, GCancellable* cancellable = nullptr);
 };
 

@@ -117,6 +117,18 @@ RepositorySession* RepositoryRegistry::find(const FileIdentifier& identifier) co
   return found == sessions_.end() ? nullptr : found->second.get();
 }
 
+const RepositorySession* RepositoryRegistry::holding(std::string_view path) const {
+  const RepositorySession* best = nullptr;
+  for (const auto& [identifier, session] : sessions_) {
+    const std::string& root = session->workingCopy().root;
+    const bool holds = path == root || (path.starts_with(root) &&
+                                        (root.ends_with('/') || path[root.size()] == '/'));
+    if (!holds) continue;
+    if (best == nullptr || best->workingCopy().root.size() < root.size()) best = session.get();
+  }
+  return best;
+}
+
 void RepositoryRegistry::folderLooksLike(const Candidate& candidate, const Request& request) {
   const auto known = known_.find(candidate.path);
   if (known != known_.end() && known->second.identity == candidate.identity)

@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -35,6 +36,9 @@ class RepositoryRegistry {
   void open(const std::string& folder, const std::shared_ptr<ExtensionPort>& port, bool shallow);
   // The session of the working copy with that identifier; null when none is open.
   RepositorySession* find(const FileIdentifier& identifier) const;
+  // The session of the innermost working copy that is open and holds the item at the absolute path,
+  // by its spelling; null when none does.
+  const RepositorySession* holding(std::string_view path) const;
 
   // An extension has presented itself, has lost its connection for a moment, is gone.
   void pinged(const std::string& portName);

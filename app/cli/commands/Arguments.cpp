@@ -17,11 +17,21 @@ std::string_view Arguments::value(std::string_view option, std::string_view fall
   return found->second;
 }
 
-std::chrono::milliseconds Arguments::wait() const {
-  const std::string_view text = value("wait", "2000");
+namespace {
+
+// The parser has looked at it before.
+std::chrono::milliseconds millisecondsOf(std::string_view text) {
   int number = 0;
   std::from_chars(text.data(), text.data() + text.size(), number);
   return std::chrono::milliseconds(number);
+}
+
+}  // namespace
+
+std::chrono::milliseconds Arguments::wait() const { return millisecondsOf(value("wait", "2000")); }
+
+std::chrono::milliseconds Arguments::limit() const {
+  return millisecondsOf(value("limit", "600000"));
 }
 
 ColourChoice Arguments::colour() const {

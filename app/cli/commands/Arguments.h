@@ -28,6 +28,8 @@ class Arguments {
   std::string_view value(std::string_view option, std::string_view fallback) const;
   // The value of --wait.
   std::chrono::milliseconds wait() const;
+  // The value of --limit.
+  std::chrono::milliseconds limit() const;
   // The value of --color.
   ColourChoice colour() const;
 

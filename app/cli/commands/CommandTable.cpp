@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "cli/commands/ActionsCommand.h"
+#include "cli/commands/CancelCommand.h"
 #include "cli/commands/CompletionCommand.h"
 #include "cli/commands/DoCommand.h"
 #include "cli/commands/DoctorCommand.h"
@@ -29,13 +31,20 @@ constexpr OptionInfo kColour = {"color", "when to use colours (default: auto, on
                                 ValueKind::Choice, "WHEN", kColourChoices};
 constexpr OptionInfo kWait = {"wait", "how long to wait for news of badges (default: 2000)",
                               ValueKind::Number, "MS"};
+constexpr OptionInfo kLimit = {"limit",
+                               "how long to wait for the outcome (default: 600000; 0: not at all)",
+                               ValueKind::Number, "MS"};
+constexpr OptionInfo kAll = {"all", "call off every action"};
 constexpr OptionInfo kKind = {"kind", "which menu (default: items)", ValueKind::Choice, "KIND",
                               kKindChoices};
 
-constexpr OptionInfo kStatusOptions[] = {kJson, kColour, kWait};
+constexpr OptionInfo kChanged = {"changed", "list all changed items below, whatever their folders"};
+
+constexpr OptionInfo kStatusOptions[] = {kChanged, kJson, kColour, kWait};
 constexpr OptionInfo kMenuOptions[] = {kKind, kJson, kColour, kWait};
-constexpr OptionInfo kDoOptions[] = {kKind, kWait};
+constexpr OptionInfo kDoOptions[] = {kKind, kLimit, kWait};
 constexpr OptionInfo kJsonOnly[] = {kJson};
+constexpr OptionInfo kCancelOptions[] = {kAll};
 constexpr OptionInfo kWatchOptions[] = {kColour};
 constexpr OptionInfo kDoctorOptions[] = {kJson, kColour};
 
@@ -64,17 +73,20 @@ constexpr FormInfo kTrustForms[] = {
     {"remove", "FOLDER...", "trust repositories no longer", 1, kAnyNumber, ValueKind::Folder,
      ValueKind::Folder}};
 constexpr FormInfo kWatchForms[] = {{"", "PATH", "", 1, 1, ValueKind::Path}};
-constexpr FormInfo kDoctorForms[] = {{"", "", ""}};
+constexpr FormInfo kNoOperands[] = {{"", "", ""}};
+constexpr FormInfo kCancelForms[] = {
+    {"", "[NUMBER...]", "", 0, kAnyNumber, ValueKind::Number, ValueKind::Number}};
 constexpr FormInfo kCompletionForms[] = {
     {"bash", "", "for bash"}, {"zsh", "", "for zsh"}, {"fish", "", "for fish"}};
 
 constexpr CommandInfo kCommands[] = {
     {"status", "show items and folders with their badges",
-     "Shows each PATH with its badge, and of a folder also what it holds; without a\n"
-     "PATH, the current folder. Only items in observed folders have badges (see\n"
-     "\"kelpie folders\"). The badges are printed once each item has one, or when there\n"
-     "was no news of any for the time of --wait. Exit status: 0 when every PATH could\n"
-     "be shown, else 1.",
+     "Shows each PATH with its badge, and of a folder also what it holds, deleted items\n"
+     "included; without a PATH, the current folder. Above stands the branch, how far it\n"
+     "is from its upstream, and what is under way, such as a merge. Only items in\n"
+     "observed folders have badges (see \"kelpie folders\"). The badges are printed once\n"
+     "each item has one, or when there was no news of any for the time of --wait. Exit\n"
+     "status: 0 when every PATH could be shown, else 1.",
      kStatusOptions, kStatusForms, runOf<StatusCommand>},
     {"menu", "show the menu of items",
      "Prints the menu that a file manager would show for the PATHs. Submenus are\n"
@@ -83,11 +95,13 @@ constexpr CommandInfo kCommands[] = {
      "for the toolbar's button. Exit status: 0 when there is a menu, else 1.",
      kMenuOptions, kMenuForms, runOf<MenuCommand>},
     {"do", "carry out an item of the menu",
-     "Chooses the item TITLE from the menu of the PATHs and waits until its action was\n"
-     "handed on. \"More/Ignore\" is the item Ignore in the submenu More; \"\\/\" is a slash\n"
-     "within a title. A beginning of a title will do when only one item begins so, and\n"
-     "neither case nor a final \"...\" matters. Exit status: 0 when the action has run,\n"
-     "1 when it could not, 2 when TITLE names no item or several; these are listed.",
+     "Chooses the item TITLE from the menu of the PATHs, waits until its action has\n"
+     "ended, and prints how. \"More/Ignore\" is the item Ignore in the submenu More;\n"
+     "\"\\/\" is a slash within a title. A beginning of a title will do when only one item\n"
+     "begins so, and neither case nor a final \"...\" matters. A PATH may be that of a\n"
+     "deleted item. Exit status: 0 when the action was done, 1 when it failed or was\n"
+     "cancelled, 2 when TITLE names no item or several, which are listed, 3 when it was\n"
+     "handed on and its outcome is not known (after --limit, or without a session bus).",
      kDoOptions, kDoForms, runOf<DoCommand>},
     {"undo",
      "bring back what was discarded last",
@@ -98,6 +112,18 @@ constexpr CommandInfo kCommands[] = {
      {},
      kUndoForms,
      runOf<UndoCommand>},
+    {"actions", "list the actions that have not ended",
+     "Prints a line for each action that was chosen from a menu, here or in a file\n"
+     "manager, and has not ended: its number, its state (\"running\", \"asking\" while a\n"
+     "question of it is open, \"waiting\" for another one of the same working copy), for\n"
+     "how long, what it is, and where. Exit status: 0, or 1 when the main application\n"
+     "does not answer.",
+     kJsonOnly, kNoOperands, runOf<ActionsCommand>},
+    {"cancel", "call off actions that have not ended",
+     "Calls off the actions with these NUMBERs (see \"kelpie actions\"), or all of them.\n"
+     "What runs is ended with all that it has started, and the working copy is left as\n"
+     "git leaves it then. Exit status: 0, or 1 when there is no such action.",
+     kCancelOptions, kCancelForms, runOf<CancelCommand>},
     {"folders", "list, add and remove the observed folders",
      "The folders in which items have badges and menus.", kJsonOnly, kFolderForms,
      runOf<FoldersCommand>},
@@ -128,7 +154,7 @@ constexpr CommandInfo kCommands[] = {
      "Looks at the programs, sockets, versions, settings and limits that badges and\n"
      "menus need. Changes nothing and starts nothing. Exit status: 0 when all is well,\n"
      "else 1.",
-     kDoctorOptions, kDoctorForms, runOf<DoctorCommand>},
+     kDoctorOptions, kNoOperands, runOf<DoctorCommand>},
     {"completion",
      "print a completion script for a shell",
      "Prints the script that completes the arguments of kelpie in that shell.",

@@ -72,7 +72,11 @@ bool FoldersCommand::add(SettingsSnapshot& settings, const std::string& operand)
 }
 
 bool FoldersCommand::remove(SettingsSnapshot& settings, const std::string& operand) {
-  if (FolderList::remove(settings, FilePath::locate(operand).path)) return true;
+  // An entry is named by its own path, also where a link stands there by now; else the link's
+  // target is meant, also where that is gone.
+  for (const std::string& path :
+       {FilePath::spelled(operand), FilePath::locate(operand).path, FilePath::targetOf(operand)})
+    if (FolderList::remove(settings, path)) return true;
   console_.complain(console_.printable(operand) + ": is not in the list; see: kelpie folders list");
   return false;
 }

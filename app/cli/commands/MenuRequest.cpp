@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "cli/output/BadgeLook.h"
 #include "cli/text/FilePath.h"
 
 namespace kelpie::cli {
@@ -38,15 +39,21 @@ std::optional<std::string> MenuRequest::locate(const std::vector<std::string>& o
   if (!kind.isOfSelection && operands.size() != 1)
     return "the menu of a " + std::string(kind.name) + " takes one PATH";
   for (const std::string& operand : operands) {
-    const FilePath::Place place = FilePath::locate(operand);
-    if (!place.exists) return operand + ": nothing is there";
+    FilePath::Place place = FilePath::locate(operand);
+    if (!place.exists && (kind.number == 1 || kind.number == 2))
+      return operand + ": nothing is there";
+    if (place_.empty()) place_ = place.path;
     if (kind.needsObserved && !session_->isObserved(place.path))
       return operand + ": lies in no observed folder; see: kelpie folders";
     if (!kind.isOfSelection && !place.isFolder) return operand + ": is no folder";
+    if (!place.exists) {
+      place.path = FilePath::placeholderOf(place.path);
+      deleted_.emplace_back(operand, place.path);
+    }
     // The toolbar of a window without a selection speaks of the folder that the window shows.
     const bool isGround =
         !kind.isOfSelection || (kind.number == 3 && place.isFolder && operands.size() == 1);
-    const std::string folder = isGround ? place.path : FilePath::parentOf(place.path);
+    const std::string folder = isGround ? place.path : FilePath::existingFolderAbove(place.path);
     if (!question_.targeted) question_.targeted = folder;
     if (!isGround) question_.selected.push_back({place.path, place.isFolder});
     // The working copy opens when its folder comes into view.
@@ -58,7 +65,23 @@ std::optional<std::string> MenuRequest::locate(const std::vector<std::string>& o
 
 std::optional<std::string> MenuRequest::open(const Kind& kind, std::chrono::milliseconds wait) {
   if (!badges_.settle(wait)) return "the extension has ended";
+  if (auto problem = checkDeleted()) return problem;
   question_.kind = kind.number;
+  isSidebar_ = kind.name == "sidebar";
+  return refresh();
+}
+
+std::optional<std::string> MenuRequest::checkDeleted() const {
+  for (const auto& [operand, placeholder] : deleted_) {
+    const auto badge = badges_.badge(placeholder);
+    // Whatever else is unchanged.
+    if (!badge || !isBadge(*badge) || *badge == "KPCurrentBadge")
+      return operand + ": nothing is there";
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> MenuRequest::refresh() {
   std::optional<HostClient::MenuReply> reply;
   session_->client().askMenu(
       question_, [&reply](const HostClient::MenuReply& got) { reply = got; }, Clock::now());
@@ -66,7 +89,7 @@ std::optional<std::string> MenuRequest::open(const Kind& kind, std::chrono::mill
       reply->problem == HostClient::kNoAnswer)
     return "the extension does not answer; see: kelpie doctor";
   if (!reply->problem.empty()) return reply->problem;
-  if (!reply->isThere && kind.name == "sidebar") return "a sidebar has no menu";
+  if (!reply->isThere && isSidebar_) return "a sidebar has no menu";
   if (!reply->isThere)
     return "there is no menu: the main application is not running; see: kelpie doctor";
   if (reply->items.empty()) return "the menu is empty: the PATHs lie in no open working copy";
@@ -75,13 +98,15 @@ std::optional<std::string> MenuRequest::open(const Kind& kind, std::chrono::mill
   return std::nullopt;
 }
 
-std::optional<std::string> MenuRequest::choose(const std::vector<std::size_t>& path) {
+std::optional<std::string> MenuRequest::choose(const std::vector<std::size_t>& path,
+                                               const std::string& choice) {
   std::optional<std::string> outcome;
   session_->client().choose(
-      menu_, path, [&outcome](const std::string& problem) { outcome = problem; }, Clock::now());
+      menu_, path, choice, [&outcome](const std::string& problem) { outcome = problem; },
+      Clock::now());
   if (!session_->receiveUntil([&outcome] { return outcome.has_value(); }) ||
       *outcome == HostClient::kNoAnswer)
-    return "the extension does not say whether the action has run";
+    return "the extension does not say whether the action was handed on";
   return outcome->empty() ? std::nullopt : outcome;
 }
 

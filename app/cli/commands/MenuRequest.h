@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/commands/Arguments.h"
@@ -24,9 +25,16 @@ class MenuRequest {
                                            Context& context);
 
   const std::vector<hostlink::Item>& items() const { return items_; }
-  // Chooses the item at that index path and waits until its action has run. What went wrong, in one
-  // line (not yet printable), or nothing.
-  std::optional<std::string> choose(const std::vector<std::size_t>& path);
+  // Asks for the menu anew. What went wrong, in one line, or nothing: the menu is the former one
+  // then.
+  std::optional<std::string> refresh();
+  // Where the first PATH lies, absolute.
+  const std::string& place() const { return place_; }
+
+  // Chooses the item at that index path and waits until its action was handed on; the main
+  // application knows it as `choice`. What went wrong, in one line (not yet printable), or nothing.
+  std::optional<std::string> choose(const std::vector<std::size_t>& path,
+                                    const std::string& choice);
 
  private:
   struct Kind;
@@ -36,9 +44,15 @@ class MenuRequest {
   // Each answers what is wrong, or nothing.
   std::optional<std::string> locate(const std::vector<std::string>& operands, const Kind& kind);
   std::optional<std::string> open(const Kind& kind, std::chrono::milliseconds wait);
+  // Whether what is not there was deleted, as far as the badges tell. What is wrong, or nothing.
+  std::optional<std::string> checkDeleted() const;
 
   std::unique_ptr<ExtensionSession> session_;
   BadgeCollector badges_;
+  std::string place_;
+  bool isSidebar_ = false;
+  // Operands of which nothing is there, by the paths that stand for them.
+  std::vector<std::pair<std::string, std::string>> deleted_;
   HostClient::MenuQuestion question_;
   std::int64_t menu_ = 0;  // what the menu is chosen from by
   std::vector<hostlink::Item> items_;

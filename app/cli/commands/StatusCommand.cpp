@@ -1,6 +1,8 @@
 #include "cli/commands/StatusCommand.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <map>
 #include <ostream>
 #include <utility>
 
@@ -9,6 +11,22 @@
 #include "cli/text/JsonText.h"
 
 namespace kelpie::cli {
+
+namespace {
+
+OrderedJson jsonOf(const AgentClient::WorkingCopy& copy) {
+  OrderedJson entry;
+  entry["root"] = copy.root;
+  entry["branch"] = copy.isDetached ? OrderedJson() : OrderedJson(copy.branch);
+  entry["commit"] = copy.commit;
+  entry["upstream"] = copy.upstream.empty() ? OrderedJson() : OrderedJson(copy.upstream);
+  entry["ahead"] = copy.distance ? OrderedJson(copy.distance->first) : OrderedJson();
+  entry["behind"] = copy.distance ? OrderedJson(copy.distance->second) : OrderedJson();
+  entry["operation"] = copy.operation.empty() ? OrderedJson() : OrderedJson(copy.operation);
+  return entry;
+}
+
+}  // namespace
 
 int StatusCommand::run() {
   const auto session = ExtensionSession::openOrComplain(context_);
@@ -24,7 +42,9 @@ int StatusCommand::run() {
     }
   }
   int status = sections.size() == operands.size() ? kSuccess : kFailure;
-  if (!sections.empty() && !badges.settle(arguments_.wait())) {
+  bool isServed = sections.empty() || badges.settle(arguments_.wait());
+  if (isServed && addKnowledge(sections, badges)) isServed = badges.settle(arguments_.wait());
+  if (!isServed) {
     console_.complain("the extension has ended; some badges may be missing");
     status = kFailure;
   } else if (badges.isWithoutAnswer()) {
@@ -32,6 +52,7 @@ int StatusCommand::run() {
         "no badge came: nothing there lies in a working copy, or the main application does not "
         "run; see: kelpie doctor");
   }
+  if (isIncomplete_) status = kFailure;
   if (arguments_.has("json")) {
     printJson(sections, badges);
   } else {
@@ -51,7 +72,7 @@ std::optional<StatusCommand::Section> StatusCommand::sectionOf(const std::string
   if (!session.isObserved(place.path))
     return refuse("lies in no observed folder; see: kelpie folders");
   Section section = {{place.path, place.isFolder}, {}};
-  if (!place.isFolder) return section;
+  if (!place.isFolder || arguments_.has("changed")) return section;
   const auto names = FilePath::namesIn(place.path);
   if (!names) return refuse("the folder cannot be read");
   for (const std::string& name : *names) {
@@ -67,7 +88,66 @@ void StatusCommand::want(const Section& section, BadgeCollector& badges) const {
   const Item& item = section.item;
   badges.showFolder(item.isFolder ? item.path : FilePath::parentOf(item.path));
   badges.want(item.path, item.isFolder);
-  for (const Item& inner : section.contents) badges.want(inner.path, inner.isFolder);
+  for (const Item& inner : section.contents) badges.want(inner.knownAs(), inner.isFolder);
+}
+
+bool StatusCommand::addKnowledge(std::vector<Section>& sections, BadgeCollector& badges) {
+  if (sections.empty()) return false;
+  std::string problem;
+  const auto agent = AgentClient::connect(problem);
+  if (!agent) {
+    if (!arguments_.has("changed")) return false;
+    console_.complain(console_.printable(problem));
+    isIncomplete_ = true;
+    return false;
+  }
+  bool isMore = false;
+  // Files of one folder lie in one working copy.
+  std::map<std::string, std::shared_ptr<const AgentClient::WorkingCopy>> known;
+  for (Section& section : sections) {
+    const Item& item = section.item;
+    const std::string folder = item.isFolder ? item.path : FilePath::parentOf(item.path);
+    const auto [found, isNew] = known.try_emplace(folder);
+    if (isNew)
+      if (auto copy = agent->workingCopy(folder))
+        found->second = std::make_shared<const AgentClient::WorkingCopy>(*std::move(copy));
+    section.workingCopy = found->second;
+    if (!item.isFolder || !section.workingCopy) continue;
+    const std::size_t before = section.contents.size();
+    addChanges(section);
+    if (section.contents.size() == before) continue;
+    isMore = true;
+    want(section, badges);
+  }
+  return isMore;
+}
+
+// Of a folder as it is shown, deleted items are all that the disk does not tell.
+void StatusCommand::addChanges(Section& section) const {
+  const bool all = arguments_.has("changed");
+  for (const AgentClient::WorkingCopy::Change& change : section.workingCopy->changes) {
+    const std::string path = FilePath::join(section.workingCopy->root, change.path);
+    if (path == section.item.path || !FilePath::isWithin(path, section.item.path)) continue;
+    if (!all && (!change.isDeleted || FilePath::parentOf(path) != section.item.path)) continue;
+    const bool isThere = change.isDeleted && FilePath::locate(path).exists;
+    // Something else stands in its place, which is listed already.
+    if (isThere && !all) continue;
+    section.contents.push_back({path, false, change.isDeleted && !isThere});
+  }
+  std::ranges::sort(section.contents, {}, &Item::path);
+}
+
+std::string StatusCommand::headOf(const AgentClient::WorkingCopy& copy) const {
+  std::string text = copy.isDetached ? "No branch, at " + copy.commit : "Branch " + copy.branch;
+  if (!copy.isDetached && copy.commit.empty()) text += ", no commit yet";
+  if (copy.distance) {
+    const auto [ahead, behind] = *copy.distance;
+    if (ahead > 0) text += ", " + std::to_string(ahead) + " ahead of " + copy.upstream;
+    if (behind > 0) text += ", " + std::to_string(behind) + " behind " + copy.upstream;
+    if (ahead == 0 && behind == 0) text += ", even with " + copy.upstream;
+  }
+  if (!copy.operation.empty()) text += "; " + copy.operation + " under way";
+  return console_.paint(Colour::Bold, console_.printable(text)) + '\n';
 }
 
 std::string StatusCommand::lineOf(const std::string& badge, const std::string& name,
@@ -80,15 +160,21 @@ std::string StatusCommand::lineOf(const std::string& badge, const std::string& n
 
 void StatusCommand::print(const std::vector<Section>& sections, const BadgeCollector& badges) {
   std::ostream& out = console_.out();
-  const auto badgeOf = [&](const Item& item) { return badges.badge(item.path).value_or(""); };
+  const auto badgeOf = [&](const Item& item) { return badges.badge(item.knownAs()).value_or(""); };
+  const bool all = arguments_.has("changed");
+  std::string root;
   bool wasFolder = false;
   for (const Section& section : sections) {
     // A folder's contents stand apart from what comes before and after.
     if (&section != &sections.front() && (wasFolder || section.item.isFolder)) out << '\n';
     wasFolder = section.item.isFolder;
+    if (section.workingCopy &&
+        std::exchange(root, section.workingCopy->root) != section.workingCopy->root)
+      out << headOf(*section.workingCopy);
     out << lineOf(badgeOf(section.item), section.item.path, section.item.isFolder);
     for (const Item& item : section.contents) {
-      const std::string name = item.path.substr(item.path.rfind('/') + 1);
+      const std::size_t above = all ? section.item.path.size() : item.path.rfind('/');
+      const std::string name = item.path.substr(item.path.find_first_not_of('/', above));
       out << "  " << lineOf(badgeOf(item), name, item.isFolder);
     }
   }
@@ -97,17 +183,19 @@ void StatusCommand::print(const std::vector<Section>& sections, const BadgeColle
 void StatusCommand::printJson(const std::vector<Section>& sections, const BadgeCollector& badges) {
   OrderedJson list = OrderedJson::array();
   const auto entryOf = [&](const Item& item) {
-    const auto badge = badges.badge(item.path);
+    const auto badge = badges.badge(item.knownAs());
     OrderedJson entry;
     entry["path"] = item.path;
     entry["url"] = FilePath::urlOf(item.path, item.isFolder);
     entry["folder"] = item.isFolder;
+    entry["deleted"] = item.isDeleted;
     entry["badge"] = badge && isBadge(*badge) ? OrderedJson(*badge) : OrderedJson();
     entry["label"] = badgeLook(badge.value_or("")).label;
     return entry;
   };
   for (const Section& section : sections) {
     OrderedJson entry = entryOf(section.item);
+    entry["workingCopy"] = section.workingCopy ? jsonOf(*section.workingCopy) : OrderedJson();
     if (section.item.isFolder) {
       entry["items"] = OrderedJson::array();
       for (const Item& item : section.contents) entry["items"].push_back(entryOf(item));

@@ -20,6 +20,8 @@ namespace {
 constexpr std::string_view kBus = "session bus";
 constexpr std::string_view kExtension = "extension";
 constexpr std::string_view kApplication = "main application";
+constexpr std::string_view kNotifications = "notifications";
+constexpr std::string_view kWatches = "watched folders";
 constexpr std::string_view kDirectory = "runtime directory";
 constexpr std::string_view kHostLink = "host link";
 constexpr std::string_view kPort = "message port";
@@ -76,11 +78,44 @@ void ServiceChecks::checkBus() {
     report_.problem(kExtension, "does not run, and the bus does not know how to start it",
                     "start it: kelpie-sync; or install its service file");
   }
+  checkNotifications(*bus);
   const auto application = bus->ownerProcess(std::string(kApplicationIdentifier));
   if (application) {
     addProcess(report_, kApplication, *application);
+    checkWatchesOf(*application);
   } else {
     report_.problem(kApplication, "does not run, so nothing has a badge", "start it: kelpie-agent");
+  }
+}
+
+void ServiceChecks::checkNotifications(const BusClient& bus) {
+  const std::string name = "org.freedesktop.Notifications";
+  if (bus.ownerProcess(name) || bus.canStart(name)) {
+    report_.good(kNotifications, "are shown by the desktop");
+  } else {
+    report_.warning(kNotifications, "no service shows any, so failures in file managers go unseen",
+                    "install one, such as the package dunst; kelpie do tells how an action ended");
+  }
+}
+
+// The limit is the user's, for all programs together; most of it is the main application's.
+void ServiceChecks::checkWatchesOf(std::uint32_t process) {
+  long limit = 0;
+  if (!(std::ifstream("/proc/sys/fs/inotify/max_user_watches") >> limit)) return;
+  const std::string folder = "/proc/" + std::to_string(process) + "/fdinfo";
+  long used = 0;
+  for (const std::string& name : FilePath::namesIn(folder).value_or(std::vector<std::string>())) {
+    std::ifstream file(FilePath::join(folder, name));
+    for (std::string line; std::getline(file, line);) used += line.starts_with("inotify ") ? 1 : 0;
+  }
+  const std::string text =
+      std::to_string(used) + " of " + std::to_string(limit) + " watches are in use by it";
+  // From here on some folder is not watched, or soon will not be.
+  if (used >= limit - limit / 10) {
+    report_.warning(kWatches, text + ": badges of large working copies may be late",
+                    "sysctl fs.inotify.max_user_watches=" + std::to_string(2 * limit));
+  } else {
+    report_.good(kWatches, text);
   }
 }
 

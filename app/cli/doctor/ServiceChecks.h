@@ -8,16 +8,21 @@
 
 namespace kelpie::cli {
 
+class BusClient;
+
 // What runs, and how it can be reached. Main thread; blocks for some seconds at the most.
 class ServiceChecks {
  public:
   explicit ServiceChecks(DoctorReport& report) : report_(report) {}
 
-  // Bus, extension, main application, folder of the sockets, host link, ports; in this order.
+  // Bus, extension, notifications, main application and what it watches, folder of the sockets,
+  // host link, ports; in this order.
   void run();
 
  private:
   void checkBus();
+  void checkNotifications(const BusClient& bus);
+  void checkWatchesOf(std::uint32_t process);
   void checkRuntimeDirectory();
   void checkHostLink();
   void checkPorts();

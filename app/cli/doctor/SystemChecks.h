@@ -12,7 +12,7 @@ class SystemChecks {
  public:
   explicit SystemChecks(DoctorReport& report) : report_(report) {}
 
-  // The programs and their versions, the settings, git, dialogs, limits; in this order.
+  // The programs and their versions, the settings, git, dialogs, tools, limits; in this order.
   void run();
 
   // Whether the version that "git --version" prints will do. Any thread.
@@ -24,7 +24,11 @@ class SystemChecks {
   void checkFolders(const class SettingsSnapshot& settings);
   void checkGit();
   void checkDialogs();
+  void checkPasswords();
+  void checkTools();
   void checkWatches();
+  // What the user's file of the main application says; empty where it says nothing.
+  static std::string configured(const char* group, const char* key);
 
   DoctorReport& report_;
 };

@@ -26,6 +26,9 @@ class MenuPath {
   // are no items.
   std::vector<Match> find(const std::vector<hostlink::Item>& menu) const;
 
+  // Whether the item would be inside another one.
+  bool isInSubmenu() const { return titles_.size() > 1; }
+
   // Every item of the menu that does something, with the path that names it.
   static std::vector<Match> choices(const std::vector<hostlink::Item>& menu);
 

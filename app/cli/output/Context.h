@@ -8,6 +8,7 @@ namespace kelpie::cli {
 inline constexpr int kSuccess = 0;
 inline constexpr int kFailure = 1;  // something asked for could not be had; a line said what
 inline constexpr int kUsage = 2;    // the command line was wrong, or a title names no single item
+inline constexpr int kUnknown = 3;  // it was begun; how it ends is not known
 
 // What a command may use of the process. Main thread.
 struct Context {

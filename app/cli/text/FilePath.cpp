@@ -16,14 +16,30 @@ FilePath::Place FilePath::locate(const std::string& operand) {
     const fs::path folder = fs::canonical(operand, error);
     if (!error) return {folder.string(), true, true};
   }
+  const std::string path = spelled(operand);
+  const bool exists = fs::symlink_status(path, error).type() != fs::file_type::not_found && !error;
+  return {path, exists, false};
+}
+
+std::string FilePath::spelled(const std::string& operand) {
+  std::error_code error;
   fs::path item = fs::absolute(operand, error);
   // "name/" names the same item as "name".
   if (!item.has_filename()) item = item.parent_path();
   const fs::path parent = fs::weakly_canonical(item.parent_path(), error);
-  const std::string path =
-      error ? item.lexically_normal().string() : join(parent.string(), item.filename().string());
-  const bool exists = fs::symlink_status(path, error).type() != fs::file_type::not_found && !error;
-  return {path, exists, false};
+  return error ? item.lexically_normal().string() : join(parent.string(), item.filename().string());
+}
+
+std::string FilePath::targetOf(const std::string& operand) {
+  std::error_code error;
+  fs::path item = spelled(operand);
+  // weakly_canonical() stops at a link that leads nowhere.
+  for (int links = 0; links < 40 && fs::is_symlink(fs::symlink_status(item, error)); ++links) {
+    const fs::path next = fs::read_symlink(item, error);
+    if (error) break;
+    item = spelled(next.is_absolute() ? next.string() : (item.parent_path() / next).string());
+  }
+  return item.string();
 }
 
 std::optional<std::vector<std::string>> FilePath::namesIn(const std::string& folder) {
@@ -55,6 +71,17 @@ std::string FilePath::parentOf(std::string_view path) {
 bool FilePath::isWithin(std::string_view path, std::string_view folder) {
   if (folder == "/" || path == folder) return true;
   return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
+}
+
+std::string FilePath::placeholderOf(const std::string& path) {
+  return path + " \x0E.kelpieDeleted";
+}
+
+std::string FilePath::existingFolderAbove(const std::string& path) {
+  std::error_code error;
+  std::string folder = parentOf(path);
+  while (folder != "/" && !fs::is_directory(folder, error)) folder = parentOf(folder);
+  return folder;
 }
 
 std::string FilePath::urlOf(const std::string& path, bool isFolder) {

@@ -21,6 +21,10 @@ class FilePath {
 
   // What an operand of the command line names.
   static Place locate(const std::string& operand);
+  // The absolute path of an operand, without links above the item itself, which need not exist.
+  static std::string spelled(const std::string& operand);
+  // The same with every link followed as far as it leads.
+  static std::string targetOf(const std::string& operand);
   // The names in a folder, sorted by bytes, without "." and ".."; missing when it cannot be read.
   // At most kMaximumItems, the rest is left out.
   static constexpr std::size_t kMaximumItems = 1'000'000;
@@ -31,6 +35,11 @@ class FilePath {
   static std::string parentOf(std::string_view path);
   // Whether `path` is the folder or lies in it, by the spelling alone.
   static bool isWithin(std::string_view path, std::string_view folder);
+
+  // The path that stands for a deleted item in badges and menus.
+  static std::string placeholderOf(const std::string& path);
+  // The nearest folder above the item that exists.
+  static std::string existingFolderAbove(const std::string& path);
 
   // The file URL of an absolute path.
   static std::string urlOf(const std::string& path, bool isFolder);

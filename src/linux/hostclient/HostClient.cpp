@@ -299,7 +299,7 @@ void HostClient::askMenu(const MenuQuestion& question, MenuHandler handler, Time
 }
 
 void HostClient::choose(std::int64_t menu, const std::vector<std::size_t>& path,
-                        ChoiceHandler handler, Time now) {
+                        const std::string& choice, ChoiceHandler handler, Time now) {
   if (!isReady()) return handler(kNoConnection);
   const std::int64_t id = ++lastId_;
   pending_[id] = {now + kActionLimit,
@@ -308,7 +308,7 @@ void HostClient::choose(std::int64_t menu, const std::vector<std::size_t>& path,
                     const bool isDone = std::get_if<hostlink::Done>(message) != nullptr;
                     handler(isDone || message == nullptr ? problem : kNoAnswer);
                   }};
-  say(hostlink::Choose{id, menu, path});
+  say(hostlink::Choose{id, menu, path, choice});
 }
 
 void HostClient::chooseByTitles(const MenuQuestion& question, std::vector<Step> steps,
@@ -325,7 +325,7 @@ void HostClient::chooseByTitles(const MenuQuestion& question, std::vector<Step> 
           return handler("the menu has changed: the item is not there any more");
         if (!item->isEnabled) return handler("the item is disabled at the moment");
         // The menu has come within its own limit, so that this adds to the time of the action only.
-        choose(reply.id, *path, handler, now + kAnswerLimit);
+        choose(reply.id, *path, {}, handler, now + kAnswerLimit);
       },
       now);
 }

@@ -129,8 +129,9 @@ class HostClient {
   // ends, or at once when there is none.
   void askMenu(const MenuQuestion& question, MenuHandler handler, Time now);
   // Chooses the item at that index path of the menu `menu`, which must be the newest of all hosts.
-  void choose(std::int64_t menu, const std::vector<std::size_t>& path, ChoiceHandler handler,
-              Time now);
+  // The main application knows it as `choice`; "" when the host does not care.
+  void choose(std::int64_t menu, const std::vector<std::size_t>& path, const std::string& choice,
+              ChoiceHandler handler, Time now);
   // The same of a menu that has been on screen for a while: asks for it anew and chooses the item
   // at these titles, if it is there, can be chosen, and has the action that the user saw.
   void chooseByTitles(const MenuQuestion& question, std::vector<Step> steps,

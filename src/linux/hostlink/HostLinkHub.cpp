@@ -71,7 +71,8 @@ std::optional<Menu> HostLinkHub::menu(const HostSession& session, const hostlink
 
 std::optional<std::string> HostLinkHub::choose(const HostSession& session,
                                                const hostlink::Number& id,
-                                               const std::vector<std::size_t>& path) {
+                                               const std::vector<std::size_t>& path,
+                                               const std::string& choice) {
   if (!newest_ || newest_->session != &session || newest_->id != id) {
     return "menu " + id.dump() + " is not the newest one";
   }
@@ -79,7 +80,9 @@ std::optional<std::string> HostLinkHub::choose(const HostSession& session,
   if (item == nullptr) return "the index path names no item";
   if (!item->action) return "the item has no action";
   if (!item->enabled) return "the item is disabled";
-  if (!extension_.performAction(*item)) return "the action " + *item->action + " is not known";
+  MenuItem chosen = *item;
+  chosen.choice = choice;
+  if (!extension_.performAction(chosen)) return "the action " + *item->action + " is not known";
   return std::nullopt;
 }
 

@@ -45,10 +45,12 @@ class HostLinkHub {
   std::optional<Menu> menu(const HostSession& session, const hostlink::Number& id,
                            std::int64_t kind, std::vector<URL> selected,
                            std::optional<URL> targeted);
-  // Runs the action of an item of the session's menu `id`. Missing when that is done, else why it
-  // was not. Raises std::invalid_argument as the extension does.
+  // Runs the action of an item of the session's menu `id`. `choice` is what the host calls this;
+  // empty when it does not care. Missing when that is done, else why it was not. Raises
+  // std::invalid_argument as the extension does.
   std::optional<std::string> choose(const HostSession& session, const hostlink::Number& id,
-                                    const std::vector<std::size_t>& path);
+                                    const std::vector<std::size_t>& path,
+                                    const std::string& choice);
 
  private:
   struct NewestMenu {

@@ -110,7 +110,8 @@ bool HostSession::serve(const hostlink::MenuRequest& line) {
 }
 
 bool HostSession::serve(const hostlink::Choose& line) {
-  if (const std::optional<std::string> refusal = hub_.choose(*this, line.menu, line.path))
+  if (const std::optional<std::string> refusal =
+          hub_.choose(*this, line.menu, line.path, line.choice))
     sendError(*refusal);
   else
     send(hostlink::Done{line.id});

@@ -1,5 +1,10 @@
 #include "linux/sync/SyncProgram.h"
 
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
@@ -9,6 +14,7 @@
 #include "linux/base/ProcessEnd.h"
 #include "linux/base/ProgramArguments.h"
 #include "linux/base/StderrLog.h"
+#include "linux/base/UnixSocket.h"
 
 namespace kelpie {
 namespace {
@@ -25,6 +31,35 @@ constexpr std::string_view kHelp =
     "Sockets are in $XDG_RUNTIME_DIR/kelpie, settings in $XDG_CONFIG_HOME/kelpie. The log goes\n"
     "to standard error.\n";
 
+// How long a process that holds the lock may be silent before it is taken to be alive: one that is
+// killed lets go of the lock a moment after its sockets, one that starts has it before them.
+constexpr std::chrono::milliseconds kDying{3000};
+constexpr std::chrono::milliseconds kLook{20};
+
+// Whether somebody serves hosts.
+bool isServing(const RuntimeDirectory& runtime) {
+  const UnixSocket::Result link = UnixSocket::connect(runtime.finderSocket());
+  if (!link.socket) return false;
+  constexpr std::string_view kHello =
+      "{\"type\":\"hello\",\"host\":\"kelpie-sync\",\"version\":1}\n";
+  if (::send(link.socket.get(), kHello.data(), kHello.size(), MSG_NOSIGNAL) < 0) return false;
+  pollfd wait = {link.socket.get(), POLLIN, 0};
+  std::array<char, 1> first{};
+  return ::poll(&wait, 1, static_cast<int>(kDying.count())) == 1 &&
+         ::recv(link.socket.get(), first.data(), first.size(), 0) == 1;
+}
+
+// The lock, or that another process has it which goes on having it.
+RuntimeDirectory::Lock takeLock(const RuntimeDirectory& runtime) {
+  const auto end = std::chrono::steady_clock::now() + kDying;
+  RuntimeDirectory::Lock lock = runtime.lock();
+  while (lock.isHeldByOther && std::chrono::steady_clock::now() < end && !isServing(runtime)) {
+    ::poll(nullptr, 0, static_cast<int>(kLook.count()));
+    lock = runtime.lock();
+  }
+  return lock;
+}
+
 }  // namespace
 
 int SyncProgram::main(std::span<char* const> arguments) {
@@ -35,7 +70,7 @@ int SyncProgram::main(std::span<char* const> arguments) {
   auto problem = runtime.prepare();
   RuntimeDirectory::Lock lock;
   if (!problem) {
-    lock = runtime.lock();
+    lock = takeLock(runtime);
     problem = lock.problem;
   }
   if (lock.isHeldByOther) {

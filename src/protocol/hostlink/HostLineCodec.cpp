@@ -122,13 +122,14 @@ std::optional<HostLine> readMenuRequest(const json& object, std::string& problem
 std::optional<HostLine> readChoose(const json& object, std::string& problem) {
   const json& path = member(object, "path");
   const auto isIndex = [](const json& index) { return index.is_number_unsigned(); };
-  Choose choice{number(object, "id"), number(object, "menu"), {}};
+  Choose choice{number(object, "id"), number(object, "menu"), {}, {}};
   if (choice.id.is_null() || choice.menu.is_null() || !path.is_array() ||
       !std::ranges::all_of(path, isIndex)) {
     problem = "a choice needs a number for id and menu, and a list of indices for path";
     return std::nullopt;
   }
   choice.path = path.get<std::vector<std::size_t>>();
+  choice.choice = text(object, "choice");
   return choice;
 }
 
@@ -166,7 +167,9 @@ json objectOf(const MenuRequest& line) {
 }
 
 json objectOf(const Choose& line) {
-  return {{"type", "choose"}, {"id", line.id}, {"menu", line.menu}, {"path", line.path}};
+  json object = {{"type", "choose"}, {"id", line.id}, {"menu", line.menu}, {"path", line.path}};
+  if (!line.choice.empty()) object["choice"] = line.choice;
+  return object;
 }
 
 // -- Lines of the extension -----------------------------------------------------------------------

@@ -60,6 +60,8 @@ struct Choose {
   Number id;
   Number menu;
   std::vector<std::size_t> path;
+  // What the host calls this choice towards the main application; empty when it does not care.
+  std::string choice = {};
 };
 
 using HostLine =

@@ -72,10 +72,40 @@ TEST_F(ActionRunnerTest, TooManyWindowsAreTurnedAway) {
   queues.runAll();
 }
 
-TEST_F(ActionRunnerTest, AnActionForNoWorkingCopyIsDropped) {
+TEST_F(ActionRunnerTest, AnActionForNoWorkingCopyIsRefused) {
   runner->run(request("fetch:", "origin", -1), ActionContext());
   EXPECT_EQ(queues.pending(), 0U);
   EXPECT_EQ(log.lines().size(), 1U);
+  ASSERT_EQ(notifier.shown.size(), 1U);
+  EXPECT_EQ(notifier.shown[0].title, "Fetch failed");
+}
+
+TEST_F(ActionRunnerTest, AnActionThatWaitsIsCalledOffBeforeItsTurn) {
+  sandbox.write("r/x", "");
+  sandbox.write("r/y", "");
+  begin("r/x");
+  begin("r/y");
+  ASSERT_EQ(runner->actions().size(), 2U);
+  const std::uint64_t second = runner->actions()[1].id;
+  EXPECT_EQ(runner->actions()[1].state, ActionInfo::State::Waiting);
+  EXPECT_TRUE(runner->cancel(second));
+  EXPECT_EQ(runner->actions().size(), 1U);
+  EXPECT_FALSE(runner->cancel(second));
+  queues.runAll();
+  EXPECT_EQ(status(), "A  x\n?? y");
+  EXPECT_TRUE(notifier.shown.empty()) << "the user knows";
+  EXPECT_TRUE(runner->actions().empty());
+}
+
+TEST_F(ActionRunnerTest, WhatIsDoneBeforeItIsCalledOffIsDone) {
+  sandbox.write("r/x", "");
+  begin("r/x");
+  const auto lanes = queues.withLabel(kQueue);
+  EXPECT_TRUE(lanes[0]->runOne());
+  EXPECT_TRUE(runner->cancel(runner->actions()[0].id));
+  queues.runAll();
+  ASSERT_TRUE(last);
+  expectDone(*last);
 }
 
 TEST_F(ActionRunnerTest, AnActionOutlivesTheRunner) {

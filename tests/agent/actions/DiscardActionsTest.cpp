@@ -303,10 +303,15 @@ TEST_F(DiscardActionsTest, UndoBringsEverythingBackAsItWas) {
   answer({"yes"});
   expectDone(run(request("discardAll:")));
   EXPECT_EQ(status(), "");
-  ASSERT_EQ(notifier.shown.size(), 1U);
-  EXPECT_NE(notifier.shown[0].text.find("kelpie undo '" + sandbox.path("r") + "'"),
+  ASSERT_EQ(notifier.offered.size(), 1U);
+  EXPECT_EQ(notifier.offered[0].button.label, "Undo");
+  EXPECT_NE(notifier.offered[0].text.find("kelpie undo '" + sandbox.path("r") + "'"),
             std::string::npos);
-  expectDone(undo());
+  last.reset();
+  notifier.press();
+  queues.runAll();
+  ASSERT_TRUE(last);
+  expectDone(*last);
   EXPECT_EQ(sandbox.git("r", {"status", "--porcelain=v2", "-uall"}), before);
   EXPECT_EQ(sandbox.read("r/a"), "later\r\n") << "byte for byte";
   EXPECT_EQ(sandbox.git("r", {"show", ":a"}), "staged again");
@@ -316,6 +321,26 @@ TEST_F(DiscardActionsTest, UndoBringsEverythingBackAsItWas) {
   EXPECT_EQ(asked().find("bring back"), std::string::npos) << "nothing has changed since";
   EXPECT_EQ(kept(), "");
   expectFailed(undo(), "nothing that was put aside");
+}
+
+TEST_F(DiscardActionsTest, OnlyTheLastIsOfferedToBeUndone) {
+  const auto discard = [&](const std::string& text) {
+    sandbox.write("r/a", text);
+    answer({"yes"});
+    expectDone(run(request("discardAll:")));
+    EXPECT_EQ(notifier.offered.size(), 1U) << "the button of the one before would undo this one";
+  };
+  discard("first\n");
+  discard("second\n");
+  ASSERT_FALSE(notifier.offered.empty());
+  notifier.press();
+  queues.runAll();
+  EXPECT_EQ(sandbox.read("r/a"), "second\n");
+  discard("third\n");
+  const auto stale = notifier.offered.back().button.pressed;
+  runner.reset();
+  stale();
+  EXPECT_EQ(queues.pending(), 0U) << "a button may be pressed at the very end";
 }
 
 TEST_F(DiscardActionsTest, UndoBringsAMergeBack) {

@@ -1,8 +1,12 @@
 #include "agent/actions/WindowActions.h"
 
+#include <glib.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "agent/actions/ActionFixture.h"
+#include "linux/base/GLibPointers.h"
 
 namespace kelpie::agent {
 namespace {
@@ -75,10 +79,62 @@ TEST_F(WindowActionsTest, TheUsersOwnProgramsComeFirst) {
 
 TEST_F(WindowActionsTest, AMissingProgramIsSaidSo) {
   useTools("showBrowser = no-such-program-here\n");
-  expectDone(run(request("showBrowser:")));
+  expectFailed(run(request("showBrowser:")), "not installed");
   ASSERT_EQ(notifier.shown.size(), 1U);
   EXPECT_EQ(notifier.shown[0].title, "Browser failed");
   EXPECT_NE(notifier.shown[0].text.find("no-such-program-here"), std::string::npos);
+}
+
+// A system with git and a terminal and nothing else.
+class StockSystemTest : public WindowActionsTest {
+ protected:
+  void SetUp() override {
+    WindowActionsTest::SetUp();
+    for (const char* program : {"git", "sh", "env", "sed", "head", "cat", "less"}) {
+      const GCharPtr path(g_find_program_in_path(program));
+      if (path != nullptr)
+        std::filesystem::create_symlink(path.get(), sandbox.path("bin/" + std::string(program)));
+    }
+    sandbox.setVariable("PATH", sandbox.path("bin"));
+    sandbox.write("exec/none", "");
+    sandbox.setVariable("GIT_EXEC_PATH", sandbox.path("exec"));
+  }
+  // It runs what it is told to, with what that prints going to the file "seen".
+  void addTerminal() const {
+    sandbox.writeScript("bin/xterm",
+                        "shift; LESS=FX GIT_PAGER=cat GIT_EDITOR='echo \"typed\" >' \"$@\" "
+                        "</dev/null >>\"$KELPIE_SANDBOX/seen\" 2>&1\n");
+  }
+};
+
+TEST_F(StockSystemTest, CommitChangesAndBlameOpenInATerminal) {
+  addTerminal();
+  sandbox.write("r/a", "two\n");
+  expectDone(runFiles("diff:", {"a"}));
+  EXPECT_NE(sandbox.read("seen").find("+two"), std::string::npos) << sandbox.read("seen");
+  expectDone(runFiles("blameItems:", {"a"}));
+  EXPECT_NE(sandbox.read("seen").find("1) two"), std::string::npos) << sandbox.read("seen");
+  sandbox.git("r", {"add", "a"});
+  expectDone(run(request("commit:")));
+  EXPECT_EQ(sandbox.git("r", {"log", "-1", "--format=%s"}), "typed") << sandbox.read("seen");
+  EXPECT_TRUE(notifier.shown.empty());
+}
+
+TEST_F(StockSystemTest, WithoutATerminalThePackagesAreNamed) {
+  expectFailed(run(request("commit:")), "the package git-gui brings it");
+  expectFailed(run(request("commit:")), "xterm");
+  expectFailed(run(request("showSettings:")), "the package git-gui brings it");
+  expectFailed(run(request("showBrowser:")), "the package gitk brings it");
+  expectFailed(runFiles("externalDiff:", {"a"}), "the package meld brings one");
+  EXPECT_EQ(notifier.shown.size(), 5U);
+}
+
+TEST_F(StockSystemTest, TheUsersOwnTerminalComesFirst) {
+  addTerminal();
+  addProgram("mine");
+  useTools("terminal = mine --run\n");
+  expectDone(run(request("commit:")));
+  EXPECT_NE(calls("mine").find("--run\nsh\n-c\n"), std::string::npos);
 }
 
 TEST_F(WindowActionsTest, WithoutADisplayNothingIsStarted) {

@@ -38,21 +38,32 @@ class FakeDesktop {
     const std::lock_guard lock(mutex_);
     return shown_;
   }
+  std::string closed() const {
+    const std::lock_guard lock(mutex_);
+    return closed_;
+  }
+  // The user does something with the notification, which always has the number 1.
+  void tell(const char* signal, GVariant* values) const {
+    EXPECT_EQ(g_dbus_connection_emit_signal(bus_, nullptr, "/org/freedesktop/Notifications",
+                                            kService, signal, values, nullptr),
+              TRUE);
+  }
 
  private:
   // On the connection's own thread.
   static GDBusMessage* heard(GDBusConnection* bus, GDBusMessage* message, gboolean incoming,
                              gpointer self) {
     const char* member = g_dbus_message_get_member(message);
-    if (incoming == FALSE || member == nullptr || std::string(member) != "Notify") return message;
+    const std::string name = incoming == FALSE || member == nullptr ? "" : member;
+    if (name != "Notify" && name != "CloseNotification") return message;
     const GCharPtr body(g_variant_print(g_dbus_message_get_body(message), FALSE));
     auto* desktop = static_cast<FakeDesktop*>(self);
     {
       const std::lock_guard lock(desktop->mutex_);
-      desktop->shown_ = body.get();
+      (name == "Notify" ? desktop->shown_ : desktop->closed_) = body.get();
     }
     const GObjectPtr<GDBusMessage> reply(g_dbus_message_new_method_reply(message));
-    g_dbus_message_set_body(reply.get(), g_variant_new("(u)", 1U));
+    if (name == "Notify") g_dbus_message_set_body(reply.get(), g_variant_new("(u)", 1U));
     g_dbus_connection_send_message(bus, reply.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
                                    nullptr);
     g_object_unref(message);
@@ -62,7 +73,8 @@ class FakeDesktop {
   GDBusConnection* bus_;
   guint filter_ = 0;
   mutable std::mutex mutex_;
-  std::string shown_;  // guarded by mutex_
+  std::string shown_;   // guarded by mutex_, as is
+  std::string closed_;  // what was to be taken back
 };
 
 class DesktopNotifierTest : public testing::Test {
@@ -83,8 +95,50 @@ TEST_F(DesktopNotifierTest, ShowsTheTextAsTextNotAsMarkup) {
   notifier.notify("Push failed", "<b> & \xFF");
   ASSERT_TRUE(runUntil([&] { return !desktop.shown().empty(); }));
   EXPECT_NE(desktop.shown().find("'Push failed'"), std::string::npos) << desktop.shown();
-  EXPECT_NE(desktop.shown().find("&lt;b&gt; &amp; \\xff"), std::string::npos) << desktop.shown();
+  EXPECT_NE(desktop.shown().find("&lt;b&gt; &amp; \\\\xff"), std::string::npos) << desktop.shown();
   EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(DesktopNotifierTest, AButtonThatIsPressedCountsOnce) {
+  const FakeDesktop desktop(other->connection());
+  DesktopNotifier notifier(bus->connection(), log);
+  int pressed = 0;
+  notifier.offer("Push is still running", "r", {"Cancel", [&] { ++pressed; }});
+  ASSERT_TRUE(runUntil([&] {
+    return desktop.shown().find("['do', 'Cancel']") != std::string::npos;
+  })) << desktop.shown();
+  // Until the number has come back, the button cannot be known.
+  ASSERT_TRUE(runUntil([&] {
+    if (pressed == 0) desktop.tell("ActionInvoked", g_variant_new("(us)", 1U, "do"));
+    return pressed > 0;
+  }));
+  desktop.tell("ActionInvoked", g_variant_new("(us)", 1U, "do"));
+  notifier.notify("Second", "text");
+  ASSERT_TRUE(runUntil([&] { return desktop.shown().find("Second") != std::string::npos; }));
+  EXPECT_EQ(pressed, 1);
+}
+
+TEST_F(DesktopNotifierTest, WhatIsWithdrawnIsClosedAndItsButtonDead) {
+  const FakeDesktop desktop(other->connection());
+  DesktopNotifier notifier(bus->connection(), log);
+  int pressed = 0;
+  const Notifier::Key key =
+      notifier.offer("Push is still running", "r", {"Cancel", [&] { ++pressed; }});
+  notifier.withdraw(key);
+  ASSERT_TRUE(runUntil([&] { return desktop.closed() == "(1,)"; })) << "once its number is known";
+  desktop.tell("ActionInvoked", g_variant_new("(us)", 1U, "do"));
+  notifier.notify("Second", "text");
+  ASSERT_TRUE(runUntil([&] { return desktop.shown().find("Second") != std::string::npos; }));
+  EXPECT_EQ(pressed, 0);
+}
+
+TEST_F(DesktopNotifierTest, AListenerHearsWhatTheDesktopDoesNotShow) {
+  DesktopNotifier notifier(nullptr, log);
+  std::string told;
+  notifier.setListener(
+      [&](const std::string& title, const std::string& text) { told = title + ": " + text; });
+  notifier.notify("Push failed", "text");
+  EXPECT_EQ(told, "Push failed: text");
 }
 
 TEST_F(DesktopNotifierTest, AnEndlessTextIsShortened) {

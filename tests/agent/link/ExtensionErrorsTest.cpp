@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "agent/PeerFixture.h"
+#include "agent/FakeNotifier.h"
+#include "foundation/Dictionary.h"
 #include "foundation/Error.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
@@ -24,17 +25,18 @@ TEST_F(ExtensionErrorsTest, ErrorsAndTheirUserInformationAreShown) {
   EXPECT_TRUE(errors_.show(Error{"d", -1, information}));
   EXPECT_TRUE(errors_.show(Dictionary{{kLocalizedDescriptionKey, "C"}}));
   EXPECT_TRUE(errors_.show(Error{"NSCocoaErrorDomain", 260, {}}));
-  ASSERT_EQ(notifier_.notices.size(), 3U);
-  EXPECT_EQ(notifier_.notices[0], std::make_pair(std::string("A"), std::string("B")));
-  EXPECT_EQ(notifier_.notices[1].first, "C");
-  EXPECT_EQ(notifier_.notices[2].second, "NSCocoaErrorDomain 260");
+  ASSERT_EQ(notifier_.shown.size(), 3U);
+  EXPECT_EQ(notifier_.shown[0].title, "A");
+  EXPECT_EQ(notifier_.shown[0].text, "B");
+  EXPECT_EQ(notifier_.shown[1].title, "C");
+  EXPECT_EQ(notifier_.shown[2].text, "NSCocoaErrorDomain 260");
   EXPECT_EQ(log_.lines()[0], "extension: A: B");
 }
 
 TEST_F(ExtensionErrorsTest, TheSameMessageComesAsJsonWhenThePortHasFailed) {
   EXPECT_TRUE(errors_.showJson(R"({"KPMessageSelector":"showError:","KPMessageArgument":
       {"NSLocalizedDescription":"A","NSLocalizedRecoverySuggestion":"B"}})"));
-  EXPECT_EQ(notifier_.notices.size(), 1U);
+  EXPECT_EQ(notifier_.shown.size(), 1U);
 }
 
 TEST_F(ExtensionErrorsTest, WhatIsNoErrorIsNotShown) {
@@ -53,14 +55,14 @@ TEST_F(ExtensionErrorsTest, WhatIsNoErrorIsNotShown) {
                                std::string(60000, '['),
                                std::string(200000, ' ')};
   for (const std::string& text : cases) EXPECT_FALSE(errors_.showJson(text)) << text.substr(0, 60);
-  EXPECT_TRUE(notifier_.notices.empty());
+  EXPECT_TRUE(notifier_.shown.empty());
   EXPECT_TRUE(log_.lines().empty());
 }
 
 TEST_F(ExtensionErrorsTest, AnEndlessTextIsCut) {
   EXPECT_TRUE(errors_.show(Dictionary{{kLocalizedDescriptionKey, std::string(1000000, 'x')}}));
   EXPECT_LT(log_.lines()[0].size(), 10000U);
-  EXPECT_LT(notifier_.notices[0].first.size(), 10000U);
+  EXPECT_LT(notifier_.shown[0].title.size(), 10000U);
 }
 
 }  // namespace

@@ -446,9 +446,9 @@ TEST_F(RepositoryRegistryTest, OfOneThatNobodyAskedForGitsRefusalIsNotSaid) {
   open("code");
   ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
   settle();
-  EXPECT_TRUE(notifier_.notices.empty());
+  EXPECT_TRUE(notifier_.shown.empty());
   open("code/refused");
-  EXPECT_TRUE(waitFor([&] { return notifier_.notices.size() == 1; })) << "now somebody has";
+  EXPECT_TRUE(waitFor([&] { return notifier_.shown.size() == 1; })) << "now somebody has";
 }
 
 TEST_F(RepositoryRegistryTest, OfThoseNobodyAskedForTheLimitIsKeptAndTheNewestFolderCounts) {
@@ -490,11 +490,11 @@ TEST_F(RepositoryRegistryTest, ABrokenIndexIsSaidOnceAndReadAgainWhenItIsRepaire
   settle();
   ports_.forgetSent();
   sandbox_.write("r/.git/index", "this is no index");
-  ASSERT_TRUE(waitFor([&] { return !notifier_.notices.empty(); }));
+  ASSERT_TRUE(waitFor([&] { return !notifier_.shown.empty(); }));
   settle();
   sandbox_.write("r/sub/f", "2\n");
   settle();
-  EXPECT_EQ(notifier_.notices.size(), 1U);
+  EXPECT_EQ(notifier_.shown.size(), 1U);
   EXPECT_EQ(linesWith("its status cannot be read: "), 1U);
   EXPECT_EQ(registry_->count(), 1U);
   EXPECT_EQ(selectors(), Selectors()) << "what was known before stays";
@@ -507,11 +507,11 @@ TEST_F(RepositoryRegistryTest, ABrokenIndexIsSaidOnceAndReadAgainWhenItIsRepaire
 TEST_F(RepositoryRegistryTest, AMissingGitIsSaidOnceAndUsedOnceItIsThere) {
   start(sandbox_.path("bin/git"));
   registry_->checkGit();
-  ASSERT_TRUE(waitFor([&] { return !notifier_.notices.empty(); }));
+  ASSERT_TRUE(waitFor([&] { return !notifier_.shown.empty(); }));
   open("r", true);
   open("r/sub", true);
   settle();
-  EXPECT_EQ(notifier_.notices.size(), 1U);
+  EXPECT_EQ(notifier_.shown.size(), 1U);
   EXPECT_EQ(linesWith("git cannot be run: "), 1U);
   EXPECT_EQ(selectors(), Selectors());
   sandbox_.writeScript("bin/git", "exec git \"$@\"\n");
@@ -523,18 +523,18 @@ TEST_F(RepositoryRegistryTest, AGitThatIsTooOldIsNotUsed) {
   sandbox_.writeScript("bin/git", "echo git version 2.11.4\n");
   start(sandbox_.path("bin/git"));
   open("r", true);
-  ASSERT_TRUE(waitFor([&] { return !notifier_.notices.empty(); }));
-  EXPECT_EQ(notifier_.notices.front().second, "git 2.11 is too old. Git 2.16 or newer is needed.");
+  ASSERT_TRUE(waitFor([&] { return !notifier_.shown.empty(); }));
+  EXPECT_EQ(notifier_.shown.front().text, "git 2.11 is too old. Git 2.16 or newer is needed.");
 }
 
 TEST_F(RepositoryRegistryTest, WhyGitWillNotWorkWithARepositoryIsSaidOnce) {
   sandbox_.git("r", {"config", "core.repositoryFormatVersion", "99"});
   start();
   open("r", true);
-  ASSERT_TRUE(waitFor([&] { return !notifier_.notices.empty(); }));
+  ASSERT_TRUE(waitFor([&] { return !notifier_.shown.empty(); }));
   open("r", true);
   settle();
-  EXPECT_EQ(notifier_.notices.size(), 1U);
+  EXPECT_EQ(notifier_.shown.size(), 1U);
   EXPECT_EQ(linesWith("git will not work with it"), 1U);
 }
 

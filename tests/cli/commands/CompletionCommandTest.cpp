@@ -47,7 +47,7 @@ TEST_F(CompletionCommandTest, Bash) {
   home.addFile("files/sun.txt");
   home.addFolder("files/sub dir");
   EXPECT_EQ(bash("kelpie s"), "settings status");
-  EXPECT_EQ(bash("kelpie status --"), "--color= --help --json --wait=");
+  EXPECT_EQ(bash("kelpie status --"), "--changed --color= --help --json --wait=");
   EXPECT_EQ(bash("kelpie status --color a"), "always auto");
   EXPECT_EQ(bash("kelpie status --color = a"), "always auto");
   EXPECT_EQ(bash("kelpie menu --kind ="), "container items sidebar toolbar");
@@ -64,7 +64,7 @@ TEST_F(CompletionCommandTest, Fish) {
   home.addFile("files/sun.txt");
   home.addFolder("files/sub");
   EXPECT_EQ(fish("kelpie s"), "settings status");
-  EXPECT_EQ(fish("kelpie status --"), "--color --help --json --wait");
+  EXPECT_EQ(fish("kelpie status --"), "--changed --color --help --json --wait");
   EXPECT_EQ(fish("kelpie status --color a"), "always auto");
   EXPECT_EQ(fish("kelpie menu --kind="),
             "--kind=container --kind=items --kind=sidebar --kind=toolbar");
@@ -119,7 +119,7 @@ zpty -d shell
   environment["ZDOTDIR"] = home.path();
   const auto zsh = [&](const std::string& line) { return output({"zsh", "-f", driver, line}); };
   EXPECT_EQ(zsh("kelpie s"), "settings status");
-  EXPECT_EQ(zsh("kelpie status --"), "--color --help --json --wait");
+  EXPECT_EQ(zsh("kelpie status --"), "--changed --color --help --json --wait");
   EXPECT_EQ(zsh("kelpie status --color=a"), "always auto");
   EXPECT_EQ(zsh("kelpie status su"), "sub sun.txt");
   EXPECT_EQ(zsh("kelpie folders "), "add list remove");

@@ -111,6 +111,37 @@ TEST_F(DoctorCommandTest, ADialogProgramIsLookedFor) {
   EXPECT_EQ(only("dialogs")["text"], home / "bin/kdialog");
 }
 
+TEST_F(DoctorCommandTest, TheGitThatIsConfiguredIsTheOneThatCounts) {
+  home.addFile("config/kelpie/agent.conf", "[Git]\nProgram=/opt/no/such/git\n");
+  EXPECT_EQ(only("git")["level"], "problem");
+  EXPECT_EQ(only("git")["text"], "/opt/no/such/git does not run, and agent.conf names it");
+}
+
+TEST_F(DoctorCommandTest, ToolsThatActionsNeedAreNamedWithTheirPackages) {
+  install("git", "git version 2.16.0");
+  const auto advice = [&] {
+    std::string all;
+    for (const json& finding : about("tools"))
+      if (finding["level"] == "warning") all += finding["advice"].get<std::string>() + "\n";
+    return all;
+  };
+  EXPECT_EQ(advice(),
+            "install the package git-gui\ninstall the package gitk\ninstall the package meld\n"
+            "install the package xterm\ninstall the package xdg-utils\n");
+  install("gitk", "");
+  home.addFile("config/kelpie/agent.conf", "[Tools]\nterminal=mine -e\n");
+  EXPECT_EQ(advice(),
+            "install the package git-gui\ninstall the package meld\n"
+            "install the package xdg-utils\n");
+}
+
+TEST_F(DoctorCommandTest, WhoAsksForPasswordsIsLookedFor) {
+  EXPECT_TRUE(only("passwords")["text"].get<std::string>().ends_with("kelpie-askpass"));
+  install("own", "");
+  environment["SSH_ASKPASS"] = home / "bin/own";
+  EXPECT_EQ(only("passwords")["text"], "asked for by " + home / "bin/own");
+}
+
 TEST(SystemChecks, GitVersions) {
   EXPECT_TRUE(SystemChecks::isGitRecent("git version 2.16.0"));
   EXPECT_TRUE(SystemChecks::isGitRecent("git version 2.39.5"));

@@ -60,6 +60,23 @@ TEST_F(FoldersCommandTest, RemovedFoldersAreGone) {
             "kelpie: " + home / "one" + ": is not in the list; see: kelpie folders list\n");
 }
 
+TEST_F(FoldersCommandTest, ALinkRemovesItsOwnEntryElseThatOfItsTarget) {
+  home.addFolder("one");
+  home.addFolder("two");
+  run({"folders", "add", home / "one", home / "two"});
+  // By now the folder has moved, and a link leads to the other one.
+  std::filesystem::remove(home / "one");
+  home.addLink("one", "two");
+  EXPECT_EQ(run({"folders", "remove", home / "one"}).status, 0);
+  EXPECT_NE(run({"folders", "list"}).out.find(home / "two"), std::string::npos);
+  EXPECT_EQ(run({"folders", "list"}).out.find(home / "one"), std::string::npos);
+
+  home.addLink("to two", "two");
+  std::filesystem::remove(home / "two");
+  EXPECT_EQ(run({"folders", "remove", home / "to two"}).status, 0) << "also a target that is gone";
+  EXPECT_EQ(run({"folders", "list"}).out, "");
+}
+
 TEST_F(FoldersCommandTest, AFolderMadeAnewIsBookmarkedAnew) {
   home.addFolder("one");
   run({"folders", "add", home / "one"});

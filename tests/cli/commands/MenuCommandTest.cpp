@@ -128,7 +128,7 @@ TEST_F(DoCommandTest, AnItemIsChosenByTheIndicesThatLeadToIt) {
                         {"a slash in the title", "Checkout/feature\\/x", {2, 1}}};
   startExtension();
   for (const Case& c : cases) {
-    const Result result = run({"do", c.title, "a.txt"});
+    const Result result = run({"do", "--limit=0", c.title, "a.txt"});
     EXPECT_EQ(result.status, 0) << c.why << ": " << result.err;
     EXPECT_EQ(result.out + result.err, "") << c.why;
     const auto choices = extension.heard("choose");
@@ -140,7 +140,7 @@ TEST_F(DoCommandTest, AnItemIsChosenByTheIndicesThatLeadToIt) {
 
 TEST_F(DoCommandTest, AMissingTitleListsTheItems) {
   startExtension();
-  const Result result = run({"do", "Fly", "a.txt"});
+  const Result result = run({"do", "--limit=0", "Fly", "a.txt"});
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.err,
             "kelpie: the menu has no item \"Fly\"; it has:\n"
@@ -158,7 +158,7 @@ TEST_F(DoCommandTest, AMissingTitleListsTheItems) {
 
 TEST_F(DoCommandTest, AnAmbiguousTitleListsWhatItMayBe) {
   startExtension();
-  const Result result = run({"do", "More/Re", "a.txt"});
+  const Result result = run({"do", "--limit=0", "More/Re", "a.txt"});
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.err,
             "kelpie: \"More/Re\" may be:\n"
@@ -168,13 +168,13 @@ TEST_F(DoCommandTest, AnAmbiguousTitleListsWhatItMayBe) {
 
 TEST_F(DoCommandTest, ASubmenuListsItsItems) {
   startExtension();
-  Result result = run({"do", "Checkout", "a.txt"});
+  Result result = run({"do", "--limit=0", "Checkout", "a.txt"});
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.err,
             "kelpie: \"Checkout\" is a submenu; it has:\n"
             "  Checkout/main\n"
             "  Checkout/feature\\/x\n");
-  result = run({"do", "More", "a.txt"});
+  result = run({"do", "--limit=0", "More", "a.txt"});
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.err,
             "kelpie: \"More\" is a submenu; it has:\n"
@@ -187,7 +187,7 @@ TEST_F(DoCommandTest, ASubmenuListsItsItems) {
 
 TEST_F(DoCommandTest, ADisabledItemIsNotChosen) {
   startExtension();
-  const Result result = run({"do", "Pull", "a.txt"});
+  const Result result = run({"do", "--limit=0", "Pull", "a.txt"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err, "kelpie: \"Pull\" is disabled at the moment\n");
   EXPECT_TRUE(extension.heard("choose").empty());
@@ -196,7 +196,7 @@ TEST_F(DoCommandTest, ADisabledItemIsNotChosen) {
 TEST_F(DoCommandTest, ARefusalIsReported) {
   extension.refusal = "the menu is not the newest one";
   startExtension();
-  const Result result = run({"do", "Commit", "a.txt"});
+  const Result result = run({"do", "--limit=0", "Commit", "a.txt"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err, "kelpie: the extension refuses: the menu is not the newest one\n");
 }

@@ -59,7 +59,7 @@ class HostClientTest : public testing::Test {
     choice = line.id.get<std::int64_t>();
     std::string text = line.menu == menu ? "choose" : "choose of another menu";
     for (const std::size_t index : line.path) text += " " + std::to_string(index);
-    return text;
+    return line.choice.empty() ? text : text + " as " + line.choice;
   }
 
   static Item item(std::string title, std::string action) {
@@ -279,11 +279,11 @@ TEST_F(HostClientTest, AMenuIsAskedForAndChosenFrom) {
   ASSERT_EQ(reply.items.size(), 1U);
   Texts outcomes;
   const auto note = [&](const std::string& problem) { outcomes.push_back(problem); };
-  client.choose(reply.id, {0}, note, now);
-  EXPECT_EQ(said(), Texts{"choose 0"});
+  client.choose(reply.id, {0}, "c", note, now);
+  EXPECT_EQ(said(), Texts{"choose 0 as c"});
   answer(hostlink::Done{choice});
   answer(hostlink::Done{choice});
-  client.choose(reply.id, {1}, note, now);
+  client.choose(reply.id, {1}, {}, note, now);
   said();
   answer(hostlink::Error{choice, "no"});
   EXPECT_EQ(outcomes, (Texts{"", "the extension refuses: no"})) << "each once";

@@ -1,0 +1,9 @@
+#include <cstddef>
+#include <span>
+
+#include "askpass/AskpassProgram.h"
+
+int main(int count, char** arguments) {
+  const std::span<char* const> all(arguments, static_cast<std::size_t>(count));
+  return kelpie::askpass::AskpassProgram::main(all.empty() ? all : all.subspan(1));
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "cli/commands/Arguments.h"
+#include "cli/output/Context.h"
+
+namespace kelpie::cli {
+
+// `kelpie cancel`: calls actions off. Main thread.
+class CancelCommand {
+ public:
+  CancelCommand(const Arguments& arguments, Context& context)
+      : arguments_(arguments), console_(context.console) {}
+
+  int run();
+
+ private:
+  const Arguments& arguments_;
+  Console& console_;
+};
+
+}  // namespace kelpie::cli

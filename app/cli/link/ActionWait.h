@@ -1,0 +1,58 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "cli/link/AgentClient.h"
+#include "cli/link/Deadline.h"
+
+namespace kelpie::cli {
+
+// Listens from its beginning on to how actions end, so that none is missed that is chosen later.
+// Main thread.
+class ActionWait {
+ public:
+  enum class End : std::uint8_t {
+    Told,     // action() says how it ended
+    Limit,    // the limit has passed, and it has not ended
+    Unheard,  // the main application has not told of the action at all
+    Gone,     // the main application has ended before the action has
+  };
+
+  // `choice` is how the action will be known, `selector` and `title` how one is where the message
+  // cannot bear it. `client` outlives this.
+  ActionWait(const AgentClient& client, std::string choice, std::string selector,
+             std::string title);
+  ~ActionWait();
+  ActionWait(const ActionWait&) = delete;
+  ActionWait& operator=(const ActionWait&) = delete;
+
+  // Waits. When the action is still under way after a moment, calls `slow` once.
+  End wait(std::chrono::milliseconds limit, const std::function<void()>& slow);
+  // What was told of the action last.
+  const AgentClient::Action& action() const { return action_; }
+
+ private:
+  bool isOver() const { return isGone_ || !action_.end.empty(); }
+  bool isOurs(const AgentClient::Action& action) const;
+  // Handles what comes until `done`, or the deadline.
+  void waitUntil(Clock::time_point deadline, const std::function<bool()>& done);
+  static void heard(GDBusConnection* bus, const gchar* sender, const gchar* path,
+                    const gchar* interface, const gchar* signal, GVariant* values, gpointer self);
+  static void ownerChanged(GDBusConnection* bus, const gchar* sender, const gchar* path,
+                           const gchar* interface, const gchar* signal, GVariant* values,
+                           gpointer self);
+
+  GDBusConnection* bus_;
+  std::string choice_;
+  std::string selector_;
+  std::string title_;
+  guint signals_ = 0;
+  guint owners_ = 0;
+  bool isGone_ = false;
+  AgentClient::Action action_;
+};
+
+}  // namespace kelpie::cli
