@@ -46,6 +46,9 @@ constexpr Rule kRules[] = {
     // The commit that a branch points to is what the index is compared with.
     {"refs", "heads", Of::Shared, kBoth},
     {"refs/heads", "", Of::Shared, kBoth, true},
+    // What was put aside before it was discarded, which nobody is shown.
+    {"refs", "kelpie", Of::Shared, kNothing},
+    {"refs/kelpie", "", Of::Shared, kNothing, true},
     {"refs", "", Of::Shared, kReferences, true},
     {"reftable", "", Of::Shared, kBoth},
     // Of stashes but the newest only their log tells.

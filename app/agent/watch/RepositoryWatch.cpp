@@ -161,7 +161,7 @@ void RepositoryWatch::start(Walk walk) {
   walks_->post([this, alive = std::weak_ptr<bool>(alive_), main = main_, &watcher = watcher_,
                 client = client_, workingCopy = workingCopy_, opaque = opaque_,
                 walk = std::move(walk)] {
-    FolderWalk git(watcher, client, {});
+    FolderWalk git(watcher, client, {joined(workingCopy.commonDirectory, "refs/kelpie")});
     if (walk.git) watchGit(git, workingCopy);
     FolderWalk folders(watcher, client, opaque);
     for (const std::string& folder : walk.folders) folders.watchFolder(folder);

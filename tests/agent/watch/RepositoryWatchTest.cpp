@@ -189,6 +189,17 @@ TEST_F(RepositoryWatchTest, ReferencesInNewFoldersAreSeen) {
   EXPECT_EQ(seen(), kReferences);
 }
 
+// Keeping them costs no reading, neither now nor for the watches of their folders.
+TEST_F(RepositoryWatchTest, WhatWasPutAsideIsNobodysBusiness) {
+  open();
+  for (const char* name : {"refs/kelpie/kept/main/00000001", "refs/kelpie/kept/main/00000002"}) {
+    sandbox_.git("r", {"update-ref", name, "HEAD"});
+    EXPECT_EQ(seen(), kNothing);
+    follow();
+    EXPECT_EQ(seen(), kNothing);
+  }
+}
+
 TEST_F(RepositoryWatchTest, StashesAreSeen) {
   open();
   sandbox_.write("r/sub/deep/f", "2\n");
