@@ -12,6 +12,7 @@
 #include "agent/AgentConfiguration.h"
 #include "agent/SharedSettings.h"
 #include "agent/desktop/ToolCommands.h"
+#include "agent/git/SettingsFiles.h"
 #include "platform/linux/DefaultsFile.h"
 #include "protocol/MessageKeys.h"
 #include "settings/SettingsKeys.h"
@@ -51,7 +52,9 @@ AgentService::AgentService(MainLoop& loop, const SessionBus& bus,
       registry_({loop, queues_, watcher_, names_, *files_, notifier_, configuration_.git,
                  std::make_shared<ReadingSlots>(loop, readingsAtATime()), std::chrono::minutes(10),
                  configuration_.neighbours}),
-      settings_(loop, queues_, names_, configuration_.git, [this] { registry_.readAgain(); }),
+      settings_(loop, queues_, names_,
+                {[git = configuration_.git] { return settingsFiles(git); },
+                 [this] { registry_.readAgain(); }}),
       interface_(bus.connection(), loop.log(),
                  {[this] { return runner_.actions(); },
                   [this](std::uint64_t id) { return runner_.cancel(id); },

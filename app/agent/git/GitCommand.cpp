@@ -141,6 +141,10 @@ ProgramResult GitCommand::askUnder(const ReadingRules& rules, const Arguments& a
   return Subprocess::run(question, cancellable);
 }
 
+std::vector<std::string> GitCommand::settingsFiles() const {
+  return guard_ == nullptr ? std::vector<std::string>() : guard_->settingsFilesOf(folder_);
+}
+
 std::string GitCommand::objection() const {
   if (workingCopy_ == nullptr) return {};
   if (guard_ != nullptr) return guard_->objectionTo(*workingCopy_);

@@ -54,6 +54,10 @@ class GitCommand {
   // The rules under which ask() would ask now.
   ReadingRules rules() const;
 
+  // The files that the repository's own settings name: see ProgramGuard::settingsFilesOf(). None
+  // without a guard.
+  std::vector<std::string> settingsFiles() const;
+
   // Why nothing may be changed here now, for people; empty when there is nothing against it.
   std::string objection() const;
 

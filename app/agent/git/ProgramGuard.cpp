@@ -13,6 +13,7 @@
 
 #include "agent/git/GitConfig.h"
 #include "agent/git/ScopedConfig.h"
+#include "agent/git/SettingsFiles.h"
 #include "agent/git/Submodules.h"
 #include "agent/git/WorkingCopyFinder.h"
 
@@ -71,6 +72,13 @@ ReadingRules ProgramGuard::rulesFor(const std::string& folder) {
   if (all.rules.settings.size() > kMostSettings)
     all.rules.refusal = "It and its submodules name more programs than can be switched off.";
   return std::move(all.rules);
+}
+
+std::vector<std::string> ProgramGuard::settingsFilesOf(const std::string& folder) {
+  const std::shared_ptr<Record> record = recordFor(folder);
+  const std::lock_guard lock(record->mutex);
+  if (!record->configurationStamps.stillHold()) readConfiguration(*record, folder);
+  return record->ownFiles;
 }
 
 std::string ProgramGuard::objectionTo(const WorkingCopy& workingCopy) {
@@ -139,6 +147,7 @@ void ProgramGuard::add(Record& record, Visit& visit) const {
 void ProgramGuard::readConfiguration(Record& record, const std::string& folder) const {
   record.programs = {};
   record.submodules.clear();
+  record.ownFiles.clear();
   record.configurationStamps = {};
   record.indexStamps = {};
   WorkingCopyFinder::Finding finding = WorkingCopyFinder(git_).find(folder);
@@ -162,6 +171,7 @@ void ProgramGuard::readConfiguration(Record& record, const std::string& folder) 
   const std::optional<ScopedConfig> config = ScopedConfig::read(git, record.failure);
   if (!config) return;
   record.programs = OwnPrograms::of(*config);
+  record.ownFiles = ownSettingsFiles(*config, copy);
   if (record.programs.settings.size() > kMostSettings)
     record.failure = "Its configuration names more programs than can be switched off.";
   else if (!obeys(git, record.programs))

@@ -40,6 +40,10 @@ class ProgramGuard {
   // How git may be asked in the folder now.
   ReadingRules rulesFor(const std::string& folder);
 
+  // What else than the configuration in its git directory the repository itself names: see
+  // ownSettingsFiles(). None outside every repository.
+  std::vector<std::string> settingsFilesOf(const std::string& folder);
+
   // Why nothing may be changed in the working copy: it is not as it was found any more, or the work
   // tree of one of its submodules is elsewhere. Empty when there is nothing against it.
   std::string objectionTo(const WorkingCopy& workingCopy);
@@ -50,8 +54,9 @@ class ProgramGuard {
     std::mutex mutex;  // guards the rest
     FileStamps configurationStamps;
     std::vector<std::string> configurationFiles;
-    std::string failure;       // not empty: why nothing is known
-    bool isElsewhere = false;  // since its work tree is elsewhere
+    std::vector<std::string> ownFiles;  // see settingsFilesOf()
+    std::string failure;                // not empty: why nothing is known
+    bool isElsewhere = false;           // since its work tree is elsewhere
     // Missing in a folder outside every repository.
     std::optional<WorkingCopy> workingCopy;
     OwnPrograms programs;

@@ -26,7 +26,8 @@ struct Files {
   std::vector<std::string> configuration;  // those among them that may name others
 
   void add(std::string path) {
-    if (all.size() < kMaximumSettingsFiles && std::ranges::find(all, path) == all.end())
+    if (!path.empty() && all.size() < kMaximumSettingsFiles &&
+        std::ranges::find(all, path) == all.end())
       all.push_back(std::move(path));
   }
   void addConfiguration(std::string path) {
@@ -48,6 +49,10 @@ bool isInclusion(std::string_view key) {
   return key == "include.path" || (key.starts_with("includeif.") && key.ends_with(".path"));
 }
 
+bool namesAFile(std::string_view key) {
+  return key == "core.excludesfile" || key == "core.attributesfile";
+}
+
 // What one file of configuration names. A file that git cannot read names nothing.
 void read(const GitCommand& git, const std::string& file, Files& files) {
   const ProgramResult listed = git.ask({"config", "--file", file, "--list", "-z"});
@@ -63,7 +68,7 @@ void read(const GitCommand& git, const std::string& file, Files& files) {
     if (path.empty()) continue;
     if (isInclusion(key))
       files.addConfiguration(std::move(path));
-    else if (key == "core.excludesfile" || key == "core.attributesfile")
+    else if (namesAFile(key))
       files.add(std::move(path));
   }
 }
@@ -87,6 +92,23 @@ std::vector<std::string> settingsFiles(const GitCommand& git) {
   // It grows while it is read.
   for (std::size_t i = 0; i < files.configuration.size(); ++i)
     read(git.in("/"), std::string(files.configuration[i]), files);
+  return std::move(files.all);
+}
+
+// git finds the lists from the root, and included files from the file that includes them.
+std::vector<std::string> ownSettingsFiles(const ScopedConfig& config,
+                                          const WorkingCopy& workingCopy) {
+  Files files;
+  for (const ScopedConfig::Entry& entry : config.entries()) {
+    if (!entry.isOwn) continue;
+    if (entry.file != workingCopy.commonDirectory + "/config" &&
+        entry.file != workingCopy.gitDirectory + "/config.worktree")
+      files.add(entry.file);
+    const bool isList = namesAFile(entry.key);
+    if (!entry.value || (!isList && !isInclusion(entry.key))) continue;
+    std::string path = absolutePath(*entry.value, isList ? workingCopy.root + "/" : entry.file);
+    if (!path.empty()) files.add(std::move(path));
+  }
   return std::move(files.all);
 }
 

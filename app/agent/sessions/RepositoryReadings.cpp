@@ -63,6 +63,7 @@ StatusReadings::Result StatusReadings::readStatus() {
   result.message = context_.messages->status(*result.snapshot, context_.files);
   if (!result.snapshot->untrackedShown() && !context_.workingCopy.bare)
     result.trackedFolders = indexFolders_.readIfChanged(context_.cancellable.get());
+  result.settingsFiles = context_.git.in(context_.workingCopy.root).settingsFiles();
   return result;
 }
 

@@ -45,6 +45,8 @@ class StatusReadings : public std::enable_shared_from_this<StatusReadings> {
     // Where untracked files are not looked at: the folders to watch, unless they are the same as
     // before.
     std::optional<std::vector<std::string>> trackedFolders;
+    // The files that the repository's own settings name: see ownSettingsFiles().
+    std::vector<std::string> settingsFiles;
   };
 
   explicit StatusReadings(ReadingContext context);

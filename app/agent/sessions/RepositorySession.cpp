@@ -226,6 +226,19 @@ void RepositorySession::statusRead(StatusReadings::Result result) {
   // The lane first: what the watch finds new leads to one more reading.
   statusLane_.finished(foundSomething);
   watch_->follow(*status_, result.trackedFolders);
+  watchSettings(result.settingsFiles);
+}
+
+// Such a file may also say what the references are worth, such as where a branch is to be pushed.
+void RepositorySession::watchSettings(const std::vector<std::string>& files) {
+  if (files == settingsFiles_) return;
+  settingsFiles_ = files;
+  settingsWatch_.reset();
+  if (files.empty()) return;
+  const auto changed = [this] { this->changed({true, true}); };
+  settingsWatch_ = std::make_unique<SettingsWatch>(
+      services_.loop, services_.queues, services_.names,
+      SettingsWatch::Callbacks{[files] { return files; }, changed, changed});
 }
 
 void RepositorySession::readReferences() {

@@ -8,6 +8,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "agent/desktop/Notifier.h"
 #include "agent/git/GitCommand.h"
@@ -20,6 +21,7 @@
 #include "agent/sessions/ReadingLane.h"
 #include "agent/sessions/ReadingSlots.h"
 #include "agent/sessions/RepositoryReadings.h"
+#include "agent/sessions/SettingsWatch.h"
 #include "agent/watch/DirectoryWatcher.h"
 #include "agent/watch/RepositoryWatch.h"
 #include "linux/base/MainLoop.h"
@@ -133,6 +135,7 @@ class RepositorySession {
   // There is a status, and it is not known to be out of date.
   bool hasStatus() const;
   void failed(Failure& failure, const char* what, const std::string& why);
+  void watchSettings(const std::vector<std::string>& files);
   void vanished();
   void watchIncomplete();
 
@@ -145,6 +148,8 @@ class RepositorySession {
   std::shared_ptr<StatusReadings> statusReadings_;
   std::shared_ptr<ReferencesReadings> referencesReadings_;
   std::unique_ptr<RepositoryWatch> watch_;
+  std::vector<std::string> settingsFiles_;
+  std::unique_ptr<SettingsWatch> settingsWatch_;  // of these; null without any
 
   std::shared_ptr<const StatusSnapshot> status_;
   std::shared_ptr<const ReferencesSnapshot> references_;

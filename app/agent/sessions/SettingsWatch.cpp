@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
-
-#include "agent/git/SettingsFiles.h"
+#include <utility>
 
 namespace kelpie::agent {
 namespace {
@@ -17,11 +16,10 @@ constexpr int kMaximumLinks = 8;
 }  // namespace
 
 SettingsWatch::SettingsWatch(MainLoop& loop, SerialQueues& queues, DirectoryWatcher& names,
-                             GitCommand git, std::function<void()> changed)
+                             Callbacks callbacks)
     : loop_(loop),
       names_(names),
-      git_(std::move(git)),
-      changed_(std::move(changed)),
+      callbacks_(std::move(callbacks)),
       client_(names.addClient([this](const DirectoryWatcher::Event& event) { happened(event); })),
       queue_(queues.makeQueue("org.kelpie.Kelpie.SettingsQueue")) {
   find();
@@ -32,9 +30,11 @@ SettingsWatch::~SettingsWatch() { names_.removeClient(client_); }
 // The watcher lives as long as the process; this may not.
 void SettingsWatch::find() {
   queue_->post([this, alive = std::weak_ptr<bool>(alive_), main = loop_.queue(), &names = names_,
-                client = client_, git = git_] {
-    main->post([this, alive, places = watchAll(settingsFiles(git), names, client)] {
-      if (!alive.expired()) places_ = places;
+                client = client_, files = callbacks_.files] {
+    main->post([this, alive, places = watchAll(files(), names, client)] {
+      if (alive.expired()) return;
+      places_ = places;
+      if (!std::exchange(isWatching_, true) && callbacks_.watching) callbacks_.watching();
     });
   });
 }
@@ -77,7 +77,7 @@ void SettingsWatch::happened(const DirectoryWatcher::Event& event) {
   timer_ = loop_.callAfter(kQuiet, [this] {
     timer_.reset();
     find();
-    changed_();
+    callbacks_.changed();
   });
 }
 

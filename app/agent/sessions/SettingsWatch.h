@@ -7,22 +7,28 @@
 #include <utility>
 #include <vector>
 
-#include "agent/git/GitCommand.h"
 #include "agent/watch/DirectoryWatcher.h"
 #include "linux/base/MainLoop.h"
 #include "platform/SerialQueue.h"
 
 namespace kelpie::agent {
 
-// Watches the files of the user and of the system that have a say in every status: see
-// settingsFiles(). A file that is not there is watched for, and of a link both it and what it leads
-// to. Main thread; files are looked for on a queue.
+// Watches files that have a say in a status, and that lie anywhere. A file that is not there is
+// watched for, and of a link both it and what it leads to. Main thread; files are looked for on a
+// queue.
 class SettingsWatch {
  public:
-  // `names` is a watcher that is interested in names. `changed` is called soon after a change,
-  // once. All outlive this.
-  SettingsWatch(MainLoop& loop, SerialQueues& queues, DirectoryWatcher& names, GitCommand git,
-                std::function<void()> changed);
+  struct Callbacks {
+    // Which files there are to watch, absolute; asked at first and after each change, on the queue.
+    std::function<std::vector<std::string>()> files;
+    // Called soon after a change, once.
+    std::function<void()> changed;
+    // The files are watched from now on; what happened to them before went unseen. May be empty.
+    std::function<void()> watching = {};
+  };
+
+  // `names` is a watcher that is interested in names. All outlive this.
+  SettingsWatch(MainLoop& loop, SerialQueues& queues, DirectoryWatcher& names, Callbacks callbacks);
   ~SettingsWatch();
   SettingsWatch(const SettingsWatch&) = delete;
   SettingsWatch& operator=(const SettingsWatch&) = delete;
@@ -39,11 +45,11 @@ class SettingsWatch {
 
   MainLoop& loop_;
   DirectoryWatcher& names_;
-  const GitCommand git_;
-  const std::function<void()> changed_;
+  const Callbacks callbacks_;
   DirectoryWatcher::Client client_;
   std::shared_ptr<SerialQueue> queue_;
   Places places_;
+  bool isWatching_ = false;
   std::unique_ptr<MainLoop::Source> timer_;
   // Tasks ask it whether this is still there.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);

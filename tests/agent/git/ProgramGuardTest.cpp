@@ -348,6 +348,21 @@ TEST_F(ProgramGuardTest, AWorkingCopyThatMovedItsWorkTreeIsNotChanged) {
   EXPECT_EQ(sandbox_.read("victim/a.txt"), "precious\n");
 }
 
+TEST_F(ProgramGuardTest, TheFilesThatARepositoryNamesAreItsOwnWhereverTheyLie) {
+  using Files = std::vector<std::string>;
+  EXPECT_EQ(guard_->settingsFilesOf(sandbox_.path("r")), Files());
+  EXPECT_EQ(guard_->settingsFilesOf(sandbox_.root()), Files()) << "there is none";
+  addToUsersSettings("[core]\n\tattributesFile = ~/users\n[include]\n\tpath = ~/included\n");
+  config("include.path", "more");
+  config("core.excludesFile", "../ignored");
+  EXPECT_EQ(guard_->settingsFilesOf(sandbox_.path("r")),
+            (Files{sandbox_.path("r/../ignored"), sandbox_.path("r/.git/more")}))
+      << "whether they are there or not";
+  sandbox_.write("r/.git/more", "[core]\n\tattributesFile = /etc/list\n");
+  EXPECT_EQ(guard_->settingsFilesOf(sandbox_.path("r")),
+            (Files{sandbox_.path("r/../ignored"), sandbox_.path("r/.git/more"), "/etc/list"}));
+}
+
 TEST_F(ProgramGuardTest, TheRepositoryAroundAVanishedOneIsNotChanged) {
   sandbox_.init("r/inner");
   sandbox_.commitAll("r/inner", "one");
