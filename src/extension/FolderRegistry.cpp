@@ -89,7 +89,7 @@ void FolderRegistry::beginObservingDirectoryAtURL(const URL& url) {
   }
   if (repository != nullptr) {
     // Each item is looked at once: nothing is gained by remembering them all.
-    repository->addObservedURLs(contents, platform_.files);
+    observe(*repository, contents, platform_.files);
   }
 }
 
@@ -131,7 +131,7 @@ void FolderRegistry::requestBadgeIdentifiersForURLs(const std::vector<URL>& urls
       continue;
     }
     if (repository != nullptr) {
-      repository->addObservedURLs(std::span(urls).subspan(first, index - first), files);
+      observe(*repository, std::span(urls).subspan(first, index - first), files);
     }
     repository = std::move(next);
     first = index;
@@ -143,6 +143,9 @@ void FolderRegistry::requestBadgeIdentifiersForURLs(const std::vector<URL>& urls
 // asks for it again. Where another one is replaced the file manager does not ask again: it has
 // badges.
 void FolderRegistry::openRepository(const Opening& opening) {
+  if (opening.clearings != repositories_.clearings()) {
+    return;
+  }
   const MemoFileSystem files(platform_.files);
   // Another folder may have taken the place since the message came.
   const FileIdentifier identifier =
@@ -175,7 +178,9 @@ void FolderRegistry::relocateRepository(const FileIdentifier& identifier) {
   if (repository == nullptr || !repository->isInPlace(files)) {
     return;
   }
+  const std::string place = repository->rootPath();
   repository->relocate(files);
+  noteFormerPlace(place, repository->rootPath());
   ShownItems shown(*allObservedFiles(), files);
   shown.putInOrder();
   shown.leaveOutStrays(*repository->observedPaths());
@@ -194,22 +199,47 @@ void FolderRegistry::relocateRepository(const FileIdentifier& identifier) {
 
 bool FolderRegistry::replaceRepositories(const FileIdentifier& identifier, std::string_view path,
                                          const FileSystem& files) {
+  bool takesOver = displaced_.erase(identifier) + formerPlaces_.erase(std::string(path)) != 0;
   std::vector<FileIdentifier> replaced;
   for (const std::shared_ptr<KPRepository>& repository : *repositories_.all()) {
     const std::optional<FileIdentifier>& held = repository->rootIdentifier();
-    if (held && (held == identifier || repository->rootPath() == path) &&
-        !repository->isInPlace(files)) {
+    const std::string place = repository->rootPath();
+    if (!held || (held != identifier && place != path)) {
+      continue;
+    }
+    if (!repository->isInPlace(files)) {
       replaced.push_back(*held);
+      noteFormerPlace(place, path);
+    } else if (held != identifier) {
+      takesOver = true;  // it has moved on, followed by its reference
     }
   }
-  const bool wasDisplaced = displaced_.erase(identifier) != 0;
   for (const FileIdentifier& held : replaced) {
     repositories_.remove(held);
     if (held != identifier && displaced_.size() < kMaximumDisplaced) {
       displaced_.insert(held);
     }
   }
-  return wasDisplaced || !replaced.empty();
+  return takesOver || !replaced.empty();
+}
+
+// A repository may answer for a place to which it was followed by its reference, and leave it
+// again, without the main application's saying so.
+void FolderRegistry::observe(KPRepository& repository, std::span<const URL> urls,
+                             const FileSystem& files) {
+  const std::string root = repository.rootPath();
+  if (!urls.empty() && !(urls.front().path() + "/").starts_with(root + "/")) {
+    if (const std::optional<URL> present = files.filePathUrl(*repository.url())) {
+      noteFormerPlace(present->path(), root);
+    }
+  }
+  repository.addObservedURLs(urls, files);
+}
+
+void FolderRegistry::noteFormerPlace(const std::string& place, std::string_view present) {
+  if (place != present && formerPlaces_.size() < kMaximumDisplaced) {
+    formerPlaces_.insert(place);
+  }
 }
 
 void FolderRegistry::adoptShownItems(const URL& root, const FileIdentifier& identifier,
@@ -233,6 +263,11 @@ void FolderRegistry::adoptShownItems(const URL& root, const FileIdentifier& iden
           own->add(path);
         }
       });
+}
+
+void FolderRegistry::setApplicationPid(std::int32_t pid) {
+  const bool wasThere = applicationPid_.exchange(pid) > 0;
+  hasApplicationEnded_ = pid < 1 && (wasThere || hasApplicationEnded_);
 }
 
 void FolderRegistry::updateFolders() {

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <span>
+#include <string>
 #include <string_view>
 #include <unordered_set>
 #include <vector>
@@ -55,7 +57,9 @@ class FolderRegistry {
   void updateFolders();
   // The main application's process id; -1 while there is none, 0 before the first check.
   std::int32_t applicationPid() const { return applicationPid_; }
-  void setApplicationPid(std::int32_t pid) { applicationPid_ = pid; }
+  void setApplicationPid(std::int32_t pid);
+  // There was one, and now there is none: what still arrives is from one that is gone.
+  bool hasApplicationEnded() const { return hasApplicationEnded_; }
 
   RepositoryTable& repositories() { return repositories_; }
   FolderTables& folders() { return folders_; }
@@ -70,9 +74,12 @@ class FolderRegistry {
  private:
   std::shared_ptr<KPRepository> repositoryForURL(const URL& url, const FileSystem& files) const;
   // Drops the repositories that have lost their place, of those that have this identifier or were
-  // at this path. Whether there were any, or this one was dropped so before.
+  // at this path. Whether there were any, or this one was dropped so before, or another one has
+  // left this path.
   bool replaceRepositories(const FileIdentifier& identifier, std::string_view path,
                            const FileSystem& files);
+  void observe(KPRepository& repository, std::span<const URL> urls, const FileSystem& files);
+  void noteFormerPlace(const std::string& place, std::string_view present);
   // Adds what is shown inside the root to `observed`, as far as no other repository holds it.
   void adoptShownItems(const URL& root, const FileIdentifier& identifier, ObservedPaths& observed,
                        const FileSystem& files);
@@ -85,7 +92,11 @@ class FolderRegistry {
   // Repositories that gave way to another one at their path, and may be opened elsewhere: what is
   // shown there is handed over to them then. Observer queue.
   std::unordered_set<FileIdentifier> displaced_;
+  // The paths of root folders that repositories have moved away from: another one that is opened
+  // there takes over what is shown there. Observer queue.
+  std::unordered_set<std::string> formerPlaces_;
   std::atomic<std::int32_t> applicationPid_ = 0;
+  std::atomic<bool> hasApplicationEnded_ = false;
   RepositoryTable repositories_;
   FolderTables folders_;
   mutable std::mutex mutex_;

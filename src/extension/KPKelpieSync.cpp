@@ -216,7 +216,11 @@ void KPKelpieSync::updateApplicationRunning() { presence_->updateApplicationRunn
 
 void KPKelpieSync::setApplicationPid(std::int32_t pid) { presence_->setApplicationPid(pid); }
 
+// What an application that has ended still had on its way would give badges that nobody takes away.
 void KPKelpieSync::openRepositoryWithUrls(const Object& urls) {
+  if (registry_->hasApplicationEnded()) {
+    return;
+  }
   if (!urls.isArray() || urls.size() == 0) {
     return;
   }

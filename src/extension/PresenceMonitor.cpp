@@ -111,13 +111,18 @@ void PresenceMonitor::watch(std::int32_t pid) {
   monitor->resume();
 }
 
-// The repositories end first, so that no badge of theirs comes after the empty ones.
+// The repositories end first, so that no badge of theirs comes after the empty ones. Meanwhile,
+// what is shown may be put in another order.
 void PresenceMonitor::State::clear() {
   registry->repositories().clear();
+  std::vector<std::string> shown;
   for (const std::shared_ptr<PathSet>& set : registry->allObservedFiles()->sets()) {
-    for (const std::string& path : set->paths()) {
-      platform.finder.setBadgeIdentifier(KPBadge::kEmpty, URL::fileURLWithPath(path));
+    for (std::string& path : set->paths()) {
+      shown.push_back(std::move(path));
     }
+  }
+  for (const std::string& path : shown) {
+    platform.finder.setBadgeIdentifier(KPBadge::kEmpty, URL::fileURLWithPath(path));
   }
   link->setPort(nullptr);
   registry->setApplicationPid(-1);

@@ -10,9 +10,9 @@ namespace kelpie {
 
 namespace {
 
-RepositoryTable::Repositories withRoot(RepositoryTable::Repositories repositories) {
+RepositoryTable::Repositories thatHoldItems(RepositoryTable::Repositories repositories) {
   std::erase_if(repositories, [](const auto& repository) {
-    return !repository->url() || !repository->rootIdentifier();
+    return !repository->url() || !repository->rootIdentifier() || !repository->identifier();
   });
   return repositories;
 }
@@ -31,7 +31,7 @@ std::vector<RootFinder::Root> rootsOf(const RepositoryTable::Repositories& repos
 RepositoryLookup::RepositoryLookup(const RepositoryTable& table, const FileSystem& files)
     : table_(table),
       all_(table.all()),
-      repositories_(withRoot(*all_)),
+      repositories_(thatHoldItems(*all_)),
       roots_(rootsOf(repositories_), files) {}
 
 std::shared_ptr<KPRepository> RepositoryLookup::repositoryForURL(const URL& url) {

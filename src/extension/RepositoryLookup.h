@@ -10,7 +10,8 @@ namespace kelpie {
 
 // Finds the open repository that holds a URL: the first one, in the table's order, whose root
 // folder equals the URL or is a parent of it. A repository that has lost its place (see
-// KPRepository::isInPlace) holds nothing. Costs looks at the folders above the URL and at the roots
+// KPRepository::isInPlace), or whose identifier the main application has taken away, holds nothing.
+// Costs looks at the folders above the URL and at the roots
 // found there, however many repositories are open. For one piece of work; it does not see
 // repositories come and go. Single-threaded.
 class RepositoryLookup {
@@ -26,7 +27,7 @@ class RepositoryLookup {
  private:
   const RepositoryTable& table_;
   std::shared_ptr<const RepositoryTable::Repositories> all_;
-  RepositoryTable::Repositories repositories_;  // those that have a root folder
+  RepositoryTable::Repositories repositories_;  // those that can hold something
   RootFinder roots_;                            // of repositories_
 };
 

@@ -50,6 +50,14 @@ std::vector<URL> urlsOf(const ObjectView& array) {
   return urls;
 }
 
+void clearBadges(const ObservedPaths& items, BadgeSetter& badges) {
+  for (const std::shared_ptr<PathSet>& set : items.sets()) {
+    for (const std::string& path : set->paths()) {
+      badges.set(KPBadge::kEmpty, URL::fileURLWithPath(path));
+    }
+  }
+}
+
 }  // namespace
 
 std::shared_ptr<KPRepository> KPRepository::create(std::optional<URL> url,
@@ -324,7 +332,12 @@ bool KPRepository::isRefused(const Object& argument) const {
 }
 
 void KPRepository::takeStatusIn(const Object& info) {
-  if (isDisplaced()) return;
+  // Whatever is at the root's place now, what is shown there is not of this repository. Once
+  // another one is opened there, this one has ended.
+  if (isDisplaced()) {
+    if (observedPaths_ != nullptr) clearBadges(*observedPaths_, badges_);
+    return;
+  }
   const std::int64_t state = info[kRepositoryStateKey].integerValue();
   if (isBare()) {
     status_.setState(state);
@@ -339,8 +352,9 @@ void KPRepository::takeStatusIn(const Object& info) {
   }
   if (observedPaths_ == nullptr) return;
   observeRenamedItems(info[kStatusRenamedItemsKey]);
-  // Where the root has moved from, other items may stand by now.
+  // Where the root has moved from, other items may stand by now, also when it has come back.
   const bool isElsewhere = hasMoved(platform_.files);
+  const std::string root = rootPath() + "/";
   const auto work = std::make_shared<Work>();
   for (const std::shared_ptr<PathSet>& set : observedPaths_->sets()) {
     for (const std::string& path : set->paths()) {
@@ -348,7 +362,8 @@ void KPRepository::takeStatusIn(const Object& info) {
       const URL url = URL::fileURLWithPath(path);
       StatusLooks& looks = looksFor(*work);
       const ResourceValues item = looks.look(url);
-      if (isElsewhere && !looks.isInRoot(url, item.identifier)) continue;
+      const bool isDoubtful = isElsewhere || !(path + "/").starts_with(root);
+      if (isDoubtful && !looks.isInRoot(url, item.identifier)) continue;
       settleBadge(url, item, work);
     }
   }

@@ -104,9 +104,16 @@ TEST_F(TrueBadges, ARepositoryThatGoesTakesItsBadgesWithItAndMayComeBack) {
   fs::remove_all(repository + "/.git");
   for (const char* item : {"/file.txt", "/sub", "/sub/deep.txt"})
     EXPECT_TRUE(host().sees(repository + item, "KPEmptyBadge"));
+  // The menu goes, too; and what is asked for meanwhile is not forgotten.
+  EXPECT_FALSE(host().waitForItem({repository}, {"Create…"}).is_null());
+  const std::string meanwhile = session.home().addFile("r/sub/meanwhile.txt", "new\n");
+  host().ask({meanwhile});
   session.git("r", {"init", "-q"});
   EXPECT_TRUE(host().sees(repository + "/file.txt", "KPWorkdirNewBadge"));
   EXPECT_TRUE(host().sees(repository + "/sub/deep.txt", "KPWorkdirNewBadge"));
+  EXPECT_TRUE(host().sees(meanwhile, "KPWorkdirNewBadge"));
+  EXPECT_TRUE(host().choose({meanwhile}, {"Stage \"meanwhile.txt\""}));
+  EXPECT_TRUE(host().sees(meanwhile, "KPIndexNewBadge"));
 }
 
 TEST_F(TrueBadges, WorkingCopiesInAShownFolderHaveBadgesBeforeTheyAreEntered) {
@@ -189,6 +196,29 @@ TEST_F(TrueBadges, TheUsersOwnListsAndSettingsCountAtOnce) {
   session.home().addFile("elsewhere/list", "*.three\n");
   EXPECT_TRUE(host().sees(repository + "/a.three", "KPIgnoredBadge"));
   EXPECT_TRUE(host().sees(repository + "/a.two", "KPWorkdirNewBadge"));
+}
+
+// Files anywhere that the configuration of a repository names.
+TEST_F(TrueBadges, TheListsAndSettingsThatARepositoryNamesCountAtOnce) {
+  const std::string repository = session.addRepository("r");
+  for (const char* name : {"r/a.one", "r/a.two", "r/a.three"})
+    session.home().addFile(name, "new\n");
+  session.home().addFile("elsewhere/included", "");
+  session.git("r", {"config", "include.path", session.home() / "elsewhere/included"});
+  startWith(repository, repository + "/a.one", "KPWorkdirNewBadge");
+  // What it includes; what that names, which is not there yet.
+  session.home().addFile("elsewhere/included", "[core]\n\texcludesFile = ~/lists/ignored\n");
+  session.home().addFile("lists/ignored", "*.one\n");
+  EXPECT_TRUE(host().sees(repository + "/a.one", "KPIgnoredBadge"));
+  session.home().addFile("lists/ignored", "*.two\n");
+  EXPECT_TRUE(host().sees(repository + "/a.one", "KPWorkdirNewBadge"));
+  EXPECT_TRUE(host().sees(repository + "/a.two", "KPIgnoredBadge"));
+  // Its own setting, and the list that it names, from the root of the working copy.
+  session.git("r", {"config", "--unset", "include.path"});
+  session.git("r", {"config", "core.excludesFile", "../lists/others"});
+  EXPECT_TRUE(host().sees(repository + "/a.two", "KPWorkdirNewBadge"));
+  session.home().addFile("lists/others", "*.three\n");
+  EXPECT_TRUE(host().sees(repository + "/a.three", "KPIgnoredBadge"));
 }
 
 }  // namespace

@@ -74,5 +74,21 @@ TEST_F(AfterTheEnd, ARepositoryWhoseOpeningWasQueuedIsNotOpened) {
   EXPECT_EQ(fakes.finder.badges(), std::vector<FakeFinder::Badge>{});
 }
 
+// What it sent last may still be on its way.
+TEST_F(AfterTheEnd, AnOpeningThatArrivesLaterMakesNoRepository) {
+  endApplication();
+  const URL other = fakes.files->addFolder("/code/other");
+  const Objects urls = {other, fakes.files->addFolder("/code/other/.git")};
+  handle("openRepositoryWithUrls:", urls);
+  fakes.runAll();
+  EXPECT_EQ(controller->repositories().size(), 0U);
+  EXPECT_EQ(fakes.finder.badges(), std::vector<FakeFinder::Badge>{});
+  launchApplication();
+  controller->updateApplicationRunning();
+  handle("openRepositoryWithUrls:", urls);
+  fakes.runAll();
+  EXPECT_EQ(controller->repositories().size(), 1U) << "another one runs";
+}
+
 }  // namespace
 }  // namespace kelpie

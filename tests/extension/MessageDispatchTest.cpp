@@ -181,8 +181,8 @@ TEST_F(MessageDispatchTest, TheMainQueueNeverWaitsForTheObserverQueue) {
       Dictionary{{"KPMessageSelector", "openRepositoryWithUrls:"},
                  {"KPMessageArgument", Objects{fakes.files->addFolder("/work/repo")}}});
   controller->performAction(MenuItem("Quit", "quit:"));
-  controller->setApplicationPid(-1);
   fakes.queues.main().runAll();
+  controller->setApplicationPid(-1);
   EXPECT_EQ(observerQueue().pending(), 3U);
   EXPECT_EQ(sent().size(), 1U);
 }
