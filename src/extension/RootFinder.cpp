@@ -99,8 +99,8 @@ RootFinder::Holders RootFinder::holdersOf(const URL& folder) const {
     candidates.insert(candidates.end(), found->second.begin(), found->second.end());
   }
   std::ranges::sort(candidates);
-  const auto repeated = std::ranges::unique(candidates);
-  candidates.erase(repeated.begin(), repeated.end());
+  // clang 14 does not compile what std::ranges::unique() answers.
+  candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
 
   Holders holders;
   for (const std::size_t index : candidates) {
