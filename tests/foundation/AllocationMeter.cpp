@@ -24,6 +24,7 @@ namespace {
 
 struct Counters {
   std::uint64_t count;
+  std::uint64_t taken;
   std::int64_t bytes;  // may be negative: what one thread takes another may give back
   std::int64_t peak;
 };
@@ -31,6 +32,7 @@ thread_local Counters counters{};
 
 void taken(std::size_t size) {
   ++counters.count;
+  counters.taken += size;
   counters.bytes += static_cast<std::int64_t>(size);
   counters.peak = std::max(counters.peak, counters.bytes);
 }
@@ -92,11 +94,14 @@ void operator delete[](void* block, std::size_t /*size*/) noexcept { giveBack(bl
 
 namespace kelpie {
 
-AllocationMeter::AllocationMeter() : startCount_(counters.count), startBytes_(counters.bytes) {
+AllocationMeter::AllocationMeter()
+    : startCount_(counters.count), startTaken_(counters.taken), startBytes_(counters.bytes) {
   counters.peak = counters.bytes;
 }
 
 std::uint64_t AllocationMeter::count() const { return counters.count - startCount_; }
+
+std::uint64_t AllocationMeter::bytes() const { return counters.taken - startTaken_; }
 
 std::size_t AllocationMeter::peak() const {
   return static_cast<std::size_t>(std::max<std::int64_t>(counters.peak - startBytes_, 0));

@@ -15,11 +15,14 @@ class AllocationMeter {
 
   // How many blocks were taken.
   std::uint64_t count() const;
+  // How many bytes these had in all, given back or not: what was copied somewhere is among them.
+  std::uint64_t bytes() const;
   // The most bytes that were held at one time, beyond those held at the beginning.
   std::size_t peak() const;
 
  private:
   std::uint64_t startCount_;
+  std::uint64_t startTaken_;
   std::int64_t startBytes_;
 };
 

@@ -7,6 +7,10 @@ namespace kelpie {
 namespace {
 
 using Number = RawPropertyList::Number;
+using Folders = std::vector<Bytes>;
+
+// Of messages that have as many objects as there is room for.
+constexpr std::size_t kWide = 4;
 
 const std::vector<std::string> kArray = {"NSArray", "NSObject"};
 const std::vector<std::string> kReference = {"KPReference", "NSObject"};
@@ -20,7 +24,7 @@ std::string longUrl(std::size_t size) { return "file:///" + longText(size); }
 
 // The same long URL many times, under a key of a status.
 template <const char* kKey>
-Bytes statusUrls(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes statusUrls(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setStatusInfo:", target);
   const Number urls = message.repeated(message.url(longUrl(size)), manyIn(size));
   return message.finish(message.dictionary(kKey, message.array(urls)));
@@ -28,20 +32,20 @@ Bytes statusUrls(std::size_t size, const Bytes& target, const Bytes& /*folder*/)
 
 // The same as the argument itself.
 template <const char* kSelector>
-Bytes urlsArgument(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes urlsArgument(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message(kSelector, target);
   return message.finish(message.array(message.repeated(message.url(longUrl(size)), manyIn(size))));
 }
 
 template <const char* kSelector>
-Bytes urlSetArgument(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes urlSetArgument(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message(kSelector, target);
   return message.finish(message.set(message.repeated(message.url(longUrl(size)), manyIn(size))));
 }
 
 // URLs of many folders, each in the one before, which differ from the first on.
 template <const char* kKey>
-Bytes deepUrls(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes deepUrls(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setStatusInfo:", target);
   std::vector<std::uint32_t> urls;
   for (std::size_t bytes = 0; bytes < size; bytes += 4000) {
@@ -66,21 +70,54 @@ constexpr char kTargets[] = "setTargetURLs:";
 constexpr char kObserved[] = "setObservedDirectories:";
 constexpr char kStatus[] = "KPRepositoryStatus";
 
-Bytes createdTexts(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes createdTexts(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setStatusInfo:", target);
   const std::uint32_t text = message.archive.addString(longText(size));
   return message.finish(
       message.dictionary(kCreated, message.array(message.repeated(text, manyIn(size)))));
 }
 
-Bytes renamedPaths(std::size_t size, const Bytes& target, const Bytes& folder) {
+Bytes renamedPaths(std::size_t size, const Bytes& target, const Folders& folders) {
   HostileMessage message("setStatusInfo:", target);
   const std::uint32_t text = message.archive.addString("/" + longText(size));
   const std::uint32_t paths = message.array(message.repeated(text, manyIn(size)));
-  const std::uint32_t key = message.data(folder);
+  const std::uint32_t key = message.data(folders.front());
   const std::uint32_t renamed =
       message.dictionary(message.repeated(key, 1), message.repeated(paths, 1));
   return message.finish(message.dictionary("KPStatusObservedPathsForRenamedItems", renamed));
+}
+
+// The same paths for each folder that is shown: each keeps its own copy.
+Bytes renamedForEachFolder(HostileMessage& message, const std::vector<std::uint32_t>& paths,
+                           const Folders& folders) {
+  std::vector<std::uint32_t> keys;
+  for (const Bytes& folder : folders) keys.push_back(message.data(folder));
+  const std::vector<std::uint32_t> values(keys.size(), message.archive.addArray(paths));
+  const std::uint32_t renamed = message.archive.addDictionary(keys, values);
+  return message.finish(message.dictionary("KPStatusObservedPathsForRenamedItems", renamed));
+}
+
+// So long that they just do not go beyond what may be read.
+Bytes renamedLongPaths(std::size_t size, const Bytes& target, const Folders& folders) {
+  constexpr std::size_t kPaths = 5;
+  HostileMessage message("setStatusInfo:", target);
+  std::vector<std::uint32_t> paths;
+  for (std::size_t path = 0; path < kPaths; ++path) {
+    const std::string text = "/" + std::to_string(path) + std::string(size / kPaths, 'x');
+    paths.push_back(message.archive.addString(text));
+  }
+  const auto last = folders.begin() + static_cast<Folders::difference_type>(folders.size() - 4);
+  return renamedForEachFolder(message, paths, {folders.begin(), last});
+}
+
+template <std::size_t kFolders>
+Bytes renamedShortPaths(std::size_t size, const Bytes& target, const Folders& folders) {
+  HostileMessage message("setStatusInfo:", target, kWide);
+  std::vector<std::uint32_t> paths;
+  for (std::size_t bytes = 0; bytes < size; bytes += 24) {
+    paths.push_back(message.archive.addString("/" + std::to_string(bytes) + "/x"));
+  }
+  return renamedForEachFolder(message, paths, {folders.begin(), folders.begin() + kFolders});
 }
 
 // A table whose entries all have one key.
@@ -92,36 +129,36 @@ Bytes table(HostileMessage& message, std::uint32_t key, std::size_t count) {
   return message.finish(message.dictionary(kStatus, table));
 }
 
-Bytes textKeys(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes textKeys(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setStatusInfo:", target);
   return table(message, message.archive.addString(longText(size)), manyIn(size));
 }
 
-Bytes dataKeys(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes dataKeys(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setStatusInfo:", target);
   return table(message, message.data(Bytes(size / 2, 7)), manyIn(size));
 }
 
-Bytes shortKeys(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes shortKeys(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setStatusInfo:", target);
   return table(message, message.data(Bytes(16, 7)), manyIn(size));
 }
 
 // Keys of an unknown class, which are known by their archived form.
-Bytes objectKeys(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes objectKeys(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setStatusInfo:", target);
   const Number bytes = message.archive.list.data(Bytes(size / 2, 7));
   return table(message, message.object(kThing, {{"bytes", bytes}}), manyIn(size));
 }
 
-Bytes objectKeysOfRepeatedText(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes objectKeysOfRepeatedText(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setStatusInfo:", target);
   const std::uint32_t text = message.archive.addString(longText(size));
   const Number texts = message.repeated(text, manyIn(size));
   return table(message, message.object(kThing, {{"texts", texts}}), 16);
 }
 
-Bytes statusTable(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes statusTable(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setStatus:", target);
   const std::uint32_t key = message.archive.addString(longText(size));
   const std::uint32_t entry = message.archive.addArray({key});
@@ -129,7 +166,7 @@ Bytes statusTable(std::size_t size, const Bytes& target, const Bytes& /*folder*/
                                            message.repeated(entry, manyIn(size))));
 }
 
-Bytes badges(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes badges(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("updateBadges:", target);
   const std::uint32_t urls =
       message.array(message.repeated(message.url(longUrl(size)), manyIn(size)));
@@ -139,18 +176,18 @@ Bytes badges(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
   return message.finish(message.archive.addDictionary({names[0], names[1]}, {urls, badge}));
 }
 
-Bytes stashes(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes stashes(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setStashes:", target);
   const std::uint32_t text = message.archive.addString(longText(size));
   return message.finish(message.array(message.repeated(text, manyIn(size))));
 }
 
-Bytes emptyStashes(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes emptyStashes(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setStashes:", target);
   return message.finish(message.array(message.repeated(message.archive.addString(""), size / 2)));
 }
 
-Bytes gitflow(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes gitflow(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setGitflowInfo:", target);
   const std::uint32_t text = message.archive.addString(longText(size));
   const std::uint32_t names = message.array(message.repeated(text, manyIn(size)));
@@ -169,16 +206,16 @@ std::uint32_t records(HostileMessage& message, std::size_t size) {
   return archive.addArray(uids);
 }
 
-Bytes manyRecords(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
-  HostileMessage message("setHeadBranch:", target);
+Bytes manyRecords(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
+  HostileMessage message("setHeadBranch:", target, kWide);
   const Number refspecs = message.archive.reference(records(message, size));
   return message.finish(
       message.object({"KPRemote", "KPReference", "NSObject"}, {{"fetchRefspecs", refspecs}}));
 }
 
 // One record under many numbers.
-Bytes recordAliases(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
-  HostileMessage message("setHeadBranch:", target);
+Bytes recordAliases(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
+  HostileMessage message("setHeadBranch:", target, kWide);
   RawArchive& archive = message.archive;
   const Number record = message.archive.object(kReference, {{"name", archive.list.ascii("x")}});
   std::vector<std::uint32_t> uids;
@@ -196,7 +233,7 @@ Bytes leafNode(const std::string& name) {
 }
 
 // A node whose children are one blob, many times.
-Bytes childrenOfOneBlob(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes childrenOfOneBlob(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setReferences:", target);
   const std::uint32_t blob = message.data(leafNode("main"));
   const std::uint32_t children = message.array(message.repeated(blob, size / 2));
@@ -205,7 +242,7 @@ Bytes childrenOfOneBlob(std::size_t size, const Bytes& target, const Bytes& /*fo
 }
 
 // Blobs of half the message each, with as many elements that are no data, named many times.
-Bytes childrenOfLargeBlob(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes childrenOfLargeBlob(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   RawArchive inner(2, 2);
   const Number element = inner.reference(inner.addString("x"));
   const Number elements = inner.list.array(std::vector<Number>(size / 4, element));
@@ -220,7 +257,7 @@ Bytes childrenOfLargeBlob(std::size_t size, const Bytes& target, const Bytes& /*
 }
 
 // A tree of nodes of which each names the next many times.
-Bytes childrenOfChildren(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes childrenOfChildren(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   constexpr std::size_t kLevels = 20;
   Bytes blob = leafNode("main");
   for (std::size_t level = 0; level < kLevels; ++level) {
@@ -239,7 +276,7 @@ Bytes childrenOfChildren(std::size_t size, const Bytes& target, const Bytes& /*f
 }
 
 // A menu of one item, many times; the item is sent back.
-Bytes menuItems(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes menuItems(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("quit:", target);
   RawArchive& archive = message.archive;
   const Number title = archive.reference(archive.addString(longText(size)));
@@ -251,7 +288,7 @@ Bytes menuItems(std::size_t size, const Bytes& target, const Bytes& /*folder*/) 
 }
 
 // An item whose object is one text, many times.
-Bytes senderOfRepeatedText(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes senderOfRepeatedText(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("quit:", target);
   RawArchive& archive = message.archive;
   const std::uint32_t text = archive.addString(longText(size));
@@ -261,8 +298,8 @@ Bytes senderOfRepeatedText(std::size_t size, const Bytes& target, const Bytes& /
 
 // Tables of the controller: one set under many keys, or one text under one key.
 template <const char* kSelector, bool kAreUrls>
-Bytes folderTable(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
-  HostileMessage message(kSelector, target);
+Bytes folderTable(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
+  HostileMessage message(kSelector, target, kWide);
   const std::uint32_t item = kAreUrls ? message.url("file:///d/" + std::string(200, 'x'))
                                       : message.archive.addString(std::string(200, 'x'));
   std::vector<std::uint32_t> keys;
@@ -280,14 +317,14 @@ Bytes folderTable(std::size_t size, const Bytes& target, const Bytes& /*folder*/
 constexpr char kAllObserved[] = "setAllObservedFiles:";
 constexpr char kInactive[] = "setInactiveObservedFiles:";
 
-Bytes senderObjects(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes senderObjects(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setSenderObjects:", target);
   const std::uint32_t text = message.archive.addString(longText(size));
   return message.finish(message.dictionary(message.repeated(text, manyIn(size)),
                                            message.repeated(text, manyIn(size))));
 }
 
-Bytes identifierOfRepeatedText(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes identifierOfRepeatedText(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setIdentifier:", target);
   const std::uint32_t text = message.archive.addString(longText(size));
   const Number texts = message.repeated(text, manyIn(size));
@@ -295,7 +332,7 @@ Bytes identifierOfRepeatedText(std::size_t size, const Bytes& target, const Byte
 }
 
 // A message of many entries, none of which is its selector.
-Bytes manyEntries(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
+Bytes manyEntries(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
   HostileMessage message("setStashes:", target);
   const std::uint32_t key = message.archive.addString("x");
   return message.archive.finish(
@@ -303,8 +340,8 @@ Bytes manyEntries(std::size_t size, const Bytes& target, const Bytes& /*folder*/
 }
 
 // Arrays in a circle, and one that holds each of them.
-Bytes circles(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
-  HostileMessage message("setHeadBranch:", target);
+Bytes circles(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
+  HostileMessage message("setHeadBranch:", target, kWide);
   RawArchive& archive = message.archive;
   std::vector<std::uint32_t> uids;
   for (std::size_t bytes = 0; bytes < size; bytes += 60) uids.push_back(archive.reserve());
@@ -320,8 +357,8 @@ Bytes circles(std::size_t size, const Bytes& target, const Bytes& /*folder*/) {
 
 }  // namespace
 
-HostileMessage::HostileMessage(std::string_view selector, Bytes target)
-    : selector_(selector), target_(std::move(target)) {}
+HostileMessage::HostileMessage(std::string_view selector, Bytes target, std::size_t width)
+    : archive(width, width), selector_(selector), target_(std::move(target)) {}
 
 Number HostileMessage::repeated(std::uint32_t uid, std::size_t count) {
   return archive.list.array(std::vector<Number>(count, archive.reference(uid)));
@@ -369,6 +406,10 @@ const std::vector<HostileCase>& hostileCases() {
       {"DirtyUrlsOfManyFolders", deepUrls<kDirty>},
       {"IgnoredUrlsOfManyFolders", deepUrls<kIgnored>},
       {"RenamedPaths", renamedPaths},
+      {"LongRenamedPathsOfManyFolders", renamedLongPaths},
+      {"ShortRenamedPathsOfOneFolder", renamedShortPaths<1>},
+      {"ShortRenamedPathsOfThreeFolders", renamedShortPaths<3>},
+      {"ShortRenamedPathsOfSixFolders", renamedShortPaths<6>},
       {"TableOfTextKeys", textKeys},
       {"TableOfDataKeys", dataKeys},
       {"TableOfOneShortKey", shortKeys},

@@ -16,10 +16,11 @@ class HostileMessage {
  public:
   using Number = RawPropertyList::Number;
 
-  // For the repository with that identifier.
-  HostileMessage(std::string_view selector, Bytes target);
+  // For the repository with that identifier. References take `width` bytes: two are enough for
+  // 60,000 objects.
+  HostileMessage(std::string_view selector, Bytes target, std::size_t width = 2);
 
-  // The elements of an array or set that is the same object `count` times, in two bytes each.
+  // The elements of an array or set that is the same object `count` times, in as many references.
   Number repeated(std::uint32_t uid, std::size_t count);
   std::uint32_t array(Number elements);
   std::uint32_t set(Number elements);
@@ -33,7 +34,7 @@ class HostileMessage {
   // The message with that argument.
   Bytes finish(std::uint32_t argument);
 
-  RawArchive archive{2, 2};
+  RawArchive archive;
 
  private:
   std::string selector_;
@@ -43,9 +44,9 @@ class HostileMessage {
 // One way to say little very often.
 struct HostileCase {
   std::string_view name;
-  // For a repository and a folder that is shown, by their identifiers: a message of somewhat more
-  // than `size` bytes.
-  Bytes (*make)(std::size_t size, const Bytes& target, const Bytes& folder);
+  // For a repository and the folders that are shown, by their identifiers: a message of somewhat
+  // more than `size` bytes.
+  Bytes (*make)(std::size_t size, const Bytes& target, const std::vector<Bytes>& folders);
 };
 
 // One for each operation that a message can name and that reads more than a number of it.

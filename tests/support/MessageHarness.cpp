@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "archive/KeyedArchiver.h"
 #include "extension/RepositoryTable.h"
@@ -20,6 +21,14 @@ std::size_t itemsOf(const Menu& menu) {
     if (item.submenu != nullptr) count += itemsOf(*item.submenu);
   }
   return count;
+}
+
+std::vector<std::string> folders() {
+  std::vector<std::string> paths = {std::string(MessageHarness::kRoot) + "/d"};
+  while (paths.size() < MessageHarness::kShownFolders) {
+    paths.push_back(paths.front() + std::to_string(paths.size()));
+  }
+  return paths;
 }
 
 Platform withFinder(const Platform& p, FinderSyncController& finder) {
@@ -41,10 +50,11 @@ MessageHarness::MessageHarness() : platform_(withFinder(fakes_.platform(), finde
 
   const std::string root(kRoot);
   const URL git = fakes_.files->addFolder(root + "/.git");
-  const URL folder = fakes_.files->addFolder(root + "/d");
-  const URL file = fakes_.files->addFile(root + "/d/a");
   send("openRepositoryWithUrls:", Objects{URL::fileURLWithPath(kRoot), git});
-  for (const URL& url : {folder, file}) controller_->requestBadgeIdentifierForURL(url);
+  for (const std::string& folder : folders()) {
+    controller_->requestBadgeIdentifierForURL(fakes_.files->addFolder(folder));
+    controller_->requestBadgeIdentifierForURL(fakes_.files->addFile(folder + "/a"));
+  }
   runQueues();
   fakes_.messagePorts.forgetSent();
   fakes_.events.clear();
@@ -66,10 +76,14 @@ Bytes MessageHarness::target() const {
   return {own.begin(), own.end()};
 }
 
-Bytes MessageHarness::shownFolder() const {
-  const auto identifier = URL::fileURLWithPath(std::string(kRoot) + "/d").identifier(*fakes_.files);
-  const ByteView own = identifier->bytes();
-  return {own.begin(), own.end()};
+std::vector<Bytes> MessageHarness::shownFolders() const {
+  std::vector<Bytes> identifiers;
+  for (const std::string& folder : folders()) {
+    const auto identifier = URL::fileURLWithPath(folder).identifier(*fakes_.files);
+    const ByteView own = identifier->bytes();
+    identifiers.emplace_back(own.begin(), own.end());
+  }
+  return identifiers;
 }
 
 void MessageHarness::handle(const Bytes& message) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "extension/KPKelpieSync.h"
 #include "foundation/Bytes.h"
@@ -21,9 +22,9 @@ class MessageHarness {
   MessageHarness(const MessageHarness&) = delete;
   MessageHarness& operator=(const MessageHarness&) = delete;
 
-  // The "KPMessageTarget" of the repository, and the identifier of a folder that is shown.
+  // The "KPMessageTarget" of the repository, and the identifiers of the folders that are shown.
   Bytes target() const;
-  Bytes shownFolder() const;
+  std::vector<Bytes> shownFolders() const;
 
   // What the main thread does with the message when it comes.
   void handle(const Bytes& message);
@@ -39,6 +40,7 @@ class MessageHarness {
   KPRepository& repository() const;
 
   static constexpr std::string_view kRoot = "/home/repo";
+  static constexpr std::size_t kShownFolders = 16;
 
  private:
   struct CountingFinder final : public FinderSyncController {
