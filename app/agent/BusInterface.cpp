@@ -49,7 +49,7 @@ class Values {
   GVariant* end() { return g_variant_builder_end(&builder_); }
 
  private:
-  GVariantBuilder builder_;
+  GVariantBuilder builder_{};
 };
 
 const char* stateOf(ActionInfo::State state) {
