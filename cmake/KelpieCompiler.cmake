@@ -39,7 +39,7 @@ if(KELPIE_SANITIZE)
 endif()
 if(KELPIE_FUZZ)
   if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-    message(FATAL_ERROR "KELPIE_FUZZ needs clang; use the preset fuzz.")
+    message(FATAL_ERROR "KELPIE_FUZZ needs clang; use the preset asan.")
   endif()
   # The fuzzer's own main() is linked to the fuzz targets only (see fuzz/CMakeLists.txt).
   add_compile_options(-fsanitize=fuzzer-no-link)

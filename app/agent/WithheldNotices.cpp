@@ -40,10 +40,11 @@ void WithheldNotices::changed(const std::string& root, const std::vector<std::st
 void WithheldNotices::notify(const std::string& root, const std::vector<std::string>& programs) {
   std::string text =
       printableText(root) + ": its own configuration names programs, which are not run for badges";
-  for (const std::string& program : programs) log_.write(text + ": " + program);
+  for (const std::string& program : programs)
+    log_.write(std::string(text).append(": ").append(program));
   if (notified_.size() >= kMostNotified || !notified_.insert(root).second) return;
   text += ":";
-  for (const std::string& program : programs) text += "\n" + printableText(program);
+  for (const std::string& program : programs) text.append("\n").append(printableText(program));
   text +=
       "\nFiles that they filter may have no badge. If you trust this repository: kelpie trust " +
       root;

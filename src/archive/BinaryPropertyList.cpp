@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "archive/PropertyListFormat.h"
+#include "foundation/Text.h"
 #include "foundation/Utf16.h"
 
 namespace kelpie {
@@ -15,7 +16,6 @@ using Type = BinaryPropertyList::Type;
 
 constexpr std::string_view kMagic = "bplist0";  // one more byte for the version
 constexpr std::size_t kHeaderSize = 8;
-constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
 // What the upper half of a marker says: the type, and how the lower half tells the size.
 enum class Sizing : std::uint8_t {

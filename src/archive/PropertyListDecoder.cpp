@@ -6,22 +6,20 @@
 
 namespace kelpie {
 
-using Type = BinaryPropertyList::Type;
-
 Object PropertyListDecoder::object(const BinaryPropertyList::Item& item) {
   switch (item.type) {
-    case Type::None:
-    case Type::Uid:
-    case Type::Set:
+    case BinaryPropertyList::Type::None:
+    case BinaryPropertyList::Type::Uid:
+    case BinaryPropertyList::Type::Set:
       return {};
-    case Type::Boolean:
+    case BinaryPropertyList::Type::Boolean:
       return {list_.boolean(item)};
-    case Type::Integer:
+    case BinaryPropertyList::Type::Integer:
       return list_.isNegative(item) ? Object(static_cast<std::int64_t>(list_.integer(item)))
                                     : Object(list_.integer(item));
-    case Type::Real:
+    case BinaryPropertyList::Type::Real:
       return {list_.real(item)};
-    case Type::Date:
+    case BinaryPropertyList::Type::Date:
       return Object::date(list_.real(item));
     default:
       break;
@@ -45,18 +43,18 @@ Object PropertyListDecoder::object(const BinaryPropertyList::Item& item) {
 
 Object PropertyListDecoder::made(const BinaryPropertyList::Item& item) {
   switch (item.type) {
-    case Type::Ascii:
-    case Type::Utf16: {
+    case BinaryPropertyList::Type::Ascii:
+    case BinaryPropertyList::Type::Utf16: {
       // Longer than the bytes where they are no text.
       std::string text = list_.string(item);
       if (!limits_.budget.charge(text.size())) isRefused_ = true;
       return {std::move(text)};
     }
-    case Type::Data: {
+    case BinaryPropertyList::Type::Data: {
       const ByteView bytes = list_.bytes(item);
       return {Bytes(bytes.begin(), bytes.end())};
     }
-    case Type::Array:
+    case BinaryPropertyList::Type::Array:
       return {elements(item)};
     default:
       return dictionary(item);

@@ -4,33 +4,30 @@
 
 namespace kelpie {
 
-using Kind = Object::Kind;
-using Number = PropertyListEncoder::Number;
-
-std::optional<Number> PropertyListEncoder::add(const Object& value) {
+std::optional<PropertyListEncoder::Number> PropertyListEncoder::add(const Object& value) {
   switch (value.kind()) {
-    case Kind::Boolean:
+    case Object::Kind::Boolean:
       return list_.addBoolean(value.boolValue());
-    case Kind::Integer:
+    case Object::Kind::Integer:
       return value.isNegative() ? list_.addInteger(value.integerValue())
                                 : list_.addUnsigned(value.unsignedIntegerValue());
-    case Kind::Real:
+    case Object::Kind::Real:
       return list_.addReal(value.doubleValue());
-    case Kind::Date:
+    case Object::Kind::Date:
       return list_.addDate(value.dateValue());
-    case Kind::String:
+    case Object::Kind::String:
       return list_.addString(value.stringValue());
-    case Kind::Data:
+    case Object::Kind::Data:
       return list_.addData(*value.data());
-    case Kind::Array:
-    case Kind::Dictionary:
+    case Object::Kind::Array:
+    case Object::Kind::Dictionary:
       return addContainer(value.whole());
     default:
       return std::nullopt;
   }
 }
 
-std::optional<Number> PropertyListEncoder::addContainer(const Object& value) {
+std::optional<PropertyListEncoder::Number> PropertyListEncoder::addContainer(const Object& value) {
   const void* address = value.sharedAddress();
   if (const auto known = known_.find(address); known != known_.end()) return known->second;
   if (value.isNil() || depth_ == DecodingLimits::kMaximumDepth) return std::nullopt;
@@ -43,7 +40,8 @@ std::optional<Number> PropertyListEncoder::addContainer(const Object& value) {
   return number;
 }
 
-std::optional<Number> PropertyListEncoder::addElements(const ObjectView& array) {
+std::optional<PropertyListEncoder::Number> PropertyListEncoder::addElements(
+    const ObjectView& array) {
   std::vector<Number> numbers;
   numbers.reserve(array.size());
   bool arePlain = true;
@@ -56,13 +54,14 @@ std::optional<Number> PropertyListEncoder::addElements(const ObjectView& array) 
   return arePlain ? std::optional(list_.addArray(numbers)) : std::nullopt;
 }
 
-std::optional<Number> PropertyListEncoder::addEntries(const ObjectView& dictionary) {
+std::optional<PropertyListEncoder::Number> PropertyListEncoder::addEntries(
+    const ObjectView& dictionary) {
   std::vector<Number> keys;
   std::vector<Number> values;
   bool arePlain = true;
   dictionary.forEachEntry([&](ObjectView key, ObjectView value) {
     const auto number = add(value.toObject());
-    arePlain = number && key.kind() == Kind::String;
+    arePlain = number && key.kind() == Object::Kind::String;
     if (arePlain) {
       keys.push_back(list_.addString(key.stringValue()));
       values.push_back(*number);

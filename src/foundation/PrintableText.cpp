@@ -8,7 +8,6 @@ namespace kelpie {
 namespace {
 
 constexpr std::string_view kEllipsis = "…";
-constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
 
 std::uint32_t codePoint(std::string_view sequence) {
   constexpr unsigned kLeadBits[] = {0, 0x7F, 0x1F, 0x0F, 0x07};

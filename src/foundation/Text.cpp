@@ -7,8 +7,6 @@
 namespace kelpie {
 namespace {
 
-constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
-
 // The well-formed sequences (Unicode Standard, table 3-7). Bytes after the second are 80 to BF.
 struct LeadBytes {
   std::uint8_t first;

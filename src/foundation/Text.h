@@ -15,6 +15,9 @@ std::size_t utf8SequenceLength(std::string_view text);
 
 bool isUtf8(std::string_view text);
 
+// U+FFFD, which stands for what cannot be shown.
+inline constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
+
 // `bytes` with U+FFFD in the place of each byte that is not part of a UTF-8 sequence: how a file
 // name stands in a title.
 std::string displayText(std::string_view bytes);

@@ -526,7 +526,8 @@ bool KPRepository::updateBadge(const URL& url, const ResourceValues& item, Statu
                                const std::shared_ptr<Work>& work, std::uint64_t changes) {
   if (badges_.isStopped()) return true;
   const std::optional<ItemKey> key = keyOf(url, item);
-  const std::optional<StatusWord> word = key ? status_.wordOf(*key) : std::nullopt;
+  std::optional<StatusWord> word;
+  if (key) word = status_.wordOf(*key);
   Choice choice{KPBadge::kEmpty};
   if (word) {
     choice.badge = badgeIdentifierForStatus(*word);

@@ -478,10 +478,8 @@ class Probe : public Archivable {
     probe->hasNil = coder.containsValueForKey("nil");
     probe->hasMissing = coder.containsValueForKey("missing");
     probe->isNilNil = coder.decodeObject("nil").isNil();
-    probe->text = coder.decodeView("text").stringValue();
-    if (const auto archive = coder.decodeView("archive").data()) {
-      probe->nested = coder.unarchiveObject(*archive);
-    }
+    probe->text = coder.decodeObject("text").stringValue();
+    coder.decodeNestedRoots("archives", [&](const Object& inner) { probe->nested = inner; });
     return probe;
   }
 };
@@ -502,9 +500,10 @@ class KeyedUnarchiverClasses : public testing::Test {
     const std::uint32_t boxed = archive.addObject({"NSNumber", "NSValue", "NSObject"},
                                                   {{"NS.intval", archive.list.integer(9, 1)}});
     const std::uint32_t text = archive.addString("abc");
+    const std::uint32_t archives = archive.addArray({archive.add(archive.list.data(nested))});
     return {{"inline", archive.list.integer(7, 1)}, {"referred", archive.reference(referred)},
             {"boxed", archive.reference(boxed)},    {"text", archive.reference(text)},
-            {"nil", archive.reference(0)},          {"archive", archive.list.data(nested)}};
+            {"nil", archive.reference(0)},          {"archives", archive.reference(archives)}};
   }
 };
 

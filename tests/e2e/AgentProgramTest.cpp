@@ -56,7 +56,8 @@ TEST_F(AgentProgram, PrintsItsVersionAndNothingElse) {
 TEST_F(AgentProgram, HelpSaysHowToUseItAndWhichGitItNeeds) {
   const auto agent = session.start("kelpie-agent", {"--help"});
   EXPECT_EQ(agent->waitForEnd(), 0);
-  EXPECT_TRUE(agent->output().starts_with("Usage: kelpie-agent [--version | --help]\n"));
+  EXPECT_TRUE(
+      agent->output().starts_with("Usage: kelpie-agent [--version | --help | --undo FOLDER]\n"));
   EXPECT_NE(agent->output().find("git 2.16 or newer"), std::string::npos);
 }
 

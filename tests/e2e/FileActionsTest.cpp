@@ -75,7 +75,7 @@ TEST_F(FileItems, DiscardNothingWhenTheUserDoesNotAgree) {
   EXPECT_TRUE(host().sees(a, "KPIndexModifiedBadge"));
   EXPECT_EQ(session.read("r/a.txt"), "as committed\nchanged\n");
   EXPECT_NE(asked(), "");
-  EXPECT_EQ(agent->errors(), "") << "that is no failure";
+  EXPECT_EQ(agent->errors(), "Action discard: was cancelled.\n") << "that is no failure";
 }
 
 TEST_F(FileItems, DiscardNothingWhenNobodyCanBeAsked) {

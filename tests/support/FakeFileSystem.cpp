@@ -33,7 +33,7 @@ std::vector<std::string> componentsOf(std::string_view path) {
 }
 
 // How the path of a file reference begins; the file's number follows.
-constexpr std::string_view kReference = "/.file/id=";
+constexpr std::string_view kReferenceFolder = "/.file/id=";
 
 // Device 1 and a number as the inode, as Linux writes them.
 Bytes identifierBytes(std::uint64_t number) {
@@ -392,12 +392,12 @@ std::optional<URL> FakeFileSystem::fileReferenceUrl(const URL& url) const {
   const ResourceValues values = place.node->values();
   if (!values.identifier) return std::nullopt;
   if (referencesFollow_)
-    return URL::fileURLWithPath(std::string(kReference) + std::to_string(place.node->number));
+    return URL::fileURLWithPath(std::string(kReferenceFolder) + std::to_string(place.node->number));
   return URL::fileURLWithPath(place.path, values.isDirectory);
 }
 
 std::optional<URL> FakeFileSystem::filePathUrl(const URL& url) const {
-  if (!url.path().starts_with(kReference)) return url;
+  if (!url.path().starts_with(kReferenceFolder)) return url;
   const std::lock_guard lock(mutex_);
   const std::string path = pathOf(url);
   if (path.empty()) return std::nullopt;
@@ -405,8 +405,8 @@ std::optional<URL> FakeFileSystem::filePathUrl(const URL& url) const {
 }
 
 std::string FakeFileSystem::pathOf(const URL& url) const {
-  if (!url.path().starts_with(kReference)) return url.path();
-  const std::string number = url.path().substr(kReference.size());
+  if (!url.path().starts_with(kReferenceFolder)) return url.path();
+  const std::string number = url.path().substr(kReferenceFolder.size());
   return tree_->findNumber(std::strtoull(number.c_str(), nullptr, 10)).path;
 }
 

@@ -27,6 +27,10 @@ struct ActionOutcome {
   static ActionOutcome done() { return {}; }
   static ActionOutcome cancelled() { return {End::Cancelled, {}, {}, false}; }
   static ActionOutcome failed(std::string why) { return {End::Failed, std::move(why), {}, false}; }
+  // Failed before it began.
+  static ActionOutcome noStatus() {
+    return failed("The status could not be read. Nothing was done.");
+  }
   static ActionOutcome opens(std::vector<ProgramCall> windows) {
     return {End::Done, {}, std::move(windows), false};
   }

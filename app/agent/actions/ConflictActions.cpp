@@ -44,7 +44,6 @@ const Version* versionOf(std::int64_t tag) {
   return found == kVersions.end() ? nullptr : found;
 }
 
-constexpr const char* kNoStatus = "The status could not be read. Nothing was done.";
 constexpr const char* kNoConflict = "There is no conflict there any more. Nothing was done.";
 constexpr const char* kSubmodule =
     "A conflict of submodules is resolved by checking out a commit in the submodule.";
@@ -123,7 +122,7 @@ ActionOutcome markAsResolved(ActionJob& job) {
   Paths agreed;
   for (;;) {
     const std::optional<IndexListing> conflicts = conflictsOf(job);
-    if (!conflicts) return ActionOutcome::failed(kNoStatus);
+    if (!conflicts) return ActionOutcome::noStatus();
     if (conflicts->entries().empty()) return ActionOutcome::failed(kNoConflict);
     const Paths unresolved = unresolvedOf(job, *conflicts);
     // Also what was asked about is looked at again after the answer.
@@ -148,7 +147,7 @@ std::variant<Sites, ActionOutcome> planStages(const ActionJob& job,
                                               const std::vector<int>& stages) {
   Site site{job.workingCopy(), {}, SafeReplacement::statusOf(job.git(), job.workingCopy())};
   const std::optional<IndexListing> conflicts = conflictsOf(job);
-  if (site.status == nullptr || !conflicts) return ActionOutcome::failed(kNoStatus);
+  if (site.status == nullptr || !conflicts) return ActionOutcome::noStatus();
   if (conflicts->entries().empty()) return ActionOutcome::failed(kNoConflict);
   for (const auto& [path, entries] : conflicts->entries()) {
     std::optional<TreeEntry>& target = site.plan.targets[path];

@@ -28,14 +28,13 @@ using Site = SafeReplacement::Site;
 using Sites = SafeReplacement::Sites;
 using Planned = std::variant<Sites, ActionOutcome>;
 
-constexpr const char* kNoStatus = "The status could not be read. Nothing was done.";
 constexpr const char* kNoChanges = "There are no changes to discard.";
 
 // -- Discarding ----------------------------------------------------------------------------------
 
 Planned planDiscard(const ActionJob& job, const Paths& within) {
   DiscardPlanner planner(job.git());
-  if (!planner.plan(job.workingCopy(), within)) return ActionOutcome::failed(kNoStatus);
+  if (!planner.plan(job.workingCopy(), within)) return ActionOutcome::noStatus();
   Sites sites = std::move(planner).take();
   if (sites.front().plan.items.empty()) return ActionOutcome::failed(kNoChanges);
   return sites;
@@ -138,7 +137,7 @@ Planned planRevert(const ActionJob& job) {
   Site site{job.workingCopy(), {}, SafeReplacement::statusOf(job.git(), job.workingCopy())};
   const auto tree = TreeListing::read(job.git(), reference.fullName, selected);
   const auto index = IndexListing::read(job.git(), selected);
-  if (site.status == nullptr || !tree || !index) return ActionOutcome::failed(kNoStatus);
+  if (site.status == nullptr || !tree || !index) return ActionOutcome::noStatus();
   if (const auto missing = missingIn(*tree, paths))
     return ActionOutcome::failed("\"" + *missing + "\" is not in \"" + reference.shortName +
                                  "\". Nothing was done.");

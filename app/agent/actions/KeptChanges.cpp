@@ -86,17 +86,17 @@ std::optional<std::string> contentOf(const std::string& file) {
 }
 
 Item::Kind kindOf(const std::string& path, const PathPlan& plan, const PathSurvey& survey) {
-  using Kind = WorkingFiles::Kind;
   const PathSurvey::State& state = survey.at(path);
   const std::optional<TreeEntry>& target = plan.targets.at(path);
-  if (target ? target->isSubmodule() : state.presence.kind == Kind::Folder) return Item::Kind::Left;
+  if (target ? target->isSubmodule() : state.presence.kind == WorkingFiles::Kind::Folder)
+    return Item::Kind::Left;
   // Where git could write the file again, it might write other line ends.
   if (state.isClean &&
       (!survey.atStake().contains(path) || state.presence.print.size > PathSurvey::kLargestFile))
     return Item::Kind::Clean;
   if (survey.unkeepable().contains(path)) return Item::Kind::Lost;
-  if (state.presence.kind == Kind::File) return Item::Kind::File;
-  return state.presence.kind == Kind::Link ? Item::Kind::Link : Item::Kind::Missing;
+  if (state.presence.kind == WorkingFiles::Kind::File) return Item::Kind::File;
+  return state.presence.kind == WorkingFiles::Kind::Link ? Item::Kind::Link : Item::Kind::Missing;
 }
 
 // Writes one record.
@@ -425,7 +425,7 @@ std::string KeptChanges::keep(const std::string& label, const PathPlan& plan,
   if (oid.empty()) return problem;
   std::vector<std::string> names = references();
   std::uint64_t number = 0;
-  if (!names.empty()) toNumber(std::string_view(names.front()).substr(folder().size()), number);
+  if (!names.empty()) toNumber(std::string_view{names.front()}.substr(folder().size()), number);
   std::string digits = std::to_string(number + 1);
   digits.insert(0, digits.size() < 8 ? 8 - digits.size() : 0, '0');
   // Only where there is none: another program may be at work, too.

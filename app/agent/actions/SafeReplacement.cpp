@@ -15,7 +15,6 @@ using Sites = SafeReplacement::Sites;
 using Site = SafeReplacement::Site;
 using Paths = std::vector<std::string>;
 
-constexpr const char* kNoStatus = "The status could not be read. Nothing was done.";
 constexpr const char* kRestless = "The files keep changing. Nothing was done.";
 // A person who agrees so often does not see what changes.
 constexpr int kMostQuestions = 5;
@@ -65,7 +64,7 @@ std::optional<ActionOutcome> Replacing::look(Sites& sites) const {
     if (!site.plan.failure.empty()) return ActionOutcome::failed(site.plan.failure);
     std::optional<PathSurvey> survey =
         PathSurvey::of(job_.git().in(site.workingCopy.root), site.plan, *site.status);
-    if (!survey) return ActionOutcome::failed(kNoStatus);
+    if (!survey) return ActionOutcome::noStatus();
     site.survey = *std::move(survey);
     if (!site.survey.obstruction().empty())
       return ActionOutcome::failed(site.survey.obstruction() + " Nothing was done.");
@@ -166,7 +165,7 @@ ActionOutcome Replacing::run() {
       // Putting much aside takes its time.
       if (hasKept_) news = lookAgain();
     }
-    if (auto* end = std::get_if<ActionOutcome>(&news)) return *std::move(end);
+    if (auto* end = std::get_if<ActionOutcome>(&news)) return std::move(*end);
     if (std::get<News>(news) == News::Changed) continue;
     ActionOutcome outcome = parts_.carryOut(sites_);
     outcome.canBeUndone = hasKept_;
@@ -196,7 +195,8 @@ ActionOutcome SafeReplacement::setIndex(const GitCommand& git, const Paths& remo
     const ProgramResult empty = git.ask({"hash-object", "--stdin"});
     if (!empty.succeeded()) return ActionOutcome::of(empty);
     const std::string none(empty.output.find('\n'), '0');
-    for (const std::string& path : removed) input += "0 " + none + "\t" + path + '\0';
+    for (const std::string& path : removed)
+      input.append("0 ").append(none).append("\t").append(path).push_back('\0');
   }
   input += entries;
   if (input.empty()) return ActionOutcome::done();

@@ -18,7 +18,6 @@ namespace kelpie::agent {
 namespace {
 
 using Paths = std::vector<std::string>;
-using Kind = WorkingFiles::Kind;
 
 std::string separated(const Paths& paths) {
   std::string text;
@@ -36,7 +35,8 @@ class Repositories {
     if (cut == std::string::npos) return false;
     const std::string folder = path.substr(0, cut);
     if (const auto known = folders_.find(folder); known != folders_.end()) return known->second;
-    const bool holds = files_.look(folder + "/.git").kind != Kind::Missing || hold(folder);
+    const bool holds =
+        files_.look(folder + "/.git").kind != WorkingFiles::Kind::Missing || hold(folder);
     folders_.emplace(folder, holds);
     return holds;
   }
@@ -60,7 +60,8 @@ ActionOutcome Staging::stage(const Paths& paths) const {
   Paths files;
   Paths folders;
   for (const std::string& path : paths)
-    (path == "." || there.look(path).kind == Kind::Folder ? folders : files).push_back(path);
+    (path == "." || there.look(path).kind == WorkingFiles::Kind::Folder ? folders : files)
+        .push_back(path);
   if (!files.empty())
     if (ActionOutcome outcome = stageFiles(files); !outcome.isDone()) return outcome;
   if (folders.empty()) return ActionOutcome::done();

@@ -35,7 +35,7 @@ KeyParts partsOf(std::string_view key) {
 
 // A path from the working folder: the repository supplies the program, whoever names it.
 bool isFromWorkingFolder(const std::string& command) {
-  const std::string_view word = std::string_view(command).substr(0, command.find_first_of(" \t"));
+  const std::string_view word = std::string_view{command}.substr(0, command.find_first_of(" \t"));
   constexpr std::string_view kElsewhere = "/~$\"'";
   return word.find('/') != std::string_view::npos &&
          kElsewhere.find(word.front()) == std::string_view::npos;
@@ -43,10 +43,10 @@ bool isFromWorkingFolder(const std::string& command) {
 
 // git takes these for whether its own monitor is used, which is no program of the repository.
 bool isBoolean(const std::string& value) {
-  constexpr std::array<const char*, 9> kWords = {"",      "true", "yes", "on", "1",
-                                                 "false", "no",   "off", "0"};
+  constexpr std::array<const char*, 9> kSwitches = {"",      "true", "yes", "on", "1",
+                                                    "false", "no",   "off", "0"};
   return std::ranges::any_of(
-      kWords, [&](const char* word) { return g_ascii_strcasecmp(word, value.c_str()) == 0; });
+      kSwitches, [&](const char* word) { return g_ascii_strcasecmp(word, value.c_str()) == 0; });
 }
 
 // The user's own command for the key, unless it leads into the working folder.

@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::chrono::milliseconds kLimit = std::chrono::seconds(20);
+constexpr std::chrono::milliseconds kReadingLimit = std::chrono::seconds(20);
 // What git ends with when it does not know an option.
 constexpr int kUsage = 129;
 constexpr std::string_view kFileOrigin = "file:";
@@ -47,8 +47,9 @@ std::string includedFile(const ScopedConfig::Entry& entry) {
 std::vector<std::string> filesOfUser(const GitCommand& git) {
   std::vector<std::string> files;
   for (const char* scope : {"--system", "--global"}) {
-    const ProgramResult listed = git.ask(
-        {"config", "-z", "--show-origin", "--list", "--includes", scope}, {}, nullptr, kLimit);
+    const ProgramResult listed =
+        git.ask({"config", "-z", "--show-origin", "--list", "--includes", scope}, {}, nullptr,
+                kReadingLimit);
     std::string_view rest = listed.output;
     while (const std::optional<std::string_view> origin = takeField(rest)) {
       std::string file = fileOf(*origin, git.folder());
@@ -62,13 +63,13 @@ std::vector<std::string> filesOfUser(const GitCommand& git) {
 }  // namespace
 
 std::optional<ScopedConfig> ScopedConfig::read(const GitCommand& git, std::string& failure) {
-  ProgramResult listed =
-      git.ask({"config", "-z", "--show-scope", "--show-origin", "--list"}, {}, nullptr, kLimit);
+  ProgramResult listed = git.ask({"config", "-z", "--show-scope", "--show-origin", "--list"}, {},
+                                 nullptr, kReadingLimit);
   std::optional<std::vector<std::string>> usersFiles;
   if (listed.end == ProgramResult::End::Exited && listed.status == kUsage) {
     // Before git 2.26. What an "includeIf" of the user brings in counts as the user's here, too.
     usersFiles = filesOfUser(git);
-    listed = git.ask({"config", "-z", "--show-origin", "--list"}, {}, nullptr, kLimit);
+    listed = git.ask({"config", "-z", "--show-origin", "--list"}, {}, nullptr, kReadingLimit);
   }
   if (!listed.succeeded()) {
     failure = listed.failure();
@@ -122,7 +123,7 @@ std::vector<std::string> ScopedConfig::files() const {
     if (isInclude(entry.key)) add(includedFile(entry));
   }
   std::ranges::sort(files);
-  files.erase(std::ranges::unique(files).begin(), files.end());
+  files.erase(std::unique(files.begin(), files.end()), files.end());
   return files;
 }
 

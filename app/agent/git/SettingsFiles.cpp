@@ -54,7 +54,7 @@ bool namesAFile(std::string_view key) {
 }
 
 // What one file of configuration names. A file that git cannot read names nothing.
-void read(const GitCommand& git, const std::string& file, Files& files) {
+void readListed(const GitCommand& git, const std::string& file, Files& files) {
   const ProgramResult listed = git.ask({"config", "--file", file, "--list", "-z"});
   if (!listed.succeeded()) return;
   for (std::string_view rest = listed.output; !rest.empty();) {
@@ -91,7 +91,7 @@ std::vector<std::string> settingsFiles(const GitCommand& git) {
   files.add("/etc/gitattributes");
   // It grows while it is read.
   for (std::size_t i = 0; i < files.configuration.size(); ++i)
-    read(git.in("/"), std::string(files.configuration[i]), files);
+    readListed(git.in("/"), std::string(files.configuration[i]), files);
   return std::move(files.all);
 }
 

@@ -10,7 +10,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::chrono::milliseconds kQuiet{50};
+constexpr std::chrono::milliseconds kQuietFiles{50};
 constexpr int kMaximumLinks = 8;
 
 }  // namespace
@@ -74,7 +74,7 @@ void SettingsWatch::happened(const DirectoryWatcher::Event& event) {
     return;
   if (event.kind == Kind::FolderGone) names_.remove(client_, event.folder);
   if (timer_ != nullptr) return;
-  timer_ = loop_.callAfter(kQuiet, [this] {
+  timer_ = loop_.callAfter(kQuietFiles, [this] {
     timer_.reset();
     find();
     callbacks_.changed();

@@ -12,7 +12,7 @@ namespace {
 using Event = DirectoryWatcher::Event;
 
 // A repository that is being made has come to rest by then, more often than not.
-constexpr std::chrono::milliseconds kQuiet{60};
+constexpr std::chrono::milliseconds kQuietNames{60};
 
 // By these a folder becomes a working copy, or a bare repository.
 constexpr std::array<std::string_view, 4> kNames = {".git", "HEAD", "objects", "refs"};
@@ -120,17 +120,19 @@ bool ShownFolders::isShownWithin(const std::string& path) const {
 void ShownFolders::doubt(const std::string& path) {
   if (!isShownWithin(path) && !folders_.contains(parentOf(path))) return;
   doubted_.insert(path);
-  if (timer_ == nullptr) timer_ = loop_.callAfter(kQuiet, [this] { tell(); });
+  if (timer_ == nullptr) timer_ = loop_.callAfter(kQuietNames, [this] { tell(); });
 }
 
 void ShownFolders::tell() {
   timer_.reset();
   const std::set<std::string> doubted = std::exchange(doubted_, {});
   std::set<std::string> folders;
-  for (const auto& [folder, shown] : folders_)
+  for (const auto& shown : folders_) {
+    const std::string& folder = shown.first;
     if (std::ranges::any_of(doubted,
                             [&](const std::string& path) { return isAtOrBelow(folder, path); }))
       folders.insert(folder);
+  }
   std::vector<std::pair<std::string, std::string>> entries;
   for (const std::string& path : doubted)
     if (const std::string parent = parentOf(path);

@@ -164,6 +164,7 @@ void HostClient::take(const hostlink::Directories& line, Time /*now*/) {
   if (state_ != State::Ready) return;
   const std::vector<std::string> folders = items_.folders();
   std::vector<bool> before;
+  before.reserve(folders.size());
   for (const std::string& folder : folders) before.push_back(isObserved(folder));
   directories_ = pathsOf(line.urls);
   for (std::size_t i = 0; i < folders.size(); ++i) {

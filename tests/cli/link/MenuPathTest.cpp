@@ -7,7 +7,7 @@
 namespace kelpie::cli {
 namespace {
 
-hostlink::Item item(const std::string& title) {
+hostlink::Item entry(const std::string& title) {
   hostlink::Item item;
   item.title = title;
   item.action = "act:";
@@ -15,7 +15,7 @@ hostlink::Item item(const std::string& title) {
   return item;
 }
 
-hostlink::Item submenu(const std::string& title, std::vector<hostlink::Item> items) {
+hostlink::Item submenuEntry(const std::string& title, std::vector<hostlink::Item> items) {
   hostlink::Item item;
   item.title = title;
   item.isEnabled = true;
@@ -24,7 +24,7 @@ hostlink::Item submenu(const std::string& title, std::vector<hostlink::Item> ite
   return item;
 }
 
-hostlink::Item header(const std::string& title) {
+hostlink::Item headerEntry(const std::string& title) {
   hostlink::Item item;
   item.title = title;
   item.image = "ApplicationIcon";
@@ -39,9 +39,9 @@ std::string found(std::string_view text, const std::vector<hostlink::Item>& menu
 }
 
 TEST(MenuPath, TheBestFitWins) {
-  const std::vector<hostlink::Item> menu = {header("Git"),      item("Stage"),
-                                            item("Stage All…"), item("stage"),
-                                            item("Push…"),      item("Git Configuration")};
+  const std::vector<hostlink::Item> menu = {headerEntry("Git"),  entry("Stage"),
+                                            entry("Stage All…"), entry("stage"),
+                                            entry("Push…"),      entry("Git Configuration")};
   EXPECT_EQ(found("Stage", menu), "[Stage]");
   EXPECT_EQ(found("STAGE", menu), "[Stage][stage]");
   EXPECT_EQ(found("stage a", menu), "[Stage All…]");
@@ -55,8 +55,8 @@ TEST(MenuPath, TheBestFitWins) {
 
 TEST(MenuPath, TitlesLeadThroughSubmenus) {
   const std::vector<hostlink::Item> menu = {
-      submenu("More", {item("Ignore")}), item("Pull"),
-      submenu("More", {item("Revert"), submenu("a/b", {item("c\\d")})})};
+      submenuEntry("More", {entry("Ignore")}), entry("Pull"),
+      submenuEntry("More", {entry("Revert"), submenuEntry("a/b", {entry("c\\d")})})};
   EXPECT_EQ(found("More/Revert", menu), "[More/Revert]");
   EXPECT_EQ(found("m/i", menu), "[More/Ignore]");
   EXPECT_EQ(found("More/a\\/b/c\\\\d", menu), "[More/a\\/b/c\\\\d]");
@@ -69,8 +69,9 @@ TEST(MenuPath, TitlesLeadThroughSubmenus) {
 
 TEST(MenuPath, EveryChoiceIsFoundByItsOwnPath) {
   const std::vector<hostlink::Item> menu = {
-      header("Git"), submenu("More", {item("a/b"), item("c\\"), submenu("\\/", {item("…")})}),
-      item("Fetch…")};
+      headerEntry("Git"),
+      submenuEntry("More", {entry("a/b"), entry("c\\"), submenuEntry("\\/", {entry("…")})}),
+      entry("Fetch…")};
   const auto choices = MenuPath::choices(menu);
   ASSERT_EQ(choices.size(), 4U);
   for (const MenuPath::Match& choice : choices)
