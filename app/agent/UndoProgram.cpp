@@ -32,14 +32,12 @@ int UndoProgram::main(const std::string& folder) {
     log.write(found.failure.empty() ? "There is no working copy there." : found.failure);
     return EXIT_FAILURE;
   }
-  ActionRequest request;
-  request.action = kUndo;
+  ActionRequest request(*ActionRules::find(kUndo));
   ActionContext context;
   context.workingCopy = *std::move(found.workingCopy);
   const auto means = std::make_shared<ActionJob::Means>();
   means->git = git;
-  const ActionOutcome outcome =
-      ActionJob(*ActionRules::find(kUndo), std::move(request), std::move(context), means).run();
+  const ActionOutcome outcome = ActionJob(std::move(request), std::move(context), means).run();
   if (outcome.isDone()) return EXIT_SUCCESS;
   log.write(outcome.end == ActionOutcome::End::Cancelled ? "Nothing was brought back."
                                                          : outcome.message);

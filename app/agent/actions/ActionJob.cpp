@@ -17,7 +17,7 @@ constexpr const char* kNoDisplay = "There is no display to open a window on.";
 
 GitCommand gitOf(const GitCommand& git, const ActionRequest& request,
                  const ActionContext& context) {
-  if (request.kind == ActionRequest::Kind::Creation && !request.paths.empty())
+  if (request.kind() == ActionKind::Creation && !request.paths.empty())
     return git.in(request.paths.front());
   return context.workingCopy.root.empty() ? git.in("/") : git.within(context.workingCopy);
 }
@@ -31,34 +31,34 @@ std::string filled(std::string_view question, const std::string& name) {
 
 }  // namespace
 
-ActionJob::ActionJob(const ActionRule& rule, ActionRequest request, ActionContext context,
+ActionJob::ActionJob(ActionRequest request, ActionContext context,
                      std::shared_ptr<const Means> means)
-    : rule_(rule),
-      request_(std::move(request)),
+    : request_(std::move(request)),
       context_(std::move(context)),
       means_(std::move(means)),
       git_(gitOf(means_->git, request_, context_)
                .withVariables(Askpass::variables(context_.action))),
-      terminal_(rule.terminal) {}
+      terminal_(rule().terminal) {}
 
 ActionOutcome ActionJob::run() {
   // Also for what is not done by git; each change by git looks again.
   if (const std::string why = git_.objection(); !why.empty())
     return ActionOutcome::failed(why + " Nothing was done.");
   std::variant<ActionTarget, std::string> found =
-      findTarget(request_, context_, rule_.subject, git_);
+      findTarget(request_, context_, rule().subject, git_);
   if (const auto* why = std::get_if<std::string>(&found)) return ActionOutcome::failed(*why);
   target_ = std::get<ActionTarget>(std::move(found));
-  if (!rule_.question.empty())
-    if (std::optional<ActionOutcome> no = refused(filled(rule_.question, target_.name))) return *no;
+  if (!rule().question.empty())
+    if (std::optional<ActionOutcome> no = refused(filled(rule().question, target_.name)))
+      return *no;
   return carryOut();
 }
 
 ActionOutcome ActionJob::carryOut() {
-  if (rule_.work != nullptr) return rule_.work(*this);
-  if (!rule_.window.empty()) return openWindow(rule_.window);
+  if (rule().work != nullptr) return rule().work(*this);
+  if (!rule().window.empty()) return openWindow(rule().window);
   const std::optional<Arguments> arguments =
-      ToolCommands::fill(ToolCommands::wordsOf(rule_.git), values());
+      ToolCommands::fill(ToolCommands::wordsOf(rule().git), values());
   if (!arguments) return ActionOutcome::failed("The menu item names nothing to work on.");
   if (!target_.paths.empty()) return changePaths(*arguments, target_.paths);
   return change(*arguments);
@@ -105,7 +105,7 @@ ActionOutcome ActionJob::changePaths(const Arguments& arguments,
 }
 
 std::optional<ActionOutcome> ActionJob::refused(const std::string& question) const {
-  const Dialogs::Answer answer = Dialogs::confirm(question, std::string(rule_.label));
+  const Dialogs::Answer answer = Dialogs::confirm(question, std::string(rule().label));
   if (answer.given()) return std::nullopt;
   return unanswered(answer);
 }
@@ -137,17 +137,17 @@ ActionOutcome ActionJob::openWindow(std::string_view fallback) const {
 ActionOutcome ActionJob::openWindow(std::string_view fallback,
                                     const std::vector<std::string>& paths,
                                     const std::string& address) const {
-  if (!Dialogs::hasDisplay() && !means_->tools.isOverridden(request_.action))
+  if (!Dialogs::hasDisplay() && !means_->tools.isOverridden(rule().action))
     return ActionOutcome::failed(kNoDisplay);
   ToolCommands::Values all = values();
   all.paths = paths;
   all.address = address;
-  const std::vector<std::string>* own = means_->tools.own(request_.action);
+  const std::vector<std::string>* own = means_->tools.own(rule().action);
   const auto lack =
       DesktopTools::lackOf(own != nullptr ? *own : ToolCommands::wordsOf(fallback), git_);
   if (lack && own != nullptr) return ActionOutcome::failed(*lack);
   if (lack) return openTerminal(*lack, all);
-  std::optional<ProgramCall> call = means_->tools.call(request_.action, fallback, all);
+  std::optional<ProgramCall> call = means_->tools.call(rule().action, fallback, all);
   if (!call) return ActionOutcome::failed("The menu item names nothing to show.");
   return ActionOutcome::opens({*std::move(call)});
 }

@@ -27,9 +27,7 @@ class ActionJob {
     ToolCommands tools;
     std::string configurationFolder;  // the agent's own, absolute
   };
-  // `rule` is one of ActionRules.
-  ActionJob(const ActionRule& rule, ActionRequest request, ActionContext context,
-            std::shared_ptr<const Means> means);
+  ActionJob(ActionRequest request, ActionContext context, std::shared_ptr<const Means> means);
 
   // Finds what the request names, asks what the rule wants asked, and does it.
   ActionOutcome run();
@@ -40,7 +38,7 @@ class ActionJob {
   const ActionTarget& target() const { return target_; }
   const WorkingCopy& workingCopy() const { return context_.workingCopy; }
   // What the action is called.
-  std::string_view label() const { return rule_.label; }
+  std::string_view label() const { return rule().label; }
   // Runs in the root of the working copy; for a creation, in the folder.
   const GitCommand& git() const { return git_; }
   // The references, those of now when nobody told them; null when git does not tell them either.
@@ -76,12 +74,12 @@ class ActionJob {
   ActionOutcome openWindowIn(const std::string& folder, std::string_view fallback) const;
 
  private:
+  const ActionRule& rule() const { return *request_.rule; }
   ActionOutcome carryOut();
   ToolCommands::Values values() const;
   // In place of a window whose program is not there, for the reason given.
   ActionOutcome openTerminal(const std::string& lack, const ToolCommands::Values& values) const;
 
-  const ActionRule& rule_;
   ActionRequest request_;
   ActionContext context_;
   std::shared_ptr<const Means> means_;

@@ -58,9 +58,7 @@ std::optional<ActionRequest> creation(const Object& message) {
     if (each.selector != selector) continue;
     std::optional<std::string> folder = pathOf(message[kMessageArgumentKey]);
     if (!folder) return std::nullopt;
-    ActionRequest request;
-    request.kind = ActionRequest::Kind::Creation;
-    request.action = each.action;
+    ActionRequest request(*ActionRules::find(each.action));
     request.paths.push_back(*std::move(folder));
     return request;
   }
@@ -71,18 +69,16 @@ std::optional<ActionRequest> chosen(const Object& message) {
   const auto item = message[kMessageSenderKey].as<MenuItem>();
   if (item == nullptr || !item->action || item->title.size() > kLongestTitle) return std::nullopt;
   const ActionRule* rule = ActionRules::find(*item->action);
-  if (rule == nullptr || rule->kind == ActionRequest::Kind::Creation) return std::nullopt;
+  if (rule == nullptr || rule->kind == ActionKind::Creation) return std::nullopt;
   std::optional<std::vector<std::string>> paths = pathsOf(item->representedObject);
   if (!paths) return std::nullopt;
-  ActionRequest request;
-  request.kind = rule->kind;
-  request.action = *item->action;
+  ActionRequest request(*rule);
   request.title = item->title;
   request.tag = item->tag;
   if (item->choice.size() <= kLongestChoice) request.choice = item->choice;
   request.paths = *std::move(paths);
   request.target = FileIdentifier::fromObject(message[kMessageTargetKey]);
-  if (request.kind == ActionRequest::Kind::Repository && !request.target) return std::nullopt;
+  if (rule->kind == ActionKind::Repository && !request.target) return std::nullopt;
   return request;
 }
 

@@ -3,11 +3,17 @@
 #include <string_view>
 
 #include "agent/actions/ActionOutcome.h"
-#include "agent/actions/ActionRequest.h"
 
 namespace kelpie::agent {
 
 class ActionJob;
+
+// Which of the extension's messages asks for an action.
+enum class ActionKind {
+  Repository,   // one for a working copy
+  Application,  // one for no working copy
+  Creation,     // one for a folder that lies in none
+};
 
 // What the chosen menu item must name for an action to begin.
 enum class ActionSubject {
@@ -54,7 +60,7 @@ struct ActionRule {
   // What is asked before anything is done, since it cannot be undone; "%@" names the subject.
   std::string_view question = {};
   ActionOutcome (*work)(ActionJob& job) = nullptr;
-  ActionRequest::Kind kind = ActionRequest::Kind::Repository;
+  ActionKind kind = ActionKind::Repository;
 };
 
 }  // namespace kelpie::agent

@@ -1,16 +1,6 @@
 #include "agent/actions/ActionRules.h"
 
-#include "agent/actions/BranchActions.h"
-#include "agent/actions/ConflictActions.h"
-#include "agent/actions/CreationActions.h"
-#include "agent/actions/DiscardActions.h"
-#include "agent/actions/FileActions.h"
-#include "agent/actions/GitflowActions.h"
-#include "agent/actions/LfsActions.h"
-#include "agent/actions/RemoteActions.h"
-#include "agent/actions/StashActions.h"
-#include "agent/actions/SubmoduleActions.h"
-#include "agent/actions/WindowActions.h"
+#include "agent/actions/ActionGroups.h"
 
 namespace kelpie::agent {
 

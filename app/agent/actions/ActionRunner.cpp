@@ -24,7 +24,7 @@ std::string shellWord(const std::string& text) {
 }
 
 std::string laneOf(const ActionRequest& request, const ActionContext& context) {
-  if (request.kind == ActionRequest::Kind::Creation && !request.paths.empty())
+  if (request.kind() == ActionKind::Creation && !request.paths.empty())
     return request.paths.front();
   return context.workingCopy.root;
 }
@@ -43,36 +43,34 @@ ActionRunner::ActionRunner(ActionJob::Means means, SerialQueues& queues, Log& lo
 ActionRunner::~ActionRunner() { *alive_ = false; }
 
 void ActionRunner::run(const ActionRequest& request, ActionContext context) {
-  const ActionRule* rule = ActionRules::find(request.action);
-  if (rule == nullptr) return log_.write("Unknown action: " + request.action);
-  if (request.action == kQuit) {
+  const std::string_view chosen = request.rule->action;
+  if (chosen == kQuit) {
     finish(begin(request, {}), ActionOutcome::done());
     if (callbacks_.quit) callbacks_.quit();
     return;
   }
   // git would take the agent's own folder for the one that is meant.
-  if (request.kind == ActionRequest::Kind::Repository && context.workingCopy.root.empty())
+  if (request.kind() == ActionKind::Repository && context.workingCopy.root.empty())
     return refuse(request, "It was chosen for no working copy.");
   const std::string folder = laneOf(request, context);
   const std::uint64_t id = begin(request, folder);
   Lane& lane = lanes_[folder];
   if (lane.waiting >= kMostWaiting)
     return finish(id, ActionOutcome::failed("Too many actions wait to be done."));
-  if (request.action == kUndo) withdrawUndo(folder);
+  if (chosen == kUndo) withdrawUndo(folder);
   if (lane.queue == nullptr) lane.queue = queues_.makeQueue(kQueueLabel);
   ++lane.waiting;
   context.action = id;
-  post(id, *rule, request, std::move(context));
+  post(id, request, std::move(context));
 }
 
-void ActionRunner::post(std::uint64_t id, const ActionRule& rule, const ActionRequest& request,
-                        ActionContext context) {
+void ActionRunner::post(std::uint64_t id, const ActionRequest& request, ActionContext context) {
   const std::shared_ptr<SerialQueue> queue = lanes_.at(laneOf(request, context)).queue;
-  queue->post([this, id, &rule, request, context = std::move(context),
-               control = actions_.at(id).control, means = means_, main = main_, alive = alive_] {
+  queue->post([this, id, request, context = std::move(context), control = actions_.at(id).control,
+               means = means_, main = main_, alive = alive_] {
     ActionOutcome outcome = ActionOutcome::cancelled();
     const ActionControl::Work work(*control);
-    if (!control->isCancelled()) outcome = ActionJob(rule, request, context, means).run();
+    if (!control->isCancelled()) outcome = ActionJob(request, context, means).run();
     // What fails because its programs were ended has not failed.
     if (control->isCancelled() && !outcome.isDone()) outcome = ActionOutcome::cancelled();
     // Only the main thread may ask whether `this` is there.
@@ -120,16 +118,15 @@ void ActionRunner::finish(std::uint64_t id, const ActionOutcome& outcome) {
   actions_.erase(action);
   if (outcome.end == ActionOutcome::End::Failed) report(request, outcome.message);
   if (outcome.end == ActionOutcome::End::Cancelled)
-    log_.write("Action " + request.action + " was cancelled.");
+    log_.write("Action " + request.action() + " was cancelled.");
   if (callbacks_.over) callbacks_.over(info, outcome);
 }
 
 ActionInfo ActionRunner::infoOf(std::uint64_t id, const Action& action) const {
-  const ActionRule* rule = ActionRules::find(action.request.action);
   ActionInfo info;
   info.id = id;
-  info.action = action.request.action;
-  info.label = rule == nullptr ? action.request.action : std::string(rule->label);
+  info.action = action.request.action();
+  info.label = action.request.rule->label;
   info.title = action.request.title;
   info.folder = action.folder;
   info.choice = action.request.choice;
@@ -155,16 +152,14 @@ void ActionRunner::ended(std::uint64_t id, const ActionRequest& request,
 }
 
 void ActionRunner::offerUndo(const ActionRequest& request, const ActionContext& context) {
-  const ActionRule* rule = ActionRules::find(request.action);
-  const std::string label(rule == nullptr ? request.action : rule->label);
   const std::string& root = context.workingCopy.root;
-  ActionRequest undo;
-  undo.action = kUndo;
+  const ActionRequest undo(*ActionRules::find(kUndo));
   ActionContext place;
   place.workingCopy = context.workingCopy;
   withdrawUndo(root);
   undoOffers_[root] = notifier_.offer(
-      label, "What it replaced was put aside. To bring it back:\nkelpie undo " + shellWord(root),
+      std::string(request.rule->label),
+      "What it replaced was put aside. To bring it back:\nkelpie undo " + shellWord(root),
       {"Undo", [this, undo, place, alive = alive_] {
          if (*alive) run(undo, place);
        }});
@@ -194,10 +189,8 @@ void ActionRunner::start(const ActionRequest& request, const ProgramCall& window
 }
 
 void ActionRunner::report(const ActionRequest& request, const std::string& message) {
-  const ActionRule* rule = ActionRules::find(request.action);
-  const std::string label(rule == nullptr ? request.action : rule->label);
-  log_.write("Action " + request.action + " failed: " + message);
-  notifier_.notify(label + " failed", message);
+  log_.write("Action " + request.action() + " failed: " + message);
+  notifier_.notify(std::string(request.rule->label) + " failed", message);
 }
 
 }  // namespace kelpie::agent

@@ -75,8 +75,7 @@ class ActionRunner {
   std::uint64_t begin(const ActionRequest& request, const std::string& folder);
   void finish(std::uint64_t id, const ActionOutcome& outcome);
   ActionInfo infoOf(std::uint64_t id, const Action& action) const;
-  void post(std::uint64_t id, const ActionRule& rule, const ActionRequest& request,
-            ActionContext context);
+  void post(std::uint64_t id, const ActionRequest& request, ActionContext context);
   void ended(std::uint64_t id, const ActionRequest& request, const ActionContext& context,
              const ActionOutcome& outcome);
   void leaveLane(const std::string& key);

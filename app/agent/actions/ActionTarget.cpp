@@ -14,7 +14,6 @@
 #include "foundation/PrintableText.h"
 #include "foundation/Text.h"
 #include "protocol/ReferenceKeys.h"
-#include "refs/PathComponents.h"
 
 namespace kelpie::agent {
 namespace {
@@ -57,13 +56,6 @@ bool allows(const KindsOfSubject& kinds, ReferenceKind kind) {
   return false;
 }
 
-// Whether the menu's item for the reference has that title: the last part of its name, or, for a
-// fast-forward, the whole name and where it goes.
-bool isTitleOf(const std::string& title, const Reference& reference) {
-  const std::string name = printableTitle(reference.shortName);
-  return title == lastPathComponent(name) || title.starts_with(name + " to \"");
-}
-
 // Finds one part of the target after the other.
 class TargetFinder {
  public:
@@ -77,7 +69,8 @@ class TargetFinder {
   Failure findFiles(bool mayBeNone);
   Failure findReference(const KindsOfSubject& kinds);
   Failure findEntry(ActionSubject subject);
-  // The entry of the list at the tag's position, when it bears the title.
+  // The entry of the list at the tag's position, when it bears the title: a menu's message has
+  // nothing else of an entry, and a position alone names another one as soon as the list changes.
   template <class Item, class Name>
   Failure entry(const std::vector<Item>& list, Name name, std::optional<Item>& into);
 
@@ -123,8 +116,7 @@ Failure TargetFinder::findReference(const KindsOfSubject& kinds) {
   const Reference* found = context_.references == nullptr
                                ? nullptr
                                : context_.references->referenceWithNumber(request_.tag);
-  if (found == nullptr || !allows(kinds, found->kind) || !isTitleOf(request_.title, *found))
-    return kChanged;
+  if (found == nullptr || !allows(kinds, found->kind)) return kChanged;
   const ProgramResult there =
       git_.ask({"rev-parse", "--verify", "--quiet", "--end-of-options", found->fullName});
   if (!there.succeeded()) return kChanged;

@@ -1,4 +1,4 @@
-#include "agent/actions/BranchActions.h"
+#include "agent/actions/ActionGroups.h"
 
 #include <array>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "agent/actions/CreationActions.h"
+#include "agent/actions/ActionGroups.h"
 
 #include <filesystem>
 #include <system_error>
@@ -18,7 +18,7 @@ ActionOutcome clone(ActionJob& job) {
   return job.change(arguments);
 }
 
-constexpr auto kCreation = ActionRequest::Kind::Creation;
+constexpr auto kCreation = ActionKind::Creation;
 
 constexpr ActionRule kCreationActions[] = {
     {.action = "clone:", .label = "Clone", .work = clone, .kind = kCreation},

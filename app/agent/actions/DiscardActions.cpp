@@ -1,4 +1,4 @@
-#include "agent/actions/DiscardActions.h"
+#include "agent/actions/ActionGroups.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "agent/actions/FileActions.h"
+#include "agent/actions/ActionGroups.h"
 
 #include <filesystem>
 #include <optional>

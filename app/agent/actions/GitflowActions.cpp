@@ -1,4 +1,4 @@
-#include "agent/actions/GitflowActions.h"
+#include "agent/actions/ActionGroups.h"
 
 #include <functional>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "agent/actions/LfsActions.h"
+#include "agent/actions/ActionGroups.h"
 
 #include <optional>
 #include <string>

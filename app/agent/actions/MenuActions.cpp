@@ -14,7 +14,7 @@ void MenuActions::handle(const Object& message, const RepositorySession* session
   ActionContext context;
   if (session != nullptr)
     context = {session->workingCopy(), session->status(), session->references()};
-  else if (request->kind == ActionRequest::Kind::Repository)
+  else if (request->kind() == ActionKind::Repository)
     return runner_.refuse(*request, "Its working copy is not open any more.");
   runner_.run(*request, std::move(context));
 }

@@ -1,4 +1,4 @@
-#include "agent/actions/RemoteActions.h"
+#include "agent/actions/ActionGroups.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "agent/actions/SubmoduleActions.h"
+#include "agent/actions/ActionGroups.h"
 
 #include <cstddef>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "agent/actions/WindowActions.h"
+#include "agent/actions/ActionGroups.h"
 
 #include <glib.h>
 
@@ -90,7 +90,7 @@ ActionOutcome showAbout(ActionJob& /*job*/) {
              : ActionOutcome::done();
 }
 
-constexpr auto kApplication = ActionRequest::Kind::Application;
+constexpr auto kApplication = ActionKind::Application;
 
 constexpr ActionRule kWindowActions[] = {
     {.action = "commit:", .label = "Commit", .window = "git citool", .terminal = "git commit"},

@@ -7,8 +7,8 @@
 namespace kelpie::agent {
 
 // The numbers by which menu items name references. A reference keeps its number for as long as it
-// is there, and no number is given twice, so that an item of an old menu never names another
-// reference. One thread at a time.
+// is there, and no number is given twice, in another repository or by an agent that ran before
+// neither, so that an item of an old menu never names another reference. One thread at a time.
 class ReferenceNumbers {
  public:
   // The number of the reference, a new one at first.
@@ -22,7 +22,6 @@ class ReferenceNumbers {
     bool asked;
   };
   std::unordered_map<std::string, Number> numbers_;
-  std::int64_t last_ = 0;
 };
 
 }  // namespace kelpie::agent

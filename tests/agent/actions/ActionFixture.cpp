@@ -4,10 +4,9 @@
 #include <utility>
 #include <variant>
 
+#include "agent/actions/ActionRules.h"
 #include "agent/git/ReferencesReader.h"
 #include "agent/git/StatusReader.h"
-#include "foundation/Text.h"
-#include "refs/PathComponents.h"
 
 namespace kelpie::agent {
 namespace {
@@ -81,8 +80,7 @@ void ActionFixture::addProgram(std::string_view name, std::string_view more) con
 
 ActionRequest ActionFixture::request(std::string_view action, std::string_view title,
                                      std::int64_t tag) {
-  ActionRequest request;
-  request.action = action;
+  ActionRequest request(*ActionRules::find(action));
   request.title = title;
   request.tag = tag;
   return request;
@@ -114,7 +112,7 @@ ActionOutcome ActionFixture::run(const ActionRequest& request, const ActionConte
   last.reset();
   runner->run(request, context);
   queues.runAll();
-  EXPECT_TRUE(last) << request.action << " has not ended";
+  EXPECT_TRUE(last) << request.action() << " has not ended";
   return last.value_or(ActionOutcome::failed("has not ended"));
 }
 
@@ -126,10 +124,7 @@ ActionOutcome ActionFixture::runOn(std::string_view action, std::string_view ful
     ADD_FAILURE() << "no reference " << fullName;
     return ActionOutcome::failed("no reference");
   }
-  ActionRequest picked = filesRequest(action, paths, reference->number);
-  const std::string name = displayText(reference->shortName);
-  picked.title = action == "fastForward:" ? name + " to \"its upstream\"" : lastPathComponent(name);
-  return run(picked, now);
+  return run(filesRequest(action, paths, reference->number), now);
 }
 
 std::string ActionFixture::status(std::string_view folder) const {

@@ -14,7 +14,7 @@
 namespace kelpie::agent {
 namespace {
 
-using Kind = ActionRequest::Kind;
+using Kind = ActionKind;
 
 const FileIdentifier kTarget = *FileIdentifier::fromObject(Bytes(16, 7));
 
@@ -44,8 +44,8 @@ TEST(ActionRequest, ReadsARepositoryAction) {
   const Objects urls = {file("/r/a b"), file("/r/\xFF"), file("/r/folder/")};
   const auto request = arrived(messageOf(itemOf("stage:", urls)));
   ASSERT_TRUE(request);
-  EXPECT_EQ(request->kind, Kind::Repository);
-  EXPECT_EQ(request->action, "stage:");
+  EXPECT_EQ(request->kind(), Kind::Repository);
+  EXPECT_EQ(request->action(), "stage:");
   EXPECT_EQ(request->title, "Title");
   EXPECT_EQ(request->tag, 17);
   EXPECT_EQ(request->target, kTarget);
@@ -76,7 +76,7 @@ TEST(ActionRequest, AnItemWithoutAnObjectHasNoPaths) {
 TEST(ActionRequest, ReadsAnApplicationAction) {
   const auto request = arrived({{"KPMessageSender", itemOf("quit:")}});
   ASSERT_TRUE(request);
-  EXPECT_EQ(request->kind, Kind::Application);
+  EXPECT_EQ(request->kind(), Kind::Application);
   EXPECT_FALSE(request->target);
 }
 
@@ -87,8 +87,8 @@ TEST(ActionRequest, ReadsCreationRequests) {
     const auto request =
         arrived({{"KPMessageSelector", selector}, {"KPMessageArgument", file("/folder")}});
     ASSERT_TRUE(request) << selector;
-    EXPECT_EQ(request->kind, Kind::Creation);
-    EXPECT_EQ(request->action, action);
+    EXPECT_EQ(request->kind(), Kind::Creation);
+    EXPECT_EQ(request->action(), action);
     EXPECT_EQ(request->paths, std::vector<std::string>{"/folder"});
   }
 }

@@ -10,7 +10,7 @@
 namespace kelpie::agent {
 namespace {
 
-using Kind = ActionRequest::Kind;
+using Kind = ActionKind;
 
 TEST(ActionRules, EveryActionThatTheExtensionSendsHasARuleOfItsKind) {
   const auto expectKind = [](std::string_view action, Kind kind) {

@@ -120,12 +120,6 @@ TEST_F(ActionRunnerTest, AnActionOutlivesTheRunner) {
   EXPECT_FALSE(last);
 }
 
-TEST_F(ActionRunnerTest, AnUnknownActionIsLogged) {
-  runner->run(request("formatDisk:"), context());
-  EXPECT_EQ(log.lines(), std::vector<std::string>{"Unknown action: formatDisk:"});
-  EXPECT_EQ(queues.pending(), 0U);
-}
-
 TEST_F(ActionRunnerTest, AWorkingCopyThatIsGoneIsSaidSo) {
   const ActionContext before = context();
   sandbox.remove("r");

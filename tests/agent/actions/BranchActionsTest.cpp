@@ -1,5 +1,3 @@
-#include "agent/actions/BranchActions.h"
-
 #include <gtest/gtest.h>
 
 #include "agent/actions/ActionFixture.h"
@@ -59,14 +57,18 @@ TEST_F(BranchActionsTest, AReferenceThatVanishedMeanwhileIsSaidSo) {
   EXPECT_EQ(head(), "main");
 }
 
-TEST_F(BranchActionsTest, ANumberThatNamesAnotherReferenceThanTheTitleIsRefused) {
+TEST_F(BranchActionsTest, TheNumberAloneSaysWhichReferenceIsMeant) {
   makeBranch("one");
-  const std::int64_t number = context().references->referenceNamed("refs/heads/one")->number;
-  answer({"yes", "yes", "yes"});
-  expectFailed(run(request("deleteBranches:", "two", number)), "changed");
-  expectFailed(run(request("deleteBranches:", "one", 1 << 20)), "changed");
-  expectFailed(run(request("deleteTags:", "one", number)), "changed");
+  const ActionContext now = context();
+  const std::int64_t number = now.references->referenceNamed("refs/heads/one")->number;
+  answer({"yes", "yes", "yes", "yes"});
+  // The menu was made by an agent that ran before.
+  expectFailed(run(request("deleteBranches:", "one", number), context()), "changed");
+  expectFailed(run(request("deleteBranches:", "one", 1 << 20), now), "changed");
+  expectFailed(run(request("deleteTags:", "one", number), now), "changed");
   EXPECT_TRUE(has("refs/heads/one"));
+  expectDone(run(request("deleteBranches:", "whatever the menu calls it", number), now));
+  EXPECT_FALSE(has("refs/heads/one"));
 }
 
 TEST_F(BranchActionsTest, WithoutReferencesANumberNamesNothing) {

@@ -1,5 +1,3 @@
-#include "agent/actions/ConflictActions.h"
-
 #include <gtest/gtest.h>
 
 #include "agent/actions/ActionFixture.h"

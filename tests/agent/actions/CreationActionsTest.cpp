@@ -1,5 +1,3 @@
-#include "agent/actions/CreationActions.h"
-
 #include <gtest/gtest.h>
 
 #include "agent/actions/ActionFixture.h"
@@ -11,7 +9,6 @@ class CreationActionsTest : public ActionFixture {
  protected:
   ActionOutcome create(std::string_view action, std::string_view folder) {
     ActionRequest creation = request(action);
-    creation.kind = ActionRequest::Kind::Creation;
     creation.paths = {sandbox.path(folder)};
     return run(creation, ActionContext());
   }

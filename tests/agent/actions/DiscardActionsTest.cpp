@@ -1,5 +1,3 @@
-#include "agent/actions/DiscardActions.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>

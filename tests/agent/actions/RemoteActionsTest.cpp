@@ -1,5 +1,3 @@
-#include "agent/actions/RemoteActions.h"
-
 #include <gtest/gtest.h>
 
 #include "agent/actions/ActionFixture.h"

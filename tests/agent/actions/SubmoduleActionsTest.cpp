@@ -1,5 +1,3 @@
-#include "agent/actions/SubmoduleActions.h"
-
 #include <gtest/gtest.h>
 
 #include "agent/actions/ActionFixture.h"

@@ -1,5 +1,3 @@
-#include "agent/actions/WindowActions.h"
-
 #include <glib.h>
 #include <gtest/gtest.h>
 
@@ -19,9 +17,7 @@ class WindowActionsTest : public ActionFixture {
     return sandbox.path("r") + "\n" + arguments;
   }
   ActionOutcome runApplication(std::string_view action) {
-    ActionRequest application = request(action);
-    application.kind = ActionRequest::Kind::Application;
-    return run(application, ActionContext());
+    return run(request(action), ActionContext());
   }
 };
 

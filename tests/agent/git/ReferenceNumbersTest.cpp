@@ -24,6 +24,12 @@ TEST(ReferenceNumbers, TheNumberOfAReferenceThatIsGoneIsNeverGivenAgain) {
   EXPECT_NE(numbers.numberFor("refs/heads/a"), a);
 }
 
+TEST(ReferenceNumbers, ANumberNamesAReferenceOfOneRepositoryOnly) {
+  ReferenceNumbers one;
+  ReferenceNumbers other;
+  EXPECT_NE(one.numberFor("refs/heads/a"), other.numberFor("refs/heads/a"));
+}
+
 TEST(ReferenceNumbers, NoNumberIsZero) {
   // An item without a number bears 0.
   ReferenceNumbers numbers;
