@@ -26,6 +26,7 @@
 #include "extension/RepositoryTable.h"
 #include "foundation/Dictionary.h"
 #include "platform/linux/LinuxFileSystem.h"
+#include "refs/KPRefsManager.h"
 #include "settings/KPUserDefaults.h"
 #include "status/KPRepository.h"
 #include "support/FakePlatform.h"
@@ -111,13 +112,13 @@ class Extension {
     makeItems("repository0", folderCount);
     const auto first = sync_->repositories().all()->front();
     first->setStatus(status());
-    first->setReferences(std::shared_ptr<const Archivable>(referencesTree()));
-    first->setHeadBranch(std::shared_ptr<const Archivable>(
+    first->refsManager()->setReferences(std::shared_ptr<const Archivable>(referencesTree()));
+    first->refsManager()->setHeadBranch(
         makeReference({.name = "team0/issue-0",
                        .fullName = "refs/heads/team0/issue-0",
                        .upstreamName = "refs/remotes/origin/team0/issue-0",
                        .oid = Bytes(20, 1),
-                       .head = true})));
+                       .head = true}));
     std::vector<URL> urls;
     for (const std::string& path : paths_) urls.push_back(URL::fileURLWithPath(path));
     system_.finder.select(std::move(urls), std::nullopt);

@@ -1,11 +1,15 @@
 #include "extension/RepositoryRoutes.h"
 
 #include "protocol/Selectors.h"
+#include "refs/KPRefsManager.h"
 #include "status/KPRepository.h"
 
 namespace kelpie {
 
 namespace {
+
+template <auto Member>
+constexpr auto callsReferences = callsPart<&KPRepository::refsManager, Member>;
 
 constexpr auto noAnswer = &noEffect<KPRepository>;
 
@@ -19,14 +23,14 @@ constexpr Route<KPRepository> kRepositoryRoutes[] = {
     {"updateBadgeIdentifierForURL:", calls<&KPRepository::updateBadgeIdentifierForURL>},
     {"updateStatusOfDirectoryURL:", calls<&KPRepository::updateStatusOfDirectoryURL>},
 
-    // What the references manager holds.
-    {selector::kSetReferences, calls<&KPRepository::setReferences>},
-    {selector::kSetStashes, calls<&KPRepository::setStashes>},
-    {selector::kSetGitflowInfo, calls<&KPRepository::setGitflowInfo>},
-    {selector::kSetHeadBranch, calls<&KPRepository::setHeadBranch>},
-    {selector::kSetBare, calls<&KPRepository::setBare>},
-    {selector::kSetHasGitlfs, calls<&KPRepository::setHasGitlfs>},
-    {selector::kSetHasHeadCommit, calls<&KPRepository::setHasHeadCommit>},
+    // Of the references manager.
+    {selector::kSetReferences, callsReferences<&KPRefsManager::setReferences>},
+    {selector::kSetStashes, callsReferences<&KPRefsManager::setStashes>},
+    {selector::kSetGitflowInfo, callsReferences<&KPRefsManager::setGitflowInfo>},
+    {selector::kSetHeadBranch, callsReferences<&KPRefsManager::setHeadBranch>},
+    {selector::kSetBare, callsReferences<&KPRefsManager::setBare>},
+    {selector::kSetHasGitlfs, callsReferences<&KPRefsManager::setHasGitlfs>},
+    {selector::kSetHasHeadCommit, callsReferences<&KPRefsManager::setHasHeadCommit>},
 
     // Properties. No message can carry a references manager or a queue, and a repository is
     // nothing without them: those two stay.

@@ -8,8 +8,9 @@ namespace kelpie {
 
 class KPRepository;
 
-// Every operation of a repository that takes one object, by the selector that a message names it
-// with. Main queue, or for a long message the repository's update queue.
+// Every operation of a repository, or of its references manager, that takes one object, by the
+// selector that a message names it with. Main queue, or for a long message the repository's update
+// queue.
 std::span<const Route<KPRepository>> repositoryRoutes();
 
 }  // namespace kelpie

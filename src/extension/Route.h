@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <concepts>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -32,8 +33,9 @@ bool dispatch(T& target, std::type_identity_t<std::span<const Route<T>>> routes,
   return true;
 }
 
-// The call of a member function with what it takes: the object as it came; a number (0 for what is
-// none, the low bits where it is narrower); a URL, without which nothing is called; or nothing.
+// The call of a member function with what it takes: the object as it came; a truth (no for what is
+// none); a number (0 for what is none, the low bits where it is narrower); a record (null for what
+// is none); a URL, without which nothing is called; or nothing.
 template <auto Member>
 struct Calling;
 
@@ -45,6 +47,11 @@ struct Calling<Member> {
 template <class T, class Result, Result (T::*Member)(const Object&)>
 struct Calling<Member> {
   static void call(T& target, const Object& argument) { (target.*Member)(argument); }
+};
+
+template <class T, class Result, Result (T::*Member)(bool)>
+struct Calling<Member> {
+  static void call(T& target, const Object& argument) { (target.*Member)(argument.boolValue()); }
 };
 
 template <class T, class Result, std::signed_integral Number, Result (T::*Member)(Number)>
@@ -72,8 +79,28 @@ struct Calling<Member> {
   }
 };
 
+template <class T, class Result, class Record, Result (T::*Member)(std::shared_ptr<const Record>)>
+struct Calling<Member> {
+  static void call(T& target, const Object& argument) { (target.*Member)(argument.as<Record>()); }
+};
+
 template <auto Member>
 inline constexpr auto calls = &Calling<Member>::call;
+
+// The call of an operation of a part of the target: of what the target's member function `GetPart`
+// points to.
+template <auto GetPart, auto Member>
+struct CallingPart;
+
+template <class T, class Part, const std::shared_ptr<Part>& (T::*GetPart)() const, auto Member>
+struct CallingPart<GetPart, Member> {
+  static void call(T& target, const Object& argument) {
+    Calling<Member>::call(*(target.*GetPart)(), argument);
+  }
+};
+
+template <auto GetPart, auto Member>
+inline constexpr auto callsPart = &CallingPart<GetPart, Member>::call;
 
 // An operation that only answers, or that has nothing to take from a message. The message has
 // found its target all the same.

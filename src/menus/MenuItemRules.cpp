@@ -10,6 +10,7 @@
 #include "menus/ItemRule.h"
 #include "menus/MenuHost.h"
 #include "menus/RepositoryItemRules.h"
+#include "refs/KPRefsManager.h"
 #include "settings/KPUserDefaults.h"
 #include "status/KPRepository.h"
 
@@ -30,7 +31,7 @@ std::optional<MenuItemDraft> draftItem(std::int64_t tag, std::string_view title,
 std::optional<MenuItem> makeItem(MenuItemDraft draft, const ItemQuestion& question) {
   if (!draft.picker.empty()) {
     if (question.repository == nullptr) return std::nullopt;
-    return question.repository->menuItemWithTitle(
+    return question.repository->refsManager()->menuItemWithTitle(
         std::move(draft.title), draft.reference.get(), draft.action,
         std::vector<std::uint64_t>(draft.picker.begin(), draft.picker.end()), draft.hasHeader);
   }

@@ -10,6 +10,7 @@
 #include "foundation/URL.h"
 #include "menus/MenuHost.h"
 #include "protocol/ReferenceKeys.h"
+#include "refs/KPRefsManager.h"
 #include "status/KPRepository.h"
 
 namespace kelpie {
@@ -24,7 +25,7 @@ bool canCreate(const ItemQuestion& question) { return question.canCreate; }
 bool repository(const ItemQuestion& question) { return question.repository != nullptr; }
 
 bool notBare(const ItemQuestion& question) {
-  return repository(question) && !question.repository->isBare();
+  return repository(question) && !question.repository->refsManager()->isBare();
 }
 
 // Not in the middle of a merge, a rebase or the like.
@@ -36,28 +37,19 @@ bool isDirty(const ItemQuestion& question) {
   return repository(question) && question.repository->isDirty();
 }
 
-bool hasStashes(const ItemQuestion& question) {
-  return repository(question) && question.repository->hasStashes();
+template <bool (KPRefsManager::*Answer)() const>
+bool references(const ItemQuestion& question) {
+  return repository(question) && (question.repository->refsManager().get()->*Answer)();
 }
 
-bool hasRemotes(const ItemQuestion& question) {
-  return repository(question) && question.repository->hasRemotes();
-}
-
-bool hasSubmodules(const ItemQuestion& question) {
-  return repository(question) && question.repository->hasSubmodules();
-}
-
-bool hasPullRequests(const ItemQuestion& question) {
-  return repository(question) && question.repository->hasPullRequests();
-}
-
-bool hasGitlfs(const ItemQuestion& question) {
-  return repository(question) && question.repository->hasGitlfs();
-}
+constexpr Shown* hasStashes = references<&KPRefsManager::hasStashes>;
+constexpr Shown* hasRemotes = references<&KPRefsManager::hasRemotes>;
+constexpr Shown* hasSubmodules = references<&KPRefsManager::hasSubmodules>;
+constexpr Shown* hasPullRequests = references<&KPRefsManager::hasPullRequests>;
+constexpr Shown* hasGitlfs = references<&KPRefsManager::hasGitlfs>;
 
 Object gitflowInfo(const ItemQuestion& question) {
-  return repository(question) ? question.repository->gitflowInfo() : Object();
+  return repository(question) ? question.repository->refsManager()->gitflowInfo() : Object();
 }
 
 bool hasGitflow(const ItemQuestion& question) { return !gitflowInfo(question).isNil(); }
@@ -101,13 +93,13 @@ struct Picker {
 
 // An item above a flat list whose entries carry the action, and, if named, one more entry for all.
 struct List {
-  std::shared_ptr<const Menu> (KPRepository::*make)(std::string_view action) const;
+  std::shared_ptr<const Menu> (KPRefsManager::*make)(std::string_view action) const;
   std::string_view all = {};
 };
 
 // An item above a list that brings its own action along.
 struct FinishList {
-  std::shared_ptr<const Menu> (KPRepository::*make)() const;
+  std::shared_ptr<const Menu> (KPRefsManager::*make)() const;
 };
 
 Object targetURLs(const ItemQuestion& question) {
@@ -138,13 +130,15 @@ struct Completion {
     draft.action = action;
     draft.picker = picker.sections;
     draft.hasHeader = picker.headers == Headers::Yes;
-    if (picker.compare == Compare::WithHead) draft.reference = question.repository->headBranch();
+    if (picker.compare == Compare::WithHead)
+      draft.reference = question.repository->refsManager()->headBranch();
   }
   void operator()(const List& list) const {
-    draft.submenu = withEntryForAll((question.repository->*list.make)(action), list.all, action);
+    draft.submenu = withEntryForAll((question.repository->refsManager().get()->*list.make)(action),
+                                    list.all, action);
   }
   void operator()(const FinishList& list) const {
-    draft.submenu = (question.repository->*list.make)();
+    draft.submenu = (question.repository->refsManager().get()->*list.make)();
   }
 };
 
@@ -160,7 +154,7 @@ struct RepositoryItemRule {
 constexpr auto kHeaders = Headers::Yes;
 constexpr auto kNoHeaders = Headers::No;
 constexpr auto kHead = Compare::WithHead;
-using Repo = KPRepository;
+using Refs = KPRefsManager;
 
 // clang-format off
 constexpr RepositoryItemRule kRepositoryItems[] = {
@@ -175,8 +169,8 @@ constexpr RepositoryItemRule kRepositoryItems[] = {
     { 9, notBareAtRest,   "merge:",                 Picker{kRemotesBranchesTags, kHeaders, kHead}},
     {10, notBareAtRest,   "rebase:",                Picker{kRemotesBranchesTags, kHeaders, kHead}},
     {11, repository,      "applyPatch:"},
-    {13, hasStashes,      "applyStash:",            List{&Repo::stashesMenuWithAction}},
-    {14, hasStashes,      "deleteStashes:",         List{&Repo::stashesMenuWithAction}},
+    {13, hasStashes,      "applyStash:",            List{&Refs::stashesMenuWithAction}},
+    {14, hasStashes,      "deleteStashes:",         List{&Refs::stashesMenuWithAction}},
     {15, repository,      "renameBranch:",          Picker{kBranchesRemotes, kHeaders}},
     {16, repository,      "deleteBranches:",        Picker{kBranchesRemotes, kHeaders}},
     {17, repository,      "createBranch:",          Picker{kBranchesRemotesTags, kHeaders}},
@@ -185,25 +179,25 @@ constexpr RepositoryItemRule kRepositoryItems[] = {
     {20, repository,      "exportCommits:",         Picker{kBranchesRemotesTags, kHeaders}},
     {21, repository,      "compareCommits:",        Picker{kBranchesRemotesTags, kHeaders}},
     {22, repository,      "addRemote:"},
-    {23, hasRemotes,      "deleteRemotes:",         List{&Repo::remotesMenuWithAction}},
-    {24, hasRemotes,      "showRemoteSettings:",    List{&Repo::remotesMenuWithAction}},
-    {25, hasRemotes,      "fetch:",    List{&Repo::remotesMenuWithAction, "Fetch All Remotes"}},
-    {26, hasRemotes,      "prune:",    List{&Repo::remotesMenuWithAction, "Prune All Remotes"}},
+    {23, hasRemotes,      "deleteRemotes:",         List{&Refs::remotesMenuWithAction}},
+    {24, hasRemotes,      "showRemoteSettings:",    List{&Refs::remotesMenuWithAction}},
+    {25, hasRemotes,      "fetch:",    List{&Refs::remotesMenuWithAction, "Fetch All Remotes"}},
+    {26, hasRemotes,      "prune:",    List{&Refs::remotesMenuWithAction, "Prune All Remotes"}},
     {27, hasRemotes,      "pull:",                  Picker{kRemotes, kNoHeaders, kHead}},
     {28, hasRemotes,      "push:",                  Picker{kBranchesTags, kHeaders, kHead}},
     {29, repository,      "addSubmodule:"},
-    {30, hasSubmodules,   "deleteSubmodules:",      List{&Repo::submodulesMenuWithAction}},
-    {31, hasSubmodules,   "showSubmoduleSettings:", List{&Repo::submodulesMenuWithAction}},
+    {30, hasSubmodules,   "deleteSubmodules:",      List{&Refs::submodulesMenuWithAction}},
+    {31, hasSubmodules,   "showSubmoduleSettings:", List{&Refs::submodulesMenuWithAction}},
     {34, hasGitflow,      "startGitflowFeature:"},
-    {35, hasFeatures,     "",                       FinishList{&Repo::gitflowFeaturesMenu}},
+    {35, hasFeatures,     "",                       FinishList{&Refs::gitflowFeaturesMenu}},
     {36, noRelease,       "startGitflowRelease:"},
-    {37, hasReleases,     "",                       FinishList{&Repo::gitflowReleasesMenu}},
+    {37, hasReleases,     "",                       FinishList{&Refs::gitflowReleasesMenu}},
     {38, noHotfix,        "startGitflowHotfix:"},
-    {39, hasHotfixes,     "",                       FinishList{&Repo::gitflowHotfixesMenu}},
+    {39, hasHotfixes,     "",                       FinishList{&Refs::gitflowHotfixesMenu}},
     {40, hasGitlfs,       "lfsFetch:"},
     {41, hasGitlfs,       "lfsPush:"},
     {42, hasGitlfs,       "lfsPrune:"},
-    {43, hasPullRequests, "createPullRequest:",     List{&Repo::pullRequestsMenuWithAction}},
+    {43, hasPullRequests, "createPullRequest:",     List{&Refs::pullRequestsMenuWithAction}},
     {44, repository,      "fastForward:",           Picker{kBranches}},
 };
 // clang-format on

@@ -206,83 +206,6 @@ void KPRepository::setDeletedUrls(const Object& urls) {
   status_.setDeletedUrls(std::make_shared<const DeletedUrls>(UrlList(urls)));
 }
 
-// -- References -----------------------------------------------------------------------------------
-
-bool KPRepository::isBare() const { return refsManager_->isBare(); }
-bool KPRepository::hasGitlfs() const { return refsManager_->hasGitlfs(); }
-bool KPRepository::hasStashes() const { return refsManager_->hasStashes(); }
-bool KPRepository::hasRemotes() const { return refsManager_->hasRemotes(); }
-bool KPRepository::hasSubmodules() const { return refsManager_->hasSubmodules(); }
-bool KPRepository::hasPullRequests() const { return refsManager_->hasPullRequests(); }
-bool KPRepository::hasHeadCommit() const { return refsManager_->hasHeadCommit(); }
-
-std::shared_ptr<const KPReference> KPRepository::headBranch() const {
-  return refsManager_->headBranch();
-}
-
-Object KPRepository::gitflowInfo() const { return refsManager_->gitflowInfo(); }
-
-void KPRepository::setReferences(const Object& references) {
-  refsManager_->setReferences(references);
-}
-
-void KPRepository::setStashes(const Object& stashes) { refsManager_->setStashes(stashes); }
-
-void KPRepository::setGitflowInfo(const Object& info) {
-  refsManager_->setGitflowInfo(info.isDictionary() ? info : Object());
-}
-
-void KPRepository::setHeadBranch(const Object& reference) {
-  refsManager_->setHeadBranch(reference.as<KPReference>());
-}
-
-void KPRepository::setBare(const Object& bare) { refsManager_->setBare(bare.boolValue()); }
-
-void KPRepository::setHasGitlfs(const Object& hasGitlfs) {
-  refsManager_->setHasGitlfs(hasGitlfs.boolValue());
-}
-
-void KPRepository::setHasHeadCommit(const Object& hasHeadCommit) {
-  refsManager_->setHasHeadCommit(hasHeadCommit.boolValue());
-}
-
-std::shared_ptr<const Menu> KPRepository::stashesMenuWithAction(std::string_view action) const {
-  return refsManager_->stashesMenuWithAction(action);
-}
-
-std::shared_ptr<const Menu> KPRepository::remotesMenuWithAction(std::string_view action) const {
-  return refsManager_->remotesMenuWithAction(action);
-}
-
-std::shared_ptr<const Menu> KPRepository::submodulesMenuWithAction(std::string_view action) const {
-  return refsManager_->submodulesMenuWithAction(action);
-}
-
-std::shared_ptr<const Menu> KPRepository::pullRequestsMenuWithAction(
-    std::string_view action) const {
-  return refsManager_->pullRequestsMenuWithAction(action);
-}
-
-std::shared_ptr<const Menu> KPRepository::gitflowFeaturesMenu() const {
-  return refsManager_->gitflowFeaturesMenu();
-}
-
-std::shared_ptr<const Menu> KPRepository::gitflowReleasesMenu() const {
-  return refsManager_->gitflowReleasesMenu();
-}
-
-std::shared_ptr<const Menu> KPRepository::gitflowHotfixesMenu() const {
-  return refsManager_->gitflowHotfixesMenu();
-}
-
-MenuItem KPRepository::menuItemWithTitle(std::string title, const KPReference* reference,
-                                         std::string_view action,
-                                         const std::vector<std::uint64_t>& submenuTypes,
-                                         bool hasHeader) const {
-  return refsManager_->menuItemWithTitle(std::move(title), reference, action, submenuTypes,
-                                         hasHeader);
-}
-
 // -- Messages -------------------------------------------------------------------------------------
 
 void KPRepository::handleLater(std::function<void(KPRepository& self)> handle) {
@@ -339,7 +262,7 @@ void KPRepository::takeStatusIn(const Object& info) {
     return;
   }
   const std::int64_t state = info[kRepositoryStateKey].integerValue();
-  if (isBare()) {
+  if (refsManager_->isBare()) {
     status_.setState(state);
     return;
   }

@@ -112,41 +112,10 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   void setIgnoredUrls(const Object& urls);
   std::shared_ptr<const UrlList> deletedUrls() const;
   void setDeletedUrls(const Object& urls);
-  // Never null.
+  // What is known of the references, and their menus. Never null.
   const std::shared_ptr<KPRefsManager>& refsManager() const { return refsManager_; }
   // Drops what is posted to it once the repository has ended or the queue is lost.
   std::shared_ptr<SerialQueue> updateQueue() const { return updateQueue_; }
-
-  // -- References: what the references manager does and answers, on the caller's thread -----------
-
-  bool isBare() const;
-  bool hasGitlfs() const;
-  bool hasStashes() const;
-  bool hasRemotes() const;
-  bool hasSubmodules() const;
-  bool hasPullRequests() const;
-  bool hasHeadCommit() const;
-  std::shared_ptr<const KPReference> headBranch() const;
-  Object gitflowInfo() const;
-
-  void setReferences(const Object& references);
-  void setStashes(const Object& stashes);
-  void setGitflowInfo(const Object& info);      // a dictionary, else nil
-  void setHeadBranch(const Object& reference);  // a reference, else nil
-  void setBare(const Object& bare);
-  void setHasGitlfs(const Object& hasGitlfs);
-  void setHasHeadCommit(const Object& hasHeadCommit);
-
-  std::shared_ptr<const Menu> stashesMenuWithAction(std::string_view action) const;
-  std::shared_ptr<const Menu> remotesMenuWithAction(std::string_view action) const;
-  std::shared_ptr<const Menu> submodulesMenuWithAction(std::string_view action) const;
-  std::shared_ptr<const Menu> pullRequestsMenuWithAction(std::string_view action) const;
-  std::shared_ptr<const Menu> gitflowFeaturesMenu() const;
-  std::shared_ptr<const Menu> gitflowReleasesMenu() const;
-  std::shared_ptr<const Menu> gitflowHotfixesMenu() const;
-  MenuItem menuItemWithTitle(std::string title, const KPReference* reference,
-                             std::string_view action,
-                             const std::vector<std::uint64_t>& submenuTypes, bool hasHeader) const;
 
   // -- Messages -----------------------------------------------------------------------------------
 

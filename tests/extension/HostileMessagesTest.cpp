@@ -7,6 +7,7 @@
 #include <string>
 
 #include "foundation/AllocationMeter.h"
+#include "refs/KPRefsManager.h"
 #include "status/KPRepository.h"
 #include "support/HostileMessages.h"
 #include "support/MessageHarness.h"
@@ -56,8 +57,8 @@ TEST_P(HostileMessages, TakeMemoryAndStepsInProportionToTheirBytes) {
     // It serves the next one, and menus.
     EXPECT_GT(harness.menuItems(), 0U);
     EXPECT_LE(meter.peak(), kTimes * message.size() + kFree) << "with a menu";
-    harness.repository().setStashes(Objects{"one"});
-    EXPECT_TRUE(harness.repository().hasStashes());
+    harness.repository().refsManager()->setStashes(Objects{"one"});
+    EXPECT_TRUE(harness.repository().refsManager()->hasStashes());
   }
 }
 

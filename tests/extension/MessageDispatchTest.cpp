@@ -3,6 +3,7 @@
 #include "archive/KeyedArchiver.h"
 #include "extension/ControllerFixture.h"
 #include "extension/RepositoryTable.h"
+#include "refs/KPRefsManager.h"
 #include "status/KPRepository.h"
 
 namespace kelpie {
@@ -120,14 +121,14 @@ TEST_F(MessageDispatchTest, WhatComesForARepositoryThatIsNotOpenIsLost) {
   openRepository("/work/repo");
   const auto repository = repositoryOf(root);
   ASSERT_NE(repository, nullptr);
-  EXPECT_FALSE(repository->isBare());
-  EXPECT_FALSE(repository->hasGitlfs());
-  EXPECT_FALSE(repository->hasHeadCommit());
-  EXPECT_FALSE(repository->hasStashes());
-  EXPECT_FALSE(repository->hasRemotes());
-  EXPECT_FALSE(repository->hasSubmodules());
+  EXPECT_FALSE(repository->refsManager()->isBare());
+  EXPECT_FALSE(repository->refsManager()->hasGitlfs());
+  EXPECT_FALSE(repository->refsManager()->hasHeadCommit());
+  EXPECT_FALSE(repository->refsManager()->hasStashes());
+  EXPECT_FALSE(repository->refsManager()->hasRemotes());
+  EXPECT_FALSE(repository->refsManager()->hasSubmodules());
   deliver("setHasGitlfs:", true, target);
-  EXPECT_TRUE(repository->hasGitlfs());
+  EXPECT_TRUE(repository->refsManager()->hasGitlfs());
 }
 
 // -- When the next message of a sender is taken ---------------------------------------------------

@@ -4,6 +4,7 @@
 #include "extension/ControllerRoutes.h"
 #include "extension/RepositoryRoutes.h"
 #include "extension/RepositoryTable.h"
+#include "refs/KPRefsManager.h"
 #include "status/KPRepository.h"
 
 namespace kelpie {
@@ -177,6 +178,11 @@ TEST_F(EveryRoute, OfARepositoryTakesAnyArgumentAndTheNextMessageIsServed) {
   }
 }
 
+template <bool (KPRefsManager::*Answer)() const>
+bool references(const KPRepository& repository) {
+  return (repository.refsManager().get()->*Answer)();
+}
+
 // -- What the repository's property setters take --------------------------------------------------
 
 TEST_F(EveryRoute, SettersWhoseArgumentIsNoObjectTakeTheNumber) {
@@ -189,23 +195,23 @@ TEST_F(EveryRoute, SettersWhoseArgumentIsNoObjectTakeTheNumber) {
 
   struct Flag {
     std::string_view selector;
-    bool (KPRepository::*value)() const;
+    std::function<bool(const KPRepository&)> value;
   };
   const Flag flags[] = {{"setDirty:", &KPRepository::isDirty},
                         {"setRealDirty:", &KPRepository::isRealDirty},
                         {"setDisabled:", &KPRepository::isDisabled},
-                        {"setBare:", &KPRepository::isBare},
-                        {"setHasGitlfs:", &KPRepository::hasGitlfs},
-                        {"setHasHeadCommit:", &KPRepository::hasHeadCommit}};
+                        {"setBare:", references<&KPRefsManager::isBare>},
+                        {"setHasGitlfs:", references<&KPRefsManager::hasGitlfs>},
+                        {"setHasHeadCommit:", references<&KPRefsManager::hasHeadCommit>}};
   for (const Flag& flag : flags) {
     for (const Object& yes : {Object(true), Object(1), Object(-3), Object(0.5)}) {
       handle(flag.selector, yes, target);
-      EXPECT_TRUE((repository.*flag.value)()) << flag.selector << yes.description();
+      EXPECT_TRUE(flag.value(repository)) << flag.selector << yes.description();
     }
     for (const Object& no : {Object(false), Object(0), Object(), Object(Objects{1})}) {
       handle(flag.selector, true, target);
       handle(flag.selector, no, target);
-      EXPECT_FALSE((repository.*flag.value)()) << flag.selector << no.description();
+      EXPECT_FALSE(flag.value(repository)) << flag.selector << no.description();
     }
   }
 }

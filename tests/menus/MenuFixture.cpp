@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "foundation/Dictionary.h"
+#include "refs/KPRefsManager.h"
 #include "support/References.h"
 
 namespace kelpie {
@@ -63,13 +64,14 @@ void MenuFixture::addReferences(KPRepository& of) {
                           {origin},
                           {makeLeaf(fields("lib", "", 41))},
                           {makeLeaf(fields("fix", "", 51))}});
-  of.setReferences(std::shared_ptr<const Archivable>(tree));
-  of.setHeadBranch(std::shared_ptr<const Archivable>(makeReference(head)));
-  of.setStashes(Objects{"WIP"});
-  of.setGitflowInfo(Dictionary{{"gitflow.branch.features", Objects{"feature/a"}},
-                               {"gitflow.branch.releases", Objects{"release/1"}},
-                               {"gitflow.branch.hotfixes", Objects{"hotfix/2"}}});
-  of.setHasGitlfs(true);
+  KPRefsManager& references = *of.refsManager();
+  references.setReferences(std::shared_ptr<const Archivable>(tree));
+  references.setHeadBranch(makeReference(head));
+  references.setStashes(Objects{"WIP"});
+  references.setGitflowInfo(Dictionary{{"gitflow.branch.features", Objects{"feature/a"}},
+                                       {"gitflow.branch.releases", Objects{"release/1"}},
+                                       {"gitflow.branch.hotfixes", Objects{"hotfix/2"}}});
+  references.setHasGitlfs(true);
 }
 
 }  // namespace kelpie

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "MenuFixture.h"
+#include "refs/KPRefsManager.h"
 #include "settings/MenuItemCatalogue.h"
 #include "support/MenuDescription.h"
 
@@ -73,7 +74,7 @@ TEST_F(MenuItemRulesTest, EveryTagOfTheCatalogueHasARule) {
   fixture_.repository->setDirty(true);
   fixture_.repository->setRealDirty(true);
   const std::shared_ptr<KPRepository> flowing = fixture_.open("/flowing");
-  flowing->setGitflowInfo(Dictionary{});
+  flowing->refsManager()->setGitflowInfo(Dictionary{});
   const Object urls = MenuFixture::list({"/repo/a"});
   const Selection conflict{urls, urls, urls, urls, urls, urls, urls};
   const Selection change{urls, urls, urls, urls, urls, urls, {}};

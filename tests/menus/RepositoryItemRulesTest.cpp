@@ -12,6 +12,7 @@
 #include "MenuFixture.h"
 #include "foundation/Dictionary.h"
 #include "menus/MenuItemRules.h"
+#include "refs/KPRefsManager.h"
 #include "support/MenuDescription.h"
 
 namespace kelpie {
@@ -63,12 +64,12 @@ TEST_F(RepositoryItemRules, EveryTagInEveryState) {
   const Tags rest = kAlways + Tags{6, 8, 9, 10};
   const State states[] = {
       {"nothing is known", [](KPRepository&) {}, rest},
-      {"bare", [](KPRepository& r) { r.setBare(true); }, kAlways},
+      {"bare", [](KPRepository& r) { r.refsManager()->setBare(true); }, kAlways},
       {"in the middle of something", [](KPRepository& r) { r.setState(1); }, kAlways + Tags{6}},
       {"a negative state", [](KPRepository& r) { r.setState(-1); }, kAlways + Tags{6}},
       {"bare, in the middle of something",
        [](KPRepository& r) {
-         r.setBare(true);
+         r.refsManager()->setBare(true);
          r.setState(2);
        },
        kAlways},
@@ -76,33 +77,42 @@ TEST_F(RepositoryItemRules, EveryTagInEveryState) {
       {"really dirty", [](KPRepository& r) { r.setRealDirty(true); }, rest},
       {"bare and dirty",
        [](KPRepository& r) {
-         r.setBare(true);
+         r.refsManager()->setBare(true);
          r.setDirty(true);
        },
        kAlways + Tags{7}},
-      {"a stash", [](KPRepository& r) { r.setStashes(Objects{"WIP"}); }, rest + Tags{13, 14}},
-      {"no stash", [](KPRepository& r) { r.setStashes(Objects{}); }, rest},
-      {"a commit", [](KPRepository& r) { r.setHasHeadCommit(true); }, rest},
+      {"a stash", [](KPRepository& r) { r.refsManager()->setStashes(Objects{"WIP"}); },
+       rest + Tags{13, 14}},
+      {"no stash", [](KPRepository& r) { r.refsManager()->setStashes(Objects{}); }, rest},
+      {"a commit", [](KPRepository& r) { r.refsManager()->setHasHeadCommit(true); }, rest},
       {"disabled", [](KPRepository& r) { r.setDisabled(true); }, rest},
-      {"Git-LFS", [](KPRepository& r) { r.setHasGitlfs(true); }, rest + Tags{40, 41, 42}},
-      {"Git-Flow", [](KPRepository& r) { r.setGitflowInfo(Dictionary{}); },
+      {"Git-LFS", [](KPRepository& r) { r.refsManager()->setHasGitlfs(true); },
+       rest + Tags{40, 41, 42}},
+      {"Git-Flow", [](KPRepository& r) { r.refsManager()->setGitflowInfo(Dictionary{}); },
        rest + Tags{34, 36, 38}},
-      {"a feature", [](KPRepository& r) { r.setGitflowInfo(gitflow("features", Objects{"a"})); },
+      {"a feature",
+       [](KPRepository& r) { r.refsManager()->setGitflowInfo(gitflow("features", Objects{"a"})); },
        rest + Tags{34, 35, 36, 38}},
-      {"a release", [](KPRepository& r) { r.setGitflowInfo(gitflow("releases", Objects{"a"})); },
+      {"a release",
+       [](KPRepository& r) { r.refsManager()->setGitflowInfo(gitflow("releases", Objects{"a"})); },
        rest + Tags{34, 37, 38}},
-      {"a hotfix", [](KPRepository& r) { r.setGitflowInfo(gitflow("hotfixes", Objects{"a"})); },
+      {"a hotfix",
+       [](KPRepository& r) { r.refsManager()->setGitflowInfo(gitflow("hotfixes", Objects{"a"})); },
        rest + Tags{34, 36, 39}},
-      {"no feature", [](KPRepository& r) { r.setGitflowInfo(gitflow("features", Objects{})); },
+      {"no feature",
+       [](KPRepository& r) { r.refsManager()->setGitflowInfo(gitflow("features", Objects{})); },
        rest + Tags{34, 36, 38}},
-      {"no release", [](KPRepository& r) { r.setGitflowInfo(gitflow("releases", Objects{})); },
+      {"no release",
+       [](KPRepository& r) { r.refsManager()->setGitflowInfo(gitflow("releases", Objects{})); },
        rest + Tags{34, 36, 38}},
-      {"no hotfix", [](KPRepository& r) { r.setGitflowInfo(gitflow("hotfixes", Objects{})); },
+      {"no hotfix",
+       [](KPRepository& r) { r.refsManager()->setGitflowInfo(gitflow("hotfixes", Objects{})); },
        rest + Tags{34, 36, 38}},
       {"a release that is no list",
-       [](KPRepository& r) { r.setGitflowInfo(gitflow("releases", 1)); }, rest + Tags{34, 36, 38}},
-      {"Git-Flow that is no dictionary", [](KPRepository& r) { r.setGitflowInfo("gitflow"); },
-       rest},
+       [](KPRepository& r) { r.refsManager()->setGitflowInfo(gitflow("releases", 1)); },
+       rest + Tags{34, 36, 38}},
+      {"Git-Flow that is no dictionary",
+       [](KPRepository& r) { r.refsManager()->setGitflowInfo("gitflow"); }, rest},
   };
   for (const State& state : states) {
     MenuFixture fixture;
@@ -125,7 +135,7 @@ TEST_F(RepositoryItemRules, WithoutARepositoryOneCanAtMostBeMade) {
 }
 
 TEST_F(RepositoryItemRules, ABareRepositoryHasNoWorkingCopyToChange) {
-  fixture_.repository->setBare(true);
+  fixture_.repository->refsManager()->setBare(true);
   const Tags tags = shown(fixture_, fixture_.repository.get());
   for (const std::int64_t tag : {6, 8, 9, 10}) EXPECT_EQ(std::ranges::count(tags, tag), 0) << tag;
   for (const std::int64_t tag : {15, 16, 17, 18, 19, 20, 21, 44}) {
@@ -141,7 +151,7 @@ TEST_F(RepositoryItemRules, ARepositoryInAStateCanOnlyCheckOut) {
 }
 
 TEST_F(RepositoryItemRules, OneReleaseIsFinishedBeforeTheNextIsStarted) {
-  fixture_.repository->setGitflowInfo(gitflow("releases", Objects{"release/1"}));
+  fixture_.repository->refsManager()->setGitflowInfo(gitflow("releases", Objects{"release/1"}));
   EXPECT_FALSE(build(fixture_, 36, fixture_.repository.get()));
   EXPECT_EQ(describe(build(fixture_, 37, fixture_.repository.get())),
             "Finish Git-Flow Release {: release/1 > finishGitflowRelease:}");
@@ -233,7 +243,7 @@ TEST_F(RepositoryItemRules, WhatEveryTagIsMadeOf) {
   for (const Row& row : rows) {
     EXPECT_EQ(describe(build(fixture_, row.tag, fixture_.repository.get(), true)), row.want);
   }
-  fixture_.repository->setGitflowInfo(Dictionary{});
+  fixture_.repository->refsManager()->setGitflowInfo(Dictionary{});
   EXPECT_EQ(describe(build(fixture_, 36, fixture_.repository.get())),
             "Start Git-Flow Release… > startGitflowRelease:");
   EXPECT_EQ(describe(build(fixture_, 38, fixture_.repository.get())),

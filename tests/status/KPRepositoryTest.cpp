@@ -138,51 +138,6 @@ TEST_F(KPRepositoryTest, PropertiesTakeWhatAMessageBrings) {
   EXPECT_EQ(repository->createdDirectoriesForDeletedItems().at(0).url()->path(), "/r/e");
 }
 
-// -- References -----------------------------------------------------------------------------------
-
-TEST_F(KPRepositoryTest, ReferencesAreTheManagers) {
-  const std::shared_ptr<KPRefsManager>& manager = repository->refsManager();
-  repository->setBare(Object(true));
-  repository->setHasGitlfs(Object(1));
-  repository->setHasHeadCommit(Object(true));
-  repository->setStashes(Objects{"one", "two"});
-  EXPECT_TRUE(manager->isBare() && repository->isBare());
-  EXPECT_TRUE(manager->hasGitlfs() && repository->hasGitlfs());
-  EXPECT_TRUE(manager->hasHeadCommit() && repository->hasHeadCommit());
-  EXPECT_TRUE(manager->hasStashes() && repository->hasStashes());
-  EXPECT_FALSE(repository->hasRemotes());
-  EXPECT_FALSE(repository->hasSubmodules());
-  EXPECT_FALSE(repository->hasPullRequests());
-  EXPECT_EQ(repository->stashesMenuWithAction("applyStash:")->items.size(), 2U);
-  EXPECT_TRUE(repository->remotesMenuWithAction("fetch:")->items.empty());
-  EXPECT_TRUE(repository->submodulesMenuWithAction("x:")->items.empty());
-  EXPECT_TRUE(repository->pullRequestsMenuWithAction("x:")->items.empty());
-  EXPECT_EQ(repository->menuItemWithTitle("Reset to", nullptr, "reset:", {1}, true).title,
-            "Reset to");
-}
-
-TEST_F(KPRepositoryTest, GitflowInfoIsADictionaryOrNothing) {
-  const Dictionary info = {{"gitflow.branch.features", Objects{"a"}},
-                           {"gitflow.branch.releases", Objects{"b"}},
-                           {"gitflow.branch.hotfixes", Objects{"c"}}};
-  repository->setGitflowInfo(info);
-  EXPECT_TRUE(repository->gitflowInfo().isDictionary());
-  EXPECT_EQ(repository->gitflowFeaturesMenu()->items.at(0).title, "a");
-  EXPECT_EQ(repository->gitflowReleasesMenu()->items.at(0).title, "b");
-  EXPECT_EQ(repository->gitflowHotfixesMenu()->items.at(0).title, "c");
-  repository->setGitflowInfo(Object("x"));
-  EXPECT_TRUE(repository->gitflowInfo().isNil());
-  EXPECT_EQ(repository->gitflowFeaturesMenu(), nullptr);
-}
-
-TEST_F(KPRepositoryTest, TheHeadBranchIsAReferenceOrNothing) {
-  const auto head = std::make_shared<const KPReference>();
-  repository->setHeadBranch(Object(head));
-  EXPECT_EQ(repository->headBranch(), head);
-  repository->setHeadBranch(Object("main"));
-  EXPECT_EQ(repository->headBranch(), nullptr);
-}
-
 // -- Item keys ------------------------------------------------------------------------------------
 
 TEST_F(KPRepositoryTest, TheKeyIsTheIdentifierOfWhatExists) {
@@ -291,7 +246,7 @@ TEST_F(KPRepositoryTest, ABareRepositoryTakesTheStateOnly) {
   send(first);
   ask("/r/a");
   platform.finder.forgetBadges();
-  repository->setBare(Object(true));
+  repository->refsManager()->setBare(true);
   Dictionary second = statusInfo({{"/r/a", 0x0001}});
   second.set("KPRepositoryState", 7);
   second.set("KPStatusDirtyURLs", Objects{});

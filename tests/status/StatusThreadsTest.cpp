@@ -3,6 +3,7 @@
 #include <future>
 
 #include "foundation/Dictionary.h"
+#include "refs/KPRefsManager.h"
 #include "settings/KPUserDefaults.h"
 #include "settings/SettingsKeys.h"
 #include "status/KPRepository.h"
@@ -80,13 +81,16 @@ TEST(StatusThreads, StatusBadgesAndMenusAtOnce) {
   // The main queue: menus, and the messages that need no queue of their own.
   std::size_t answers = 0;
   for (int i = 0; i < kRounds; ++i) {
-    live.repository->setBare(Object(false));
+    live.repository->refsManager()->setBare(false);
     for (const URL& item : live.items) {
       const std::optional<StatusWord> word = live.repository->statusOfItemAtURL(item);
       answers += word && isUnstagedStatus(*word) ? 1 : 0;
     }
     answers += live.repository->isDirty() || live.repository->isRealDirty() ? 1 : 0;
-    answers += live.repository->state() == 0 && live.repository->headBranch() == nullptr ? 1 : 0;
+    answers +=
+        live.repository->state() == 0 && live.repository->refsManager()->headBranch() == nullptr
+            ? 1
+            : 0;
     live.repository->updateBadges(
         Dictionary{{"urls", Objects{url("/r/elsewhere")}}, {"badge", "KPIgnoredBadge"}});
   }
