@@ -29,7 +29,11 @@ StatusWord statusOfFolder(const URL& folder, const std::shared_ptr<const UrlList
     }
   };
   contents.forEachPart(folder, [&](std::span<const FolderContents::File> part) {
-    status.forEachWord(part, contents, add);
+    const auto keyOf = [&](std::size_t position) {
+      const FolderContents::File& file = part[position];
+      return file.hasIdentifier() ? std::optional(contents.keyOf(file)) : std::nullopt;
+    };
+    status.forEachWord(part.size(), keyOf, add);
   });
   deleted->forEachWithPrefix(folder.path(), [&](std::string_view path) {
     add(status.wordOf(StatusTable::Key::ofPath(path)));

@@ -157,21 +157,21 @@ std::optional<StatusWord> RepositoryStatus::recordIfMissing(const StatusTable::K
   return table_ ? table_->recordIfMissing(key, word) : word;
 }
 
-void RepositoryStatus::forEachWord(std::span<const FolderContents::File> files,
-                                   const FolderContents& contents,
-                                   FunctionRef<void(std::optional<StatusWord> word)> visit) const {
-  while (!files.empty()) {
-    const auto part = files.first(std::min(files.size(), kWordsInOneGo));
-    files = files.subspan(part.size());
+void RepositoryStatus::forEachWord(
+    std::size_t count, FunctionRef<std::optional<StatusTable::Key>(std::size_t position)> keyOf,
+    FunctionRef<void(std::optional<StatusWord> word)> visit) const {
+  std::size_t position = 0;
+  while (position < count) {
+    const std::size_t end = std::min(count, position + kWordsInOneGo);
     const std::lock_guard lock(mutex_);
-    for (const FolderContents::File& file : part) {
-      if (!file.hasIdentifier()) continue;
-      visit(table_ ? table_->wordOf(contents.keyOf(file)) : std::nullopt);
+    for (; position < end; ++position) {
+      const std::optional<StatusTable::Key> key = keyOf(position);
+      if (key) visit(table_ ? table_->wordOf(*key) : std::nullopt);
     }
   }
 }
 
-StatusLooks::Places RepositoryStatus::places() const {
+ItemPlaces RepositoryStatus::places() const {
   const std::lock_guard lock(mutex_);
   return {root_, gitUrl_, ignoredUrls_, placesNumber_};
 }

@@ -5,18 +5,16 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <span>
 #include <utility>
 
+#include "foundation/FunctionRef.h"
 #include "foundation/Object.h"
 #include "foundation/URL.h"
 #include "protocol/StatusWord.h"
 #include "status/DeletedUrls.h"
-#include "status/FolderContents.h"
 #include "status/IgnoredUrls.h"
-#include "status/ItemKey.h"
+#include "status/ItemPlaces.h"
 #include "status/StatusInfo.h"
-#include "status/StatusLooks.h"
 #include "status/StatusTable.h"
 #include "status/UrlList.h"
 
@@ -70,13 +68,15 @@ class RepositoryStatus {
   std::optional<StatusWord> recordIfMissing(const StatusTable::Key& key, StatusWord word,
                                             std::uint64_t changes);
 
-  // Calls `visit` with the word of each file, missing without an entry. Lets others in every now
-  // and then.
-  void forEachWord(std::span<const FolderContents::File> files, const FolderContents& contents,
+  // Calls `visit` with the word of each of `count` items, missing without an entry. `keyOf` gives
+  // the key of each by its position; an item without one is left out. Lets others in every now and
+  // then; both are called with the lock held.
+  void forEachWord(std::size_t count,
+                   FunctionRef<std::optional<StatusTable::Key>(std::size_t position)> keyOf,
                    FunctionRef<void(std::optional<StatusWord> word)> visit) const;
 
   // Where the items lie.
-  StatusLooks::Places places() const;
+  ItemPlaces places() const;
   std::uint64_t placesNumber() const;
   // A number that changes whenever many items may have got another badge than was chosen before: a
   // status came in, items were staged, the places changed. Recording an entry does not change it.

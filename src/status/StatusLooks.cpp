@@ -6,7 +6,7 @@ namespace kelpie {
 namespace {
 
 // Folders are told apart by their paths here.
-StatusLooks::Places withPaths(StatusLooks::Places places, const FileSystem& files) {
+ItemPlaces withPaths(ItemPlaces places, const FileSystem& files) {
   for (std::optional<URL>* url : {&places.root, &places.gitUrl}) {
     if (*url) *url = files.filePathUrl(**url).value_or(**url);
   }
@@ -15,7 +15,7 @@ StatusLooks::Places withPaths(StatusLooks::Places places, const FileSystem& file
 
 }  // namespace
 
-StatusLooks::StatusLooks(Places places, const FileSystem& files)
+StatusLooks::StatusLooks(ItemPlaces places, const FileSystem& files)
     : places_(withPaths(std::move(places), files)),
       folders_(files),
       contents_(files, *places_.ignoredUrls) {}

@@ -11,7 +11,7 @@
 #include "status/DirtyFolders.h"
 #include "status/FolderContents.h"
 #include "status/FolderLooks.h"
-#include "status/IgnoredUrls.h"
+#include "status/ItemPlaces.h"
 #include "status/UrlList.h"
 
 namespace kelpie {
@@ -20,19 +20,11 @@ namespace kelpie {
 // those that the items would get one by one. One thread at a time.
 class StatusLooks {
  public:
-  // What a repository says about where its items lie.
-  struct Places {
-    std::optional<URL> root;
-    std::optional<URL> gitUrl;
-    std::shared_ptr<const IgnoredUrls> ignoredUrls;  // never null
-    std::uint64_t number = 0;                        // another whenever they change
-  };
-
   // `files` outlives this.
-  StatusLooks(Places places, const FileSystem& files);
+  StatusLooks(ItemPlaces places, const FileSystem& files);
 
   // The root and the git directory as paths, where file references were given.
-  const Places& places() const { return places_; }
+  const ItemPlaces& places() const { return places_; }
   FolderLooks& folders() { return folders_; }
 
   // What the file URL names; missing when nothing is there and for what is no file URL.
@@ -58,7 +50,7 @@ class StatusLooks {
  private:
   bool isOrIsInIgnored(const FolderLooks::Folder* folder);
 
-  const Places places_;
+  const ItemPlaces places_;
   FolderLooks folders_;
   FolderContents contents_;
   std::optional<Ancestry> root_;       // made when it is first needed
