@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -260,9 +261,8 @@ class Graph {
 
 // Every operation that a message can name, but for what ends the test rather than the message.
 std::vector<std::string_view> selectors() {
-  std::vector<std::string_view> result;
-  for (const auto& route : kelpie::controllerRoutes()) result.push_back(route.selector);
-  for (const auto& route : kelpie::repositoryRoutes()) result.push_back(route.selector);
+  std::vector<std::string_view> result = kelpie::controllerRoutes().selectors();
+  std::ranges::copy(kelpie::repositoryRoutes().selectors(), std::back_inserter(result));
   std::erase(result, "setRepositories:");  // no repository would be left
   std::erase(result, "setApplicationPid:");
   return result;

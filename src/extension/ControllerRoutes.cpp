@@ -1,8 +1,5 @@
 #include "extension/ControllerRoutes.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "extension/KPKelpieSync.h"
 #include "protocol/Selectors.h"
 
@@ -10,9 +7,7 @@ namespace kelpie {
 
 namespace {
 
-constexpr auto answers = &noEffect<KPKelpieSync>;
-constexpr auto repositoryAction = calls<&KPKelpieSync::remoteRepositoryAction>;
-constexpr auto applicationAction = calls<&KPKelpieSync::applicationAction>;
+// -- Operations -----------------------------------------------------------------------------------
 
 // Those that take a list are overloaded for the menus.
 void setTargetURLs(KPKelpieSync& controller, const Object& urls) { controller.setTargetURLs(urls); }
@@ -24,8 +19,7 @@ void setMonitor(KPKelpieSync& controller, const Object& /*monitor*/) {
   controller.setMonitor(nullptr);
 }
 
-// The actions stand together: see actionRoutes().
-constexpr Route<KPKelpieSync> kRoutes[] = {
+constexpr Route<KPKelpieSync> kControllerOperations[] = {
     // Presence, folders and repositories.
     {"updateApplicationRunning:", calls<&KPKelpieSync::updateApplicationRunning>},
     {"setApplicationPid:", calls<&KPKelpieSync::setApplicationPid>},
@@ -33,76 +27,7 @@ constexpr Route<KPKelpieSync> kRoutes[] = {
     {selector::kLookAgain, calls<&KPKelpieSync::beginObservingDirectoryAtURL>},
     {"endObservingDirectoryAtURL:", calls<&KPKelpieSync::endObservingDirectoryAtURL>},
     {"requestBadgeIdentifierForURL:", calls<&KPKelpieSync::requestBadgeIdentifierForURL>},
-    {"repositoryForURL:", answers},
     {selector::kRepositoryOpened, calls<&KPKelpieSync::openRepositoryWithUrls>},
-
-    // Actions on a repository.
-    {"addRemote:", repositoryAction},
-    {"addSubmodule:", repositoryAction},
-    {"applyPatch:", repositoryAction},
-    {"applyStash:", repositoryAction},
-    {"blameItems:", repositoryAction},
-    {"checkout:", repositoryAction},
-    {"commit:", repositoryAction},
-    {"compareCommits:", repositoryAction},
-    {"createBranch:", repositoryAction},
-    {"createPullRequest:", repositoryAction},
-    {"createTag:", repositoryAction},
-    {"deleteBranches:", repositoryAction},
-    {"deleteRemoteBranches:", repositoryAction},
-    {"deleteRemotes:", repositoryAction},
-    {"deleteStashes:", repositoryAction},
-    {"deleteSubmodules:", repositoryAction},
-    {"deleteTags:", repositoryAction},
-    {"diff:", repositoryAction},
-    {"discard:", repositoryAction},
-    {"discardAll:", repositoryAction},
-    {"excludeItems:", repositoryAction},
-    {"exportCommits:", repositoryAction},
-    {"externalDiff:", repositoryAction},
-    {"fastForward:", repositoryAction},
-    {"fetch:", repositoryAction},
-    {"finishGitflowFeature:", repositoryAction},
-    {"finishGitflowHotfix:", repositoryAction},
-    {"finishGitflowRelease:", repositoryAction},
-    {"historyItems:", repositoryAction},
-    {"ignoreItems:", repositoryAction},
-    {"lfsFetch:", repositoryAction},
-    {"lfsPrune:", repositoryAction},
-    {"lfsPush:", repositoryAction},
-    {"merge:", repositoryAction},
-    {"prune:", repositoryAction},
-    {"pull:", repositoryAction},
-    {"push:", repositoryAction},
-    {"rebase:", repositoryAction},
-    {"renameBranch:", repositoryAction},
-    {"renameRemoteBranch:", repositoryAction},
-    {"reset:", repositoryAction},
-    {"resolve:", repositoryAction},
-    {"restore:", repositoryAction},
-    {"revertItems:", repositoryAction},
-    {"saveStash:", repositoryAction},
-    {"showBrowser:", repositoryAction},
-    {"showRemoteSettings:", repositoryAction},
-    {"showSettings:", repositoryAction},
-    {"showSubmoduleSettings:", repositoryAction},
-    {"stage:", repositoryAction},
-    {"startGitflowFeature:", repositoryAction},
-    {"startGitflowHotfix:", repositoryAction},
-    {"startGitflowRelease:", repositoryAction},
-    {"unstage:", repositoryAction},
-    {"untrackItems:", repositoryAction},
-    {"remoteRepositoryAction:", repositoryAction},
-
-    // Actions on the application.
-    {"quit:", applicationAction},
-    {"showAboutPanel:", applicationAction},
-    {"showConfiguration:", applicationAction},
-    {"showPreferences:", applicationAction},
-
-    // Requests for a new repository.
-    {"clone:", calls<&KPKelpieSync::clone>},
-    {"createRepository:", calls<&KPKelpieSync::createRepository>},
 
     // Properties.
     {"setRepositories:", calls<&KPKelpieSync::setRepositories>},
@@ -114,60 +39,69 @@ constexpr Route<KPKelpieSync> kRoutes[] = {
     {"setTargetURLs:", setTargetURLs},
     {"setMonitor:", setMonitor},
     {"setPortName:", calls<&KPKelpieSync::setPortName>},
-    // No message can carry a queue, and the controller serves nobody without one.
-    {"setObserverQueue:", answers},
-    // The values of repositories that are not open yet: always absent, so what is set is lost.
-    {"setReferenceses:", answers},
-    {"setStasheses:", answers},
-    {"setGitflowInfos:", answers},
-    {"setBares:", answers},
-    {"setGitlfss:", answers},
-    {"setHeadBranches:", answers},
-    {"setHasHeadCommits:", answers},
-
-    // Questions, whose answers nobody takes.
-    {"repositories", answers},
-    {"allObservedFiles", answers},
-    {"inactiveObservedFiles", answers},
-    {"observedDirectories", answers},
-    {"observerQueue", answers},
-    {"port", answers},
-    {"senderObjects", answers},
-    {"referenceses", answers},
-    {"stasheses", answers},
-    {"gitflowInfos", answers},
-    {"bares", answers},
-    {"gitlfss", answers},
-    {"headBranches", answers},
-    {"hasHeadCommits", answers},
-    {"targetURLs", answers},
-    {"applicationPid", answers},
-    {"monitor", answers},
-    {"portName", answers},
-    {"toolbarItemName", answers},
-    {"toolbarItemToolTip", answers},
-    {"toolbarItemImage", answers},
-
-    // The controller's beginning and end are its owner's, not a message's.
-    {"init", answers},
-    {"dealloc", answers},
 };
 
-constexpr const Route<KPKelpieSync>* routeOf(std::string_view selector) {
-  return std::ranges::find(kRoutes, selector, &Route<KPKelpieSync>::selector);
-}
+// -- Actions --------------------------------------------------------------------------------------
 
-constexpr std::string_view kFirstAction = "addRemote:";
-constexpr std::string_view kLastAction = "createRepository:";
-static_assert(routeOf(kFirstAction) < routeOf(kLastAction) &&
-              routeOf(kLastAction) != std::end(kRoutes));
+// clang-format off
+constexpr std::string_view kRepositoryActions[] = {
+    "remoteRepositoryAction:",
+    // Files.
+    "stage:", "unstage:", "untrackItems:", "ignoreItems:", "excludeItems:", "discard:",
+    "discardAll:", "revertItems:", "restore:", "resolve:", "applyPatch:",
+    // Branches, tags and commits.
+    "checkout:", "createBranch:", "renameBranch:", "renameRemoteBranch:", "deleteBranches:",
+    "deleteRemoteBranches:", "fastForward:", "merge:", "rebase:", "reset:", "createTag:",
+    "deleteTags:", "exportCommits:", "compareCommits:", "commit:",
+    // Stashes, remotes, submodules and pull requests.
+    "applyStash:", "saveStash:", "deleteStashes:", "addRemote:", "deleteRemotes:", "fetch:",
+    "prune:", "pull:", "push:", "addSubmodule:", "deleteSubmodules:", "createPullRequest:",
+    // Git-flow and Git-LFS.
+    "startGitflowFeature:", "startGitflowHotfix:", "startGitflowRelease:",
+    "finishGitflowFeature:", "finishGitflowHotfix:", "finishGitflowRelease:", "lfsFetch:",
+    "lfsPrune:", "lfsPush:",
+    // Windows.
+    "blameItems:", "diff:", "externalDiff:", "historyItems:", "showBrowser:",
+    "showRemoteSettings:", "showSettings:", "showSubmoduleSettings:",
+};
+constexpr std::string_view kApplicationActions[] = {
+    "quit:", "showAboutPanel:", "showConfiguration:", "showPreferences:",
+};
+constexpr std::string_view kClone[] = {"clone:"};
+constexpr std::string_view kCreateRepository[] = {"createRepository:"};
+
+constexpr SharedRoute<KPKelpieSync> kActions[] = {
+    {calls<&KPKelpieSync::remoteRepositoryAction>, kRepositoryActions},
+    {calls<&KPKelpieSync::applicationAction>,      kApplicationActions},
+    {calls<&KPKelpieSync::clone>,                  kClone},
+    {calls<&KPKelpieSync::createRepository>,       kCreateRepository},
+};
+
+// -- Names without effect -------------------------------------------------------------------------
+
+constexpr std::string_view kControllerWithoutEffect[] = {
+    // No message can carry a queue, and the controller serves nobody without one.
+    "setObserverQueue:",
+    // The values of repositories that are not open yet: always absent, so what is set is lost.
+    "setReferenceses:", "setStasheses:", "setGitflowInfos:", "setBares:", "setGitlfss:",
+    "setHeadBranches:", "setHasHeadCommits:",
+    // Questions: a message gets no answer.
+    "repositoryForURL:",
+    "repositories", "allObservedFiles", "inactiveObservedFiles", "observedDirectories",
+    "observerQueue", "port", "portName", "monitor", "applicationPid", "senderObjects", "targetURLs",
+    "referenceses", "stasheses", "gitflowInfos", "bares", "gitlfss", "headBranches",
+    "hasHeadCommits",
+    "toolbarItemName", "toolbarItemToolTip", "toolbarItemImage",
+    // The controller's beginning and end are its owner's, not a message's.
+    "init", "dealloc",
+};
+// clang-format on
+
+constexpr RouteTable<KPKelpieSync> kControllerRoutes = {kControllerOperations, kActions,
+                                                        kControllerWithoutEffect};
 
 }  // namespace
 
-std::span<const Route<KPKelpieSync>> controllerRoutes() { return kRoutes; }
-
-std::span<const Route<KPKelpieSync>> actionRoutes() {
-  return {routeOf(kFirstAction), routeOf(kLastAction) + 1};
-}
+const RouteTable<KPKelpieSync>& controllerRoutes() { return kControllerRoutes; }
 
 }  // namespace kelpie

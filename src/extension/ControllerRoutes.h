@@ -1,7 +1,5 @@
 #pragma once
 
-#include <span>
-
 #include "extension/Route.h"
 
 namespace kelpie {
@@ -14,9 +12,8 @@ class KPKelpieSync;
 // "handleSelectorMessage:" would call itself, as deep as a message likes; and "menuForMenuKind:"
 // would build a menu that nobody sees over the targets and objects of the menu that the user has
 // open.
-std::span<const Route<KPKelpieSync>> controllerRoutes();
-
-// Those of them that a menu item can bear as its action, `remoteRepositoryAction:` included.
-std::span<const Route<KPKelpieSync>> actionRoutes();
+//
+// A menu item can bear the actions, and no other name that is here.
+const RouteTable<KPKelpieSync>& controllerRoutes();
 
 }  // namespace kelpie

@@ -95,23 +95,18 @@ struct SelectorMessage {
       : content(std::move(message)), selector(content[kMessageSelectorKey].string()) {}
 
   template <class T>
-  void call(T& target, std::span<const Route<T>> routes, Log& log) const {
+  void carryOut(Call<T> call, T& target, Log& log) const {
     const Object argument = content[kMessageArgumentKey];
     if (content.isRefused()) {
       log.write("A message says more than its bytes can hold; dropped.");
     } else {
-      dispatch(target, routes, *selector, argument);
+      call(target, argument);
     }
   }
 
   Object content;
   std::optional<std::string> selector;  // missing in what is no message
 };
-
-bool hasRoute(std::string_view selector) {
-  return std::ranges::find(controllerRoutes(), selector, &Route<KPKelpieSync>::selector) !=
-         controllerRoutes().end();
-}
 
 }  // namespace
 
@@ -192,10 +187,12 @@ std::optional<Menu> KPKelpieSync::menuForMenuKind(FIMenuKind kind) {
 }
 
 bool KPKelpieSync::performAction(const MenuItem& item) {
-  return item.action &&
-         dispatch(
-             *this, controllerRoutes(), *item.action,
-             Object(std::shared_ptr<const Archivable>(std::make_shared<const MenuItem>(item))));
+  const Call<KPKelpieSync> call = item.action ? controllerRoutes().find(*item.action) : nullptr;
+  if (call == nullptr) {
+    return false;
+  }
+  call(*this, Object(std::shared_ptr<const Archivable>(std::make_shared<const MenuItem>(item))));
+  return true;
 }
 
 void KPKelpieSync::remoteRepositoryAction(const Object& sender) {
@@ -282,8 +279,12 @@ void KPKelpieSync::handleSelectorMessage(std::shared_ptr<const Bytes> message) {
   if (!head.selector) {
     return;
   }
-  if (hasRoute(*head.selector)) {
-    head.call(*this, controllerRoutes(), platform_.log);
+  if (const Call<KPKelpieSync> call = controllerRoutes().find(*head.selector)) {
+    head.carryOut(call, *this, platform_.log);
+    return;
+  }
+  const Call<KPRepository> call = repositoryRoutes().find(*head.selector);
+  if (call == nullptr) {
     return;
   }
   const std::optional<FileIdentifier> target =
@@ -293,13 +294,13 @@ void KPKelpieSync::handleSelectorMessage(std::shared_ptr<const Bytes> message) {
     return;
   }
   if (message->size() <= kLongMessage && !repository->hasWaitingMessages()) {
-    head.call(*repository, repositoryRoutes(), platform_.log);
+    head.carryOut(call, *repository, platform_.log);
     return;
   }
-  repository->handleLater([message = std::move(message), &log = platform_.log](KPRepository& self) {
-    const SelectorMessage whole(KeyedUnarchiver::open(message));
-    whole.call(self, repositoryRoutes(), log);
-  });
+  repository->handleLater(
+      [message = std::move(message), call, &log = platform_.log](KPRepository& self) {
+        SelectorMessage(KeyedUnarchiver::open(message)).carryOut(call, self, log);
+      });
 }
 
 bool KPKelpieSync::isRefused(const Object& argument) const {

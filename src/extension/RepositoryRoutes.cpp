@@ -11,9 +11,7 @@ namespace {
 template <auto Member>
 constexpr auto callsReferences = callsPart<&KPRepository::refsManager, Member>;
 
-constexpr auto noAnswer = &noEffect<KPRepository>;
-
-constexpr Route<KPRepository> kRepositoryRoutes[] = {
+constexpr Route<KPRepository> kRepositoryOperations[] = {
     // Status intake and badges.
     {selector::kSetStatusInfo, calls<&KPRepository::setStatusInfo>},
     {"updateStagedStatus:", calls<&KPRepository::updateStagedStatus>},
@@ -32,8 +30,7 @@ constexpr Route<KPRepository> kRepositoryRoutes[] = {
     {selector::kSetHasGitlfs, callsReferences<&KPRefsManager::setHasGitlfs>},
     {selector::kSetHasHeadCommit, callsReferences<&KPRefsManager::setHasHeadCommit>},
 
-    // Properties. No message can carry a references manager or a queue, and a repository is
-    // nothing without them: those two stay.
+    // Properties.
     {selector::kSetIdentifier, calls<&KPRepository::setIdentifier>},
     {selector::kSetGitUrl, calls<&KPRepository::setGitUrl>},
     {"setState:", calls<&KPRepository::setState>},
@@ -46,28 +43,27 @@ constexpr Route<KPRepository> kRepositoryRoutes[] = {
     {"setDirtyUrls:", calls<&KPRepository::setDirtyUrls>},
     {"setIgnoredUrls:", calls<&KPRepository::setIgnoredUrls>},
     {"setDeletedUrls:", calls<&KPRepository::setDeletedUrls>},
-    {"setRefsManager:", noAnswer},
-    {"setUpdateQueue:", noAnswer},
-
-    // Questions, whose noAnswer nobody takes.
-    {"identifierForUrl:", noAnswer},
-    {"isStagedItemAtURL:", noAnswer},
-    {"isUnstagedItemAtURL:", noAnswer},
-    {"isDiffableItemAtURL:", noAnswer},
-    {"isDiscardableItemAtURL:", noAnswer},
-    {"isRevertableItemAtURL:", noAnswer},
-    {"isTrackedItemAtURL:", noAnswer},
-    {"isConflictedItemAtURL:", noAnswer},
-    {"isParentIgnoredUrl:", noAnswer},
-    {"badgeIdentifierForStatus:", noAnswer},
-    {"stashesMenuWithAction:", noAnswer},
-    {"remotesMenuWithAction:", noAnswer},
-    {"submodulesMenuWithAction:", noAnswer},
-    {"pullRequestsMenuWithAction:", noAnswer},
 };
+
+// clang-format off
+constexpr std::string_view kRepositoryWithoutEffect[] = {
+    // No message can carry a references manager or a queue, and a repository is nothing without
+    // them: those two stay.
+    "setRefsManager:", "setUpdateQueue:",
+    // Questions: a message gets no answer.
+    "identifierForUrl:", "isStagedItemAtURL:", "isUnstagedItemAtURL:", "isDiffableItemAtURL:",
+    "isDiscardableItemAtURL:", "isRevertableItemAtURL:", "isTrackedItemAtURL:",
+    "isConflictedItemAtURL:", "isParentIgnoredUrl:", "badgeIdentifierForStatus:",
+    "stashesMenuWithAction:", "remotesMenuWithAction:", "submodulesMenuWithAction:",
+    "pullRequestsMenuWithAction:",
+};
+// clang-format on
+
+constexpr RouteTable<KPRepository> kRepositoryRoutes = {
+    kRepositoryOperations, {}, kRepositoryWithoutEffect};
 
 }  // namespace
 
-std::span<const Route<KPRepository>> repositoryRoutes() { return kRepositoryRoutes; }
+const RouteTable<KPRepository>& repositoryRoutes() { return kRepositoryRoutes; }
 
 }  // namespace kelpie

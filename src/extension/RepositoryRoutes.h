@@ -1,7 +1,5 @@
 #pragma once
 
-#include <span>
-
 #include "extension/Route.h"
 
 namespace kelpie {
@@ -11,6 +9,6 @@ class KPRepository;
 // Every operation of a repository, or of its references manager, that takes one object, by the
 // selector that a message names it with. Main queue, or for a long message the repository's update
 // queue.
-std::span<const Route<KPRepository>> repositoryRoutes();
+const RouteTable<KPRepository>& repositoryRoutes();
 
 }  // namespace kelpie

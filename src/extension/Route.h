@@ -6,32 +6,62 @@
 #include <optional>
 #include <span>
 #include <string_view>
-#include <type_traits>
+#include <vector>
 
 #include "foundation/Object.h"
 #include "foundation/URL.h"
 
 namespace kelpie {
 
-// One operation that a message can call: the selector that names it, and the call. The argument is
-// what the message held, and may be nil or of any class.
+// The call of an operation. The argument is what the message held: nil, or of any class.
+template <class T>
+using Call = void (*)(T& target, const Object& argument);
+
+// One operation, by the selector that names it.
 template <class T>
 struct Route {
   std::string_view selector;
-  void (*call)(T& target, const Object& argument);
+  Call<T> call;
 };
 
-// Calls the operation that `selector` names. False when no route does.
+// Selectors that all name the same call.
 template <class T>
-bool dispatch(T& target, std::type_identity_t<std::span<const Route<T>>> routes,
-              std::string_view selector, const Object& argument) {
-  const auto route = std::ranges::find(routes, selector, &Route<T>::selector);
-  if (route == routes.end()) {
-    return false;
+struct SharedRoute {
+  Call<T> call;
+  std::span<const std::string_view> selectors;
+};
+
+// A selector that is known and has no effect.
+template <class T>
+void noEffect(T& /*target*/, const Object& /*argument*/) {}
+
+// All selectors that one class of target knows; none stands there twice.
+template <class T>
+struct RouteTable {
+  std::span<const Route<T>> operations;
+  std::span<const SharedRoute<T>> actions;
+  std::span<const std::string_view> withoutEffect;
+
+  // The call that the selector names; null when it is unknown.
+  Call<T> find(std::string_view selector) const {
+    const auto route = std::ranges::find(operations, selector, &Route<T>::selector);
+    if (route != operations.end()) return route->call;
+    for (const SharedRoute<T>& shared : actions)
+      if (std::ranges::find(shared.selectors, selector) != shared.selectors.end())
+        return shared.call;
+    const auto name = std::ranges::find(withoutEffect, selector);
+    return name != withoutEffect.end() ? &noEffect<T> : nullptr;
   }
-  route->call(target, argument);
-  return true;
-}
+
+  // All selectors.
+  std::vector<std::string_view> selectors() const {
+    std::vector<std::string_view> all(withoutEffect.begin(), withoutEffect.end());
+    for (const Route<T>& route : operations) all.push_back(route.selector);
+    for (const SharedRoute<T>& shared : actions)
+      all.insert(all.end(), shared.selectors.begin(), shared.selectors.end());
+    return all;
+  }
+};
 
 // The call of a member function with what it takes: the object as it came; a truth (no for what is
 // none); a number (0 for what is none, the low bits where it is narrower); a record (null for what
@@ -101,10 +131,5 @@ struct CallingPart<GetPart, Member> {
 
 template <auto GetPart, auto Member>
 inline constexpr auto callsPart = &CallingPart<GetPart, Member>::call;
-
-// An operation that only answers, or that has nothing to take from a message. The message has
-// found its target all the same.
-template <class T>
-void noEffect(T& /*target*/, const Object& /*argument*/) {}
 
 }  // namespace kelpie

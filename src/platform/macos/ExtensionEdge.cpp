@@ -29,7 +29,8 @@ void ExtensionEdge::initialize(const Platform& platform) noexcept {
 }
 
 void ExtensionEdge::forEachAction(FunctionRef<void(std::string_view selector)> visit) {
-  for (const Route<KPKelpieSync>& route : actionRoutes()) visit(route.selector);
+  for (const SharedRoute<KPKelpieSync>& action : controllerRoutes().actions)
+    for (const std::string_view selector : action.selectors) visit(selector);
 }
 
 ExtensionEdge::~ExtensionEdge() {
