@@ -7,7 +7,7 @@ namespace kelpie {
 class FileSystem;
 class MenuHost;
 
-// Turns the user's choices into messages to the main application, which does the work. Main queue.
+// Turns the user's choices into messages to the main application, which does the work. Main thread.
 // The sender is the chosen menu item; a message may make it anything. Without a sender, each
 // raises std::invalid_argument where it comes to building its message.
 class ActionForwarder {

@@ -28,7 +28,7 @@ class RepositoryTable;
 // The extension's one controller: what the file manager calls, and what the main application's
 // messages reach. It owns the parts that do the work and hands each call to the part it concerns.
 //
-// One per process, made, used and let go on the main queue. Operations marked "any thread" return
+// One per process, made, used and let go on the main thread. Operations marked "any thread" return
 // at once and do their work on the observer queue; work that is still queued there when the
 // controller goes keeps what it needs alive.
 class KPKelpieSync final : public FinderSync, public MenuHost {
@@ -68,7 +68,7 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
   std::optional<Menu> menuForMenuKind(FIMenuKind kind) override;
   bool performAction(const MenuItem& item) override;
 
-  // -- Actions: main queue ------------------------------------------------------------------------
+  // -- Actions: main thread -----------------------------------------------------------------------
 
   // What the actions come to: see ActionForwarder.
   void remoteRepositoryAction(const Object& sender);
@@ -80,24 +80,24 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
 
   // Hands the folders of the settings to the file manager. Any thread.
   void updateFolders();
-  // Looks for the main application. Main queue. Raises as setApplicationPid() does.
+  // Looks for the main application. Main thread. Raises as setApplicationPid() does.
   void updateApplicationRunning();
-  // The main application is the process `pid`, or, below 1, is gone. Main queue. Raises
+  // The main application is the process `pid`, or, below 1, is gone. Main thread. Raises
   // std::invalid_argument when there is no receiving port to tell it of; nothing has changed then.
   void setApplicationPid(std::int32_t pid);
   // The answer to a request for a repository: its working directory first, its git directory last.
-  // Nothing is done for one that is open in its place already. Main queue; the repository is made
+  // Nothing is done for one that is open in its place already. Main thread; the repository is made
   // on the observer queue.
   void openRepositoryWithUrls(const Object& urls);
   // Decodes one message of the main application and calls the operation that it names: the
   // controller's, else that of the repository it is meant for. Anything else is dropped, and so is
   // a message that says more than its bytes can hold. A long message for a repository is handled on
   // the repository's update queue, as are those that come while it waits; of any other no more is
-  // read than takes a few milliseconds, so that menus do not wait. Main queue.
+  // read than takes a few milliseconds, so that menus do not wait. Main thread.
   void handleSelectorMessage(std::shared_ptr<const Bytes> message);
 
   // -- Properties ---------------------------------------------------------------------------------
-  // Read on any thread but where noted, set on the main queue. Setters that take an Object are
+  // Read on any thread but where noted, set on the main thread. Setters that take an Object are
   // reached by messages of the main application: entries that the property cannot hold are left
   // out, and a value of another class counts as nil. A table that is set to nil is empty; it is not
   // gone, so that one bad message does not end the extension's work.
@@ -121,7 +121,7 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
   // The name of the receiving port; missing when it could not be made.
   std::optional<std::string> portName() const;
   void setPortName(const Object& name);
-  // The watch on the main application; null while nobody is watched. Main queue.
+  // The watch on the main application; null while nobody is watched. Main thread.
   std::shared_ptr<ProcessMonitor> monitor() const;
   void setMonitor(std::shared_ptr<ProcessMonitor> monitor);
   void setSenderObjects(const Object& objects);
@@ -157,9 +157,9 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
   const std::unique_ptr<PresenceMonitor> presence_;
   const std::unique_ptr<ActionForwarder> actions_;
   MenuAssembly menus_;
-  std::vector<URL> targetURLs_;           // main queue
-  SenderObjects senderObjects_;           // main queue
-  std::uint64_t repositoryOpenings_ = 0;  // main queue: how often work was queued to open one
+  std::vector<URL> targetURLs_;           // main thread
+  SenderObjects senderObjects_;           // main thread
+  std::uint64_t repositoryOpenings_ = 0;  // main thread: how often work was queued to open one
   std::unique_ptr<LocalMessagePort> receivingPort_;
   std::unique_ptr<DefaultsObservation> foldersObservation_;
   std::unique_ptr<NotificationObservation> runningObservation_;

@@ -20,7 +20,7 @@ class MessageLink {
   explicit MessageLink(const Platform& platform) : platform_(platform) {}
 
   // Opens the receiving port, under a name of the application group and this process's id, and
-  // keeps its name. Null when that fails, which is then reported to the user. Main queue.
+  // keeps its name. Null when that fails, which is then reported to the user. Main thread.
   std::unique_ptr<LocalMessagePort> setupMessageListener(LocalMessagePort::Handler handler);
 
   // Sends one message, with the receiving port's name added. Opens the sending port if there is

@@ -14,7 +14,7 @@ class MessageLink;
 
 // Finds the main application, tells it where the extension listens, watches its process, and
 // clears what came from it when it is gone. Only one running copy, of the same version as the
-// extension, counts as there. Main queue.
+// extension, counts as there. Main thread.
 class PresenceMonitor {
  public:
   // `defaults` is borrowed for the life of this object.

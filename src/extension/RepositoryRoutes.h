@@ -7,7 +7,7 @@ namespace kelpie {
 class KPRepository;
 
 // Every operation of a repository, or of its references manager, that takes one object, by the
-// selector that a message names it with. Main queue, or for a long message the repository's update
+// selector that a message names it with. Main thread, or for a long message the repository's update
 // queue.
 const RouteTable<KPRepository>& repositoryRoutes();
 

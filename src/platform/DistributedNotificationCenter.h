@@ -17,7 +17,7 @@ class NotificationObservation {
 class DistributedNotificationCenter {
  public:
   virtual ~DistributedNotificationCenter() = default;
-  // Main queue; `handler` runs there, from any object that posts `name`.
+  // Main thread; `handler` runs there, from any object that posts `name`.
   virtual std::unique_ptr<NotificationObservation> addObserver(
       std::string_view name, std::function<void(const std::string& object)> handler) = 0;
   // Any thread. Delivered immediately; a failure is logged.

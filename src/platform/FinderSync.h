@@ -37,7 +37,7 @@ class FinderSync {
   // A badge is wanted for the item: sets it if a repository holds the item, and notes the item.
   virtual void requestBadgeIdentifierForURL(const URL& url) = 0;
 
-  // -- Menus and actions: main queue --------------------------------------------------------------
+  // -- Menus and actions: main thread -------------------------------------------------------------
 
   // The menu of that kind for what the FinderSyncController says is selected; missing when there is
   // none. Raises std::invalid_argument where a message would hold an absent value.

@@ -12,13 +12,13 @@
 
 namespace kelpie {
 
-// The receiving end of a named port. Messages arrive on the main queue for as long as it lives.
+// The receiving end of a named port. Messages arrive on the main thread for as long as it lives.
 class LocalMessagePort {
  public:
   // Must be called once for each message, on any thread, when the message has taken effect: the
   // port may keep back the next message of the same sender until then. It never waits for it.
   using Completion = std::function<void()>;
-  // Main queue. No answer is sent to any message.
+  // Main thread. No answer is sent to any message.
   using Handler =
       std::function<void(std::int32_t id, std::shared_ptr<const Bytes> message, Completion done)>;
 
@@ -47,7 +47,7 @@ class RemoteMessagePort {
 class MessagePorts {
  public:
   virtual ~MessagePorts() = default;
-  // Main queue. Null when the name is taken, too long, or the port cannot be made.
+  // Main thread. Null when the name is taken, too long, or the port cannot be made.
   virtual std::unique_ptr<LocalMessagePort> createLocal(std::string_view name,
                                                         LocalMessagePort::Handler handler) = 0;
   // Any thread; never blocks. Null when nobody listens under that name.

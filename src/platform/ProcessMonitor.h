@@ -12,9 +12,9 @@ namespace kelpie {
 class ProcessMonitor {
  public:
   virtual ~ProcessMonitor() = default;
-  // Runs on the main queue for each event. To be set before resume().
+  // Runs on the main thread for each event. To be set before resume().
   virtual void setEventHandler(std::function<void()> handler) = 0;
-  // Runs on the main queue once, after cancel().
+  // Runs on the main thread once, after cancel().
   virtual void setCancelHandler(std::function<void()> handler) = 0;
   virtual void resume() = 0;
   // No event handler starts after this; handlers are let go after the cancel handler has run.

@@ -6,7 +6,7 @@
 
 namespace kelpie {
 
-// Main queue.
+// Main thread.
 class RunningApplications {
  public:
   virtual ~RunningApplications() = default;

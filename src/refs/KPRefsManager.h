@@ -23,7 +23,8 @@ class Log;
 
 // What the main application last said about the references of one repository, and the submenus
 // that are built from it. Owner: the repository; `bundle` and `log` outlive it. Any thread: menus
-// are asked for on the main queue, and a long message is taken in on the repository's update queue.
+// are asked for on the main thread, and a long message is taken in on the repository's update
+// queue.
 //
 // The children of the references tree's root are sections, known by their position: 1 local
 // branches, 2 tags, 3 remotes (each with its branches), 4 submodules, 5 pull requests. A section

@@ -8,7 +8,8 @@ namespace kelpie {
 class KPReference;
 struct ReferenceEntry;
 
-// How one reference shows in a reference picker, by the action that its item will send. Main queue.
+// How one reference shows in a reference picker, by the action that its item will send. Main
+// thread.
 struct ReferenceItemRule {
   // Asks about the item's own reference and the one that the menu was asked for, or null. A
   // comparison with what is missing is false.

@@ -18,7 +18,7 @@ constexpr int kRounds = 150;
 
 class ControllerThreads : public testing::Test {
  protected:
-  // Runs on the main queue and waits for it.
+  // Runs on the main thread and waits for it.
   void onMain(const std::function<void()>& work) {
     std::promise<void> done;
     queues.mainQueue()->post([&] {
@@ -60,7 +60,7 @@ class ControllerThreads : public testing::Test {
     }
   }
 
-  // What the user and the main application do, on the main queue.
+  // What the user and the main application do, on the main thread.
   void work(int round) {
     const std::string root = "/work/repo" + std::to_string(round % 3);
     const URL rootUrl = URL::fileURLWithPath(root, true);

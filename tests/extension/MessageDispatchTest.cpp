@@ -150,7 +150,7 @@ TEST_F(MessageDispatchTest, AnOpeningIsDoneWhenTheRepositoryIsThere) {
                                         {"KPMessageArgument", 5},
                                         {"KPMessageTarget", identifierOf(root)}});
   fakes.queues.main().runAll();
-  EXPECT_EQ(fakes.messagePorts.doneMessages(), 0U) << "and the main queue is free meanwhile";
+  EXPECT_EQ(fakes.messagePorts.doneMessages(), 0U) << "and the main thread is free meanwhile";
   EXPECT_EQ(observerQueue().pending(), 2U);
   EXPECT_TRUE(observerQueue().runOne());
   EXPECT_EQ(fakes.messagePorts.doneMessages(), 0U);

@@ -8,7 +8,7 @@ namespace kelpie {
 // Main thread.
 bool runUntil(const std::function<bool()>& condition);
 
-// Runs the main loop until what was posted to the main queue before has run.
+// Runs the main loop until what was posted to the main thread before has run.
 void drainMainQueue();
 
 }  // namespace kelpie

@@ -176,7 +176,7 @@ TEST_F(MacDefaults, TellOfChangesForAsLongAsSomebodyObserves) {
   EXPECT_EQ(changes, 0);
 }
 
-// Told by a thread that had begun before the observation went, and by the main queue after it.
+// Told by a thread that had begun before the observation went, and by the main thread after it.
 TEST_F(MacDefaults, AChangeThatComesTooLateReachesNobody) {
   const auto held = std::make_shared<int>(0);
   auto observation = suite->observe("key", [held] { ++*held; });

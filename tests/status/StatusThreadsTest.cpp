@@ -78,7 +78,7 @@ TEST(StatusThreads, StatusBadgesAndMenusAtOnce) {
       for (const URL& folder : live.folders) live.repository->addObservedURL(folder);
     }
   });
-  // The main queue: menus, and the messages that need no queue of their own.
+  // The main thread: menus, and the messages that need no queue of their own.
   std::size_t answers = 0;
   for (int i = 0; i < kRounds; ++i) {
     live.repository->refsManager()->setBare(false);

@@ -10,7 +10,7 @@
 
 namespace kelpie {
 
-// Queues that run by themselves, the main queue included, each on a thread of its own.
+// Queues that run by themselves, the main thread's included, each on a thread of its own.
 class ThreadedQueues final : public SerialQueues {
  public:
   ThreadedQueues();

@@ -13,7 +13,7 @@ namespace kelpie {
 // replaces nobody and lets nobody replace it. Main thread.
 class BusName {
  public:
-  // Both are called on the main context, as often as it happens.
+  // Both are called on the main thread, as often as it happens.
   struct Handlers {
     std::function<void()> acquired;
     // Somebody else has the name. The end of the bus is SessionBus's to tell.

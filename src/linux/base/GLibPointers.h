@@ -31,7 +31,7 @@ struct GFreeDelete {
 };
 using GCharPtr = std::unique_ptr<char, GFreeDelete>;
 
-// A source of the main context; letting it go takes it out of the context.
+// A source of the main loop; letting it go takes it out of the context.
 struct GSourceDestroy {
   void operator()(GSource* source) const {
     g_source_destroy(source);

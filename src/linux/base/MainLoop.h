@@ -12,7 +12,7 @@
 
 namespace kelpie {
 
-// The main thread's event loop: GLib's default main context, on which the session bus delivers as
+// The main thread's event loop: GLib's default context, on which the session bus delivers as
 // well. Made on the main thread. All callbacks run there; a std::invalid_argument that one of them
 // lets out is logged as one line, and the loop goes on. One at a time in a process.
 class MainLoop {
@@ -43,7 +43,7 @@ class MainLoop {
   // Any thread.
   void quit(int status);
 
-  // The main queue. Its tasks run one after the other, and other events come in between.
+  // The main thread's queue. Its tasks run one after the other, and other events come in between.
   // isCurrent() is true on the main thread, whatever event runs there. Any thread.
   std::shared_ptr<SerialQueue> queue() const;
 

@@ -13,7 +13,7 @@
 namespace kelpie {
 
 // This process's connection to the session bus. Its end does not end the process. Made and let go
-// on the main thread, on whose main context it delivers.
+// on the main thread, where it delivers.
 class SessionBus {
  public:
   // What connecting gave: a connection, or why there is none, in one line.
@@ -22,7 +22,7 @@ class SessionBus {
     std::string problem;
   };
   // Connects to the bus that DBUS_SESSION_BUS_ADDRESS names, else to `$XDG_RUNTIME_DIR/bus`; never
-  // starts one. Runs the main context meanwhile, for 5 seconds at most.
+  // starts one. Runs the main loop meanwhile, for 5 seconds at most.
   static Attempt connect();
   // Connects to the bus at that D-Bus address.
   static Attempt connectTo(const std::string& address);
@@ -33,7 +33,7 @@ class SessionBus {
 
   // Borrowed. Any thread.
   GDBusConnection* connection() const { return connection_.get(); }
-  // Calls `onClosed` once on the main context when the connection has ended, as it does with the
+  // Calls `onClosed` once on the main thread when the connection has ended, as it does with the
   // bus. Replaces the former one.
   void setClosedHandler(std::function<void()> onClosed) { onClosed_ = std::move(onClosed); }
 

@@ -16,7 +16,7 @@ namespace kelpie {
 // What one host has asked badges for, each item in that host's own spelling of its URL, and which
 // folders it shows. An item is remembered until the host stops showing its folder; items of folders
 // that it does not show are remembered as long as the connection, up to a limit, the oldest
-// forgotten first. Items and folders are known by their paths (bytes). Main queue.
+// forgotten first. Items and folders are known by their paths (bytes). Main thread.
 class AskedItems {
  public:
   static constexpr std::size_t kMaximumUnshown = 100'000;

@@ -17,7 +17,7 @@ namespace kelpie {
 class HostSession;
 
 // What the hosts of one extension share: the extension, which menu is the newest, and who is told
-// of badges and folders. Main queue.
+// of badges and folders. Main thread.
 class HostLinkHub {
  public:
   // What is borrowed must outlive the hub. Listens to `finder` for as long as it lives.

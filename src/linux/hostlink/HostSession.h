@@ -13,7 +13,7 @@
 namespace kelpie {
 
 // The conversation with one host: understands its lines, answers them, and tells it of the badges
-// and folders that concern it. Knows nothing of sockets. Main queue.
+// and folders that concern it. Knows nothing of sockets. Main thread.
 class HostSession {
  public:
   // Sends a line ("\n" included) to the host.

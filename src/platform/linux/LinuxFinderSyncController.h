@@ -25,7 +25,7 @@ class LinuxFinderSyncController final : public FinderSyncController {
   // A badge that was set: the item and the identifier.
   using Badge = std::pair<URL, std::string>;
 
-  // What becomes of badges and folders. Called on the main queue.
+  // What becomes of badges and folders. Called on the main thread.
   struct Listener {
     std::function<void(const std::vector<Badge>& badges)> badgesSet;
     // The observed folders are others than before.
@@ -34,11 +34,11 @@ class LinuxFinderSyncController final : public FinderSyncController {
 
   explicit LinuxFinderSyncController(std::shared_ptr<SerialQueue> mainQueue);
 
-  // Replaces the listener; an empty one lets everything go. Main queue.
+  // Replaces the listener; an empty one lets everything go. Main thread.
   void setListener(Listener listener);
   // The registered badges by identifier, as of now. Any thread.
   std::map<std::string, RegisteredBadge> badges() const;
-  // What the next menu is asked for. Main queue.
+  // What the next menu is asked for. Main thread.
   void setSelection(std::vector<URL> selected, std::optional<URL> targeted);
 
   void setBadgeImage(const Image& image, std::string_view label,
@@ -50,12 +50,12 @@ class LinuxFinderSyncController final : public FinderSyncController {
   std::optional<URL> targetedURL() const override { return targeted_; }
 
  private:
-  // What the tasks on the main queue reach; they may outlive the controller.
+  // What the tasks on the main thread reach; they may outlive the controller.
   struct Shared {
     std::mutex mutex;
     std::vector<Badge> pending;     // guarded by mutex: set, and not handed on yet
     bool handOverIsPosted = false;  // guarded by mutex
-    Listener listener;              // main queue
+    Listener listener;              // main thread
   };
   static void handOver(Shared& shared);
 
@@ -64,8 +64,8 @@ class LinuxFinderSyncController final : public FinderSyncController {
   mutable std::mutex mutex_;
   std::map<std::string, RegisteredBadge> badges_;  // guarded by mutex_
   std::vector<URL> directoryURLs_;                 // guarded by mutex_
-  std::vector<URL> selected_;                      // main queue
-  std::optional<URL> targeted_;                    // main queue
+  std::vector<URL> selected_;                      // main thread
+  std::optional<URL> targeted_;                    // main thread
 };
 
 }  // namespace kelpie

@@ -22,7 +22,7 @@ class LinuxProcessMonitors final : public ProcessMonitors {
   std::shared_ptr<ProcessMonitor> makeMonitor(std::int32_t pid) override;
 
   // Runs the event handlers of all processes that have ended by now, each once, instead of when
-  // their turn comes on the main queue. For what must not be handled before such an end. Main
+  // their turn comes on the main thread. For what must not be handled before such an end. Main
   // thread.
   void handleEnds();
 

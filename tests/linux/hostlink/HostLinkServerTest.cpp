@@ -22,7 +22,7 @@ namespace {
 
 using nlohmann::json;
 
-// Runs the main context until `condition` holds; fails the test after ten seconds.
+// Runs the main loop until `condition` holds; fails the test after ten seconds.
 template <class Condition>
 void runUntil(Condition condition) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);

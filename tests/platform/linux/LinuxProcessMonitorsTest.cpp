@@ -123,7 +123,7 @@ TEST_F(LinuxProcessMonitorsTest, ACancelledWatchGivesNoEventAndRunsItsCancelHand
   monitor->resume();
   monitor->cancel();
   monitor->cancel();
-  EXPECT_EQ(cancels, 0) << "on the main queue";
+  EXPECT_EQ(cancels, 0) << "on the main thread";
   child.signal(SIGKILL);
   ASSERT_TRUE(child.waitForEnd());
   settle();
