@@ -5,8 +5,10 @@
 #include <vector>
 
 #include "cli/KelpieProgram.h"
+#include "linux/base/SearchPath.h"
 
 int main(int count, char** words) {
+  kelpie::SearchPath::clean();
   // How characters are written, and nothing else of the locale.
   std::setlocale(LC_CTYPE, "");
   kelpie::cli::Console console(std::cout, std::cerr, kelpie::cli::Console::traitsOfProcess());

@@ -65,8 +65,11 @@ ProgramGuard::ProgramGuard(const GitCommand& git, Callbacks callbacks)
     : git_(git.unguarded()), callbacks_(std::move(callbacks)) {}
 
 ReadingRules ProgramGuard::rulesFor(const std::string& folder) {
-  if (!WorkingCopyFinder::candidate(folder)) return {};
+  const std::optional<std::string> root = WorkingCopyFinder::candidate(folder);
+  if (!root) return {};
   Visit all;
+  all.rules.refusal = WorkingCopyFinder::hindrance(*root);
+  if (!all.rules.refusal.empty()) return std::move(all.rules);
   if (callbacks_.trusted) all.trusted = callbacks_.trusted();
   visit(folder, 0, all);
   if (all.rules.settings.size() > kMostSettings)
@@ -75,10 +78,25 @@ ReadingRules ProgramGuard::rulesFor(const std::string& folder) {
 }
 
 std::vector<std::string> ProgramGuard::settingsFilesOf(const std::string& folder) {
+  std::vector<std::string> files;
+  addSettingsFiles(folder, 0, files);
+  return files;
+}
+
+void ProgramGuard::addSettingsFiles(const std::string& folder, std::size_t depth,
+                                    std::vector<std::string>& files) {
   const std::shared_ptr<Record> record = recordFor(folder);
-  const std::lock_guard lock(record->mutex);
-  if (!record->configurationStamps.stillHold()) readConfiguration(*record, folder);
-  return record->ownFiles;
+  std::vector<std::string> submodules;
+  {
+    const std::lock_guard lock(record->mutex);
+    if (!record->configurationStamps.stillHold()) readConfiguration(*record, folder);
+    if (record->workingCopy && !record->indexStamps.stillHold()) readSubmodules(*record);
+    files.insert(files.end(), record->ownFiles.begin(), record->ownFiles.end());
+    submodules = record->submodules;
+  }
+  for (const std::string& submodule : submodules)
+    if (depth < kDeepest && files.size() < kMaximumSettingsFiles)
+      addSettingsFiles(submodule, depth + 1, files);
 }
 
 std::string ProgramGuard::objectionTo(const WorkingCopy& workingCopy) {

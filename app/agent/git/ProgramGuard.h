@@ -40,8 +40,8 @@ class ProgramGuard {
   // How git may be asked in the folder now.
   ReadingRules rulesFor(const std::string& folder);
 
-  // What else than the configuration in its git directory the repository itself names: see
-  // ownSettingsFiles(). None outside every repository.
+  // What else than the configuration in its git directory the repository itself names, and each of
+  // its submodules: see ownSettingsFiles(). None outside every repository.
   std::vector<std::string> settingsFilesOf(const std::string& folder);
 
   // Why nothing may be changed in the working copy: it is not as it was found any more, or the work
@@ -69,6 +69,8 @@ class ProgramGuard {
   std::shared_ptr<Record> recordFor(const std::string& folder);
   void readConfiguration(Record& record, const std::string& folder) const;
   void readSubmodules(Record& record) const;
+  void addSettingsFiles(const std::string& folder, std::size_t depth,
+                        std::vector<std::string>& files);
   void visit(const std::string& folder, std::size_t depth, Visit& visit);
   void add(Record& record, Visit& visit) const;
   // Whether git does as the programs' settings say; one before 2.31 cannot be told some names.

@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <string_view>
 #include <system_error>
 #include <utility>
+
+#include "linux/base/RegularFile.h"
 
 namespace kelpie::agent {
 namespace {
@@ -35,11 +36,8 @@ std::string withoutLineEnd(std::string text) {
 // Whether a file of attributes has something kept by git-lfs. More than a megabyte of attributes is
 // not read.
 bool mentionsGitlfs(const fs::path& attributes) {
-  std::ifstream file(attributes, std::ios::binary);
-  std::string text(std::size_t{1} << 20U, '\0');
-  file.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(file.gcount()));
-  return text.find("filter=lfs") != std::string::npos;
+  const auto text = RegularFile::read(attributes.string(), std::size_t{1} << 20U);
+  return text && text->find("filter=lfs") != std::string::npos;
 }
 
 // The branches with the prefix that git-flow gives to one kind of work.

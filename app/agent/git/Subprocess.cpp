@@ -127,6 +127,10 @@ class Run {
 
 bool Run::start() {
   if (call_.arguments.empty()) return fail("no program");
+  // It would be looked for in the folder where it runs.
+  const std::string& program = call_.arguments.front();
+  if (program.find('/') != std::string::npos && !program.starts_with('/'))
+    return fail(program + " is neither an absolute path nor a name.");
   std::array<int, 2> output{-1, -1};
   std::array<int, 2> errors{-1, -1};
   if (pipe2(output.data(), O_CLOEXEC) != 0) return fail(systemError("pipe"));

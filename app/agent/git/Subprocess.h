@@ -13,7 +13,8 @@ namespace kelpie::agent {
 
 // One program to run, and how far it may go. All texts are bytes.
 struct ProgramCall {
-  // The program, looked up on PATH, and its arguments. There is no shell in between.
+  // The program, by its absolute path or by a name that is looked up on PATH, and its arguments.
+  // There is no shell in between.
   std::vector<std::string> arguments;
   std::string folder;  // where it runs; empty: where the agent runs
   // Variables on top of the agent's own, and variables that it must not see.

@@ -1,10 +1,12 @@
 #include "agent/git/WorkingCopyFinder.h"
 
+#include <array>
 #include <filesystem>
-#include <fstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
+
+#include "linux/base/RegularFile.h"
 
 namespace kelpie::agent {
 namespace {
@@ -45,12 +47,7 @@ bool saysNoRepository(const ProgramResult& answer) {
 // What a small file of git's own says, without the line ends after it; empty when there is no such
 // file. Anything else in its place, such as a pipe that nobody writes to, is not opened.
 std::string textOf(const fs::path& path) {
-  std::error_code ignored;
-  if (!fs::is_regular_file(path, ignored)) return {};
-  std::ifstream file(path, std::ios::binary);
-  std::string text(kLongestPath, '\0');
-  file.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(file.gcount()));
+  std::string text = RegularFile::read(path.string(), kLongestPath).value_or(std::string());
   text.resize(text.find_last_not_of("\r\n") + 1);
   return text;
 }
@@ -104,8 +101,24 @@ std::optional<std::string> WorkingCopyFinder::candidate(const std::string& folde
   return std::nullopt;
 }
 
+std::string WorkingCopyFinder::hindrance(const std::string& root) {
+  constexpr std::array<const char*, 12> kFirst = {
+      ".git",        ".git/HEAD",        ".git/config",          ".git/config.worktree",
+      ".git/index",  ".git/packed-refs", ".git/commondir",       ".git/info/exclude",
+      ".gitmodules", ".gitignore",       ".git/info/attributes", ".gitattributes"};
+  for (const char* name : kFirst) {
+    std::error_code ignored;
+    const fs::file_status there = fs::status(fs::path(root) / name, ignored);
+    if (fs::exists(there) && !fs::is_regular_file(there) && !fs::is_directory(there))
+      return "its \"" + std::string(name) + "\" is no file.";
+  }
+  return {};
+}
+
 WorkingCopyFinder::Finding WorkingCopyFinder::find(const std::string& folder) const {
-  if (!candidate(folder)) return {};
+  const std::optional<std::string> root = candidate(folder);
+  if (!root) return {};
+  if (std::string why = hindrance(*root); !why.empty()) return {std::nullopt, std::move(why)};
   return findFrom(folder, false);
 }
 

@@ -30,6 +30,9 @@ class WorkingCopyFinder {
   // missing when git would find nothing either. Asks the file system only, so that a thousand
   // folders outside every repository start no git.
   static std::optional<std::string> candidate(const std::string& folder);
+  // Why no git should be run in the working copy with that root, for people; empty when it may be.
+  // It would wait for a pipe that stands where git's first files are. Asks the file system only.
+  static std::string hindrance(const std::string& root);
 
  private:
   Finding findFrom(const std::string& folder, bool insideGitDirectory) const;

@@ -59,6 +59,8 @@ constexpr Rule kRules[] = {
     // Of a submodule's git directory, what decides whether the submodule counts as changed.
     {"modules", "HEAD", Of::Shared, kStatus, true},
     {"modules", "index", Of::Shared, kStatus, true},
+    {"modules", "config", Of::Shared, kStatus, true},
+    {"modules", "config.worktree", Of::Shared, kStatus, true},
 };
 
 bool isLock(std::string_view name) { return name.ends_with(".lock"); }

@@ -3,11 +3,14 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string_view>
 #include <system_error>
+
+#include "linux/base/RegularFile.h"
 
 namespace kelpie::agent {
 namespace {
@@ -30,10 +33,11 @@ std::string gitDirectoryOf(const std::string& submodule) {
   const fs::path entry = fs::path(submodule) / ".git";
   std::error_code error;
   if (fs::is_directory(entry, error)) return entry.string();
-  std::ifstream file(entry, std::ios::binary);
-  std::string line;
   constexpr std::string_view kMark = "gitdir: ";
-  if (!std::getline(file, line) || !line.starts_with(kMark)) return {};
+  constexpr std::size_t kLongest = 8192;
+  std::string line = RegularFile::read(entry.string(), kLongest).value_or(std::string());
+  line.resize(std::min(line.find('\n'), line.size()));
+  if (!line.starts_with(kMark)) return {};
   const fs::path named = fs::path(submodule) / line.substr(kMark.size());
   const fs::path found = fs::weakly_canonical(named, error);
   return error ? std::string() : found.string();

@@ -112,6 +112,19 @@ TEST_F(WorkingCopyFinderTest, ABrokenRepositoryTellsGitsWords) {
   EXPECT_NE(finding.failure.find("config"), std::string::npos) << finding.failure;
 }
 
+TEST_F(WorkingCopyFinderTest, NoGitIsRunWhereItWouldWaitForAPipe) {
+  for (const char* name :
+       {".gitattributes", ".gitignore", ".gitmodules", ".git/config", ".git/HEAD", ".git/index"}) {
+    sandbox_.remove("r");
+    sandbox_.init("r");
+    sandbox_.remove("r/" + std::string(name));
+    sandbox_.sh("mkfifo r/" + std::string(name));
+    const WorkingCopyFinder::Finding finding = find("r");
+    EXPECT_FALSE(finding.workingCopy) << name;
+    EXPECT_EQ(finding.failure, "its \"" + std::string(name) + "\" is no file.");
+  }
+}
+
 TEST_F(WorkingCopyFinderTest, VariablesThatNameAnotherRepositoryDoNotCount) {
   sandbox_.init("r");
   sandbox_.init("other");

@@ -62,7 +62,7 @@ TEST(ChangeRules, OfAUsualWorkingCopy) {
       {"/r/.git/modules/deps/lib", "HEAD", kStatus},
       {"/r/.git/modules/deps/lib", "index", kStatus},
       {"/r/.git/modules/deps/lib", "index.lock", kNothing},
-      {"/r/.git/modules/deps/lib", "config", kNothing},
+      {"/r/.git/modules/deps/lib", "config", kStatus},
       {"/r/.git/modules/deps/lib/logs", "HEAD", kStatus},
       {"/r/sub/.git", "index", kStatus},
       {"/r/sub/.git", "index.lock", kNothing},
