@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -26,8 +27,8 @@ std::size_t readingsAtATime() { return std::max(4U, std::thread::hardware_concur
 
 std::string folderOf(const std::string& file) { return file.substr(0, file.rfind('/')); }
 
-DefaultsFile withheldFile(const RuntimeDirectory& runtime) {
-  return DefaultsFile(runtime.path() + "/" + std::string(kWithheldProgramsFile));
+DefaultsFile fileIn(const RuntimeDirectory& runtime, std::string_view name) {
+  return DefaultsFile(runtime.path() + "/" + std::string(name));
 }
 
 }  // namespace
@@ -41,7 +42,9 @@ AgentService::AgentService(MainLoop& loop, const SessionBus& bus,
       notifier_(bus.connection(), loop.log()),
       defaultsCenter_(loop, kApplicationIdentifier),
       defaults_(defaultsCenter_.defaultsWithSuiteName(kApplicationGroup)),
-      withheld_(std::make_shared<WithheldNotices>(withheldFile(runtime), loop.log(), notifier_)),
+      withheld_(std::make_shared<WithheldNotices>(fileIn(runtime, kWithheldProgramsFile),
+                                                  loop.log(), notifier_)),
+      refused_(fileIn(runtime, kRefusedRepositoriesFile), loop.log()),
       configuration_(configuration()),
       watcher_(DirectoryWatcher::defaultLimit()),
       // Of what is left to the user's other programs, a third.
@@ -51,7 +54,10 @@ AgentService::AgentService(MainLoop& loop, const SessionBus& bus,
       extensions_({loop, queues_, ports_}, std::string(kApplicationGroup)),
       registry_({loop, queues_, watcher_, names_, *files_, notifier_, configuration_.git,
                  std::make_shared<ReadingSlots>(loop, readingsAtATime()), std::chrono::minutes(10),
-                 configuration_.neighbours}),
+                 configuration_.neighbours,
+                 [this](const std::string& folder, const std::string& failure) {
+                   refused_.looked(folder, failure);
+                 }}),
       settings_(loop, queues_, names_,
                 {[git = configuration_.git] { return settingsFiles(git); },
                  [this] { registry_.readAgain(); }}),

@@ -6,6 +6,7 @@
 
 #include "agent/BusInterface.h"
 #include "agent/ProtocolPeer.h"
+#include "agent/RefusedRepositories.h"
 #include "agent/WithheldNotices.h"
 #include "agent/actions/ActionProgress.h"
 #include "agent/actions/ActionRunner.h"
@@ -69,6 +70,7 @@ class AgentService {
   // The settings that are shared with the extension; null where there is no folder for them.
   std::shared_ptr<UserDefaults> defaults_;
   std::shared_ptr<WithheldNotices> withheld_;
+  RefusedRepositories refused_;
   const Configuration configuration_;
   DirectoryWatcher watcher_;
   DirectoryWatcher names_;

@@ -47,7 +47,7 @@ void WithheldNotices::notify(const std::string& root, const std::vector<std::str
   for (const std::string& program : programs) text.append("\n").append(printableText(program));
   text +=
       "\nFiles that they filter may have no badge. If you trust this repository: kelpie trust " +
-      root;
+      printableText(root);
   notifier_.notify("Programs of a repository are not run", text);
 }
 

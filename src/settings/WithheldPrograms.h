@@ -16,6 +16,8 @@ using WithheldPrograms = std::map<std::string, std::vector<std::string>>;
 
 // The name of the file.
 inline constexpr std::string_view kWithheldProgramsFile = "withheld-programs.plist";
+// The name of another one of the same form, with the repositories that are not opened and why.
+inline constexpr std::string_view kRefusedRepositoriesFile = "refused-repositories.plist";
 
 // Missing or strange parts read as nothing.
 WithheldPrograms withheldProgramsOf(const Dictionary& values);

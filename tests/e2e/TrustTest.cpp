@@ -99,6 +99,12 @@ TEST_F(Trust, AWorkTreeElsewhereIsNotOpened) {
   start({session.home().path()});
   host().show(repository + "/inner");
   EXPECT_TRUE(GitSession::hasLogged(*agent, "its work tree is another folder"));
+  EXPECT_TRUE(becomes<bool>(
+      [&] {
+        return kelpie({"doctor"})->output().find(repository + "/inner is not opened: its work") !=
+               std::string::npos;
+      },
+      true));
 }
 
 TEST_F(Trust, AnActionIsRefusedWhenTheWorkTreeHasMovedAway) {

@@ -212,6 +212,7 @@ void RepositoryRegistry::searched(const std::string& candidate, const Found& fou
       !search.empty() && !std::ranges::all_of(search.mapped().waiting, [](const Request& request) {
         return !request.neighbourIn.empty();
       });
+  if (services_.looked) services_.looked(candidate, found.failure);
   if (isAskedFor && !found.failure.empty()) complainOnce(candidate, found.failure);
   if (search.empty() || !found.workingCopy || !found.identifier) return;
   // Another one is in the place of the one that was there.

@@ -43,6 +43,9 @@ struct SessionServices {
   // Of the working copies that lie in folders that are shown and were not shown themselves, so many
   // are open at a time.
   std::size_t neighbours = 200;
+  // A folder that may be a working copy was looked at: why it is not opened, or an empty text. May
+  // be empty.
+  std::function<void(const std::string& folder, const std::string& failure)> looked = {};
 };
 
 // One open working copy: reads it, watches it, and tells the extensions that have opened it what
