@@ -90,7 +90,8 @@ int DoCommand::choose(MenuRequest& menu, const MenuPath::Match& match) {
   if (limit.count() > 0) agent = AgentClient::connect(problem);
   // Listens before the action can end.
   std::optional<ActionWait> wait;
-  if (agent) wait.emplace(*agent, choice, match.item->action.value_or(""), match.item->title);
+  if (agent)
+    wait.emplace(*agent, ActionWait::Chosen{choice, match.item->action.value_or(""), menu.place()});
   if (const auto failure = menu.choose(match.indices, choice)) {
     console_.complain(console_.printable(*failure));
     return kFailure;

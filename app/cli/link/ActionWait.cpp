@@ -1,6 +1,8 @@
 #include "cli/link/ActionWait.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "Configuration.h"
@@ -20,12 +22,8 @@ gboolean passed(gpointer hasPassed) {
 
 }  // namespace
 
-ActionWait::ActionWait(const AgentClient& client, std::string choice, std::string selector,
-                       std::string title)
-    : bus_(client.connection()),
-      choice_(std::move(choice)),
-      selector_(std::move(selector)),
-      title_(std::move(title)) {
+ActionWait::ActionWait(const AgentClient& client, Chosen chosen)
+    : bus_(client.connection()), chosen_(std::move(chosen)) {
   const std::string agent(kApplicationIdentifier);
   signals_ = g_dbus_connection_signal_subscribe(
       bus_, agent.c_str(), AgentClient::kInterface, nullptr, AgentClient::kPath, nullptr,
@@ -69,12 +67,15 @@ void ActionWait::waitUntil(Clock::time_point deadline, const std::function<bool(
   }
 }
 
-// Where the message that reached the main application could not bear the choice, the action's kind
-// and title are all there is.
 bool ActionWait::isOurs(const AgentClient::Action& action) const {
-  if (action_.id != 0) return action.id == action_.id;
-  if (!action.choice.empty()) return action.choice == choice_;
-  return action.action == selector_ && (action.title.empty() || action.title == title_);
+  return action_.id != 0 ? action.id == action_.id : isOf(chosen_, action);
+}
+
+bool ActionWait::isOf(const Chosen& chosen, const AgentClient::Action& action) {
+  if (!action.choice.empty()) return action.choice == chosen.choice;
+  std::error_code ignored;
+  return action.title.empty() && action.action == chosen.selector &&
+         std::filesystem::equivalent(action.folder, chosen.folder, ignored);
 }
 
 void ActionWait::heard(GDBusConnection* /*bus*/, const gchar* /*sender*/, const gchar* /*path*/,

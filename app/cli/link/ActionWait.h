@@ -21,16 +21,24 @@ class ActionWait {
     Gone,     // the main application has ended before the action has
   };
 
-  // `choice` is how the action will be known, `selector` and `title` how one is where the message
-  // cannot bear it. `client` outlives this.
-  ActionWait(const AgentClient& client, std::string choice, std::string selector,
-             std::string title);
+  // What tells an action from those that others have chosen.
+  struct Chosen {
+    std::string choice;
+    std::string selector;
+    std::string folder;  // absolute
+  };
+
+  // `client` outlives this.
+  ActionWait(const AgentClient& client, Chosen chosen);
   ~ActionWait();
   ActionWait(const ActionWait&) = delete;
   ActionWait& operator=(const ActionWait&) = delete;
 
   // Waits. When the action is still under way after a moment, calls `slow` once.
   End wait(std::chrono::milliseconds limit, const std::function<void()>& slow);
+  // Whether that is the chosen action. The message for a new working copy cannot bear a choice, nor
+  // a title: then the folder tells.
+  static bool isOf(const Chosen& chosen, const AgentClient::Action& action);
   // What was told of the action last.
   const AgentClient::Action& action() const { return action_; }
 
@@ -46,9 +54,7 @@ class ActionWait {
                            gpointer self);
 
   GDBusConnection* bus_;
-  std::string choice_;
-  std::string selector_;
-  std::string title_;
+  Chosen chosen_;
   guint signals_ = 0;
   guint owners_ = 0;
   bool isGone_ = false;
