@@ -64,6 +64,7 @@ AgentService::AgentService(MainLoop& loop, const SessionBus& bus,
       interface_(bus.connection(), loop.log(),
                  {[this] { return runner_.actions(); },
                   [this](std::uint64_t id) { return runner_.cancel(id); },
+                  [this](const std::string& root) { runner_.withdrawUndo(root); },
                   [this](const std::string& path, const BusInterface::SummaryTeller& tell) {
                     summarise(path, tell);
                   }}),

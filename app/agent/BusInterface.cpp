@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Configuration.h"
 #include "foundation/Text.h"
 
 namespace kelpie::agent {
@@ -18,6 +19,7 @@ constexpr const char* kInterface = "org.kelpie.Kelpie.Agent";
 constexpr const char* kXml = R"(<node><interface name="org.kelpie.Kelpie.Agent">
   <method name="Actions"><arg type="aa{sv}" direction="out"/></method>
   <method name="Cancel"><arg type="t" direction="in"/><arg type="b" direction="out"/></method>
+  <method name="Undone"><arg type="ay" direction="in"/></method>
   <method name="WorkingCopy"><arg type="ay" direction="in"/><arg type="a{sv}" direction="out"/></method>
   <signal name="Began"><arg type="a{sv}"/></signal>
   <signal name="Ended"><arg type="a{sv}"/></signal>
@@ -26,6 +28,7 @@ constexpr const char* kXml = R"(<node><interface name="org.kelpie.Kelpie.Agent">
 
 // No message on the bus needs more; git can say very much.
 constexpr std::size_t kLongestText = std::size_t{64} << 10U;
+constexpr int kUndoneLimit = 2000;  // milliseconds
 constexpr std::size_t kLongestPath = std::size_t{64} << 10U;
 
 std::string shown(std::string_view text) { return displayText(text.substr(0, kLongestText)); }
@@ -119,6 +122,14 @@ GVariant* valuesOf(const WorkingCopySummary& summary) {
 
 GVariant* tupleOf(GVariant* value) { return g_variant_new_tuple(&value, 1); }
 
+// The path that is the only argument; empty when it is none that anything could have.
+std::string pathIn(GVariant* arguments) {
+  const GVariantPtr bytes(g_variant_get_child_value(arguments, 0));
+  gsize size = 0;
+  const auto* path = static_cast<const char*>(g_variant_get_fixed_array(bytes.get(), &size, 1));
+  return size > kLongestPath ? std::string() : std::string(path, size);
+}
+
 }  // namespace
 
 BusInterface::BusInterface(GDBusConnection* bus, Log& log, Answers answers)
@@ -186,7 +197,21 @@ void BusInterface::called(GDBusConnection* /*bus*/, const gchar* /*sender*/, con
     const gboolean found = self.answers_.cancel(id) ? TRUE : FALSE;
     return g_dbus_method_invocation_return_value(call, g_variant_new("(b)", found));
   }
+  if (name == "Undone") return self.answerUndone(arguments, call);
   self.tellSummary(arguments, call);
+}
+
+void BusInterface::answerUndone(GVariant* arguments, GDBusMethodInvocation* call) const {
+  const std::string root = pathIn(arguments);
+  if (!root.empty()) answers_.undone(root);
+  g_dbus_method_invocation_return_value(call, nullptr);
+}
+
+void BusInterface::tellUndone(GDBusConnection* bus, const std::string& root) {
+  GVariant* path = g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, root.data(), root.size(), 1);
+  const GVariantPtr answer(g_dbus_connection_call_sync(
+      bus, std::string(kApplicationIdentifier).c_str(), kPath, kInterface, "Undone", tupleOf(path),
+      nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, kUndoneLimit, nullptr, nullptr));
 }
 
 void BusInterface::tellSummary(GVariant* arguments, GDBusMethodInvocation* call) const {
@@ -198,11 +223,9 @@ void BusInterface::tellSummary(GVariant* arguments, GDBusMethodInvocation* call)
     g_dbus_method_invocation_return_value(G_DBUS_METHOD_INVOCATION(g_object_ref(held.get())),
                                           tupleOf(values));
   };
-  const GVariantPtr bytes(g_variant_get_child_value(arguments, 0));
-  gsize size = 0;
-  const auto* path = static_cast<const char*>(g_variant_get_fixed_array(bytes.get(), &size, 1));
-  if (size == 0 || size > kLongestPath) return tell(std::nullopt);
-  answers_.summary(std::string(path, size), tell);
+  const std::string path = pathIn(arguments);
+  if (path.empty()) return tell(std::nullopt);
+  answers_.summary(path, tell);
 }
 
 }  // namespace kelpie::agent

@@ -25,6 +25,9 @@ class BusInterface {
   struct Answers {
     std::function<std::vector<ActionInfo>()> actions;
     std::function<bool(std::uint64_t)> cancel;
+    // What was put aside in the working copy with that root (bytes) was brought back by another
+    // program.
+    std::function<void(const std::string& root)> undone;
     // Of the working copy that is open and holds the item at the absolute path (bytes); missing
     // when none does. Tells it later, on the main thread.
     std::function<void(const std::string& path, SummaryTeller tell)> summary;
@@ -43,7 +46,12 @@ class BusInterface {
   // Waits until all that was told is sent, a second at most: the process is about to end.
   void flush();
 
+  // Tells the interface of the agent that runs on that bus, if any, what `undone` is for. Waits
+  // until it knows, two seconds at most.
+  static void tellUndone(GDBusConnection* bus, const std::string& root);
+
  private:
+  void answerUndone(GVariant* arguments, GDBusMethodInvocation* call) const;
   void tellSummary(GVariant* arguments, GDBusMethodInvocation* call) const;
   void emit(const char* signal, GVariant* values);
   static void called(GDBusConnection* bus, const gchar* sender, const gchar* path,

@@ -8,15 +8,23 @@
 #include <vector>
 
 #include "agent/AgentConfiguration.h"
+#include "agent/BusInterface.h"
 #include "agent/actions/ActionJob.h"
 #include "agent/actions/ActionRules.h"
 #include "agent/git/WorkingCopyFinder.h"
+#include "linux/base/SessionBus.h"
 #include "linux/base/StderrLog.h"
 
 namespace kelpie::agent {
 namespace {
 
 constexpr std::string_view kUndo = "undoDiscard:";
+
+// The one that runs offers to undo what is undone now.
+void tellAgent(const std::string& root) {
+  const auto [bus, problem] = SessionBus::connect();
+  if (bus != nullptr) BusInterface::tellUndone(bus->connection(), root);
+}
 
 }  // namespace
 
@@ -35,10 +43,14 @@ int UndoProgram::main(const std::string& folder) {
   ActionRequest request(*ActionRules::find(kUndo));
   ActionContext context;
   context.workingCopy = *std::move(found.workingCopy);
+  const std::string root = context.workingCopy.root;
   const auto means = std::make_shared<ActionJob::Means>();
   means->git = git;
   const ActionOutcome outcome = ActionJob(std::move(request), std::move(context), means).run();
-  if (outcome.isDone()) return EXIT_SUCCESS;
+  if (outcome.isDone()) {
+    tellAgent(root);
+    return EXIT_SUCCESS;
+  }
   log.write(outcome.end == ActionOutcome::End::Cancelled ? "Nothing was brought back."
                                                          : outcome.message);
   return EXIT_FAILURE;

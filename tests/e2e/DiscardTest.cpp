@@ -4,6 +4,8 @@
 #include <string>
 
 #include "e2e/ProgramsFixture.h"
+#include "linux/base/SessionBus.h"
+#include "support/linux/FakeDesktop.h"
 
 namespace kelpie {
 namespace {
@@ -99,6 +101,41 @@ TEST_F(Discarding, CanBeUndoneFromTheCommandLine) {
   EXPECT_EQ(undo(), 0);
   EXPECT_EQ(session.git("r", {"status", "--porcelain=v2", "-uall"}), before);
   EXPECT_TRUE(host().sees(a, "KPWorkdirModifiedBadge"));
+}
+
+TEST_F(Discarding, WhatIsUndoneFromTheCommandLineIsNotOfferedAnyMore) {
+  const auto bus = SessionBus::connectTo(session.bus().address()).bus;
+  const FakeDesktop desktop(bus->connection());
+  session.append("r/a.txt", "changed");
+  addUserWho(1, "true");
+  startWith(repository, a, "KPWorkdirModifiedBadge");
+  EXPECT_TRUE(host().choose({a}, {"Discard Changes in \"a.txt\"…"}));
+  EXPECT_TRUE(
+      becomes<bool>([&] { return desktop.shown().find("'Undo'") != std::string::npos; }, true));
+  EXPECT_EQ(desktop.closed(), "");
+  EXPECT_EQ(undo(), 0);
+  EXPECT_TRUE(becomes<std::string>([&] { return desktop.closed(); }, "(1,)"));
+}
+
+TEST_F(Discarding, AnIgnoredFileInTheWayOfAMergeIsAskedAbout) {
+  session.git("r", {"checkout", "-q", "-b", "topic"});
+  session.append("r/x.o", "committed");
+  session.git("r", {"add", "x.o"});
+  session.git("r", {"commit", "-q", "-m", "Topic"});
+  session.git("r", {"checkout", "-q", "main"});
+  session.append("r/b.txt", "here");
+  session.git("r", {"add", "b.txt"});
+  session.git("r", {"commit", "-q", "-m", "Here"});
+  session.append("r/.git/info/exclude", "*.o");
+  session.append("r/x.o", "mine");
+  addUserWho(1, "true");
+  startWith(repository, a, "KPCurrentBadge");
+  EXPECT_TRUE(host().choose({a}, {"Merge With", "topic"}));
+  EXPECT_TRUE(gitSays("r", {"log", "-1", "--format=%s"}, "Merge branch 'topic'"));
+  EXPECT_NE(asked().find("\"x.o\""), std::string::npos) << asked();
+  endOfActions();
+  EXPECT_EQ(undo(), 0);
+  EXPECT_EQ(session.read("r/x.o"), "mine\n");
 }
 
 TEST_F(Discarding, RevertingAsksBeforeItOverwritesFilesThatGitDoesNotKnow) {

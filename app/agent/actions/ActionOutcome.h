@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "agent/git/Subprocess.h"
+#include "agent/git/WorkingCopy.h"
 
 namespace kelpie::agent {
 
@@ -21,18 +22,23 @@ struct ActionOutcome {
   std::string message;
   // Programs with a window, which are to be started and left to the user.
   std::vector<ProgramCall> windows;
-  // What it destroyed was put aside: the action "undoDiscard:" brings it back.
-  bool canBeUndone = false;
+  // What it destroyed was put aside in these working copies: the action "undoDiscard:" brings it
+  // back.
+  struct Kept {
+    WorkingCopy workingCopy;
+    std::string record;  // its name, see KeptChanges
+  };
+  std::vector<Kept> kept;
 
   static ActionOutcome done() { return {}; }
-  static ActionOutcome cancelled() { return {End::Cancelled, {}, {}, false}; }
-  static ActionOutcome failed(std::string why) { return {End::Failed, std::move(why), {}, false}; }
+  static ActionOutcome cancelled() { return {End::Cancelled, {}, {}, {}}; }
+  static ActionOutcome failed(std::string why) { return {End::Failed, std::move(why), {}, {}}; }
   // Failed before it began.
   static ActionOutcome noStatus() {
     return failed("The status could not be read. Nothing was done.");
   }
   static ActionOutcome opens(std::vector<ProgramCall> windows) {
-    return {End::Done, {}, std::move(windows), false};
+    return {End::Done, {}, std::move(windows), {}};
   }
   // Done, or failed with the program's own words.
   static ActionOutcome of(const ProgramResult& result) {

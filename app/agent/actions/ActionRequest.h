@@ -25,6 +25,8 @@ struct ActionRequest {
   std::optional<FileIdentifier> target;  // of the working copy's root
   // What the host calls this choice, by which it finds out how it ended; may be empty.
   std::string choice;
+  // Of "undoDiscard:", the name of what is to be brought back, and nothing else; empty: the newest.
+  std::string record = {};
   // The port that wants to know; may be empty.
   std::string portName;
 

@@ -1,5 +1,6 @@
 #include "agent/actions/ActionRunner.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -146,30 +147,44 @@ void ActionRunner::ended(std::uint64_t id, const ActionRequest& request,
                          const ActionContext& context, const ActionOutcome& outcome) {
   leaveLane(laneOf(request, context));
   finish(id, outcome);
-  if (outcome.canBeUndone) offerUndo(request, context);
+  if (!outcome.kept.empty()) offerUndo(request, outcome.kept);
   for (const ProgramCall& window : outcome.windows) start(request, window);
   if (callbacks_.ended) callbacks_.ended(request, context, outcome);
 }
 
-void ActionRunner::offerUndo(const ActionRequest& request, const ActionContext& context) {
-  const std::string& root = context.workingCopy.root;
-  const ActionRequest undo(*ActionRules::find(kUndo));
-  ActionContext place;
-  place.workingCopy = context.workingCopy;
-  withdrawUndo(root);
-  undoOffers_[root] = notifier_.offer(
-      std::string(request.rule->label),
-      "What it replaced was put aside. To bring it back:\nkelpie undo " + shellWord(root),
-      {"Undo", [this, undo, place, alive = alive_] {
-         if (*alive) run(undo, place);
-       }});
+void ActionRunner::offerUndo(const ActionRequest& request,
+                             const std::vector<ActionOutcome::Kept>& kept) {
+  const std::string label(request.rule->label);
+  UndoOffer offer{0, {}};
+  std::string text = "What it replaced was put aside. To bring it back:";
+  for (const ActionOutcome::Kept& each : kept) {
+    const std::string& root = each.workingCopy.root;
+    withdrawUndo(root);
+    offer.roots.push_back(root);
+    text += "\nkelpie undo " + shellWord(root);
+  }
+  offer.key = notifier_.offer(label, text, {"Undo", [this, kept, alive = alive_] {
+                                              if (*alive) undo(kept);
+                                            }});
+  undoOffers_.push_back(std::move(offer));
 }
 
-// It would bring back something else by now.
+void ActionRunner::undo(const std::vector<ActionOutcome::Kept>& kept) {
+  for (const ActionOutcome::Kept& each : kept) {
+    ActionRequest request(*ActionRules::find(kUndo));
+    request.record = each.record;
+    ActionContext context;
+    context.workingCopy = each.workingCopy;
+    run(request, std::move(context));
+  }
+}
+
 void ActionRunner::withdrawUndo(const std::string& root) {
-  const auto offer = undoOffers_.find(root);
+  const auto offer = std::ranges::find_if(undoOffers_, [&](const UndoOffer& each) {
+    return std::ranges::find(each.roots, root) != each.roots.end();
+  });
   if (offer == undoOffers_.end()) return;
-  const Notifier::Key key = offer->second;
+  const Notifier::Key key = offer->key;
   undoOffers_.erase(offer);
   notifier_.withdraw(key);
 }

@@ -51,6 +51,10 @@ class ActionRunner {
   // The request cannot be carried out at all: that is told as the end of an action is.
   void refuse(const ActionRequest& request, const std::string& why);
 
+  // Takes the offer back to undo the last action of the working copy with that root: it was undone
+  // in another way, or would bring back something else by now.
+  void withdrawUndo(const std::string& root);
+
   // The actions that have not ended, in the order in which they were chosen.
   std::vector<ActionInfo> actions() const;
   // Calls an action off. One that waits has ended when this returns; one that runs ends as soon as
@@ -81,8 +85,8 @@ class ActionRunner {
   void leaveLane(const std::string& key);
   void start(const ActionRequest& request, const ProgramCall& window);
   // Tells how to bring back what the action put aside.
-  void offerUndo(const ActionRequest& request, const ActionContext& context);
-  void withdrawUndo(const std::string& root);
+  void offerUndo(const ActionRequest& request, const std::vector<ActionOutcome::Kept>& kept);
+  void undo(const std::vector<ActionOutcome::Kept>& kept);
   void report(const ActionRequest& request, const std::string& message);
 
   std::shared_ptr<const ActionJob::Means> means_;
@@ -95,8 +99,12 @@ class ActionRunner {
   std::uint64_t lastId_ = 0;
   std::map<std::uint64_t, Action> actions_;
   std::size_t windows_ = 0;  // that are open
-  // What offers to undo the last action of a working copy, by its root.
-  std::map<std::string, Notifier::Key> undoOffers_;
+  // What offers to undo an action, with the roots of the working copies that it concerns.
+  struct UndoOffer {
+    Notifier::Key key;
+    std::vector<std::string> roots;
+  };
+  std::vector<UndoOffer> undoOffers_;
   // Tasks ask it whether this is still there.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -11,7 +12,9 @@
 #include <vector>
 
 #include "agent/actions/ActionJob.h"
+#include "agent/actions/IncomingFiles.h"
 #include "agent/actions/IndexListing.h"
+#include "agent/actions/IndexLock.h"
 #include "agent/actions/SafeReplacement.h"
 #include "agent/actions/TreeListing.h"
 
@@ -31,6 +34,16 @@ constexpr std::array<ResetKind, 3> kResets = {{
     {"--soft", "Soft: keep the files and what is staged"},
     {kHard, "Hard: reset everything; changes that are not committed are LOST"},
 }};
+
+// Whether one of the others lies below the path, or the path below one of them.
+bool givesWay(const std::string& path, const std::set<std::string>& others) {
+  const auto below = others.lower_bound(path + "/");
+  if (below != others.end() && below->starts_with(path + "/")) return true;
+  for (std::size_t cut = path.rfind('/'); cut != std::string::npos && cut > 0;
+       cut = path.rfind('/', cut - 1))
+    if (others.contains(path.substr(0, cut))) return true;
+  return false;
+}
 
 // What a hard reset replaces: all changes of tracked files, and what stands in the place of files
 // that the commit has and the index does not.
@@ -52,8 +65,14 @@ std::variant<SafeReplacement::Sites, ActionOutcome> planHardReset(const ActionJo
       add(item.path);
       if (!item.renamedFrom.empty()) add(item.renamedFrom);
     }
+  std::set<std::string> incoming;
   for (const auto& [path, entry] : tree->entries())
-    if (index->at(path).empty()) add(path);
+    if (index->at(path).empty()) incoming.insert(path);
+  for (const std::string& path : incoming) add(path);
+  // What goes is not in the way of what comes.
+  for (const auto& [path, entries] : index->entries())
+    if (tree->find(path) == nullptr && givesWay(path, incoming))
+      site.plan.targets.emplace(path, std::nullopt);
   return SafeReplacement::Sites{std::move(site)};
 }
 
@@ -66,15 +85,15 @@ std::string hardResetQuestion(const ActionJob& job, const SafeReplacement::Sites
 
 ActionOutcome resetHard(ActionJob& job) {
   return SafeReplacement::run(
-      job,
-      {.plan = [&] { return planHardReset(job); },
-       .question =
-           [&](const SafeReplacement::Sites& sites) { return hardResetQuestion(job, sites); },
-       .carryOut =
-           [&](const SafeReplacement::Sites&) {
-             return job.change({"reset", "-q", "--hard", job.target().reference->fullName, "--"});
-           },
-       .touchesAll = true});
+      job, {.plan = [&] { return planHardReset(job); },
+            .question =
+                [&](const SafeReplacement::Sites& sites) { return hardResetQuestion(job, sites); },
+            .carryOut =
+                [&](const SafeReplacement::Sites&) {
+                  return IndexLock::change(
+                      job.git(), {"reset", "-q", "--hard", job.target().reference->fullName, "--"});
+                },
+            .touchesAll = true});
 }
 
 ActionOutcome reset(ActionJob& job) {
@@ -89,11 +108,25 @@ ActionOutcome reset(ActionJob& job) {
   return job.change({"reset", "-q", std::string(option), job.target().reference->fullName, "--"});
 }
 
-ActionOutcome merge(ActionJob& job) {
-  return job.change({"merge", "-q", "--no-overwrite-ignore", job.spokenName()});
+ActionOutcome checkout(ActionJob& job) {
+  const Reference& reference = *job.target().reference;
+  return IncomingFiles::checkOut(
+      job, reference.fullName,
+      {"switch", "-q", "--no-guess", "--end-of-options", reference.shortName});
 }
 
-ActionOutcome rebase(ActionJob& job) { return job.change({"rebase", "-q", job.spokenName()}); }
+ActionOutcome merge(ActionJob& job) {
+  return IncomingFiles::merge(job, job.target().reference->fullName, job.spokenName());
+}
+
+ActionOutcome rebase(ActionJob& job) {
+  const std::string& onto = job.target().reference->fullName;
+  return IncomingFiles::bring(
+      job, [&] { return IncomingFiles::byRebase(job.git(), onto, onto); },
+      [&](IncomingFiles::Ignored) {
+        return job.change({"rebase", "-q", job.spokenName()});
+      });
+}
 
 // A remote's branch is most often wanted under its own name.
 std::string proposedName(ActionJob& job) {
@@ -174,7 +207,8 @@ ActionOutcome fastForward(ActionJob& job) {
   const Reference& branch = *job.target().reference;
   if (branch.upstream.empty())
     return ActionOutcome::failed("The branch " + job.target().name + " tracks no other.");
-  if (branch.isHead) return job.change({"merge", "-q", "--ff-only", branch.upstream});
+  if (branch.isHead)
+    return IncomingFiles::merge(job, branch.upstream, branch.upstream, {"--ff-only"});
   return job.change({"fetch", "-q", "--", ".", branch.upstream + ":" + branch.fullName});
 }
 
@@ -202,7 +236,7 @@ constexpr ActionRule kBranchActions[] = {
     {.action = "checkout:",
      .label = "Checkout",
      .subject = ActionSubject::LocalBranch,
-     .git = "switch -q --no-guess --no-overwrite-ignore --end-of-options %name"},
+     .work = checkout},
     {.action = "reset:", .label = "Reset", .subject = ActionSubject::Reference, .work = reset},
     {.action = "merge:", .label = "Merge", .subject = ActionSubject::Reference, .work = merge},
     {.action = "rebase:", .label = "Rebase", .subject = ActionSubject::Reference, .work = rebase},

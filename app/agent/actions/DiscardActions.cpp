@@ -55,7 +55,8 @@ std::string discardQuestion(const std::string& headline, const Sites& sites) {
   return text;
 }
 
-// Without force: a submodule is left where that would overwrite something.
+// Without force: a submodule is left where that would overwrite something; and without fetching,
+// since nobody has looked what a commit would overwrite that is not there yet.
 ActionOutcome updateSubmodules(const ActionJob& job, const Site& site) {
   Paths present;
   for (const auto& [path, target] : site.plan.targets) {
@@ -65,8 +66,8 @@ ActionOutcome updateSubmodules(const ActionJob& job, const Site& site) {
       present.push_back(path);
   }
   if (present.empty()) return ActionOutcome::done();
-  return job.changePaths({"submodule", "update", "--checkout", "--recursive"}, present,
-                         GitCommand::Paths::AsArguments);
+  return job.changePaths({"submodule", "update", "--no-fetch", "--checkout", "--recursive"},
+                         present, GitCommand::Paths::AsArguments);
 }
 
 ActionOutcome discardNow(const ActionJob& job, const Sites& sites) {

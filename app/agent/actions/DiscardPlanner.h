@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "agent/actions/IncomingFiles.h"
 #include "agent/actions/SafeReplacement.h"
 #include "agent/git/GitCommand.h"
 #include "agent/git/StatusParser.h"
@@ -25,13 +26,18 @@ class DiscardPlanner {
   // tell something.
   bool plan(const WorkingCopy& workingCopy, const std::vector<std::string>& within);
   // The same of everything in a submodule.
-  bool planSubmodule(const WorkingCopy& workingCopy) { return plan(workingCopy, {"."}, 1); }
+  bool planSubmodule(const WorkingCopy& workingCopy) { return plan(workingCopy, {"."}, 1, {}); }
   SafeReplacement::Sites take() && { return std::move(sites_); }
 
  private:
-  bool plan(const WorkingCopy& workingCopy, const std::vector<std::string>& within, int depth);
+  // With the commit that a submodule goes back to; empty: it stays at its own.
+  bool plan(const WorkingCopy& workingCopy, const std::vector<std::string>& within, int depth,
+            const std::string& commit);
   static void add(SafeReplacement::Site& site, const StatusItem& item, WorkingFiles& files);
-  bool planSubmodules(const SafeReplacement::Site& site, int depth);
+  bool addIgnored(SafeReplacement::Site& site, const std::string& commit,
+                  IncomingFiles::Entries& incoming) const;
+  bool planSubmodules(const SafeReplacement::Site& site, const IncomingFiles::Entries& incoming,
+                      int depth);
 
   const GitCommand& git_;
   InSubmodules what_;

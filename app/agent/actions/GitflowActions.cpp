@@ -5,6 +5,7 @@
 #include <string>
 
 #include "agent/actions/ActionJob.h"
+#include "agent/actions/IncomingFiles.h"
 
 namespace kelpie::agent {
 namespace {
@@ -40,15 +41,21 @@ ActionOutcome start(ActionJob& job, const Kind& kind) {
   if (name.text.starts_with('-') ||
       !job.git().ask({"check-ref-format", "--branch", branch}).succeeded())
     return ActionOutcome::failed("\"" + name.text + "\" is no name for a " + kind.word + ".");
-  if (hasProgram(job)) return job.change({"flow", kind.word, "start", name.text});
-  return job.change({"switch", "-q", "--no-track", "-c", branch, "refs/heads/" + *flow.*kind.base});
+  const std::string base = "refs/heads/" + *flow.*kind.base;
+  if (!hasProgram(job))
+    return IncomingFiles::checkOut(job, base, {"switch", "-q", "--no-track", "-c", branch, base});
+  return IncomingFiles::bring(
+      job, [&] { return IncomingFiles::byCheckout(job.git(), base); },
+      [&](IncomingFiles::Ignored) {
+        return job.change({"flow", kind.word, "start", name.text});
+      });
 }
 
-ActionOutcome mergeInto(const ActionJob& job, const std::string& into, const std::string& what) {
-  if (ActionOutcome outcome = job.change({"switch", "-q", "--no-guess", "--end-of-options", into});
-      !outcome.isDone())
-    return outcome;
-  return job.change({"merge", "-q", "--no-ff", what});
+ActionOutcome mergeInto(ActionJob& job, const std::string& into, const std::string& what) {
+  ActionOutcome outcome = IncomingFiles::checkOut(
+      job, "refs/heads/" + into, {"switch", "-q", "--no-guess", "--end-of-options", into});
+  if (!outcome.isDone()) return outcome;
+  return IncomingFiles::merge(job, what, what, {"--no-ff"});
 }
 
 // The version's tag on the master branch, unless an earlier try has made it.
@@ -61,7 +68,7 @@ ActionOutcome tagVersion(const ActionJob& job, const Gitflow& flow, const std::s
 
 // Every step can be done again: after a conflict is resolved, finishing once more goes on with
 // what is left.
-ActionOutcome finishByGit(const ActionJob& job, const Gitflow& flow, const Kind& kind,
+ActionOutcome finishByGit(ActionJob& job, const Gitflow& flow, const Kind& kind,
                           const std::string& branch, const std::string& name) {
   const std::string full = "refs/heads/" + branch;
   if (kind.isVersion) {
@@ -83,8 +90,17 @@ ActionOutcome finish(ActionJob& job, const Kind& kind) {
     return ActionOutcome::failed("There are changes that are not committed.");
   if (!hasProgram(job)) return finishByGit(job, *flow, kind, branch, name);
   if (name.starts_with('-')) return ActionOutcome::failed("git-flow cannot work with that name.");
-  if (kind.isVersion) return job.change({"flow", kind.word, "finish", "-m", name, name});
-  return job.change({"flow", kind.word, "finish", name});
+  Arguments arguments = {"flow", kind.word, "finish", name};
+  if (kind.isVersion) arguments.insert(arguments.end() - 1, {"-m", name});
+  return IncomingFiles::bring(
+      job,
+      [&] {
+        IncomingFiles::Source source;
+        for (const std::string& each : {branch, flow->develop, flow->master})
+          source.differences.push_back({"HEAD", "refs/heads/" + each});
+        return source;
+      },
+      [&](IncomingFiles::Ignored) { return job.change(arguments); });
 }
 
 template <const Kind& kind>

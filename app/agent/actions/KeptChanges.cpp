@@ -13,6 +13,8 @@
 #include <system_error>
 #include <utility>
 
+#include "linux/base/RegularFile.h"
+
 namespace kelpie::agent {
 namespace {
 
@@ -76,12 +78,8 @@ std::string withoutLineEnd(std::string text) {
 }
 
 std::optional<std::string> contentOf(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return std::nullopt;
-  std::string text(kLargestState + 1, '\0');
-  in.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(in.gcount()));
-  if (text.size() > kLargestState) return std::nullopt;
+  std::optional<std::string> text = RegularFile::read(file, kLargestState + 1);
+  if (text && text->size() > kLargestState) return std::nullopt;
   return text;
 }
 
@@ -419,10 +417,9 @@ std::vector<std::string> KeptChanges::references() const {
 }
 
 std::string KeptChanges::keep(const std::string& label, const PathPlan& plan,
-                              const PathSurvey& survey) const {
-  std::string problem;
+                              const PathSurvey& survey, std::string& problem) const {
   const std::string oid = Keeper(git_, workingCopy_, plan, survey).commit(label, problem);
-  if (oid.empty()) return problem;
+  if (oid.empty()) return {};
   std::vector<std::string> names = references();
   std::uint64_t number = 0;
   if (!names.empty()) toNumber(std::string_view{names.front()}.substr(folder().size()), number);
@@ -431,10 +428,13 @@ std::string KeptChanges::keep(const std::string& label, const PathPlan& plan,
   // Only where there is none: another program may be at work, too.
   const ProgramResult named =
       git_.change({"update-ref", folder() + digits, oid, std::string(oid.size(), '0')});
-  if (!named.succeeded()) return named.failure();
+  if (!named.succeeded()) {
+    problem = named.failure();
+    return {};
+  }
   for (std::size_t i = kMostRecords - 1; i < names.size(); ++i)
     git_.change({"update-ref", "-d", names[i]});
-  return {};
+  return oid;
 }
 
 std::variant<std::optional<KeptChanges::Record>, std::string> KeptChanges::newest() const {

@@ -55,9 +55,11 @@ class KeptChanges {
   KeptChanges(const GitCommand& git, WorkingCopy workingCopy)
       : git_(git.in(workingCopy.root)), workingCopy_(std::move(workingCopy)) {}
 
-  // Puts aside what is at the plan's paths. An empty text, or what went wrong; then nothing is
-  // kept. Forgets the oldest when there are more than kMostRecords.
-  std::string keep(const std::string& label, const PathPlan& plan, const PathSurvey& survey) const;
+  // Puts aside what is at the plan's paths. The record's `oid`, which no other one ever has; empty
+  // when nothing is kept, and `problem` says why. Forgets the oldest when there are more than
+  // kMostRecords.
+  std::string keep(const std::string& label, const PathPlan& plan, const PathSurvey& survey,
+                   std::string& problem) const;
   // The newest record of this working tree, nothing when there is none, or what went wrong.
   std::variant<std::optional<Record>, std::string> newest() const;
   // The content of blobs: calls `take` with each, in that order, until it answers false. False when

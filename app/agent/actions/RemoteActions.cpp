@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "agent/actions/ActionJob.h"
+#include "agent/actions/PullAction.h"
 #include "agent/actions/PushRemote.h"
 #include "agent/git/Refspecs.h"
 
@@ -102,24 +103,11 @@ ActionOutcome prune(ActionJob& job) {
   return job.change(arguments);
 }
 
-// Whether the user has said how a pull brings two histories together; git refuses to guess.
-bool saysHowToPull(const ActionJob& job, const ReferencesSnapshot& references) {
-  std::vector<std::string> keys = {"pull.rebase", "pull.ff"};
-  if (references.headBranch)
-    keys.push_back("branch." + references.headBranch->shortName + ".rebase");
-  return std::ranges::any_of(keys, [&](const std::string& key) {
-    return job.git().ask({"config", "--get", key}).succeeded();
-  });
-}
-
 ActionOutcome pull(ActionJob& job) {
   const auto there = branchThere(job);
   if (const auto* failure = std::get_if<ActionOutcome>(&there)) return *failure;
   const auto& branch = std::get<BranchThere>(there);
-  Arguments arguments = {"pull", "-q"};
-  if (!saysHowToPull(job, *job.references())) arguments.emplace_back("--no-rebase");
-  arguments.insert(arguments.end(), {"--", branch.remote.name, branch.name});
-  return job.change(arguments);
+  return PullAction(job, branch.remote.name, branch.name).run();
 }
 
 // A branch goes where it comes from, and under its own name where it comes from nowhere.

@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "agent/actions/IndexLock.h"
 #include "agent/actions/KeptChanges.h"
 #include "agent/git/StatusReader.h"
 
@@ -19,13 +20,6 @@ constexpr const char* kRestless = "The files keep changing. Nothing was done.";
 // A person who agrees so often does not see what changes.
 constexpr int kMostQuestions = 5;
 constexpr std::size_t kMostNames = 5;
-
-std::string named(const Paths& paths) {
-  std::string text;
-  for (std::size_t i = 0; i < paths.size() && i < kMostNames; ++i)
-    text += (i == 0 ? "\"" : ", \"") + paths[i] + "\"";
-  return text + (paths.size() > kMostNames ? ", \u2026" : "");
-}
 
 // One action from its plan to its end.
 class Replacing {
@@ -53,7 +47,7 @@ class Replacing {
   const SafeReplacement::Parts& parts_;
   Sites sites_;
   bool hasAsked_ = false;
-  bool hasKept_ = false;
+  std::vector<ActionOutcome::Kept> kept_;  // one for each working copy
 };
 
 std::optional<ActionOutcome> Replacing::look(Sites& sites) const {
@@ -90,14 +84,17 @@ std::optional<ActionOutcome> Replacing::ask() {
     question = "Files have changed since you were asked.\n\n" + question;
   for (const Site& site : sites_)
     if (!site.survey.stayingFolders().empty())
-      question +=
-          "\n\nThese folders stay: " +
-          named({site.survey.stayingFolders().begin(), site.survey.stayingFolders().end()}) + ".";
+      question += "\n\nThese folders stay: " +
+                  SafeReplacement::named(
+                      {site.survey.stayingFolders().begin(), site.survey.stayingFolders().end()}) +
+                  ".";
   if (hasStakes())
     question += "\n\nWhat is in no commit is put aside first; \"kelpie undo\" brings it back.";
   if (!lost.empty())
-    question += "\n\nToo large or not readable, " + std::to_string(lost.size()) +
-                " item(s) cannot be put aside and will be LOST for good: " + named(lost) + ".";
+    question +=
+        "\n\nToo large or not readable, " + std::to_string(lost.size()) +
+        " item(s) cannot be put aside and will be LOST for good: " + SafeReplacement::named(lost) +
+        ".";
   return job_.refused(question);
 }
 
@@ -146,10 +143,14 @@ std::string Replacing::keep() {
   for (const Site& site : sites_) {
     if (stakes(site).empty()) continue;
     const KeptChanges kept(job_.git(), site.workingCopy);
-    if (std::string problem = kept.keep(std::string(job_.label()), site.plan, site.survey);
-        !problem.empty())
+    std::string problem;
+    std::string record = kept.keep(std::string(job_.label()), site.plan, site.survey, problem);
+    if (record.empty())
       return "What would be lost could not be put aside: " + problem + " Nothing was done.";
-    hasKept_ = true;
+    std::erase_if(kept_, [&](const ActionOutcome::Kept& each) {
+      return each.workingCopy == site.workingCopy;
+    });
+    kept_.push_back({site.workingCopy, std::move(record)});
   }
   return {};
 }
@@ -163,12 +164,12 @@ ActionOutcome Replacing::run() {
       if (std::string problem = keep(); !problem.empty())
         return ActionOutcome::failed(std::move(problem));
       // Putting much aside takes its time.
-      if (hasKept_) news = lookAgain();
+      if (!kept_.empty()) news = lookAgain();
     }
     if (auto* end = std::get_if<ActionOutcome>(&news)) return std::move(*end);
     if (std::get<News>(news) == News::Changed) continue;
     ActionOutcome outcome = parts_.carryOut(sites_);
-    outcome.canBeUndone = hasKept_;
+    outcome.kept = kept_;
     return outcome;
   }
   return ActionOutcome::failed(kRestless);
@@ -178,6 +179,13 @@ ActionOutcome Replacing::run() {
 
 ActionOutcome SafeReplacement::run(ActionJob& job, const Parts& parts) {
   return Replacing(job, parts).run();
+}
+
+std::string SafeReplacement::named(const Paths& paths) {
+  std::string text;
+  for (std::size_t i = 0; i < paths.size() && i < kMostNames; ++i)
+    text += (i == 0 ? "\"" : ", \"") + paths[i] + "\"";
+  return text + (paths.size() > kMostNames ? ", \u2026" : "");
 }
 
 std::shared_ptr<const StatusSnapshot> SafeReplacement::statusOf(const GitCommand& git,
@@ -200,8 +208,7 @@ ActionOutcome SafeReplacement::setIndex(const GitCommand& git, const Paths& remo
   }
   input += entries;
   if (input.empty()) return ActionOutcome::done();
-  return ActionOutcome::of(
-      git.changeWith({"update-index", "-z", "--index-info"}, {std::move(input), {}}));
+  return IndexLock::change(git, {"update-index", "-z", "--index-info"}, {std::move(input), {}});
 }
 
 ActionOutcome SafeReplacement::replace(const GitCommand& git, const Site& site) {
@@ -229,8 +236,8 @@ ActionOutcome SafeReplacement::replace(const GitCommand& git, const Site& site) 
         site.survey.at(path).presence.kind == WorkingFiles::Kind::Folder)
       files.removeEmptyFolders(path);
   if (written.empty()) return ActionOutcome::done();
-  return ActionOutcome::of(git.changeWith({"checkout-index", "-q", "-f", "-u", "-z", "--stdin"},
-                                          {std::move(written), {}}));
+  return IndexLock::change(git, {"checkout-index", "-q", "-f", "-u", "-z", "--stdin"},
+                           {std::move(written), {}});
 }
 
 }  // namespace kelpie::agent

@@ -49,6 +49,9 @@ class SafeReplacement {
 
   static ActionOutcome run(ActionJob& job, const Parts& parts);
 
+  // The first few of the paths, as a question names them.
+  static std::string named(const std::vector<std::string>& paths);
+
   // The status of now; null when git does not tell it.
   static std::shared_ptr<const StatusSnapshot> statusOf(const GitCommand& git,
                                                         const WorkingCopy& workingCopy);

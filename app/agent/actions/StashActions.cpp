@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "agent/actions/ActionJob.h"
+#include "agent/actions/IncomingFiles.h"
 #include "agent/git/PathScope.h"
 #include "agent/git/ReferenceParser.h"
 
@@ -34,6 +35,19 @@ ActionOutcome saveStash(ActionJob& job) {
   return job.changePaths(arguments, paths);
 }
 
+// git itself refuses where untracked files of the stash are in the way of others.
+ActionOutcome applyStash(ActionJob& job) {
+  const std::string oid = job.target().stash->oid;
+  return IncomingFiles::bring(
+      job,
+      [&] {
+        return IncomingFiles::Source{{{oid + "^1", oid}}, {}};
+      },
+      [&](IncomingFiles::Ignored) {
+        return job.change({"stash", "apply", "-q", oid});
+      });
+}
+
 // By its commit: the position may have changed since the menu was shown.
 ActionOutcome deleteStash(ActionJob& job) {
   const ProgramResult listed = job.git().ask({"stash", "list", "-z", kStashFormat});
@@ -52,7 +66,7 @@ constexpr ActionRule kStashActions[] = {
     {.action = "applyStash:",
      .label = "Apply Stash",
      .subject = ActionSubject::Stash,
-     .git = "stash apply -q %oid"},
+     .work = applyStash},
     {.action = "deleteStashes:",
      .label = "Delete Stash",
      .subject = ActionSubject::Stash,

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "agent/actions/ActionJob.h"
+#include "agent/actions/IndexLock.h"
 #include "agent/actions/KeptChanges.h"
 #include "agent/actions/SafeReplacement.h"
 
@@ -23,6 +24,11 @@ using Item = KeptChanges::Item;
 using Paths = std::vector<std::string>;
 using Site = SafeReplacement::Site;
 using Sites = SafeReplacement::Sites;
+
+constexpr const char* kNothingKept = "There is nothing that was put aside.";
+constexpr const char* kNotTheNewest =
+    "What was put aside then has been brought back already, or something else was put aside since. "
+    "Nothing was done.";
 
 // Whether the index and the working folder are as the action left them.
 bool isAsLeft(const Item& item, const PathSurvey::State& now) {
@@ -141,8 +147,8 @@ ActionOutcome Restoring::restoreFiles(const Site& site) {
   if (!problem.empty()) return ActionOutcome::failed(std::move(problem));
   if (!read) return ActionOutcome::failed("What was put aside cannot be read.");
   if (clean.empty()) return ActionOutcome::done();
-  return ActionOutcome::of(job_.git().changeWith(
-      {"checkout-index", "-q", "-f", "-u", "-z", "--stdin"}, {std::move(clean), {}}));
+  return IndexLock::change(job_.git(), {"checkout-index", "-q", "-f", "-u", "-z", "--stdin"},
+                           {std::move(clean), {}});
 }
 
 // The merge that was under way, unless something else has begun or was committed since.
@@ -193,7 +199,9 @@ ActionOutcome undoDiscard(ActionJob& job) {
   if (const auto* problem = std::get_if<std::string>(&found))
     return ActionOutcome::failed(*problem);
   const auto& record = std::get<0>(found);
-  if (!record) return ActionOutcome::failed("There is nothing that was put aside.");
+  if (!record) return ActionOutcome::failed(kNothingKept);
+  const std::string& wanted = job.request().record;
+  if (!wanted.empty() && record->oid != wanted) return ActionOutcome::failed(kNotTheNewest);
   Restoring restoring(job, kept, *record);
   return SafeReplacement::run(
       job, {.plan = [&] { return restoring.plan(); },

@@ -1,6 +1,7 @@
 #include "agent/git/GitCommand.h"
 
 #include <cstddef>
+#include <string_view>
 #include <utility>
 
 #include "agent/git/ProgramGuard.h"
@@ -14,6 +15,10 @@ namespace {
 constexpr std::size_t kMaximumAnswer = std::size_t{512} << 20U;
 // How many bytes of paths one call takes as arguments; the system's limit is far above.
 constexpr std::size_t kArgumentBytes = std::size_t{96} << 10U;
+
+// The one command that refuses paths that are to be taken as they are written. One that begins with
+// "./" it does take so.
+constexpr std::string_view kNoLiterals = "check-ignore";
 
 ProgramResult notStarted(std::string why) {
   ProgramResult result;
@@ -117,20 +122,15 @@ ProgramResult GitCommand::askUnder(const ReadingRules& rules, const Arguments& a
                                    std::chrono::milliseconds limit) const {
   if (!rules.refusal.empty()) return notStarted(rules.refusal);
   // No question needs a hook, or the signature of a commit checked.
-  Arguments all = {"--no-optional-locks",
-                   "--literal-pathspecs",
-                   "-c",
-                   "core.quotePath=off",
-                   "-c",
-                   "core.hooksPath=/dev/null",
-                   "-c",
-                   "log.showSignature=false"};
+  Arguments all = {"--no-optional-locks",      "-c", "core.quotePath=off",     "-c",
+                   "core.hooksPath=/dev/null", "-c", "log.showSignature=false"};
   std::vector<std::pair<std::string, std::string>> environment = {
       {"LC_ALL", "C"}, {"GIT_TERMINAL_PROMPT", "0"}, {"GIT_PAGER", "cat"}};
   addSettings(rules.settings, all, environment);
   if (!rules.mayFetch)
     // The second is for a git that does not know the first: no way to a remote is allowed.
     environment.insert(environment.end(), {{"GIT_NO_LAZY_FETCH", "1"}, {"GIT_ALLOW_PROTOCOL", ""}});
+  if (arguments.front() != kNoLiterals) all.insert(all.begin(), "--literal-pathspecs");
   all.insert(all.end(), arguments.begin(), arguments.end());
   ProgramCall question = call(all);
   question.environment = std::move(environment);

@@ -121,6 +121,21 @@ TEST_F(BranchActionsTest, AHardResetNamesWhatIsLostAndPutsItAside) {
   EXPECT_EQ(sandbox.read("r/x.o"), "mine\n");
 }
 
+TEST_F(BranchActionsTest, AHardResetPutsFilesInThePlaceOfFoldersAndTheOtherWayRound) {
+  sandbox.write("r/file", "file\n");
+  sandbox.write("r/folder/inner", "inner\n");
+  sandbox.commitAll("r", "one way");
+  sandbox.git("r", {"tag", "v1"});
+  sandbox.git("r", {"rm", "-q", "-r", "file", "folder"});
+  sandbox.write("r/file/inner", "inner\n");
+  sandbox.write("r/folder", "folder\n");
+  sandbox.commitAll("r", "the other way");
+  answer({"2"});
+  expectDone(runOn("reset:", "refs/tags/v1"));
+  EXPECT_EQ(status(), "");
+  EXPECT_EQ(sandbox.read("r/folder/inner"), "inner\n");
+}
+
 TEST_F(BranchActionsTest, AHardResetAsksAgainAboutWhatChangedMeanwhile) {
   sandbox.git("r", {"tag", "v1"});
   sandbox.write("r/a", "mine\n");
@@ -130,18 +145,6 @@ TEST_F(BranchActionsTest, AHardResetAsksAgainAboutWhatChangedMeanwhile) {
   expectCancelled(runOn("reset:", "refs/tags/v1"));
   EXPECT_EQ(sandbox.read("r/sub/b"), "new\n");
   EXPECT_EQ(sandbox.read("r/a"), "mine\n");
-}
-
-TEST_F(BranchActionsTest, CheckoutAndMergeDoNotOverwriteIgnoredFiles) {
-  sandbox.git("r", {"checkout", "-q", "-b", "other"});
-  sandbox.write("r/x.o", "committed\n");
-  sandbox.commitAll("r", "an object");
-  sandbox.git("r", {"checkout", "-q", "main"});
-  sandbox.write("r/.git/info/exclude", "*.o\n");
-  sandbox.write("r/x.o", "mine\n");
-  expectFailed(runOn("checkout:", "refs/heads/other"), "x.o");
-  expectFailed(runOn("merge:", "refs/heads/other"), "x.o");
-  EXPECT_EQ(sandbox.read("r/x.o"), "mine\n");
 }
 
 TEST_F(BranchActionsTest, ABranchThatMovesWhileTheQuestionIsOpenIsAskedAboutAgain) {

@@ -166,6 +166,23 @@ TEST_F(ConflictActionsTest, RestoreOfAVersionLeavesTheConflictOpen) {
   EXPECT_EQ(conflicts(), "UU a\nDU \"gone here\"\nUD \"gone there\"\nAA new");
 }
 
+TEST_F(ConflictActionsTest, NoVersionIsWrittenThroughALinkThatCameInThePlaceOfAFolder) {
+  sandbox.sh(
+      "cd r && oid=$(echo evil | git hash-object -w --stdin) && "
+      "printf '100644 %s 2\\td/f\\n100644 %s 3\\td/f\\n' $oid $oid | git update-index "
+      "--index-info");
+  sandbox.write("outside/f", "precious\n");
+  sandbox.sh("ln -s ../outside r/d");
+  for (const char* action : {"restore:", "resolve:"})
+    for (const std::int64_t version : {kPlain, kOurs, kTheirs}) {
+      if (std::string_view(action) == "resolve:" && version == kPlain) continue;
+      answer({"yes", "yes"});
+      expectFailed(runFiles(action, {sandbox.path("r")}, version), "\"d\" is in its way");
+      EXPECT_EQ(sandbox.read("outside/f"), "precious\n") << action << version;
+      EXPECT_EQ(sandbox.sh("readlink r/d"), "../outside") << action << version;
+    }
+}
+
 TEST_F(ConflictActionsTest, RestoreAsksFirst) {
   sandbox.write("r/a", "by hand\n");
   answer({"no"});

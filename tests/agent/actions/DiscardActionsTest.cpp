@@ -424,6 +424,55 @@ TEST_F(DiscardActionsTest, ChangesInASubmoduleAreCountedAndPutAsideThere) {
   EXPECT_EQ(sandbox.read("r/mod/x"), "two\n");
 }
 
+TEST_F(DiscardActionsTest, TheOfferNamesWhereSomethingWasPutAsideAndBringsThatBack) {
+  sandbox.setVariable("GIT_ALLOW_PROTOCOL", "file");
+  sandbox.init("m");
+  sandbox.write("m/x", "one\n");
+  sandbox.commitAll("m", "one");
+  sandbox.git("r", {"submodule", "--quiet", "add", sandbox.path("m"), "mod"});
+  sandbox.commitAll("r", "submodule");
+  sandbox.write("r/a", "long ago\n");
+  answer({"yes"});
+  expectDone(runFiles("discard:", {"a"}));
+  sandbox.write("r/mod/x", "two\n");
+  answer({"yes"});
+  expectDone(runFiles("discard:", {"mod"}));
+  EXPECT_NE(notifier.offered.back().text.find("kelpie undo '" + sandbox.path("r/mod") + "'"),
+            std::string::npos);
+  notifier.press();
+  queues.runAll();
+  EXPECT_EQ(sandbox.read("r/mod/x"), "two\n");
+  EXPECT_EQ(sandbox.read("r/a"), "one\n") << "it was not spoken of";
+}
+
+TEST_F(DiscardActionsTest, AnOfferThatIsOutOfDateDoesNothingAndSaysSo) {
+  sandbox.write("r/a", "first\n");
+  answer({"yes"});
+  expectDone(runFiles("discard:", {"a"}));
+  const auto stale = notifier.offered.back().button.pressed;
+  expectDone(undo());
+  EXPECT_TRUE(notifier.offered.empty());
+  sandbox.write("r/a", "one\n");
+  sandbox.write("r/sub/b", "other\n");
+  answer({"yes"});
+  expectDone(runFiles("discard:", {"sub/b"}));
+  last.reset();
+  stale();
+  queues.runAll();
+  ASSERT_TRUE(last);
+  expectFailed(*last, "has been brought back already");
+  EXPECT_EQ(sandbox.read("r/sub/b"), "one\n");
+  EXPECT_EQ(notifier.shown.size(), 1U);
+}
+
+TEST_F(DiscardActionsTest, APipeInThePlaceOfGitsOwnFilesIsNotWaitedFor) {
+  sandbox.write("r/a", "two\n");
+  sandbox.sh("mkfifo r/.git/MERGE_MSG");
+  answer({"yes"});
+  expectDone(runFiles("discard:", {"a"}));
+  EXPECT_EQ(sandbox.read("r/a"), "one\n");
+}
+
 TEST_F(DiscardActionsTest, TheOldestRecordsAreForgotten) {
   for (int i = 1; i <= 30; ++i)
     sandbox.git("r",

@@ -99,6 +99,40 @@ TEST_F(RemoteActionsTest, PullsAsTheUserHasSaid) {
   EXPECT_EQ(sandbox.git("r", {"rev-list", "--count", "--merges", "HEAD"}), "0");
 }
 
+TEST_F(RemoteActionsTest, APullThatMayOnlyGoForwardRefusesToMerge) {
+  commitFar("main");
+  sandbox.git("r", {"config", "pull.ff", "only"});
+  sandbox.git("r", {"config", "pull.rebase", "true"});
+  sandbox.write("r/sub/b", "mine\n");
+  sandbox.commitAll("r", "mine");
+  const std::string before = oid("r", "HEAD");
+  expectFailed(runOn("pull:", "refs/remotes/origin/main"), "fast-forward");
+  EXPECT_EQ(oid("r", "HEAD"), before);
+}
+
+TEST_F(RemoteActionsTest, APullSaysInItsMergeWhereItComesFrom) {
+  commitFar("main");
+  sandbox.write("r/sub/b", "mine\n");
+  sandbox.commitAll("r", "mine");
+  expectDone(runOn("pull:", "refs/remotes/origin/main"));
+  EXPECT_EQ(sandbox.git("r", {"log", "-1", "--format=%s"}),
+            "Merge branch 'main' of " + sandbox.path("far"));
+  EXPECT_TRUE(sandbox.git("r", {"reflog", "-1", "--format=%gs"}).starts_with("pull "));
+}
+
+TEST_F(RemoteActionsTest, APullThatRebasesDoesNotBringBackWhatWasTakenAwayThere) {
+  commitFar("main");
+  sandbox.git("r", {"config", "pull.rebase", "true"});
+  expectDone(runOn("pull:", "refs/remotes/origin/main"));
+  sandbox.write("r/sub/b", "mine\n");
+  sandbox.commitAll("r", "mine");
+  // Another commit takes the place of the one that was pulled.
+  sandbox.git("r", {"push", "-q", "--force", "origin", "HEAD~2:refs/heads/main"});
+  sandbox.git("r", {"update-ref", "refs/remotes/origin/main", "HEAD~1"});
+  expectDone(runOn("pull:", "refs/remotes/origin/main"));
+  EXPECT_EQ(sandbox.git("r", {"rev-list", "--count", "HEAD"}), "2");
+}
+
 TEST_F(RemoteActionsTest, PushesABranchToWhereItComesFrom) {
   sandbox.git("r", {"branch", "-q", "-m", "main", "local"});
   sandbox.write("r/a", "two\n");

@@ -12,70 +12,11 @@
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
 #include "support/LongEnough.h"
+#include "support/linux/FakeDesktop.h"
 #include "support/linux/PrivateBus.h"
 
 namespace kelpie::agent {
 namespace {
-
-constexpr const char* kService = "org.freedesktop.Notifications";
-
-// The desktop's end, which keeps what it is asked to show.
-class FakeDesktop {
- public:
-  explicit FakeDesktop(GDBusConnection* bus) : bus_(bus) {
-    filter_ = g_dbus_connection_add_filter(bus, &FakeDesktop::heard, this, nullptr);
-    const GVariantPtr taken(g_dbus_connection_call_sync(
-        bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
-        g_variant_new("(su)", kService, 0U), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr,
-        nullptr));
-    EXPECT_NE(taken, nullptr);
-  }
-  ~FakeDesktop() { g_dbus_connection_remove_filter(bus_, filter_); }
-  FakeDesktop(const FakeDesktop&) = delete;
-  FakeDesktop& operator=(const FakeDesktop&) = delete;
-
-  std::string shown() const {
-    const std::lock_guard lock(mutex_);
-    return shown_;
-  }
-  std::string closed() const {
-    const std::lock_guard lock(mutex_);
-    return closed_;
-  }
-  // The user does something with the notification, which always has the number 1.
-  void tell(const char* signal, GVariant* values) const {
-    EXPECT_EQ(g_dbus_connection_emit_signal(bus_, nullptr, "/org/freedesktop/Notifications",
-                                            kService, signal, values, nullptr),
-              TRUE);
-  }
-
- private:
-  // On the connection's own thread.
-  static GDBusMessage* heard(GDBusConnection* bus, GDBusMessage* message, gboolean incoming,
-                             gpointer self) {
-    const char* member = g_dbus_message_get_member(message);
-    const std::string name = incoming == FALSE || member == nullptr ? "" : member;
-    if (name != "Notify" && name != "CloseNotification") return message;
-    const GCharPtr body(g_variant_print(g_dbus_message_get_body(message), FALSE));
-    auto* desktop = static_cast<FakeDesktop*>(self);
-    {
-      const std::lock_guard lock(desktop->mutex_);
-      (name == "Notify" ? desktop->shown_ : desktop->closed_) = body.get();
-    }
-    const GObjectPtr<GDBusMessage> reply(g_dbus_message_new_method_reply(message));
-    if (name == "Notify") g_dbus_message_set_body(reply.get(), g_variant_new("(u)", 1U));
-    g_dbus_connection_send_message(bus, reply.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
-                                   nullptr);
-    g_object_unref(message);
-    return nullptr;
-  }
-
-  GDBusConnection* bus_;
-  guint filter_ = 0;
-  mutable std::mutex mutex_;
-  std::string shown_;   // guarded by mutex_, as is
-  std::string closed_;  // what was to be taken back
-};
 
 class DesktopNotifierTest : public testing::Test {
  protected:

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <chrono>
+
+#include "agent/actions/ActionOutcome.h"
+#include "agent/git/GitCommand.h"
+
+namespace kelpie::agent {
+
+// While a git changes an index, a file beside it keeps every other git out, which then fails at
+// once. Most of them are done in a moment.
+class IndexLock {
+ public:
+  IndexLock() = delete;
+
+  // Runs a command that changes the index and can be run again. As long as another program has the
+  // lock, this waits, at most for `patience` or until the action is called off, and tries again.
+  // Blocks.
+  static ActionOutcome change(const GitCommand& git, const Arguments& arguments,
+                              const GitCommand::Given& given = {},
+                              std::chrono::milliseconds patience = kPatience);
+
+  static constexpr std::chrono::milliseconds kPatience{10'000};
+};
+
+}  // namespace kelpie::agent
