@@ -25,6 +25,7 @@ class EmptyFileSystem final : public FileSystem {
     return url.deletingLastPathComponent();
   }
   std::optional<URL> fileReferenceUrl(const URL& /*url*/) const override { return {}; }
+  std::optional<URL> filePathUrl(const URL& url) const override { return url; }
   std::vector<URL> contentsOfDirectory(const URL& /*url*/) const override { return {}; }
   std::unique_ptr<DirectoryEnumerator> enumerator(const URL& /*url*/,
                                                   ErrorHandler /*onError*/) const override {
@@ -42,8 +43,6 @@ std::shared_ptr<const FileSystem>& installed() {
 }  // namespace
 
 const FileSystem& FileSystem::current() { return *installed(); }
-
-std::optional<URL> FileSystem::filePathUrl(const URL& url) const { return url; }
 
 std::shared_ptr<const FileSystem> FileSystem::install(std::shared_ptr<const FileSystem> files) {
   if (files == nullptr) files = std::make_shared<const EmptyFileSystem>();

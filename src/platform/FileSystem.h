@@ -75,7 +75,7 @@ class FileSystem {
   virtual std::optional<URL> fileReferenceUrl(const URL& url) const = 0;
   // The URL of the path that the file has now, for a file reference; missing when its file is gone.
   // Any other URL as it is.
-  virtual std::optional<URL> filePathUrl(const URL& url) const;
+  virtual std::optional<URL> filePathUrl(const URL& url) const = 0;
   // The immediate contents, hidden items included; empty when they cannot be read.
   virtual std::vector<URL> contentsOfDirectory(const URL& url) const = 0;
   // A walk below the folder. Errors (a folder that cannot be read, a folder that is gone, the

@@ -228,6 +228,7 @@ class LoopingFileSystem final : public FileSystem {
     return URL::fileURLWithPath(url.path());
   }
   std::optional<URL> fileReferenceUrl(const URL& /*url*/) const override { return {}; }
+  std::optional<URL> filePathUrl(const URL& url) const override { return url; }
   std::vector<URL> contentsOfDirectory(const URL& /*url*/) const override { return {}; }
   std::unique_ptr<DirectoryEnumerator> enumerator(const URL& url,
                                                   ErrorHandler onError) const override {

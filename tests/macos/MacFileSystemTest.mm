@@ -85,10 +85,13 @@ TEST_F(MacFiles, AReferenceFollowsItsFile) {
   ASSERT_NE(entry, nullptr);
   EXPECT_TRUE(entry->path.starts_with(folder / "moved/")) << entry->path;
   EXPECT_EQ(files.contentsOfDirectory(*reference).size(), 4U);
+  EXPECT_EQ(files.filePathUrl(*reference)->path(), folder / "moved");
+  EXPECT_EQ(files.filePathUrl(url("gone"))->path(), folder / "gone") << "no reference, whatever is there";
 
   std::filesystem::remove_all(folder / "moved");
   EXPECT_FALSE(files.resourceValues(*reference).identifier);
   EXPECT_FALSE(files.parentUrl(*reference));
+  EXPECT_FALSE(files.filePathUrl(*reference));
   EXPECT_TRUE(files.contentsOfDirectory(*reference).empty());
 }
 
@@ -100,8 +103,10 @@ TEST_F(MacFiles, IconsAreThoseOfTheSystem) {
 TEST_F(MacFiles, AFolderIsListedWithItsHiddenItems) {
   folder.addFile("repo/.hidden");
   std::vector<std::string> names;
-  for (const URL& item : files.contentsOfDirectory(url("repo")))
+  for (const URL& item : files.contentsOfDirectory(url("repo"))) {
+    EXPECT_EQ(item.deletingLastPathComponent()->path(), folder / "repo");
     names.emplace_back(item.lastPathComponent());
+  }
   std::ranges::sort(names);
   EXPECT_EQ(names, (std::vector<std::string>{".hidden", "Some.app", "a.txt", "link", "sub"}));
 }

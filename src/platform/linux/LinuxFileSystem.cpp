@@ -59,6 +59,8 @@ std::optional<URL> LinuxFileSystem::fileReferenceUrl(const URL& url) const {
   return real ? std::optional(URL::fileURLWithPath(*real)) : std::nullopt;
 }
 
+std::optional<URL> LinuxFileSystem::filePathUrl(const URL& url) const { return url; }
+
 std::vector<URL> LinuxFileSystem::contentsOfDirectory(const URL& url) const {
   const std::string* path = usablePath(url);
   FolderListing listing;

@@ -17,6 +17,8 @@ class LinuxFileSystem final : public FileSystem {
   std::optional<URL> parentUrl(const URL& url) const override;
   // The file URL of the path without links.
   std::optional<URL> fileReferenceUrl(const URL& url) const override;
+  // The URL itself: there are no references.
+  std::optional<URL> filePathUrl(const URL& url) const override;
   // Of a link to a folder: what that folder holds.
   std::vector<URL> contentsOfDirectory(const URL& url) const override;
   std::unique_ptr<DirectoryEnumerator> enumerator(const URL& url,

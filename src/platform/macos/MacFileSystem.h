@@ -17,6 +17,7 @@ class MacFileSystem final : public FileSystem {
   // A reference of the file system's ("file:///.file/id=..."), which follows the file when it is
   // moved or renamed. Every question here takes references as well as paths.
   std::optional<URL> fileReferenceUrl(const URL& url) const override;
+  std::optional<URL> filePathUrl(const URL& url) const override;
   std::vector<URL> contentsOfDirectory(const URL& url) const override;
   std::unique_ptr<DirectoryEnumerator> enumerator(const URL& url,
                                                   ErrorHandler onError) const override;

@@ -71,6 +71,13 @@ std::optional<URL> MacFileSystem::fileReferenceUrl(const URL& url) const {
   }
 }
 
+std::optional<URL> MacFileSystem::filePathUrl(const URL& url) const {
+  @autoreleasepool {
+    NSURL* const file = url.isFileURL() ? nsUrl(url) : nil;
+    return [file isFileReferenceURL] ? urlOf([file filePathURL]) : url;
+  }
+}
+
 std::vector<URL> MacFileSystem::contentsOfDirectory(const URL& url) const {
   @autoreleasepool {
     NSURL* const folder = fileUrl(url);

@@ -237,6 +237,20 @@ typedef BOOL (^HostErrorHandler)(NSURL* url, NSError* error);
 
 @implementation NSFileManager (Host)
 
+// GNUstep's own names the items in the folder that the process works in.
+- (NSArray*)contentsOfDirectoryAtURL:(NSURL*)url
+          includingPropertiesForKeys:(NSArray*)keys
+                             options:(NSDirectoryEnumerationOptions)options
+                               error:(NSError**)error {
+  NSAssert(options == 0 && keys == nil, @"not provided for");
+  NSArray* const names = [self contentsOfDirectoryAtPath:[url path] error:error];
+  if (names == nil) return nil;
+  NSMutableArray* const items = [NSMutableArray array];
+  for (NSString* name in names)
+    [items addObject:[NSURL fileURLWithPath:[[url path] stringByAppendingPathComponent:name]]];
+  return items;
+}
+
 - (NSDirectoryEnumerator*)enumeratorAtURL:(NSURL*)url
                includingPropertiesForKeys:(NSArray*)keys
                                   options:(NSDirectoryEnumerationOptions)options
