@@ -119,7 +119,7 @@ class FolderContents::Walk {
   std::string errorPath_;
 };
 
-void FolderContents::expect(std::string_view path) { folders_.try_emplace(std::string(path)); }
+void FolderContents::announce(std::string_view path) { folders_.try_emplace(std::string(path)); }
 
 std::optional<std::size_t> FolderContents::count(const URL& folder) {
   if (walked(folder).state == State::Failed) return std::nullopt;

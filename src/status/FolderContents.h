@@ -46,7 +46,7 @@ class FolderContents {
   FolderContents& operator=(const FolderContents&) = delete;
 
   // That folder will be asked about. Not saying so costs it a walk of its own.
-  void expect(std::string_view path);
+  void announce(std::string_view path);
 
   // The number of files below the folder, in ignored folders below it excepted; missing when the
   // walk met an error.

@@ -535,7 +535,7 @@ void KPRepository::postFolder(const URL& folder, std::shared_ptr<Work> work) {
     if (openWork_ == nullptr) openWork_ = std::make_shared<Work>();
     work = openWork_;
   } else if (work->looks != nullptr) {
-    work->looks->contents().expect(folder.path());
+    work->looks->contents().announce(folder.path());
   }
   work->folders.push_back(folder.path());
   post([folder, dirtyUrls, work = std::move(work)](KPRepository& self) {
@@ -565,7 +565,7 @@ void KPRepository::updateFolder(const URL& folder, const std::shared_ptr<const U
 StatusLooks& KPRepository::looksFor(Work& work) const {
   if (work.looks == nullptr || work.looks->places().number != status_.placesNumber()) {
     work.looks = std::make_unique<StatusLooks>(status_.places(), platform_.files);
-    for (const std::string& folder : work.folders) work.looks->contents().expect(folder);
+    for (const std::string& folder : work.folders) work.looks->contents().announce(folder);
   }
   return *work.looks;
 }

@@ -18,9 +18,10 @@ void PathSet::remove(const std::vector<std::string>& paths) {
   const std::string text = std::exchange(text_, {});
   const std::vector<std::size_t> ends = std::exchange(ends_, {});
   slots_ = {};
+  const std::string_view all = text;
   std::size_t begin = 0;
   for (const std::size_t end : ends) {
-    const std::string_view path = std::string_view(text).substr(begin, end - begin);
+    const std::string_view path = all.substr(begin, end - begin);
     if (!leaving.contains(path)) addUnlocked(path);
     begin = end;
   }

@@ -61,7 +61,7 @@ class TableReader {
   // Of a key that the archive keeps: its place in the table is on its way to the processor while
   // the next entries are read. Entries are recorded in their order.
   void recordSoon(const StatusTable::Key& key, const ObjectView& entry) {
-    table_.expect(key);
+    table_.prefetch(key);
     waiting_.emplace_back(key, entry);
     if (waiting_.size() == kWaiting) recordWaiting();
   }

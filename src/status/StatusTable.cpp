@@ -95,7 +95,7 @@ std::optional<StatusWord> StatusTable::wordOrZeroOf(const Key& key) const {
   return slot->word;
 }
 
-void StatusTable::expect(const Key& key) const {
+void StatusTable::prefetch(const Key& key) const {
   if (!slots_.empty()) __builtin_prefetch(&slots_[firstIndex(key.hash_)], 1);
 }
 

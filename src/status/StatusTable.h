@@ -53,7 +53,7 @@ class StatusTable {
 
   // The entry will be asked for soon: fetches its place into the processor's cache, since a large
   // table lies far away. Changes nothing.
-  void expect(const Key& key) const;
+  void prefetch(const Key& key) const;
 
   // Adds or replaces the entry.
   void record(const Key& key, StatusWord word);

@@ -85,7 +85,7 @@ TEST_F(FolderContentsTest, TheRootIsWalkedTogetherWithFoldersInIt) {
   for (const char* path : {"/x", "/a/1", "/a/d/2", "/b/3"}) addFile(path);
   const IgnoredUrls ignored;
   FolderContents contents(files, ignored);
-  for (const char* folder : {"/", "/a", "/a/d"}) contents.expect(folder);
+  for (const char* folder : {"/", "/a", "/a/d"}) contents.announce(folder);
   EXPECT_EQ(filesOf(contents, "/"), walk("/", ignored));
   EXPECT_EQ(filesOf(contents, "/a"), (std::vector<std::string>{"/a/1", "/a/d/2"}));
   EXPECT_EQ(filesOf(contents, "/a/d"), std::vector<std::string>{"/a/d/2"});
@@ -136,7 +136,7 @@ TEST_F(FolderContentsTest, ExpectedFoldersAreWalkedWithTheFolderAround) {
   for (const char* path : {"/r/x", "/r/a/1", "/r/a/d/2", "/r/b/3", "/r/b/c/4"}) addFile(path);
   const IgnoredUrls ignored;
   FolderContents contents(files, ignored);
-  for (const char* folder : {"/r", "/r/a", "/r/a/d", "/r/b"}) contents.expect(folder);
+  for (const char* folder : {"/r", "/r/a", "/r/a/d", "/r/b"}) contents.announce(folder);
   EXPECT_EQ(filesOf(contents, "/r"), walk("/r", ignored));
   events.clear();
   EXPECT_EQ(filesOf(contents, "/r/a"), (std::vector<std::string>{"/r/a/1", "/r/a/d/2"}));
@@ -149,7 +149,7 @@ TEST_F(FolderContentsTest, AFolderAroundLeavesOutWhatWasWalked) {
   for (const char* path : {"/r/x", "/r/a/1", "/r/a/d/2", "/r/b/3"}) addFile(path);
   const IgnoredUrls ignored;
   FolderContents contents(files, ignored);
-  for (const char* folder : {"/r", "/r/a"}) contents.expect(folder);
+  for (const char* folder : {"/r", "/r/a"}) contents.announce(folder);
   EXPECT_EQ(filesOf(contents, "/r/a"), (std::vector<std::string>{"/r/a/1", "/r/a/d/2"}));
   // Changed since: seen only if the folder were walked again.
   files.remove("/r/a/d/2");
@@ -162,7 +162,7 @@ TEST_F(FolderContentsTest, AnErrorFailsTheFoldersAroundItAndNoOther) {
   files.setUnreadable("/r/b/c");
   const IgnoredUrls ignored;
   FolderContents contents(files, ignored);
-  for (const char* folder : {"/r", "/r/a", "/r/b", "/r/b/d", "/r/e"}) contents.expect(folder);
+  for (const char* folder : {"/r", "/r/a", "/r/b", "/r/b/d", "/r/e"}) contents.announce(folder);
   EXPECT_EQ(filesOf(contents, "/r"), std::nullopt);
   events.clear();
   EXPECT_EQ(filesOf(contents, "/r/b"), std::nullopt);
@@ -177,7 +177,7 @@ TEST_F(FolderContentsTest, AFailedFolderFailsTheOneAroundIt) {
   files.setUnreadable("/r/b/c");
   const IgnoredUrls ignored;
   FolderContents contents(files, ignored);
-  for (const char* folder : {"/r", "/r/b"}) contents.expect(folder);
+  for (const char* folder : {"/r", "/r/b"}) contents.announce(folder);
   EXPECT_EQ(filesOf(contents, "/r/b"), std::nullopt);
   EXPECT_EQ(filesOf(contents, "/r"), std::nullopt);
 }
@@ -188,7 +188,7 @@ TEST_F(FolderContentsTest, AnIgnoredFolderIsLeftOutAndHasContentsItself) {
   for (const char* path : {"/r/x", "/r/build/1", "/r/build/sub/2"}) addFile(path);
   const IgnoredUrls ignored(list({"/r/build"}));
   FolderContents contents(files, ignored);
-  for (const char* folder : {"/r", "/r/build", "/r/build/sub"}) contents.expect(folder);
+  for (const char* folder : {"/r", "/r/build", "/r/build/sub"}) contents.announce(folder);
   EXPECT_EQ(filesOf(contents, "/r"), std::vector<std::string>{"/r/x"});
   EXPECT_EQ(filesOf(contents, "/r/build"),
             (std::vector<std::string>{"/r/build/1", "/r/build/sub/2"}));
@@ -201,7 +201,7 @@ TEST_F(FolderContentsTest, LinksAreFilesAndNotFollowed) {
   files.addLink("/r/dangling", "/nowhere");
   const IgnoredUrls ignored;
   FolderContents contents(files, ignored);
-  contents.expect("/r/a/loop");
+  contents.announce("/r/a/loop");
   EXPECT_EQ(contents.count(url("/r")), 3U);
 }
 
@@ -228,7 +228,7 @@ TEST_F(FolderContentsTest, AgreesWithOneWalkForEachFolder) {
     FolderContents contents(files, ignored);
     std::shuffle(folders.begin(), folders.end(), random);
     folders.resize(12);
-    for (const std::string& folder : folders) contents.expect(folder);
+    for (const std::string& folder : folders) contents.announce(folder);
     std::shuffle(folders.begin(), folders.end(), random);
     for (const std::string& folder : folders) {
       ASSERT_EQ(filesOf(contents, folder), walk(folder, ignored)) << folder << " round " << round;
