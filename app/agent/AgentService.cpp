@@ -11,7 +11,7 @@
 
 #include "Configuration.h"
 #include "agent/AgentConfiguration.h"
-#include "agent/SharedSettings.h"
+#include "agent/PublishedSettings.h"
 #include "agent/desktop/ToolCommands.h"
 #include "agent/git/SettingsFiles.h"
 #include "platform/linux/DefaultsFile.h"
@@ -172,7 +172,7 @@ void AgentService::summarise(const std::string& path, const BusInterface::Summar
 void AgentService::publish() {
   const std::optional<DefaultsFile> file = DefaultsFile::ofSuite(kApplicationGroup);
   const std::optional<std::string> problem =
-      file ? SharedSettings(*file).publish(kVersion, g_get_home_dir())
+      file ? PublishedSettings(*file).publish(kVersion, g_get_home_dir())
            : "there is no folder for the settings";
   if (!problem) return;
   loop_.log().write("settings: " + *problem);

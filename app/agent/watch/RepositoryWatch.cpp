@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "agent/watch/FolderWalk.h"
+#include "agent/watch/TreeWatching.h"
 
 namespace kelpie::agent {
 namespace {
@@ -18,7 +18,7 @@ bool isInGit(const WorkingCopy& workingCopy, std::string_view path) {
 }
 
 // What git keeps of the working copy, as far as changeOf() reads it.
-void watchGit(FolderWalk& walk, const WorkingCopy& workingCopy) {
+void watchGit(TreeWatching& walk, const WorkingCopy& workingCopy) {
   walk.watchFolder(workingCopy.gitDirectory);
   walk.watchFolder(workingCopy.commonDirectory);
   walk.watchTree(joined(workingCopy.commonDirectory, "refs"));
@@ -161,9 +161,9 @@ void RepositoryWatch::start(Walk walk) {
   walks_->post([this, alive = std::weak_ptr<bool>(alive_), main = main_, &watcher = watcher_,
                 client = client_, workingCopy = workingCopy_, opaque = opaque_,
                 walk = std::move(walk)] {
-    FolderWalk git(watcher, client, {joined(workingCopy.commonDirectory, "refs/kelpie")});
+    TreeWatching git(watcher, client, {joined(workingCopy.commonDirectory, "refs/kelpie")});
     if (walk.git) watchGit(git, workingCopy);
-    FolderWalk folders(watcher, client, opaque);
+    TreeWatching folders(watcher, client, opaque);
     for (const std::string& folder : walk.folders) folders.watchFolder(folder);
     for (const std::string& tree : walk.trees) folders.watchTree(tree);
     const Walked walked{git.added() > 0, folders.added() > 0,

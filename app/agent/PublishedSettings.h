@@ -10,9 +10,9 @@ namespace kelpie::agent {
 
 // The main application's part of the settings that it shares with the extension. Any thread; blocks
 // as the file system does.
-class SharedSettings {
+class PublishedSettings {
  public:
-  explicit SharedSettings(DefaultsFile file) : file_(std::move(file)) {}
+  explicit PublishedSettings(DefaultsFile file) : file_(std::move(file)) {}
 
   // Says which version runs, without which the extension takes no notice of it. At the first start,
   // when no folders are configured, `home` (an absolute path) becomes the observed one. What went

@@ -1,4 +1,4 @@
-#include "agent/SharedSettings.h"
+#include "agent/PublishedSettings.h"
 
 #include "foundation/Bytes.h"
 #include "foundation/Object.h"
@@ -17,7 +17,7 @@ bool hasNoFoldersYet(const Dictionary& values) {
 
 }  // namespace
 
-std::optional<std::string> SharedSettings::publish(std::string_view version,
+std::optional<std::string> PublishedSettings::publish(std::string_view version,
                                                    const std::string& home) const {
   return file_.update([&](Dictionary& values) {
     bool isChanged = false;

@@ -1,4 +1,4 @@
-#include "agent/SharedSettings.h"
+#include "agent/PublishedSettings.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 namespace kelpie::agent {
 namespace {
 
-class SharedSettingsTest : public testing::Test {
+class PublishedSettingsTest : public testing::Test {
  protected:
   Dictionary values() const { return file().read().values; }
   DefaultsFile file() const { return DefaultsFile(folder_ / "config/kelpie/g.plist"); }
@@ -22,10 +22,10 @@ class SharedSettingsTest : public testing::Test {
 
   TemporaryFolder folder_;
   std::string home_ = folder_.addFolder("home");
-  SharedSettings settings_{file()};
+  PublishedSettings settings_{file()};
 };
 
-TEST_F(SharedSettingsTest, TheFirstStartObservesTheHomeFolder) {
+TEST_F(PublishedSettingsTest, TheFirstStartObservesTheHomeFolder) {
   ASSERT_FALSE(settings_.publish("7", home_));
   EXPECT_EQ(values()[kApplicationVersionKey].stringValue(), "7");
   const Object folders = values()[kFoldersPathsKey];
@@ -36,7 +36,7 @@ TEST_F(SharedSettingsTest, TheFirstStartObservesTheHomeFolder) {
   EXPECT_FALSE(home.isStale);
 }
 
-TEST_F(SharedSettingsTest, FoldersThatAreConfiguredStay) {
+TEST_F(PublishedSettingsTest, FoldersThatAreConfiguredStay) {
   const Bytes other = Bookmark::make(folder_.addFolder("other")).value();
   set(kFoldersPathsKey, Objects{Object(other)});
   ASSERT_FALSE(settings_.publish("7", home_));
@@ -44,7 +44,7 @@ TEST_F(SharedSettingsTest, FoldersThatAreConfiguredStay) {
   EXPECT_EQ(values()[kFoldersPathsKey].size(), 1U);
 }
 
-TEST_F(SharedSettingsTest, AListThatTheUserHasEmptiedStaysEmpty) {
+TEST_F(PublishedSettingsTest, AListThatTheUserHasEmptiedStaysEmpty) {
   ASSERT_FALSE(settings_.publish("7", home_));
   set(kFoldersPathsKey, Objects());
   ASSERT_FALSE(settings_.publish("8", home_));
@@ -52,20 +52,20 @@ TEST_F(SharedSettingsTest, AListThatTheUserHasEmptiedStaysEmpty) {
   EXPECT_EQ(values()[kApplicationVersionKey].stringValue(), "8");
 }
 
-TEST_F(SharedSettingsTest, AFileThatSaysItAllIsNotWrittenAgain) {
+TEST_F(PublishedSettingsTest, AFileThatSaysItAllIsNotWrittenAgain) {
   ASSERT_FALSE(settings_.publish("7", home_));
   const DefaultsFile::Stamp before = file().stamp();
   ASSERT_FALSE(settings_.publish("7", home_));
   EXPECT_EQ(file().stamp(), before);
 }
 
-TEST_F(SharedSettingsTest, AHomeThatIsNotThereIsNotObserved) {
+TEST_F(PublishedSettingsTest, AHomeThatIsNotThereIsNotObserved) {
   ASSERT_FALSE(settings_.publish("7", folder_ / "nowhere"));
   EXPECT_TRUE(values()[kFoldersPathsKey].isNil());
   EXPECT_EQ(values()[kApplicationVersionKey].stringValue(), "7");
 }
 
-TEST_F(SharedSettingsTest, AFileThatCannotBeReadIsNotReplaced) {
+TEST_F(PublishedSettingsTest, AFileThatCannotBeReadIsNotReplaced) {
   folder_.addFile("config/kelpie/g.plist", "this is no property list");
   const DefaultsFile::Stamp before = file().stamp();
   EXPECT_TRUE(settings_.publish("7", home_));

@@ -1,4 +1,4 @@
-#include "agent/watch/FolderWalk.h"
+#include "agent/watch/TreeWatching.h"
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -45,7 +45,7 @@ std::string gitDirectoryOf(const std::string& submodule) {
 
 }  // namespace
 
-bool FolderWalk::watch(const std::string& folder) {
+bool TreeWatching::watch(const std::string& folder) {
   switch (watcher_.add(client_, folder)) {
     case DirectoryWatcher::Outcome::Watched:
       ++added_;
@@ -61,9 +61,9 @@ bool FolderWalk::watch(const std::string& folder) {
   return false;
 }
 
-void FolderWalk::watchFolder(const std::string& folder) { watch(folder); }
+void TreeWatching::watchFolder(const std::string& folder) { watch(folder); }
 
-void FolderWalk::watchTree(const std::string& folder) {
+void TreeWatching::watchTree(const std::string& folder) {
   if (opaque_.contains(folder)) return;
   todo_.push_back(folder);
   for (bool isStart = true; !todo_.empty() && !limitReached_; isStart = false) {
@@ -74,7 +74,7 @@ void FolderWalk::watchTree(const std::string& folder) {
   todo_.clear();
 }
 
-void FolderWalk::read(const std::string& folder, bool isStart) {
+void TreeWatching::read(const std::string& folder, bool isStart) {
   const std::unique_ptr<DIR, CloseFolder> open(opendir(folder.c_str()));
   if (!open) return;
   while (const dirent* entry = readdir(open.get())) {
@@ -90,7 +90,7 @@ void FolderWalk::read(const std::string& folder, bool isStart) {
   }
 }
 
-void FolderWalk::watchSubmodule(const std::string& folder) {
+void TreeWatching::watchSubmodule(const std::string& folder) {
   const std::string git = gitDirectoryOf(folder);
   if (git.empty()) return;
   watch(git);
