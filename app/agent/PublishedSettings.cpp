@@ -18,7 +18,7 @@ bool hasNoFoldersYet(const Dictionary& values) {
 }  // namespace
 
 std::optional<std::string> PublishedSettings::publish(std::string_view version,
-                                                   const std::string& home) const {
+                                                      const std::string& home) const {
   return file_.update([&](Dictionary& values) {
     bool isChanged = false;
     if (hasNoFoldersYet(values)) {

@@ -86,7 +86,8 @@ TEST_F(MacFiles, AReferenceFollowsItsFile) {
   EXPECT_TRUE(entry->path.starts_with(folder / "moved/")) << entry->path;
   EXPECT_EQ(files.contentsOfDirectory(*reference).size(), 4U);
   EXPECT_EQ(files.filePathUrl(*reference)->path(), folder / "moved");
-  EXPECT_EQ(files.filePathUrl(url("gone"))->path(), folder / "gone") << "no reference, whatever is there";
+  EXPECT_EQ(files.filePathUrl(url("gone"))->path(), folder / "gone")
+      << "no reference, whatever is there";
 
   std::filesystem::remove_all(folder / "moved");
   EXPECT_FALSE(files.resourceValues(*reference).identifier);

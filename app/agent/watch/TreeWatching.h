@@ -16,7 +16,7 @@ class TreeWatching {
  public:
   // `opaque`: folders (absolute) that git treats as one item; what lies in them is left out.
   TreeWatching(DirectoryWatcher& watcher, DirectoryWatcher::Client client,
-             std::set<std::string, std::less<>> opaque)
+               std::set<std::string, std::less<>> opaque)
       : watcher_(watcher), client_(client), opaque_(std::move(opaque)) {}
 
   // The folder and all below it.
