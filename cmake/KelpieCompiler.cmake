@@ -17,6 +17,14 @@ if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "AppleClang")
   target_compile_options(kelpie_warnings INTERFACE -Werror)
 endif()
 
+# What a lock guards is annotated (src/foundation/ThreadSafety.h), and clang holds the code to it.
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  target_compile_options(kelpie_warnings INTERFACE -Wthread-safety -Werror=thread-safety)
+endif()
+
+# Calls from a wrong thread or queue end the process where the code is being worked on.
+add_compile_definitions($<$<CONFIG:Debug>:KELPIE_THREAD_CHECKS>)
+
 # A quick linker, where there is one: many tests link all of the core.
 find_program(KELPIE_LLD ld.lld)
 if(KELPIE_LLD AND CMAKE_SYSTEM_NAME STREQUAL "Linux")

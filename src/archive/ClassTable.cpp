@@ -18,12 +18,12 @@ ClassTable& ClassTable::shared() {
 }
 
 void ClassTable::add(std::string_view className, Factory factory) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   factories_.insert_or_assign(std::string(className), std::move(factory));
 }
 
 ClassTable::Factory ClassTable::find(std::string_view className) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = factories_.find(className);
   return found != factories_.end() ? found->second : nullptr;
 }

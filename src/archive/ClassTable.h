@@ -3,12 +3,12 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 
 #include "foundation/Archivable.h"
 #include "foundation/KeyedCoder.h"
+#include "foundation/Mutex.h"
 
 namespace kelpie {
 
@@ -31,8 +31,8 @@ class ClassTable {
  private:
   ClassTable();
 
-  mutable std::mutex mutex_;
-  std::map<std::string, Factory, std::less<>> factories_;  // guarded by mutex_
+  mutable Mutex mutex_;
+  std::map<std::string, Factory, std::less<>> factories_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

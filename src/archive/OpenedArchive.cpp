@@ -28,7 +28,7 @@ Object OpenedArchive::objectOf(const ArchivedValue& value) {
 }
 
 Object OpenedArchive::whole(const ArchivedValue& value) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!decoder_) decoder_.emplace(*bytes_, limits_);
   Object result = decoder_->objectOf(value);
   if (!decoder_->isRefused()) return result;

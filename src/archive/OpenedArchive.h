@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 #include "archive/ArchiveDecoder.h"
@@ -10,6 +9,7 @@
 #include "archive/DecodingLimits.h"
 #include "archive/ReadingBudget.h"
 #include "foundation/Bytes.h"
+#include "foundation/Mutex.h"
 #include "foundation/Object.h"
 
 namespace kelpie {
@@ -35,9 +35,9 @@ class OpenedArchive : public ArchivedValueMaker,
   std::shared_ptr<const Bytes> bytes_;
   ReadingBudget budget_;
   ArchiveReader reader_;
-  std::mutex mutex_;
-  DecodingLimits limits_;                  // guarded by mutex_
-  std::optional<ArchiveDecoder> decoder_;  // guarded by mutex_; made when first needed
+  Mutex mutex_;
+  DecodingLimits limits_ KELPIE_GUARDED_BY(mutex_);
+  std::optional<ArchiveDecoder> decoder_ KELPIE_GUARDED_BY(mutex_);  // made when first needed
 };
 
 }  // namespace kelpie

@@ -285,12 +285,12 @@ void FolderRegistry::updateFolders() {
 }
 
 std::shared_ptr<ObservedPaths> FolderRegistry::allObservedFiles() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return allObservedFiles_;
 }
 
 void FolderRegistry::setAllObservedFiles(std::shared_ptr<ObservedPaths> files) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   allObservedFiles_.swap(files);
 }
 

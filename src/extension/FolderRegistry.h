@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,6 +11,7 @@
 
 #include "extension/FolderTables.h"
 #include "extension/RepositoryTable.h"
+#include "foundation/Mutex.h"
 #include "foundation/URL.h"
 #include "platform/Platform.h"
 #include "status/ObservedPaths.h"
@@ -99,8 +99,8 @@ class FolderRegistry {
   std::atomic<bool> hasApplicationEnded_ = false;
   RepositoryTable repositories_;
   FolderTables folders_;
-  mutable std::mutex mutex_;
-  std::shared_ptr<ObservedPaths> allObservedFiles_;  // the pointer is guarded by mutex_
+  mutable Mutex mutex_;
+  std::shared_ptr<ObservedPaths> allObservedFiles_ KELPIE_GUARDED_BY(mutex_);  // the pointer is
 };
 
 }  // namespace kelpie

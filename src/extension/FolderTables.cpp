@@ -3,12 +3,12 @@
 namespace kelpie {
 
 void FolderTables::addInactiveFolder(const FileIdentifier& parent, const URL& folder) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   inactive_[parent].try_emplace(folder.absoluteString(), folder);
 }
 
 void FolderTables::removeInactiveFolder(const FileIdentifier& parent, const URL& folder) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto entry = inactive_.find(parent);
   if (entry != inactive_.end()) {
     entry->second.erase(folder.absoluteString());
@@ -16,12 +16,12 @@ void FolderTables::removeInactiveFolder(const FileIdentifier& parent, const URL&
 }
 
 void FolderTables::removeInactiveFolders(const FileIdentifier& parent) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   inactive_.erase(parent);
 }
 
 FolderTables::InactiveFolders FolderTables::inactiveFolders() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   InactiveFolders copy;
   copy.reserve(inactive_.size());
   for (const auto& [parent, folders] : inactive_) {
@@ -41,13 +41,13 @@ void FolderTables::setInactiveFolders(const InactiveFolders& folders) {
       entry.try_emplace(url.absoluteString(), url);
     }
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   inactive_.swap(changed);
 }
 
 void FolderTables::addObservedDirectory(const URL& folder,
                                         const std::optional<FileIdentifier>& identifier) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto [entry, isNew] =
       observed_.try_emplace(folder.absoluteString(), Directory{folder, identifier});
   if (!isNew) {
@@ -56,13 +56,13 @@ void FolderTables::addObservedDirectory(const URL& folder,
 }
 
 void FolderTables::removeObservedDirectory(const FileIdentifier& identifier) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::erase_if(observed_,
                 [&](const auto& entry) { return entry.second.identifier == identifier; });
 }
 
 std::vector<URL> FolderTables::observedDirectories() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::vector<URL> copy;
   copy.reserve(observed_.size());
   for (const auto& [text, directory] : observed_) {
@@ -72,7 +72,7 @@ std::vector<URL> FolderTables::observedDirectories() const {
 }
 
 void FolderTables::clearObservedDirectories() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   observed_.clear();
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "foundation/FileIdentifier.h"
+#include "foundation/Mutex.h"
 #include "foundation/URL.h"
 
 namespace kelpie {
@@ -50,9 +50,9 @@ class FolderTables {
 
   using Folders = std::map<std::string, URL>;  // by text
 
-  mutable std::mutex mutex_;
-  std::unordered_map<FileIdentifier, Folders> inactive_;  // guarded by mutex_
-  std::map<std::string, Directory> observed_;             // guarded by mutex_; by text
+  mutable Mutex mutex_;
+  std::unordered_map<FileIdentifier, Folders> inactive_ KELPIE_GUARDED_BY(mutex_);
+  std::map<std::string, Directory> observed_ KELPIE_GUARDED_BY(mutex_);  // by text
 };
 
 }  // namespace kelpie

@@ -108,7 +108,7 @@ void MessageLink::sendSelector(std::string_view selector, const Object& argument
 std::shared_ptr<RemoteMessagePort> MessageLink::sendingPort() {
   std::uint64_t changes = 0;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (port_ != nullptr) {
       return port_;
     }
@@ -120,7 +120,7 @@ std::shared_ptr<RemoteMessagePort> MessageLink::sendingPort() {
   }
   std::shared_ptr<RemoteMessagePort> port =
       platform_.messagePorts.createRemote(joined(group.name, kApplicationPortComponent));
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (changes == portChanges_ && port_ == nullptr) {
     port_ = port;
   }
@@ -128,24 +128,24 @@ std::shared_ptr<RemoteMessagePort> MessageLink::sendingPort() {
 }
 
 std::shared_ptr<RemoteMessagePort> MessageLink::port() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return port_;
 }
 
 void MessageLink::setPort(std::shared_ptr<RemoteMessagePort> port) {
   // The former port closes as `port` goes, after the lock.
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   port_.swap(port);
   ++portChanges_;
 }
 
 std::optional<std::string> MessageLink::portName() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return portName_;
 }
 
 void MessageLink::setPortName(std::optional<std::string> name) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   portName_ = std::move(name);
 }
 

@@ -2,12 +2,12 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "foundation/Dictionary.h"
+#include "foundation/Mutex.h"
 #include "platform/Platform.h"
 
 namespace kelpie {
@@ -47,10 +47,10 @@ class MessageLink {
   void showSendingError(std::string_view suggestion);
 
   const Platform platform_;
-  mutable std::mutex mutex_;                 // never held while a port is asked for anything
-  std::shared_ptr<RemoteMessagePort> port_;  // guarded by mutex_
-  std::uint64_t portChanges_ = 0;            // guarded by mutex_: how often port_ was set
-  std::optional<std::string> portName_;      // guarded by mutex_
+  mutable Mutex mutex_;  // never held while a port is asked for anything
+  std::shared_ptr<RemoteMessagePort> port_ KELPIE_GUARDED_BY(mutex_);
+  std::uint64_t portChanges_ KELPIE_GUARDED_BY(mutex_) = 0;  // how often port_ was set
+  std::optional<std::string> portName_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "extension/FolderRegistry.h"
+#include "foundation/Mutex.h"
 
 namespace kelpie {
 
@@ -12,7 +13,7 @@ class ObservationQueue::Batch {
  public:
   // False when the batch is full or its turn has come.
   bool add(const URL& url) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (isTaken_ || urls_.size() == kMaximumBatch) {
       return false;
     }
@@ -21,15 +22,15 @@ class ObservationQueue::Batch {
   }
 
   std::vector<URL> take() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     isTaken_ = true;
     return std::move(urls_);
   }
 
  private:
-  std::mutex mutex_;
-  bool isTaken_ = false;   // guarded by mutex_
-  std::vector<URL> urls_;  // guarded by mutex_
+  Mutex mutex_;
+  bool isTaken_ KELPIE_GUARDED_BY(mutex_) = false;
+  std::vector<URL> urls_ KELPIE_GUARDED_BY(mutex_);
 };
 
 ObservationQueue::ObservationQueue(std::shared_ptr<SerialQueue> queue,
@@ -37,13 +38,13 @@ ObservationQueue::ObservationQueue(std::shared_ptr<SerialQueue> queue,
     : queue_(std::move(queue)), registry_(std::move(registry)) {}
 
 void ObservationQueue::post(std::function<void()> work) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   batch_ = nullptr;
   queue_->post(std::move(work));
 }
 
 void ObservationQueue::requestBadge(const URL& url) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (batch_ != nullptr && batch_->add(url)) {
     return;
   }

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
-#include <mutex>
 
+#include "foundation/Mutex.h"
 #include "foundation/URL.h"
 #include "platform/SerialQueue.h"
 
@@ -31,8 +31,9 @@ class ObservationQueue {
 
   const std::shared_ptr<SerialQueue> queue_;
   const std::shared_ptr<FolderRegistry> registry_;
-  std::mutex mutex_;              // held while posting, so that a batch stays in its place
-  std::shared_ptr<Batch> batch_;  // guarded by mutex_; takes requests until other work is posted
+  Mutex mutex_;  // held while posting, so that a batch stays in its place
+  // Takes requests until other work is posted.
+  std::shared_ptr<Batch> batch_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

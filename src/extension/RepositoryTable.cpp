@@ -9,7 +9,7 @@ namespace kelpie {
 RepositoryTable::RepositoryTable() : all_(std::make_shared<const Repositories>()) {}
 
 std::shared_ptr<KPRepository> RepositoryTable::find(const FileIdentifier& identifier) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto place = places_.find(identifier);
   return place == places_.end() ? nullptr : (*all_)[place->second];
 }
@@ -21,7 +21,7 @@ void RepositoryTable::set(const FileIdentifier& identifier,
   std::shared_ptr<const Repositories> formerList;
   std::shared_ptr<KPRepository> former;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (clearings != clearings_) {
       former = std::move(repository);
     } else {
@@ -39,7 +39,7 @@ void RepositoryTable::remove(const FileIdentifier& identifier) {
   std::shared_ptr<const Repositories> formerList;
   std::shared_ptr<KPRepository> former;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = places_.find(identifier);
     if (found == places_.end()) return;
     const std::size_t place = found->second;
@@ -58,7 +58,7 @@ void RepositoryTable::remove(const FileIdentifier& identifier) {
 void RepositoryTable::clear() {
   auto former = std::make_shared<const Repositories>();
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     all_.swap(former);
     places_.clear();
     ++clearings_;
@@ -67,17 +67,17 @@ void RepositoryTable::clear() {
 }
 
 std::uint64_t RepositoryTable::clearings() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return clearings_;
 }
 
 std::size_t RepositoryTable::size() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return all_->size();
 }
 
 std::shared_ptr<const RepositoryTable::Repositories> RepositoryTable::all() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return all_;
 }
 

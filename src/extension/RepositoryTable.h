@@ -3,11 +3,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 #include <vector>
 
 #include "foundation/FileIdentifier.h"
+#include "foundation/Mutex.h"
 
 namespace kelpie {
 
@@ -37,10 +37,11 @@ class RepositoryTable {
   std::shared_ptr<const Repositories> all() const;
 
  private:
-  mutable std::mutex mutex_;
-  std::unordered_map<FileIdentifier, std::size_t> places_;  // guarded by mutex_: indexes of all_
-  std::shared_ptr<const Repositories> all_;                 // guarded by mutex_; replaced whole
-  std::uint64_t clearings_ = 0;                             // guarded by mutex_
+  mutable Mutex mutex_;
+  // Indexes of all_.
+  std::unordered_map<FileIdentifier, std::size_t> places_ KELPIE_GUARDED_BY(mutex_);
+  std::shared_ptr<const Repositories> all_ KELPIE_GUARDED_BY(mutex_);  // replaced whole
+  std::uint64_t clearings_ KELPIE_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace kelpie

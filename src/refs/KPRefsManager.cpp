@@ -162,13 +162,13 @@ bool KPRefsManager::References::hasChildren(std::uint64_t number) const {
 // -- Values ---------------------------------------------------------------------------------------
 
 KPRefsManager::Values KPRefsManager::values() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return values_;
 }
 
 template <class Value>
 void KPRefsManager::set(Value Values::*place, Value value) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::swap(values_.*place, value);
 }
 

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,6 +10,7 @@
 
 #include "foundation/Menu.h"
 #include "foundation/MenuItem.h"
+#include "foundation/Mutex.h"
 #include "foundation/Object.h"
 #include "refs/KPReference.h"
 #include "refs/KPTreeNode.h"
@@ -134,8 +134,8 @@ class KPRefsManager {
 
   const Bundle& bundle_;
   Log& log_;
-  mutable std::mutex mutex_;
-  Values values_;  // guarded by mutex_
+  mutable Mutex mutex_;
+  Values values_ KELPIE_GUARDED_BY(mutex_);
   std::atomic<bool> bare_ = false;
   std::atomic<bool> hasGitlfs_ = false;
   std::atomic<bool> hasHeadCommit_ = false;

@@ -7,14 +7,14 @@ namespace kelpie {
 void BadgeSetter::set(std::string_view badge, const URL& url) {
   const std::thread::id self = std::this_thread::get_id();
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (stopped_) return;
     setting_.push_back(self);
   }
   finder_.setBadgeIdentifier(badge, url);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   setting_.erase(std::ranges::find(setting_, self));
-  if (stopped_) changed_.notify_all();
+  if (stopped_) changed_.notifyAll();
 }
 
 // A file manager that stops it while it is handed a badge must not wait for itself.
@@ -22,13 +22,14 @@ void BadgeSetter::stop() {
   const auto isOwn = [self = std::this_thread::get_id()](std::thread::id thread) {
     return thread == self;
   };
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   stopped_ = true;
-  changed_.wait(lock, [&] { return std::ranges::all_of(setting_, isOwn); });
+  changed_.wait(lock,
+                [&]() KELPIE_REQUIRES(mutex_) { return std::ranges::all_of(setting_, isOwn); });
 }
 
 bool BadgeSetter::isStopped() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return stopped_;
 }
 

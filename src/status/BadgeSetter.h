@@ -1,11 +1,10 @@
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
 #include <string_view>
 #include <thread>
 #include <vector>
 
+#include "foundation/ConditionVariable.h"
 #include "foundation/URL.h"
 #include "platform/FinderSyncController.h"
 
@@ -28,10 +27,11 @@ class BadgeSetter {
 
  private:
   FinderSyncController& finder_;
-  mutable std::mutex mutex_;  // guards all below
-  std::condition_variable changed_;
-  bool stopped_ = false;
-  std::vector<std::thread::id> setting_;  // the threads that are setting a badge
+  mutable Mutex mutex_;
+  ConditionVariable changed_;
+  bool stopped_ KELPIE_GUARDED_BY(mutex_) = false;
+  // The threads that are setting a badge.
+  std::vector<std::thread::id> setting_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

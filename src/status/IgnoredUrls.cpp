@@ -20,7 +20,7 @@ bool IgnoredUrls::contains(std::string_view path, const std::optional<FileIdenti
 
 std::shared_ptr<const IgnoredUrls::Index> IgnoredUrls::index(const FileSystem& files) const {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (index_ != nullptr) return index_;
   }
   const auto made = std::make_shared<Index>();
@@ -30,7 +30,7 @@ std::shared_ptr<const IgnoredUrls::Index> IgnoredUrls::index(const FileSystem& f
     const auto identifier = files.resourceValues(URL::fileURLWithPath(urls_.path(i))).identifier;
     if (identifier) made->byIdentifier.emplace(*identifier, i);
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (index_ == nullptr) index_ = made;
   return index_;
 }

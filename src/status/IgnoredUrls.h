@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
@@ -10,6 +9,7 @@
 #include <utility>
 
 #include "foundation/FileIdentifier.h"
+#include "foundation/Mutex.h"
 #include "platform/FileSystem.h"
 #include "status/UrlList.h"
 
@@ -41,8 +41,9 @@ class IgnoredUrls {
   std::shared_ptr<const Index> index(const FileSystem& files) const;
 
   const UrlList urls_{};
-  mutable std::mutex mutex_;
-  mutable std::shared_ptr<const Index> index_;  // guarded by mutex_; null until it is first needed
+  mutable Mutex mutex_;
+  // Null until it is first needed.
+  mutable std::shared_ptr<const Index> index_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

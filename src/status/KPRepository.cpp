@@ -108,18 +108,18 @@ bool KPRepository::isInPlace(const FileSystem& files) const {
 
 bool KPRepository::hasMoved(const FileSystem& files) const {
   const std::string path = presentPath(url_, files);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return !path.empty() && path != rootPath_;
 }
 
 void KPRepository::relocate(const FileSystem& files) {
   std::string path = presentPath(url_, files);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   rootPath_.swap(path);
 }
 
 std::string KPRepository::rootPath() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return rootPath_;
 }
 
@@ -131,13 +131,13 @@ bool KPRepository::isDisplaced() const {
 }
 
 std::optional<FileIdentifier> KPRepository::identifier() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return identifier_;
 }
 
 void KPRepository::setIdentifier(const Object& identifier) {
   std::optional<FileIdentifier> value = FileIdentifier::fromObject(identifier);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   identifier_.swap(value);
 }
 
@@ -165,12 +165,12 @@ void KPRepository::setRealDirty(const Object& realDirty) {
 }
 
 bool KPRepository::isDisabled() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return disabled_;
 }
 
 void KPRepository::setDisabled(const Object& disabled) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   disabled_ = disabled.boolValue();
 }
 
@@ -244,7 +244,7 @@ void KPRepository::post(std::function<void(KPRepository& self)> task) {
 
 void KPRepository::loseUpdateQueue() {
   updateQueue_->close();
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   openWork_ = nullptr;
 }
 
@@ -270,7 +270,7 @@ void KPRepository::takeStatusIn(const Object& info) {
   if (isRefused(info)) return;
   status_.setState(state);
   {
-    const std::lock_guard lock(mutex_);  // see postFolder()
+    const MutexLock lock(mutex_);  // see postFolder()
     status_.take(status);
   }
   if (observedPaths_ == nullptr) return;
@@ -528,7 +528,7 @@ KPRepository::Enumeration KPRepository::enumerateUrl(const URL& folder,
 // The changed items are those of the moment of the call. A status that comes in waits meanwhile, so
 // that work with an old list stands before the work that follows from the new status.
 void KPRepository::postFolder(const URL& folder, std::shared_ptr<Work> work) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (updateQueue_->isClosed()) return;
   const std::shared_ptr<const UrlList> dirtyUrls = status_.dirtyUrls();
   if (work == nullptr) {
@@ -546,7 +546,7 @@ void KPRepository::postFolder(const URL& folder, std::shared_ptr<Work> work) {
 void KPRepository::updateFolder(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls,
                                 Work& work) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (openWork_.get() == &work) openWork_ = nullptr;
   }
   while (!badges_.isStopped()) {

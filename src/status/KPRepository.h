@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -16,6 +15,7 @@
 #include "foundation/FunctionRef.h"
 #include "foundation/Menu.h"
 #include "foundation/MenuItem.h"
+#include "foundation/Mutex.h"
 #include "foundation/Object.h"
 #include "foundation/URL.h"
 #include "platform/Platform.h"
@@ -256,11 +256,12 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // Each message that waits holds it, also in a queue that drops its work.
   const std::shared_ptr<const bool> waitingMessages_ = std::make_shared<const bool>();
 
-  mutable std::mutex mutex_;  // guards all below
-  std::optional<FileIdentifier> identifier_;
-  std::string rootPath_;
-  bool disabled_ = false;
-  std::shared_ptr<Work> openWork_;  // of the requests that wait and none of which has begun
+  mutable Mutex mutex_;
+  std::optional<FileIdentifier> identifier_ KELPIE_GUARDED_BY(mutex_);
+  std::string rootPath_ KELPIE_GUARDED_BY(mutex_);
+  bool disabled_ KELPIE_GUARDED_BY(mutex_) = false;
+  // Of the requests that wait and none of which has begun.
+  std::shared_ptr<Work> openWork_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

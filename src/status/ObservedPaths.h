@@ -1,12 +1,12 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "foundation/FileIdentifier.h"
+#include "foundation/Mutex.h"
 #include "status/PathSet.h"
 
 namespace kelpie {
@@ -34,8 +34,8 @@ class ObservedPaths {
   std::vector<std::pair<FileIdentifier, std::shared_ptr<PathSet>>> entries() const;
 
  private:
-  mutable std::mutex mutex_;
-  std::unordered_map<FileIdentifier, std::shared_ptr<PathSet>> sets_;  // guarded by mutex_
+  mutable Mutex mutex_;
+  std::unordered_map<FileIdentifier, std::shared_ptr<PathSet>> sets_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

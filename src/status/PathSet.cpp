@@ -8,13 +8,13 @@
 namespace kelpie {
 
 void PathSet::add(std::string_view path) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   addUnlocked(path);
 }
 
 void PathSet::remove(const std::vector<std::string>& paths) {
   const std::unordered_set<std::string_view> leaving(paths.begin(), paths.end());
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const std::string text = std::exchange(text_, {});
   const std::vector<std::size_t> ends = std::exchange(ends_, {});
   slots_ = {};
@@ -37,22 +37,22 @@ void PathSet::addUnlocked(std::string_view path) {
 }
 
 bool PathSet::contains(std::string_view path) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return !slots_.empty() && slots_[slotOf(path)] != 0;
 }
 
 std::size_t PathSet::size() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return ends_.size();
 }
 
 std::optional<std::string> PathSet::first() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return ends_.empty() ? std::nullopt : std::optional(std::string(pathAt(0)));
 }
 
 bool PathSet::allOf(FunctionRef<bool(std::string_view path)> test) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (std::size_t index = 0; index < ends_.size(); ++index) {
     if (!test(pathAt(index))) return false;
   }
@@ -60,7 +60,7 @@ bool PathSet::allOf(FunctionRef<bool(std::string_view path)> test) const {
 }
 
 std::vector<std::string> PathSet::paths() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::vector<std::string> copy;
   copy.reserve(ends_.size());
   for (std::size_t index = 0; index < ends_.size(); ++index) copy.emplace_back(pathAt(index));

@@ -2,13 +2,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "foundation/FunctionRef.h"
+#include "foundation/Mutex.h"
 
 namespace kelpie {
 
@@ -43,16 +43,16 @@ class PathSet {
   // Positions in ends_, plus 1; 0 is a free slot. At most half of them are taken.
   using Slot = std::uint32_t;
 
-  void addUnlocked(std::string_view path);
-  std::string_view pathAt(std::size_t index) const;
+  void addUnlocked(std::string_view path) KELPIE_REQUIRES(mutex_);
+  std::string_view pathAt(std::size_t index) const KELPIE_REQUIRES(mutex_);
   // Where the path stands in slots_, or the free slot where it would.
-  std::size_t slotOf(std::string_view path) const;
-  void grow();
+  std::size_t slotOf(std::string_view path) const KELPIE_REQUIRES(mutex_);
+  void grow() KELPIE_REQUIRES(mutex_);
 
-  mutable std::mutex mutex_;  // guards all below
-  std::string text_;
-  std::vector<std::size_t> ends_;
-  std::vector<Slot> slots_;  // a power of two of them, or none
+  mutable Mutex mutex_;
+  std::string text_ KELPIE_GUARDED_BY(mutex_);
+  std::vector<std::size_t> ends_ KELPIE_GUARDED_BY(mutex_);
+  std::vector<Slot> slots_ KELPIE_GUARDED_BY(mutex_);  // a power of two of them, or none
 };
 
 }  // namespace kelpie

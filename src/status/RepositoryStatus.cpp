@@ -12,92 +12,92 @@ constexpr std::size_t kWordsInOneGo = 512;
 }  // namespace
 
 std::int64_t RepositoryStatus::state() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return state_;
 }
 
 void RepositoryStatus::setState(std::int64_t state) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   state_ = state;
 }
 
 bool RepositoryStatus::isDirty() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return dirty_;
 }
 
 void RepositoryStatus::setDirty(bool dirty) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   dirty_ = dirty;
 }
 
 bool RepositoryStatus::isRealDirty() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return realDirty_;
 }
 
 void RepositoryStatus::setRealDirty(bool realDirty) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   realDirty_ = realDirty;
 }
 
 Object RepositoryStatus::createdDirectories() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return createdDirectories_;
 }
 
 void RepositoryStatus::setCreatedDirectories(Object directories) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::swap(createdDirectories_, directories);
 }
 
 std::optional<URL> RepositoryStatus::gitUrl() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return gitUrl_;
 }
 
 void RepositoryStatus::setGitUrl(std::optional<URL> url) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   gitUrl_.swap(url);
   ++placesNumber_;
   ++changes_;
 }
 
 std::shared_ptr<const UrlList> RepositoryStatus::dirtyUrls() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return dirtyUrls_;
 }
 
 void RepositoryStatus::setDirtyUrls(std::shared_ptr<const UrlList> urls) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   dirtyUrls_.swap(urls);
 }
 
 std::shared_ptr<const IgnoredUrls> RepositoryStatus::ignoredUrls() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return ignoredUrls_;
 }
 
 void RepositoryStatus::setIgnoredUrls(std::shared_ptr<const IgnoredUrls> urls) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ignoredUrls_.swap(urls);
   ++placesNumber_;
   ++changes_;
 }
 
 std::shared_ptr<const DeletedUrls> RepositoryStatus::deletedUrls() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return deletedUrls_;
 }
 
 void RepositoryStatus::setDeletedUrls(std::shared_ptr<const DeletedUrls> urls) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   deletedUrls_.swap(urls);
 }
 
 void RepositoryStatus::take(StatusInfo& info) {
   const std::size_t dirtyCount = info.dirtyUrls->count();
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (ended_) return;
   table_.swap(info.status);
   std::swap(createdDirectories_, info.createdDirectories);
@@ -112,38 +112,38 @@ void RepositoryStatus::take(StatusInfo& info) {
 
 void RepositoryStatus::end() {
   std::optional<StatusTable> former;  // goes after the lock
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   table_.swap(former);
   ended_ = true;
   ++changes_;
 }
 
 void RepositoryStatus::setTable(std::optional<StatusTable> table) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (ended_) return;
   table_.swap(table);
   ++changes_;
 }
 
 std::optional<StatusWord> RepositoryStatus::wordOf(const StatusTable::Key& key) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return table_ ? table_->wordOf(key) : std::nullopt;
 }
 
 std::optional<StatusWord> RepositoryStatus::wordOrZeroOf(const StatusTable::Key& key) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return table_ ? table_->wordOrZeroOf(key) : std::nullopt;
 }
 
 void RepositoryStatus::change(const StatusTable::Key& key, StatusWord word) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!table_ || !table_->wordOrZeroOf(key)) return;
   table_->record(key, word);
   ++changes_;
 }
 
 bool RepositoryStatus::record(const StatusTable::Key& key, StatusWord word, std::uint64_t changes) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (changes != changes_) return false;
   if (table_) table_->record(key, word);
   return true;
@@ -152,7 +152,7 @@ bool RepositoryStatus::record(const StatusTable::Key& key, StatusWord word, std:
 std::optional<StatusWord> RepositoryStatus::recordIfMissing(const StatusTable::Key& key,
                                                             StatusWord word,
                                                             std::uint64_t changes) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (changes != changes_) return std::nullopt;
   return table_ ? table_->recordIfMissing(key, word) : word;
 }
@@ -163,7 +163,7 @@ void RepositoryStatus::forEachWord(
   std::size_t position = 0;
   while (position < count) {
     const std::size_t end = std::min(count, position + kWordsInOneGo);
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (; position < end; ++position) {
       const std::optional<StatusTable::Key> key = keyOf(position);
       if (key) visit(table_ ? table_->wordOf(*key) : std::nullopt);
@@ -172,17 +172,17 @@ void RepositoryStatus::forEachWord(
 }
 
 ItemPlaces RepositoryStatus::places() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return {root_, gitUrl_, ignoredUrls_, placesNumber_};
 }
 
 std::uint64_t RepositoryStatus::placesNumber() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return placesNumber_;
 }
 
 std::uint64_t RepositoryStatus::changes() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return changes_;
 }
 

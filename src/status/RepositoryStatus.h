@@ -3,11 +3,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <utility>
 
 #include "foundation/FunctionRef.h"
+#include "foundation/Mutex.h"
 #include "foundation/Object.h"
 #include "foundation/URL.h"
 #include "protocol/StatusWord.h"
@@ -84,19 +84,22 @@ class RepositoryStatus {
 
  private:
   const std::optional<URL> root_;
-  mutable std::mutex mutex_;  // guards all below
-  std::int64_t state_ = 0;
-  bool dirty_ = false;
-  bool realDirty_ = false;
-  std::optional<StatusTable> table_;  // missing before the first status
-  Object createdDirectories_;
-  std::optional<URL> gitUrl_;
-  std::shared_ptr<const UrlList> dirtyUrls_ = std::make_shared<const UrlList>();
-  std::shared_ptr<const IgnoredUrls> ignoredUrls_ = std::make_shared<const IgnoredUrls>();
-  std::shared_ptr<const DeletedUrls> deletedUrls_ = std::make_shared<const DeletedUrls>();
-  std::uint64_t placesNumber_ = 0;
-  std::uint64_t changes_ = 0;
-  bool ended_ = false;
+  mutable Mutex mutex_;
+  std::int64_t state_ KELPIE_GUARDED_BY(mutex_) = 0;
+  bool dirty_ KELPIE_GUARDED_BY(mutex_) = false;
+  bool realDirty_ KELPIE_GUARDED_BY(mutex_) = false;
+  std::optional<StatusTable> table_ KELPIE_GUARDED_BY(mutex_);  // missing before the first status
+  Object createdDirectories_ KELPIE_GUARDED_BY(mutex_);
+  std::optional<URL> gitUrl_ KELPIE_GUARDED_BY(mutex_);
+  std::shared_ptr<const UrlList> dirtyUrls_ KELPIE_GUARDED_BY(mutex_) =
+      std::make_shared<const UrlList>();
+  std::shared_ptr<const IgnoredUrls> ignoredUrls_ KELPIE_GUARDED_BY(mutex_) =
+      std::make_shared<const IgnoredUrls>();
+  std::shared_ptr<const DeletedUrls> deletedUrls_ KELPIE_GUARDED_BY(mutex_) =
+      std::make_shared<const DeletedUrls>();
+  std::uint64_t placesNumber_ KELPIE_GUARDED_BY(mutex_) = 0;
+  std::uint64_t changes_ KELPIE_GUARDED_BY(mutex_) = 0;
+  bool ended_ KELPIE_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace kelpie

@@ -11,7 +11,7 @@ UpdateQueue::~UpdateQueue() { close(); }
 
 // What goes to the queue below is small and holds no task: that queue cannot be emptied.
 void UpdateQueue::post(std::function<void()> task) {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   if (state_->closed) return;
   state_->tasks.push_back(std::move(task));
   queue_->post([state = state_] { state->runNext(); });
@@ -21,20 +21,20 @@ bool UpdateQueue::isCurrent() const { return queue_->isCurrent(); }
 
 void UpdateQueue::close() {
   std::deque<std::function<void()>> dropped;  // ends after the lock
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   state_->closed = true;
   dropped.swap(state_->tasks);
 }
 
 bool UpdateQueue::isClosed() const {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   return state_->closed;
 }
 
 void UpdateQueue::State::runNext() {
   std::function<void()> task;
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     if (tasks.empty()) return;
     task = std::move(tasks.front());
     tasks.pop_front();

@@ -3,8 +3,8 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 
+#include "foundation/Mutex.h"
 #include "platform/SerialQueue.h"
 
 namespace kelpie {
@@ -29,9 +29,9 @@ class UpdateQueue final : public SerialQueue {
 
  private:
   struct State {
-    std::mutex mutex;
-    bool closed = false;                      // guarded by mutex
-    std::deque<std::function<void()>> tasks;  // guarded by mutex
+    Mutex mutex;
+    bool closed KELPIE_GUARDED_BY(mutex) = false;
+    std::deque<std::function<void()>> tasks KELPIE_GUARDED_BY(mutex);
 
     void runNext();
   };

@@ -88,7 +88,7 @@ void ProgramGuard::addSettingsFiles(const std::string& folder, std::size_t depth
   const std::shared_ptr<Record> record = recordFor(folder);
   std::vector<std::string> submodules;
   {
-    const std::lock_guard lock(record->mutex);
+    const MutexLock lock(record->mutex);
     if (!record->configurationStamps.stillHold()) readConfiguration(*record, folder);
     if (record->workingCopy && !record->indexStamps.stillHold()) readSubmodules(*record);
     files.insert(files.end(), record->ownFiles.begin(), record->ownFiles.end());
@@ -110,7 +110,7 @@ std::string ProgramGuard::objectionTo(const WorkingCopy& workingCopy) {
 }
 
 std::shared_ptr<ProgramGuard::Record> ProgramGuard::recordFor(const std::string& folder) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (records_.size() >= kMostRecords) records_.clear();
   std::shared_ptr<Record>& record = records_[folder];
   if (record == nullptr) record = std::make_shared<Record>();
@@ -121,7 +121,7 @@ void ProgramGuard::visit(const std::string& folder, std::size_t depth, Visit& vi
   const std::shared_ptr<Record> record = recordFor(folder);
   std::vector<std::string> submodules;
   {
-    const std::lock_guard lock(record->mutex);
+    const MutexLock lock(record->mutex);
     if (!record->configurationStamps.stillHold()) readConfiguration(*record, folder);
     if (record->failure.empty() && record->workingCopy && !record->indexStamps.stillHold())
       readSubmodules(*record);

@@ -4,7 +4,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,6 +13,7 @@
 #include "agent/git/OwnPrograms.h"
 #include "agent/git/ReadingRules.h"
 #include "agent/git/WorkingCopy.h"
+#include "foundation/Mutex.h"
 
 namespace kelpie::agent {
 
@@ -51,35 +51,37 @@ class ProgramGuard {
  private:
   // What is known of the repository of one folder.
   struct Record {
-    std::mutex mutex;  // guards the rest
-    FileStamps configurationStamps;
-    std::vector<std::string> configurationFiles;
-    std::vector<std::string> ownFiles;  // see settingsFilesOf()
-    std::string failure;                // not empty: why nothing is known
-    bool isElsewhere = false;           // since its work tree is elsewhere
+    Mutex mutex;
+    FileStamps configurationStamps KELPIE_GUARDED_BY(mutex);
+    std::vector<std::string> configurationFiles KELPIE_GUARDED_BY(mutex);
+    std::vector<std::string> ownFiles KELPIE_GUARDED_BY(mutex);  // see settingsFilesOf()
+    std::string failure KELPIE_GUARDED_BY(mutex);                // not empty: why nothing is known
+    bool isElsewhere KELPIE_GUARDED_BY(mutex) = false;           // since its work tree is elsewhere
     // Missing in a folder outside every repository.
-    std::optional<WorkingCopy> workingCopy;
-    OwnPrograms programs;
-    FileStamps indexStamps;
-    std::vector<std::string> submodules;  // those with a ".git", absolute
-    std::vector<std::string> told;        // the programs that withheld() was called with
+    std::optional<WorkingCopy> workingCopy KELPIE_GUARDED_BY(mutex);
+    OwnPrograms programs KELPIE_GUARDED_BY(mutex);
+    FileStamps indexStamps KELPIE_GUARDED_BY(mutex);
+    std::vector<std::string> submodules KELPIE_GUARDED_BY(mutex);  // those with a ".git", absolute
+    // The programs that withheld() was called with.
+    std::vector<std::string> told KELPIE_GUARDED_BY(mutex);
   };
   struct Visit;  // of a folder and the submodules below it
 
   std::shared_ptr<Record> recordFor(const std::string& folder);
-  void readConfiguration(Record& record, const std::string& folder) const;
-  void readSubmodules(Record& record) const;
+  void readConfiguration(Record& record, const std::string& folder) const
+      KELPIE_REQUIRES(record.mutex);
+  void readSubmodules(Record& record) const KELPIE_REQUIRES(record.mutex);
   void addSettingsFiles(const std::string& folder, std::size_t depth,
                         std::vector<std::string>& files);
   void visit(const std::string& folder, std::size_t depth, Visit& visit);
-  void add(Record& record, Visit& visit) const;
+  void add(Record& record, Visit& visit) const KELPIE_REQUIRES(record.mutex);
   // Whether git does as the programs' settings say; one before 2.31 cannot be told some names.
   bool obeys(const GitCommand& git, const OwnPrograms& programs) const;
 
   const GitCommand git_;
   const Callbacks callbacks_;
-  std::mutex mutex_;
-  std::map<std::string, std::shared_ptr<Record>, std::less<>> records_;  // guarded by mutex_
+  Mutex mutex_;
+  std::map<std::string, std::shared_ptr<Record>, std::less<>> records_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie::agent

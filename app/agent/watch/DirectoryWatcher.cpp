@@ -54,13 +54,13 @@ std::size_t DirectoryWatcher::defaultLimit() {
 }
 
 DirectoryWatcher::Client DirectoryWatcher::addClient(Handler handler) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   clients_[++lastClient_].handler = std::make_shared<const Handler>(std::move(handler));
   return lastClient_;
 }
 
 void DirectoryWatcher::removeClient(Client client) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = clients_.find(client);
   if (found == clients_.end()) return;
   for (const auto& [folder, watch] : found->second.folders) release(client, folder, watch);
@@ -68,14 +68,14 @@ void DirectoryWatcher::removeClient(Client client) {
 }
 
 void DirectoryWatcher::setModest(Client client, bool modest) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (const auto found = clients_.find(client); found != clients_.end())
     found->second.modest = modest;
 }
 
 DirectoryWatcher::Outcome DirectoryWatcher::add(Client client, const std::string& folder) {
   // With the lock held, so that no event of the new watch is looked up before it is entered.
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto subscriber = clients_.find(client);
   if (subscriber == clients_.end()) return Outcome::NotThere;
   const std::size_t limit = subscriber->second.modest ? limit_ / 2 : limit_;
@@ -93,7 +93,7 @@ DirectoryWatcher::Outcome DirectoryWatcher::add(Client client, const std::string
 }
 
 void DirectoryWatcher::remove(Client client, const std::string& folder) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto subscriber = clients_.find(client);
   if (subscriber == clients_.end()) return;
   const auto found = subscriber->second.folders.find(folder);
@@ -103,7 +103,7 @@ void DirectoryWatcher::remove(Client client, const std::string& folder) {
 }
 
 void DirectoryWatcher::removeWithin(Client client, std::string_view folder) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto subscriber = clients_.find(client);
   if (subscriber == clients_.end()) return;
   auto& folders = subscriber->second.folders;
@@ -138,12 +138,12 @@ void DirectoryWatcher::forget(Client client, const std::string& folder, int watc
 }
 
 std::size_t DirectoryWatcher::count() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return watches_.size();
 }
 
 std::set<std::string> DirectoryWatcher::foldersOf(Client client) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::set<std::string> folders;
   if (const auto found = clients_.find(client); found != clients_.end())
     for (const auto& [folder, watch] : found->second.folders) folders.insert(folder);
@@ -170,7 +170,7 @@ void DirectoryWatcher::deliver(int watch, std::uint32_t mask, std::string_view n
   std::vector<std::pair<Client, std::string>> watchers;
   Event event;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if ((mask & IN_Q_OVERFLOW) != 0) {
       event.kind = Kind::Lost;
       for (const auto& [client, subscriber] : clients_) watchers.emplace_back(client, "");
@@ -203,7 +203,7 @@ void DirectoryWatcher::deliver(int watch, std::uint32_t mask, std::string_view n
 void DirectoryWatcher::call(Client client, const Event& event) {
   std::shared_ptr<const Handler> handler;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (const auto found = clients_.find(client); found != clients_.end())
       handler = found->second.handler;
   }

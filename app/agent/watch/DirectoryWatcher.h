@@ -5,13 +5,14 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+#include "foundation/Mutex.h"
 
 namespace kelpie::agent {
 
@@ -92,19 +93,18 @@ class DirectoryWatcher {
 
   void deliver(int watch, std::uint32_t mask, std::string_view name);
   void call(Client client, const Event& event);
-  // With mutex_ held: ends one watcher's interest.
-  void release(Client client, const std::string& folder, int watch);
-
-  // With mutex_ held: the system has ended the watch.
-  void forget(Client client, const std::string& folder, int watch);
+  // Ends one watcher's interest.
+  void release(Client client, const std::string& folder, int watch) KELPIE_REQUIRES(mutex_);
+  // The system has ended the watch.
+  void forget(Client client, const std::string& folder, int watch) KELPIE_REQUIRES(mutex_);
 
   int inotify_ = -1;
   const std::size_t limit_;
   const Interest interest_;
-  mutable std::mutex mutex_;  // guards all below; never held while a handler runs
-  std::unordered_map<int, Watch> watches_;
-  std::unordered_map<Client, Subscriber> clients_;
-  Client lastClient_ = 0;
+  mutable Mutex mutex_;  // never held while a handler runs
+  std::unordered_map<int, Watch> watches_ KELPIE_GUARDED_BY(mutex_);
+  std::unordered_map<Client, Subscriber> clients_ KELPIE_GUARDED_BY(mutex_);
+  Client lastClient_ KELPIE_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace kelpie::agent

@@ -3,10 +3,10 @@
 #include <glib-unix.h>
 
 #include <deque>
-#include <mutex>
 #include <thread>
 #include <utility>
 
+#include "foundation/Mutex.h"
 #include "linux/base/GuardedTask.h"
 
 namespace kelpie {
@@ -75,7 +75,7 @@ class MainLoop::Queue final : public SerialQueue {
   void close() { g_source_destroy(source_); }
 
   void post(std::function<void()> task) override {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     tasks_.push_back(std::move(task));
     g_source_set_ready_time(source_, 0);
   }
@@ -87,7 +87,7 @@ class MainLoop::Queue final : public SerialQueue {
   void runWhatWaits() {
     std::deque<std::function<void()>> tasks;
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       g_source_set_ready_time(source_, -1);
       tasks.swap(tasks_);
     }
@@ -100,8 +100,8 @@ class MainLoop::Queue final : public SerialQueue {
   Log& log_;
   const std::thread::id mainThread_ = std::this_thread::get_id();
   GSource* source_;  // owned
-  std::mutex mutex_;
-  std::deque<std::function<void()>> tasks_;  // guarded by mutex_
+  Mutex mutex_;
+  std::deque<std::function<void()>> tasks_ KELPIE_GUARDED_BY(mutex_);
 };
 
 MainLoop::Source::~Source() {

@@ -10,7 +10,7 @@ SocketFiles& SocketFiles::shared() {
 }
 
 void SocketFiles::add(const std::string& path) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (ended_) {
     ::unlink(path.c_str());
   } else {
@@ -19,12 +19,12 @@ void SocketFiles::add(const std::string& path) {
 }
 
 void SocketFiles::remove(const std::string& path) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (paths_.erase(path) > 0) ::unlink(path.c_str());
 }
 
 void SocketFiles::removeAllForGood() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (const std::string& path : paths_) ::unlink(path.c_str());
   paths_.clear();
   ended_ = true;

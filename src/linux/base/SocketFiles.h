@@ -1,8 +1,9 @@
 #pragma once
 
-#include <mutex>
 #include <set>
 #include <string>
+
+#include "foundation/Mutex.h"
 
 namespace kelpie {
 
@@ -21,9 +22,9 @@ class SocketFiles {
  private:
   SocketFiles() = default;
 
-  std::mutex mutex_;
-  std::set<std::string> paths_;  // guarded by mutex_
-  bool ended_ = false;           // guarded by mutex_
+  Mutex mutex_;
+  std::set<std::string> paths_ KELPIE_GUARDED_BY(mutex_);
+  bool ended_ KELPIE_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace kelpie

@@ -53,7 +53,7 @@ std::string StderrLog::escaped(std::string_view line) {
 }
 
 void StderrLog::write(std::string_view line) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (leftOut_ > 0 && tryToWrite(std::to_string(leftOut_) + " log lines were left out"))
     leftOut_ = 0;
   if (leftOut_ > 0 || !tryToWrite(escaped(line))) ++leftOut_;

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <string_view>
 
+#include "foundation/Mutex.h"
 #include "platform/Log.h"
 
 namespace kelpie {
@@ -31,8 +31,8 @@ class StderrLog final : public Log {
   bool tryToWrite(std::string line);
 
   int fd_;
-  std::mutex mutex_;
-  std::uint64_t leftOut_ = 0;  // guarded by mutex_
+  Mutex mutex_;
+  std::uint64_t leftOut_ KELPIE_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace kelpie

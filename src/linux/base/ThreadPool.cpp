@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <list>
-#include <mutex>
 #include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
 
+#include "foundation/ConditionVariable.h"
 #include "linux/base/GuardedTask.h"
 
 namespace kelpie {
@@ -30,9 +29,9 @@ struct ThreadPool::QueueState {
   explicit QueueState(std::string_view name) : label(name) {}
 
   const std::string label;  // for the debugger
-  std::mutex mutex;
-  std::deque<std::function<void()>> tasks;  // guarded by mutex
-  bool scheduled = false;                   // guarded by mutex: the pool knows that there are tasks
+  Mutex mutex;
+  std::deque<std::function<void()>> tasks KELPIE_GUARDED_BY(mutex);
+  bool scheduled KELPIE_GUARDED_BY(mutex) = false;  // the pool knows that there are tasks
 };
 
 class ThreadPool::Core : public std::enable_shared_from_this<Core> {
@@ -54,46 +53,46 @@ class ThreadPool::Core : public std::enable_shared_from_this<Core> {
     bool lost = false;  // given up
   };
 
-  // The following, like all that name no lock of their own, are called with mutex_ held.
-  std::size_t active() const { return workers_.size() - lost_; }
-  bool starved() const { return ready_.size() > idle_ + starting_; }
-  void addThreads();
+  std::size_t active() const KELPIE_REQUIRES(mutex_) { return workers_.size() - lost_; }
+  bool starved() const KELPIE_REQUIRES(mutex_) { return ready_.size() > idle_ + starting_; }
+  void addThreads() KELPIE_REQUIRES(mutex_);
   void work(std::list<Worker>::iterator worker);
-  bool takeWork(std::unique_lock<std::mutex>& lock, std::shared_ptr<QueueState>& queue);
+  bool takeWork(MutexLock& lock, std::shared_ptr<QueueState>& queue) KELPIE_REQUIRES(mutex_);
   void runOneTask(const std::shared_ptr<QueueState>& queue);
-  void startWatch();
+  void startWatch() KELPIE_REQUIRES(mutex_);
   void watch();
-  void giveUpStuckWorkers();
+  void giveUpStuckWorkers() KELPIE_REQUIRES(mutex_);
 
   static thread_local const QueueState* currentQueue;
 
   Log& log_;
   const std::size_t wanted_;
-  mutable std::mutex mutex_;  // guards all below
-  std::condition_variable work_;
-  std::condition_variable watch_;
-  std::condition_variable ended_;
-  std::deque<std::shared_ptr<QueueState>> ready_;  // queues with tasks and no thread
-  std::list<Worker> workers_;
-  std::size_t starting_ = 0;  // workers whose thread does not run yet
-  std::size_t idle_ = 0;      // workers that wait for work
-  std::size_t lost_ = 0;      // workers that are given up
-  bool watching_ = false;
-  bool ending_ = false;
+  mutable Mutex mutex_;
+  ConditionVariable work_;
+  ConditionVariable watch_;
+  ConditionVariable ended_;
+  // Queues with tasks and no thread.
+  std::deque<std::shared_ptr<QueueState>> ready_ KELPIE_GUARDED_BY(mutex_);
+  std::list<Worker> workers_ KELPIE_GUARDED_BY(mutex_);
+  std::size_t starting_ KELPIE_GUARDED_BY(mutex_) = 0;  // workers whose thread does not run yet
+  std::size_t idle_ KELPIE_GUARDED_BY(mutex_) = 0;      // workers that wait for work
+  std::size_t lost_ KELPIE_GUARDED_BY(mutex_) = 0;      // workers that are given up
+  bool watching_ KELPIE_GUARDED_BY(mutex_) = false;
+  bool ending_ KELPIE_GUARDED_BY(mutex_) = false;
 };
 
 thread_local const ThreadPool::QueueState* ThreadPool::Core::currentQueue = nullptr;
 
 void ThreadPool::Core::submit(std::shared_ptr<QueueState> queue) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ready_.push_back(std::move(queue));
-  work_.notify_one();
+  work_.notifyOne();
   addThreads();
   if (starved()) startWatch();
 }
 
 std::size_t ThreadPool::Core::threads() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return workers_.size();
 }
 
@@ -115,7 +114,7 @@ void ThreadPool::Core::addThreads() {
 
 void ThreadPool::Core::work(std::list<Worker>::iterator worker) {
   std::shared_ptr<QueueState> queue;
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   --starting_;
   for (;;) {
     worker->busy = false;
@@ -133,15 +132,14 @@ void ThreadPool::Core::work(std::list<Worker>::iterator worker) {
     lock.lock();
   }
   workers_.erase(worker);
-  ended_.notify_all();
+  ended_.notifyAll();
 }
 
 // Waits for a queue with work; false when the pool ends and there is none.
-bool ThreadPool::Core::takeWork(std::unique_lock<std::mutex>& lock,
-                                std::shared_ptr<QueueState>& queue) {
+bool ThreadPool::Core::takeWork(MutexLock& lock, std::shared_ptr<QueueState>& queue) {
   ++idle_;
-  ended_.notify_all();
-  work_.wait(lock, [this] { return !ready_.empty() || ending_; });
+  ended_.notifyAll();
+  work_.wait(lock, [this]() KELPIE_REQUIRES(mutex_) { return !ready_.empty() || ending_; });
   --idle_;
   if (ready_.empty()) return false;
   queue = std::move(ready_.front());
@@ -153,7 +151,7 @@ bool ThreadPool::Core::takeWork(std::unique_lock<std::mutex>& lock,
 void ThreadPool::Core::runOneTask(const std::shared_ptr<QueueState>& queue) {
   std::function<void()> task;
   {
-    const std::lock_guard lock(queue->mutex);
+    const MutexLock lock(queue->mutex);
     task = std::move(queue->tasks.front());
     queue->tasks.pop_front();
   }
@@ -162,7 +160,7 @@ void ThreadPool::Core::runOneTask(const std::shared_ptr<QueueState>& queue) {
   task = nullptr;  // what it holds goes as part of the task
   currentQueue = nullptr;
   {
-    const std::lock_guard lock(queue->mutex);
+    const MutexLock lock(queue->mutex);
     if (queue->tasks.empty()) {
       queue->scheduled = false;
       return;
@@ -174,7 +172,7 @@ void ThreadPool::Core::runOneTask(const std::shared_ptr<QueueState>& queue) {
 // Called when work waits for a thread. The watch sleeps while none does.
 void ThreadPool::Core::startWatch() {
   if (watching_) {
-    watch_.notify_all();
+    watch_.notifyAll();
     return;
   }
   try {
@@ -186,17 +184,17 @@ void ThreadPool::Core::startWatch() {
 }
 
 void ThreadPool::Core::watch() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   while (!ending_) {
-    watch_.wait(lock, [this] { return starved() || ending_; });
+    watch_.wait(lock, [this]() KELPIE_REQUIRES(mutex_) { return starved() || ending_; });
     // Work in progress makes room sooner or later; only work that does not is made up for.
-    const auto enough = [this] { return !starved() || ending_; };
-    if (watch_.wait_for(lock, kPatience, enough)) continue;
+    const auto enough = [this]() KELPIE_REQUIRES(mutex_) { return !starved() || ending_; };
+    if (watch_.waitUntil(lock, Clock::now() + kPatience, enough)) continue;
     giveUpStuckWorkers();
     addThreads();
   }
   watching_ = false;
-  ended_.notify_all();
+  ended_.notifyAll();
 }
 
 void ThreadPool::Core::giveUpStuckWorkers() {
@@ -209,12 +207,13 @@ void ThreadPool::Core::giveUpStuckWorkers() {
 }
 
 void ThreadPool::Core::end() {
-  std::unique_lock lock(mutex_);
-  ended_.wait(lock, [this] { return ready_.empty() && active() == idle_; });
+  MutexLock lock(mutex_);
+  ended_.wait(lock,
+              [this]() KELPIE_REQUIRES(mutex_) { return ready_.empty() && active() == idle_; });
   ending_ = true;
-  work_.notify_all();
-  watch_.notify_all();
-  ended_.wait(lock, [this] { return active() == 0 && !watching_; });
+  work_.notifyAll();
+  watch_.notifyAll();
+  ended_.wait(lock, [this]() KELPIE_REQUIRES(mutex_) { return active() == 0 && !watching_; });
 }
 
 class ThreadPool::Queue final : public SerialQueue {
@@ -224,7 +223,7 @@ class ThreadPool::Queue final : public SerialQueue {
 
   void post(std::function<void()> task) override {
     {
-      const std::lock_guard lock(state_->mutex);
+      const MutexLock lock(state_->mutex);
       state_->tasks.push_back(std::move(task));
       if (std::exchange(state_->scheduled, true)) return;
     }

@@ -34,13 +34,13 @@ Object DefaultsStore::valueIn(const Values& stored, std::string_view key) const 
 }
 
 Object DefaultsStore::value(std::string_view key) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   refresh();
   return valueIn(values_, key);
 }
 
 Dictionary DefaultsStore::all() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   refresh();
   Dictionary all = registered_;
   for (const auto& [key, value] : values_->entries()) all.set(key, value);
@@ -62,27 +62,27 @@ void DefaultsStore::setValue(std::string_view key, const Object& value) {
 }
 
 void DefaultsStore::registerValues(const Dictionary& values) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (const auto& [key, value] : values.entries()) registered_.set(key, value);
 }
 
 std::shared_ptr<const DefaultsStore::Observer> DefaultsStore::addObserver(
     std::string_view key, std::function<void()> onChange) {
   auto observer = std::make_shared<const Observer>(Observer{std::string(key), std::move(onChange)});
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   observers_.push_back(observer);
   return observer;
 }
 
 void DefaultsStore::removeObserver(const std::shared_ptr<const Observer>& observer) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   observers_.remove(observer);
 }
 
 void DefaultsStore::checkForChanges() {
   std::vector<std::shared_ptr<const Observer>> concerned;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     refresh();
     const Values former = std::exchange(told_, values_);
     if (former == values_) return;

@@ -3,12 +3,12 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "foundation/Dictionary.h"
+#include "foundation/Mutex.h"
 #include "platform/Log.h"
 #include "platform/linux/DefaultsFile.h"
 
@@ -48,18 +48,18 @@ class DefaultsStore {
  private:
   using Values = std::shared_ptr<const Dictionary>;
 
-  // The following are called with mutex_ held.
-  void refresh();
-  Object valueIn(const Values& stored, std::string_view key) const;
+  void refresh() KELPIE_REQUIRES(mutex_);
+  Object valueIn(const Values& stored, std::string_view key) const KELPIE_REQUIRES(mutex_);
 
   const DefaultsFile file_;
   Log& log_;
-  std::mutex mutex_;  // guards all below; nobody is called while it is held
-  std::optional<DefaultsFile::Reading> reading_;  // the last one; its values are moved to values_
-  Values values_;                                 // of the last file that could be read
-  Values told_;                                   // those that the observers know
-  Dictionary registered_;
-  std::list<std::shared_ptr<const Observer>> observers_;
+  Mutex mutex_;  // nobody is called while it is held
+  // The last one; its values are moved to values_.
+  std::optional<DefaultsFile::Reading> reading_ KELPIE_GUARDED_BY(mutex_);
+  Values values_ KELPIE_GUARDED_BY(mutex_);  // of the last file that could be read
+  Values told_ KELPIE_GUARDED_BY(mutex_);    // those that the observers know
+  Dictionary registered_ KELPIE_GUARDED_BY(mutex_);
+  std::list<std::shared_ptr<const Observer>> observers_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

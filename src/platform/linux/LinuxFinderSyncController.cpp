@@ -23,7 +23,7 @@ void LinuxFinderSyncController::setListener(Listener listener) {
 
 std::map<std::string, LinuxFinderSyncController::RegisteredBadge>
 LinuxFinderSyncController::badges() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return badges_;
 }
 
@@ -35,7 +35,7 @@ void LinuxFinderSyncController::setSelection(std::vector<URL> selected,
 
 void LinuxFinderSyncController::setBadgeImage(const Image& image, std::string_view label,
                                               std::string_view badgeIdentifier) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   badges_.insert_or_assign(std::string(badgeIdentifier),
                            RegisteredBadge{image, std::string(label)});
 }
@@ -43,7 +43,7 @@ void LinuxFinderSyncController::setBadgeImage(const Image& image, std::string_vi
 void LinuxFinderSyncController::setBadgeIdentifier(std::string_view badgeIdentifier,
                                                    const URL& url) {
   {
-    const std::lock_guard lock(shared_->mutex);
+    const MutexLock lock(shared_->mutex);
     shared_->pending.emplace_back(url, badgeIdentifier);
     if (std::exchange(shared_->handOverIsPosted, true)) return;
   }
@@ -53,7 +53,7 @@ void LinuxFinderSyncController::setBadgeIdentifier(std::string_view badgeIdentif
 void LinuxFinderSyncController::handOver(Shared& shared) {
   std::vector<Badge> badges;
   {
-    const std::lock_guard lock(shared.mutex);
+    const MutexLock lock(shared.mutex);
     badges.swap(shared.pending);
     shared.handOverIsPosted = false;
   }
@@ -61,13 +61,13 @@ void LinuxFinderSyncController::handOver(Shared& shared) {
 }
 
 std::vector<URL> LinuxFinderSyncController::directoryURLs() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return directoryURLs_;
 }
 
 void LinuxFinderSyncController::setDirectoryURLs(std::vector<URL> urls) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const bool changed = textsOf(urls) != textsOf(directoryURLs_);
     directoryURLs_ = std::move(urls);
     if (!changed) return;

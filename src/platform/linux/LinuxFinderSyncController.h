@@ -3,11 +3,11 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "foundation/Mutex.h"
 #include "platform/FinderSyncController.h"
 #include "platform/SerialQueue.h"
 
@@ -52,20 +52,20 @@ class LinuxFinderSyncController final : public FinderSyncController {
  private:
   // What the tasks on the main thread reach; they may outlive the controller.
   struct Shared {
-    std::mutex mutex;
-    std::vector<Badge> pending;     // guarded by mutex: set, and not handed on yet
-    bool handOverIsPosted = false;  // guarded by mutex
-    Listener listener;              // main thread
+    Mutex mutex;
+    std::vector<Badge> pending KELPIE_GUARDED_BY(mutex);  // set, and not handed on yet
+    bool handOverIsPosted KELPIE_GUARDED_BY(mutex) = false;
+    Listener listener;  // main thread
   };
   static void handOver(Shared& shared);
 
   std::shared_ptr<SerialQueue> mainQueue_;
   std::shared_ptr<Shared> shared_ = std::make_shared<Shared>();
-  mutable std::mutex mutex_;
-  std::map<std::string, RegisteredBadge> badges_;  // guarded by mutex_
-  std::vector<URL> directoryURLs_;                 // guarded by mutex_
-  std::vector<URL> selected_;                      // main thread
-  std::optional<URL> targeted_;                    // main thread
+  mutable Mutex mutex_;
+  std::map<std::string, RegisteredBadge> badges_ KELPIE_GUARDED_BY(mutex_);
+  std::vector<URL> directoryURLs_ KELPIE_GUARDED_BY(mutex_);
+  std::vector<URL> selected_;    // main thread
+  std::optional<URL> targeted_;  // main thread
 };
 
 }  // namespace kelpie

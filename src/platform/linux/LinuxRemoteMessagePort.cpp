@@ -44,16 +44,17 @@ std::int32_t LinuxRemoteMessagePort::send(std::int32_t id, const Bytes& message,
                                           std::chrono::milliseconds /*receiveTimeout*/) {
   const Deadline deadline = std::chrono::steady_clock::now() + sendTimeout;
   {
-    std::unique_lock lock(mutex_);
-    if (!free_.wait_until(lock, deadline, [this] { return !busy_; })) return kSendTimeout;
+    MutexLock lock(mutex_);
+    const auto isFree = [this]() KELPIE_REQUIRES(mutex_) { return !busy_; };
+    if (!free_.waitUntil(lock, deadline, isFree)) return kSendTimeout;
     busy_ = true;
   }
   const std::int32_t status = sendFrame(id, message, deadline);
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     busy_ = false;
   }
-  free_.notify_one();
+  free_.notifyOne();
   return status;
 }
 

@@ -1,12 +1,11 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "foundation/ConditionVariable.h"
 #include "linux/base/UniqueFd.h"
 #include "platform/MessagePort.h"
 #include "platform/linux/MessageFrame.h"
@@ -36,11 +35,11 @@ class LinuxRemoteMessagePort final : public RemoteMessagePort {
 
   const std::string path_;
   const std::uint64_t longestPayload_;
-  std::mutex mutex_;
-  std::condition_variable free_;
-  bool busy_ = false;    // guarded by mutex_; whoever sets it has what follows for himself
-  UniqueFd socket_;      // empty after a frame that went out in part
-  bool closed_ = false;  // by the other end
+  Mutex mutex_;
+  ConditionVariable free_;
+  bool busy_ KELPIE_GUARDED_BY(mutex_) = false;  // whoever sets it has what follows for himself
+  UniqueFd socket_;                              // empty after a frame that went out in part
+  bool closed_ = false;                          // by the other end
 };
 
 }  // namespace kelpie

@@ -18,7 +18,7 @@ std::unique_ptr<UserDefaults> LinuxUserDefaultsCenter::defaultsWithSuiteName(
 
 std::shared_ptr<DefaultsStore> LinuxUserDefaultsCenter::open(DefaultsFile file) {
   auto store = std::make_shared<DefaultsStore>(std::move(file), loop_.log());
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::erase_if(stores_, [](const auto& weak) { return weak.expired(); });
   stores_.push_back(store);
   return store;
@@ -28,7 +28,7 @@ std::shared_ptr<DefaultsStore> LinuxUserDefaultsCenter::open(DefaultsFile file) 
 void LinuxUserDefaultsCenter::checkForChanges() {
   std::vector<std::weak_ptr<DefaultsStore>> stores;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     stores = stores_;
   }
   for (const auto& weak : stores)

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string_view>
 #include <vector>
 
+#include "foundation/Mutex.h"
 #include "linux/base/MainLoop.h"
 #include "platform/UserDefaults.h"
 #include "platform/linux/DefaultsStore.h"
@@ -30,8 +30,8 @@ class LinuxUserDefaultsCenter final : public UserDefaultsCenter {
 
   MainLoop& loop_;
   DefaultsWatch watch_;  // before anything is read: no change is missed
-  std::mutex mutex_;
-  std::vector<std::weak_ptr<DefaultsStore>> stores_;  // guarded by mutex_
+  Mutex mutex_;
+  std::vector<std::weak_ptr<DefaultsStore>> stores_ KELPIE_GUARDED_BY(mutex_);
   LinuxUserDefaults standard_;
 };
 

@@ -50,7 +50,7 @@ MountTable& MountTable::shared() {
 MountTable::MountTable() : file_(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)) {}
 
 bool MountTable::hasMountBelow(std::string_view folder) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!known_ || hasChanged()) read();
   if (!known_) return true;
   const std::string prefix = folder == "/" ? "/" : std::string(folder) + "/";

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "foundation/Mutex.h"
 #include "linux/base/UniqueFd.h"
 
 namespace kelpie {
@@ -25,12 +25,12 @@ class MountTable {
  private:
   MountTable();
   bool hasChanged() const;
-  void read();
+  void read() KELPIE_REQUIRES(mutex_);
 
-  std::mutex mutex_;
-  UniqueFd file_;                         // stays open: its changes can be polled for
-  bool known_ = false;                    // guarded by mutex_
-  std::vector<std::string> mountPoints_;  // guarded by mutex_; sorted
+  Mutex mutex_;
+  UniqueFd file_;  // stays open: its changes can be polled for
+  bool known_ KELPIE_GUARDED_BY(mutex_) = false;
+  std::vector<std::string> mountPoints_ KELPIE_GUARDED_BY(mutex_);  // sorted
 };
 
 }  // namespace kelpie

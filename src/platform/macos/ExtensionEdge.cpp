@@ -35,7 +35,7 @@ void ExtensionEdge::forEachAction(FunctionRef<void(std::string_view selector)> v
 
 ExtensionEdge::~ExtensionEdge() {
   runGuarded([this] {
-    if (shared_ != nullptr) shared_->forget(this);
+    if (const std::shared_ptr<SharedExtension> open = shared()) open->forget(this);
   });
 }
 
@@ -43,7 +43,7 @@ bool ExtensionEdge::open(const Platform& platform, KPUserDefaults& defaults) noe
   return answerGuarded([&] {
     std::shared_ptr<SharedExtension> made = SharedExtension::acquire(platform, defaults);
     if (made == nullptr) return false;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     shared_ = std::move(made);
     for (const auto& [call, url] : std::exchange(early_, {})) ((*shared_).*call)(this, url);
     return true;
@@ -66,7 +66,7 @@ void ExtensionEdge::requestBadgeIdentifierForURL(const std::optional<URL>& url) 
 void ExtensionEdge::hand(Call call, const std::optional<URL>& url) noexcept {
   runGuarded([&] {
     if (!url) return;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (shared_ != nullptr) {
       ((*shared_).*call)(this, *url);
     } else if (early_.size() < kMostEarlyCalls) {
@@ -78,7 +78,7 @@ void ExtensionEdge::hand(Call call, const std::optional<URL>& url) noexcept {
 }
 
 std::shared_ptr<SharedExtension> ExtensionEdge::shared() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return shared_;
 }
 

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -11,6 +10,7 @@
 
 #include "foundation/FunctionRef.h"
 #include "foundation/Menu.h"
+#include "foundation/Mutex.h"
 #include "foundation/URL.h"
 #include "platform/Platform.h"
 #include "platform/macos/SharedExtension.h"
@@ -60,10 +60,10 @@ class ExtensionEdge {
   void hand(Call call, const std::optional<URL>& url) noexcept;
   std::shared_ptr<SharedExtension> shared();
 
-  std::mutex mutex_;
-  std::shared_ptr<SharedExtension> shared_;  // guarded by mutex_; null until it is open
-  std::vector<std::pair<Call, URL>> early_;  // guarded by mutex_; empty once it is open
-  std::optional<Menu> menu_;                 // built last
+  Mutex mutex_;
+  std::shared_ptr<SharedExtension> shared_ KELPIE_GUARDED_BY(mutex_);  // null until it is open
+  std::vector<std::pair<Call, URL>> early_ KELPIE_GUARDED_BY(mutex_);  // empty once it is open
+  std::optional<Menu> menu_;                                           // built last
 };
 
 }  // namespace kelpie

@@ -18,14 +18,14 @@ std::shared_ptr<SharedExtension> SharedExtension::acquire(const Platform& platfo
 
 // The controller is told each time: the instance may have come to an empty view.
 void SharedExtension::beginObserving(const void* instance, const URL& url) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   Instances& instances = shown_[url.path()];
   if (std::ranges::find(instances, instance) == instances.end()) instances.push_back(instance);
   controller_->beginObservingDirectoryAtURL(url);
 }
 
 void SharedExtension::endObserving(const void* instance, const URL& url) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto folder = shown_.find(url.path());
   if (folder != shown_.end()) {
     std::erase(folder->second, instance);
@@ -40,7 +40,7 @@ void SharedExtension::requestBadge(const void* /*instance*/, const URL& url) {
 }
 
 void SharedExtension::forget(const void* instance) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (auto folder = shown_.begin(); folder != shown_.end();) {
     if (std::erase(folder->second, instance) == 0 || !folder->second.empty()) {
       ++folder;

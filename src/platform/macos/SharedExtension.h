@@ -1,12 +1,12 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "extension/KPKelpieSync.h"
+#include "foundation/Mutex.h"
 #include "foundation/URL.h"
 #include "platform/Platform.h"
 
@@ -39,8 +39,9 @@ class SharedExtension {
   using Instances = std::vector<const void*>;
 
   const std::unique_ptr<KPKelpieSync> controller_;
-  std::mutex mutex_;  // the controller's callbacks, which only queue work, are called with it held
-  std::unordered_map<std::string, Instances> shown_;  // guarded by mutex_, by the folder's path
+  Mutex mutex_;  // the controller's callbacks, which only queue work, are called with it held
+  // By the folder's path.
+  std::unordered_map<std::string, Instances> shown_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie
