@@ -13,6 +13,7 @@
 #include "foundation/Error.h"
 #include "foundation/MemoFileSystem.h"
 #include "platform/BookmarkResolution.h"
+#include "platform/QueueCheck.h"
 #include "protocol/Selectors.h"
 #include "settings/KPUserDefaults.h"
 #include "settings/SettingsKeys.h"
@@ -64,11 +65,13 @@ FolderRegistry::FolderRegistry(const Platform& platform, KPUserDefaults& default
     : platform_(platform),
       defaults_(defaults),
       link_(std::move(link)),
+      queue_(platform.queues.makeQueue(platform.bundle.identifier() + ".ObserverQueue")),
       allObservedFiles_(std::make_shared<ObservedPaths>()) {}
 
 // What is shown is noted before it gets a badge: when the main application goes at that moment, all
 // that has a badge is known.
 void FolderRegistry::beginObservingDirectoryAtURL(const URL& url) {
+  checkIsOn(*queue_);
   const MemoFileSystem files(platform_.files);
   std::shared_ptr<KPRepository> repository;
   if (applicationPid() > 0) {
@@ -94,6 +97,7 @@ void FolderRegistry::beginObservingDirectoryAtURL(const URL& url) {
 }
 
 void FolderRegistry::endObservingDirectoryAtURL(const URL& url) {
+  checkIsOn(*queue_);
   const MemoFileSystem files(platform_.files);
   const std::optional<FileIdentifier> identifier = url.identifier(files);
   if (!identifier) {
@@ -112,6 +116,7 @@ void FolderRegistry::endObservingDirectoryAtURL(const URL& url) {
 // Neighbours that one repository holds are handed to it together. All are noted first: see
 // beginObservingDirectoryAtURL().
 void FolderRegistry::requestBadgeIdentifiersForURLs(const std::vector<URL>& urls) {
+  checkIsOn(*queue_);
   const MemoFileSystem files(platform_.files);
   for (const URL& url : urls) {
     noteItem(url, files);
@@ -143,6 +148,7 @@ void FolderRegistry::requestBadgeIdentifiersForURLs(const std::vector<URL>& urls
 // asks for it again. Where another one is replaced the file manager does not ask again: it has
 // badges.
 void FolderRegistry::openRepository(const Opening& opening) {
+  checkIsOn(*queue_);
   if (opening.clearings != repositories_.clearings()) {
     return;
   }
@@ -172,6 +178,7 @@ void FolderRegistry::openRepository(const Opening& opening) {
 }
 
 void FolderRegistry::relocateRepository(const FileIdentifier& identifier) {
+  checkIsOn(*queue_);
   const MemoFileSystem files(platform_.files);
   folders_.removeObservedDirectory(identifier);
   const std::shared_ptr<KPRepository> repository = repositories_.find(identifier);
@@ -199,6 +206,7 @@ void FolderRegistry::relocateRepository(const FileIdentifier& identifier) {
 
 bool FolderRegistry::replaceRepositories(const FileIdentifier& identifier, std::string_view path,
                                          const FileSystem& files) {
+  checkIsOn(*queue_);
   bool takesOver = displaced_.erase(identifier) + formerPlaces_.erase(std::string(path)) != 0;
   std::vector<FileIdentifier> replaced;
   for (const std::shared_ptr<KPRepository>& repository : *repositories_.all()) {
@@ -227,6 +235,7 @@ bool FolderRegistry::replaceRepositories(const FileIdentifier& identifier, std::
 // again, without the main application's saying so.
 void FolderRegistry::observe(KPRepository& repository, std::span<const URL> urls,
                              const FileSystem& files) {
+  checkIsOn(*queue_);
   const std::string root = repository.rootPath();
   if (!urls.empty() && !(urls.front().path() + "/").starts_with(root + "/")) {
     if (const std::optional<URL> present = files.filePathUrl(*repository.url())) {
@@ -237,6 +246,7 @@ void FolderRegistry::observe(KPRepository& repository, std::span<const URL> urls
 }
 
 void FolderRegistry::noteFormerPlace(const std::string& place, std::string_view present) {
+  checkIsOn(*queue_);
   if (place != present && formerPlaces_.size() < kMaximumDisplaced) {
     formerPlaces_.insert(place);
   }
@@ -244,6 +254,7 @@ void FolderRegistry::noteFormerPlace(const std::string& place, std::string_view 
 
 void FolderRegistry::adoptShownItems(const URL& root, const FileIdentifier& identifier,
                                      ObservedPaths& observed, const FileSystem& files) {
+  checkIsOn(*queue_);
   RootFinder inside({RootFinder::Root{root, identifier}}, files);
   RepositoryLookup lookup(repositories_, files);
   ShownItems(*allObservedFiles(), files)
@@ -308,6 +319,7 @@ std::shared_ptr<KPRepository> FolderRegistry::repositoryForURL(const URL& url,
 }
 
 void FolderRegistry::noteFolder(const URL& url, const FileSystem& files) {
+  checkIsOn(*queue_);
   const std::optional<URL> parent = url.parentUrl(files);
   const std::optional<FileIdentifier> identifier =
       parent ? parent->identifier(files) : std::nullopt;
@@ -317,6 +329,7 @@ void FolderRegistry::noteFolder(const URL& url, const FileSystem& files) {
 }
 
 void FolderRegistry::noteItem(const URL& url, const FileSystem& files) {
+  checkIsOn(*queue_);
   const std::optional<URL> parent = url.parentUrl(files);
   const std::optional<FileIdentifier> identifier =
       parent ? parent->identifier(files) : std::nullopt;

@@ -30,6 +30,9 @@ class FolderRegistry {
   FolderRegistry(const Platform& platform, KPUserDefaults& defaults,
                  std::shared_ptr<MessageLink> link);
 
+  // The observer queue.
+  const std::shared_ptr<SerialQueue>& queue() const { return queue_; }
+
   // -- Observer queue. What the main application does not answer for blocks here only. ------------
 
   void beginObservingDirectoryAtURL(const URL& url);
@@ -89,6 +92,7 @@ class FolderRegistry {
   const Platform platform_;
   KPUserDefaults& defaults_;
   const std::shared_ptr<MessageLink> link_;
+  const std::shared_ptr<SerialQueue> queue_;
   // Repositories that gave way to another one at their path, and may be opened elsewhere: what is
   // shown there is handed over to them then. Observer queue.
   std::unordered_set<FileIdentifier> displaced_;

@@ -135,8 +135,7 @@ KPKelpieSync::KPKelpieSync(const Platform& platform, KPUserDefaults& defaults)
       defaults_(defaults),
       link_(std::make_shared<MessageLink>(platform_)),
       registry_(std::make_shared<FolderRegistry>(platform_, defaults, link_)),
-      observerQueue_(std::make_unique<ObservationQueue>(
-          platform.queues.makeQueue(platform.bundle.identifier() + ".ObserverQueue"), registry_)),
+      observerQueue_(std::make_unique<ObservationQueue>(registry_)),
       presence_(std::make_unique<PresenceMonitor>(platform_, defaults, link_, registry_)),
       actions_(std::make_unique<ActionForwarder>(*this, platform_.files)),
       menus_(*this, platform_, defaults) {}
@@ -183,10 +182,12 @@ void KPKelpieSync::requestBadgeIdentifierForURL(const URL& url) {
 // -- Menus and actions ----------------------------------------------------------------------------
 
 std::optional<Menu> KPKelpieSync::menuForMenuKind(FIMenuKind kind) {
+  thread_.check();
   return menus_.menuForMenuKind(kind);
 }
 
 bool KPKelpieSync::performAction(const MenuItem& item) {
+  thread_.check();
   const Call<KPKelpieSync> call = item.action ? controllerRoutes().find(*item.action) : nullptr;
   if (call == nullptr) {
     return false;
@@ -196,25 +197,42 @@ bool KPKelpieSync::performAction(const MenuItem& item) {
 }
 
 void KPKelpieSync::remoteRepositoryAction(const Object& sender) {
+  thread_.check();
   actions_->remoteRepositoryAction(sender);
 }
 
-void KPKelpieSync::applicationAction(const Object& sender) { actions_->applicationAction(sender); }
+void KPKelpieSync::applicationAction(const Object& sender) {
+  thread_.check();
+  actions_->applicationAction(sender);
+}
 
-void KPKelpieSync::clone() { actions_->clone(); }
+void KPKelpieSync::clone() {
+  thread_.check();
+  actions_->clone();
+}
 
-void KPKelpieSync::createRepository() { actions_->createRepository(); }
+void KPKelpieSync::createRepository() {
+  thread_.check();
+  actions_->createRepository();
+}
 
 // -- The main application -------------------------------------------------------------------------
 
 void KPKelpieSync::updateFolders() { registry_->updateFolders(); }
 
-void KPKelpieSync::updateApplicationRunning() { presence_->updateApplicationRunning(); }
+void KPKelpieSync::updateApplicationRunning() {
+  thread_.check();
+  presence_->updateApplicationRunning();
+}
 
-void KPKelpieSync::setApplicationPid(std::int32_t pid) { presence_->setApplicationPid(pid); }
+void KPKelpieSync::setApplicationPid(std::int32_t pid) {
+  thread_.check();
+  presence_->setApplicationPid(pid);
+}
 
 // What an application that has ended still had on its way would give badges that nobody takes away.
 void KPKelpieSync::openRepositoryWithUrls(const Object& urls) {
+  thread_.check();
   if (registry_->hasApplicationEnded()) {
     return;
   }
@@ -272,6 +290,7 @@ void KPKelpieSync::receiveMessage(std::int32_t id, std::shared_ptr<const Bytes> 
 // and references for a repository that is yet to be opened included: the main application sends
 // them again once it is.
 void KPKelpieSync::handleSelectorMessage(std::shared_ptr<const Bytes> message) {
+  thread_.check();
   if (message == nullptr) {
     return;
   }
@@ -315,13 +334,17 @@ bool KPKelpieSync::isRefused(const Object& argument) const {
 
 const RepositoryTable& KPKelpieSync::repositories() const { return registry_->repositories(); }
 
-void KPKelpieSync::setRepositories() { registry_->repositories().clear(); }
+void KPKelpieSync::setRepositories() {
+  thread_.check();
+  registry_->repositories().clear();
+}
 
 std::shared_ptr<const ObservedPaths> KPKelpieSync::allObservedFiles() const {
   return registry_->allObservedFiles();
 }
 
 void KPKelpieSync::setAllObservedFiles(const Object& files) {
+  thread_.check();
   const auto changed = std::make_shared<ObservedPaths>();
   ObjectView(files).forEachEntry([&](const ObjectView& key, const ObjectView& paths) {
     const std::optional<FileIdentifier> folder = FileIdentifier::fromObject(key.toObject());
@@ -346,6 +369,7 @@ void KPKelpieSync::setAllObservedFiles(const Object& files) {
 const FolderTables& KPKelpieSync::folders() const { return registry_->folders(); }
 
 void KPKelpieSync::setInactiveObservedFiles(const Object& folders) {
+  thread_.check();
   FolderTables::InactiveFolders changed;
   ObjectView(folders).forEachEntry([&](const ObjectView& key, const ObjectView& urls) {
     const std::optional<FileIdentifier> parent = FileIdentifier::fromObject(key.toObject());
@@ -361,6 +385,7 @@ void KPKelpieSync::setInactiveObservedFiles(const Object& folders) {
 }
 
 void KPKelpieSync::setObservedDirectories(const Object& urls) {
+  thread_.check();
   const std::vector<URL> changed =
       urls.kind() == Object::Kind::Set ? urlsOf(urls) : std::vector<URL>();
   if (isRefused(urls)) {
@@ -375,20 +400,29 @@ void KPKelpieSync::setObservedDirectories(const Object& urls) {
 std::shared_ptr<RemoteMessagePort> KPKelpieSync::port() const { return link_->port(); }
 
 void KPKelpieSync::setPort(std::shared_ptr<RemoteMessagePort> port) {
+  thread_.check();
   link_->setPort(std::move(port));
 }
 
 std::optional<std::string> KPKelpieSync::portName() const { return link_->portName(); }
 
-void KPKelpieSync::setPortName(const Object& name) { link_->setPortName(name.string()); }
+void KPKelpieSync::setPortName(const Object& name) {
+  thread_.check();
+  link_->setPortName(name.string());
+}
 
-std::shared_ptr<ProcessMonitor> KPKelpieSync::monitor() const { return presence_->monitor(); }
+std::shared_ptr<ProcessMonitor> KPKelpieSync::monitor() const {
+  thread_.check();
+  return presence_->monitor();
+}
 
 void KPKelpieSync::setMonitor(std::shared_ptr<ProcessMonitor> monitor) {
+  thread_.check();
   presence_->setMonitor(std::move(monitor));
 }
 
 void KPKelpieSync::setSenderObjects(const Object& objects) {
+  thread_.check();
   SenderObjects changed;
   ObjectView(objects).forEachEntry([&changed](const ObjectView& key, const ObjectView& object) {
     if (key.kind() == Object::Kind::String && key.charge(kTableEntry)) {
@@ -402,6 +436,7 @@ void KPKelpieSync::setSenderObjects(const Object& objects) {
 }
 
 void KPKelpieSync::setTargetURLs(const Object& urls) {
+  thread_.check();
   std::vector<URL> changed = urls.isArray() ? urlsOf(urls) : std::vector<URL>();
   if (!isRefused(urls)) {
     targetURLs_ = std::move(changed);
@@ -434,6 +469,9 @@ void KPKelpieSync::sendMessage(const Dictionary& message, std::int32_t id) {
   link_->sendMessage(message, id);
 }
 
-void KPKelpieSync::setTargetURLs(std::vector<URL> urls) { targetURLs_ = std::move(urls); }
+void KPKelpieSync::setTargetURLs(std::vector<URL> urls) {
+  thread_.check();
+  targetURLs_ = std::move(urls);
+}
 
 }  // namespace kelpie

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "foundation/Bytes.h"
+#include "foundation/ThreadBound.h"
 #include "menus/MenuAssembly.h"
 #include "menus/MenuHost.h"
 #include "platform/FinderSync.h"
@@ -135,9 +136,15 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
   std::vector<std::shared_ptr<KPRepository>> repositoriesForURLs(
       const std::vector<URL>& urls, const FileSystem& files) const override;
   void sendMessage(const Dictionary& message, std::int32_t id) override;
-  const std::vector<URL>& targetURLs() const override { return targetURLs_; }
+  const std::vector<URL>& targetURLs() const override {
+    thread_.check();
+    return targetURLs_;
+  }
   void setTargetURLs(std::vector<URL> urls) override;
-  SenderObjects& senderObjects() override { return senderObjects_; }
+  SenderObjects& senderObjects() override {
+    thread_.check();
+    return senderObjects_;
+  }
 
  private:
   KPKelpieSync(const Platform& platform, KPUserDefaults& defaults);
@@ -149,6 +156,7 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
   void receiveMessage(std::int32_t id, std::shared_ptr<const Bytes> message,
                       LocalMessagePort::Completion done);
 
+  ThreadBound thread_;
   const Platform platform_;
   KPUserDefaults& defaults_;
   const std::shared_ptr<MessageLink> link_;         // shared with the registry

@@ -33,14 +33,13 @@ class ObservationQueue::Batch {
   std::vector<URL> urls_ KELPIE_GUARDED_BY(mutex_);
 };
 
-ObservationQueue::ObservationQueue(std::shared_ptr<SerialQueue> queue,
-                                   std::shared_ptr<FolderRegistry> registry)
-    : queue_(std::move(queue)), registry_(std::move(registry)) {}
+ObservationQueue::ObservationQueue(std::shared_ptr<FolderRegistry> registry)
+    : registry_(std::move(registry)) {}
 
 void ObservationQueue::post(std::function<void()> work) {
   const MutexLock lock(mutex_);
   batch_ = nullptr;
-  queue_->post(std::move(work));
+  registry_->queue()->post(std::move(work));
 }
 
 void ObservationQueue::requestBadge(const URL& url) {
@@ -50,7 +49,7 @@ void ObservationQueue::requestBadge(const URL& url) {
   }
   batch_ = std::make_shared<Batch>();
   batch_->add(url);
-  queue_->post([batch = batch_, registry = registry_] {
+  registry_->queue()->post([batch = batch_, registry = registry_] {
     registry->requestBadgeIdentifiersForURLs(batch->take());
   });
 }

@@ -20,7 +20,7 @@ class ObservationQueue {
   // How many requests are worked off together at most: the others see what has changed meanwhile.
   static constexpr std::size_t kMaximumBatch = 512;
 
-  ObservationQueue(std::shared_ptr<SerialQueue> queue, std::shared_ptr<FolderRegistry> registry);
+  explicit ObservationQueue(std::shared_ptr<FolderRegistry> registry);
 
   void post(std::function<void()> work);
   // See FolderRegistry::requestBadgeIdentifiersForURLs().
@@ -29,7 +29,6 @@ class ObservationQueue {
  private:
   class Batch;
 
-  const std::shared_ptr<SerialQueue> queue_;
   const std::shared_ptr<FolderRegistry> registry_;
   Mutex mutex_;  // held while posting, so that a batch stays in its place
   // Takes requests until other work is posted.

@@ -27,6 +27,7 @@ PresenceMonitor::PresenceMonitor(const Platform& platform, KPUserDefaults& defau
 }
 
 void PresenceMonitor::updateApplicationRunning() {
+  thread_.check();
   const std::vector<std::int32_t> running = state_->platform.applications.withBundleIdentifier(
       state_->platform.bundle.applicationIdentifier());
   setApplicationPid(running.size() == 1 && isOwnVersion() ? running.front() : -1);
@@ -42,6 +43,7 @@ bool PresenceMonitor::isOwnVersion() const {
 }
 
 void PresenceMonitor::setApplicationPid(std::int32_t pid) {
+  thread_.check();
   if (pid < 1) {
     state_->registry->setApplicationPid(pid);
     state_->clear();

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "foundation/ThreadBound.h"
 #include "foundation/URL.h"
 #include "platform/Platform.h"
 
@@ -48,6 +49,7 @@ class PresenceMonitor {
 
   KPUserDefaults& defaults_;
   std::shared_ptr<State> state_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie

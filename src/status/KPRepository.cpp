@@ -6,6 +6,7 @@
 
 #include "foundation/ObjectView.h"
 #include "platform/Log.h"
+#include "platform/QueueCheck.h"
 #include "refs/KPReference.h"
 #include "refs/KPRefsManager.h"
 #include "settings/KPUserDefaults.h"
@@ -255,6 +256,7 @@ bool KPRepository::isRefused(const Object& argument) const {
 }
 
 void KPRepository::takeStatusIn(const Object& info) {
+  checkIsOn(*updateQueue_);
   // Whatever is at the root's place now, what is shown there is not of this repository. Once
   // another one is opened there, this one has ended.
   if (isDisplaced()) {
@@ -293,6 +295,7 @@ void KPRepository::takeStatusIn(const Object& info) {
 }
 
 void KPRepository::observeRenamedItems(const Object& pathsOfFolders) {
+  checkIsOn(*updateQueue_);
   const ObjectView view(pathsOfFolders);
   view.forEachEntry([this](ObjectView folder, ObjectView paths) {
     const auto identifier = FileIdentifier::fromObject(folder.toObject());
@@ -308,6 +311,7 @@ void KPRepository::observeRenamedItems(const Object& pathsOfFolders) {
 }
 
 void KPRepository::changeStatus(const Object& urls, WordChange change) {
+  checkIsOn(*updateQueue_);
   if (!urls.isArray() || isDisplaced()) return;
   const std::vector<URL> listed = urlsOf(urls);
   if (isRefused(urls)) return;
@@ -467,6 +471,7 @@ bool KPRepository::updateBadge(const URL& url, const ResourceValues& item, Statu
 
 void KPRepository::settleBadge(const URL& url, const ResourceValues& item,
                                const std::shared_ptr<Work>& work) {
+  checkIsOn(*updateQueue_);
   for (bool isRight = false; !isRight;) {
     const std::uint64_t changes = status_.changes();
     isRight = updateBadge(url, item, looksFor(*work), work, changes);
@@ -545,6 +550,7 @@ void KPRepository::postFolder(const URL& folder, std::shared_ptr<Work> work) {
 
 void KPRepository::updateFolder(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls,
                                 Work& work) {
+  checkIsOn(*updateQueue_);
   {
     const MutexLock lock(mutex_);
     if (openWork_.get() == &work) openWork_ = nullptr;

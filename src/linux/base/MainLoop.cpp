@@ -8,6 +8,7 @@
 
 #include "foundation/Mutex.h"
 #include "linux/base/GuardedTask.h"
+#include "platform/QueueCheck.h"
 
 namespace kelpie {
 namespace {
@@ -114,11 +115,13 @@ MainLoop::MainLoop(Log& log) : log_(log), queue_(std::make_shared<Queue>(log)) {
 MainLoop::~MainLoop() { queue_->close(); }
 
 int MainLoop::run() {
+  checkIsOn(*queue_);
   while (!quit_) g_main_context_iteration(nullptr, TRUE);
   return status_;
 }
 
 bool MainLoop::runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
+  checkIsOn(*queue_);
   bool late = false;
   const auto timer = callAfter(limit, [&late] { late = true; });
   while (!done()) {
@@ -139,6 +142,7 @@ std::shared_ptr<SerialQueue> MainLoop::queue() const { return queue_; }
 
 std::unique_ptr<MainLoop::Source> MainLoop::watch(int fd, GIOCondition conditions,
                                                   std::function<void(GIOCondition)> onReady) {
+  checkIsOn(*queue_);
   GSource* source = g_unix_fd_source_new(fd, conditions);
   // g_source_set_callback() takes the type of the source's own callbacks in disguise.
   attach(source, reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(callFdCallback)),
@@ -148,6 +152,7 @@ std::unique_ptr<MainLoop::Source> MainLoop::watch(int fd, GIOCondition condition
 
 std::unique_ptr<MainLoop::Source> MainLoop::callAfter(std::chrono::milliseconds delay,
                                                       std::function<void()> task) {
+  checkIsOn(*queue_);
   GSource* source = g_timeout_source_new(static_cast<guint>(delay.count()));
   attach(source, callOnce, std::make_unique<Callback>(Callback{log_, std::move(task)}));
   return std::make_unique<Source>(source);

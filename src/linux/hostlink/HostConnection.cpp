@@ -57,6 +57,7 @@ void HostConnection::read() {
 }
 
 void HostConnection::send(std::string bytes) {
+  thread_.check();
   if (ending_ || bytes.empty()) return;
   waitingBytes_ += bytes.size();
   waiting_.push_back(std::move(bytes));

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/ThreadBound.h"
 #include "linux/base/LineReader.h"
 #include "linux/base/MainLoop.h"
 #include "linux/base/UniqueFd.h"
@@ -56,6 +57,7 @@ class HostConnection {
   std::unique_ptr<MainLoop::Source> reading_;
   std::unique_ptr<MainLoop::Source> writing_;  // while the socket takes no more
   std::unique_ptr<MainLoop::Source> ending_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie

@@ -33,14 +33,19 @@ HostLinkHub::HostLinkHub(FinderSync& extension, LinuxFinderSyncController& finde
 
 HostLinkHub::~HostLinkHub() { finder_.setListener({}); }
 
-void HostLinkHub::join(HostSession& session) { sessions_.push_back(&session); }
+void HostLinkHub::join(HostSession& session) {
+  thread_.check();
+  sessions_.push_back(&session);
+}
 
 void HostLinkHub::leave(HostSession& session) {
+  thread_.check();
   std::erase(sessions_, &session);
   if (newest_ && newest_->session == &session) newest_.reset();
 }
 
 hostlink::Welcome HostLinkHub::welcome() const {
+  thread_.check();
   return hostlink::welcomeOf(extension_, finder_, imageFile_);
 }
 
@@ -51,16 +56,19 @@ bool HostLinkHub::isShownByOther(const HostSession& session, const std::string& 
 }
 
 void HostLinkHub::beginObserving(const HostSession& session, const URL& url) {
+  thread_.check();
   if (!isShownByOther(session, url.path())) extension_.beginObservingDirectoryAtURL(url);
 }
 
 void HostLinkHub::endObserving(const HostSession& session, const URL& url) {
+  thread_.check();
   if (!isShownByOther(session, url.path())) extension_.endObservingDirectoryAtURL(url);
 }
 
 std::optional<Menu> HostLinkHub::menu(const HostSession& session, const hostlink::Number& id,
                                       std::int64_t kind, std::vector<URL> selected,
                                       std::optional<URL> targeted) {
+  thread_.check();
   if (kind < 0 || kind > kLastMenuKind) return std::nullopt;
   finder_.setSelection(std::move(selected), std::move(targeted));
   std::optional<Menu> menu = extension_.menuForMenuKind(static_cast<FIMenuKind>(kind));
@@ -73,6 +81,7 @@ std::optional<std::string> HostLinkHub::choose(const HostSession& session,
                                                const hostlink::Number& id,
                                                const std::vector<std::size_t>& path,
                                                const std::string& choice) {
+  thread_.check();
   if (!newest_ || newest_->session != &session || newest_->id != id) {
     return "menu " + id.dump() + " is not the newest one";
   }
@@ -87,10 +96,12 @@ std::optional<std::string> HostLinkHub::choose(const HostSession& session,
 }
 
 void HostLinkHub::tellBadges(const std::vector<LinuxFinderSyncController::Badge>& badges) {
+  thread_.check();
   for (HostSession* session : sessions_) session->tellBadges(badges);
 }
 
 void HostLinkHub::tellDirectories() {
+  thread_.check();
   const std::vector<URL> urls = finder_.directoryURLs();
   for (HostSession* session : sessions_) session->tellDirectories(urls);
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "foundation/Menu.h"
+#include "foundation/ThreadBound.h"
 #include "foundation/URL.h"
 #include "linux/hostlink/HostValues.h"
 #include "platform/FinderSync.h"
@@ -68,6 +69,7 @@ class HostLinkHub {
   hostlink::ImageFile imageFile_;
   std::vector<HostSession*> sessions_;
   std::optional<NewestMenu> newest_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie

@@ -34,6 +34,7 @@ HostSession::~HostSession() {
 }
 
 bool HostSession::takeLine(std::string_view text) {
+  thread_.check();
   if (text.empty()) return true;
   const hostlink::HostLineReading reading = hostlink::readHostLine(text);
   lineId_ = reading.id;
@@ -55,6 +56,7 @@ bool HostSession::takeLine(std::string_view text) {
 }
 
 void HostSession::takeOverlongLine() {
+  thread_.check();
   lineId_ = nullptr;
   sendError("the line is too long");
 }
@@ -119,6 +121,7 @@ bool HostSession::serve(const hostlink::Choose& line) {
 }
 
 void HostSession::tellBadges(const std::vector<LinuxFinderSyncController::Badge>& badges) {
+  thread_.check();
   hostlink::Badges line;
   const auto flush = [this, &line] {
     if (!line.badges.empty()) send(std::exchange(line, {}));
@@ -135,6 +138,7 @@ void HostSession::tellBadges(const std::vector<LinuxFinderSyncController::Badge>
 }
 
 void HostSession::tellDirectories(const std::vector<URL>& urls) {
+  thread_.check();
   send(hostlink::Directories{hostlink::textsOf(urls)});
 }
 

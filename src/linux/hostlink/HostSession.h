@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/ThreadBound.h"
 #include "linux/hostlink/AskedItems.h"
 #include "linux/hostlink/HostLinkHub.h"
 #include "platform/linux/LinuxFinderSyncController.h"
@@ -56,6 +57,7 @@ class HostSession {
   bool greeted_ = false;
   AskedItems asked_;
   hostlink::Number lineId_;  // of the line that is being served, or null
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie

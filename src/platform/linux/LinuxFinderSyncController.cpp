@@ -18,6 +18,7 @@ LinuxFinderSyncController::LinuxFinderSyncController(std::shared_ptr<SerialQueue
     : mainQueue_(std::move(mainQueue)) {}
 
 void LinuxFinderSyncController::setListener(Listener listener) {
+  thread_.check();
   shared_->listener = std::move(listener);
 }
 
@@ -29,6 +30,7 @@ LinuxFinderSyncController::badges() const {
 
 void LinuxFinderSyncController::setSelection(std::vector<URL> selected,
                                              std::optional<URL> targeted) {
+  thread_.check();
   selected_ = std::move(selected);
   targeted_ = std::move(targeted);
 }

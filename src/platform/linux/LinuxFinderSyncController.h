@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
+#include "foundation/ThreadBound.h"
 #include "platform/FinderSyncController.h"
 #include "platform/SerialQueue.h"
 
@@ -66,6 +67,7 @@ class LinuxFinderSyncController final : public FinderSyncController {
   std::vector<URL> directoryURLs_ KELPIE_GUARDED_BY(mutex_);
   std::vector<URL> selected_;    // main thread
   std::optional<URL> targeted_;  // main thread
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie
