@@ -107,7 +107,8 @@ bool Parser::parseChange(std::string_view fields, int fieldsAfterSub, bool renam
   item.path = fields;
   item.word = static_cast<StatusWord>(index->index | workdir->workdir);
   item.isFolder = submodule->front() == 'S';
-  item.isGone = index->letter == 'D' || workdir->letter == 'D';
+  // What was taken out of the index and announced to it again ("DA") is there.
+  item.isGone = workdir->letter == 'D' || (index->letter == 'D' && workdir->letter == '.');
   if (renamed) {
     const std::optional<std::string_view> before = takeLine();
     if (!before || before->empty()) return false;

@@ -37,7 +37,7 @@ TEST(StatusParser, TheTwoLettersMakeTheWord) {
       {"M.", 0x0002, false}, {"A.", 0x0001, false}, {"D.", 0x0004, true},  {"T.", 0x0010, false},
       {".M", 0x0100, false}, {".D", 0x0200, true},  {".T", 0x0400, false}, {".A", 0x0080, false},
       {"MM", 0x0102, false}, {"AM", 0x0101, false}, {"AD", 0x0201, true},  {"MD", 0x0202, true},
-      {"TM", 0x0110, false}, {"MT", 0x0402, false}, {"DA", 0x0084, true},
+      {"TM", 0x0110, false}, {"MT", 0x0402, false}, {"DA", 0x0084, false},
   };
   for (const Case& c : cases) {
     const auto items = parseStatus(change(c.letters, "a"));
