@@ -20,6 +20,10 @@ void ExtensionPort::post(const Matter& matter, Message message) {
   if (message == nullptr || remote_ == nullptr) return;
   std::erase_if(waiting_, [&](const Letter& letter) { return letter.matter == matter; });
   waiting_.push_back({matter, std::move(message)});
+  if (matter.folder.empty())
+    std::stable_partition(waiting_.begin(), waiting_.end(), [&](const Letter& letter) {
+      return letter.matter.folder.empty() || letter.matter.repository != matter.repository;
+    });
   pump();
 }
 

@@ -20,10 +20,13 @@ namespace kelpie::agent {
 // same matter takes the place of the older, so that what waits stays small. Main thread.
 class ExtensionPort : public std::enable_shared_from_this<ExtensionPort> {
  public:
-  // What a message is about: a working copy, by a number of its own, and a selector.
+  // What a message is about: a working copy, by a number of its own, and a selector; and where it
+  // is about one of its folders, that. What is said of a folder comes after all that is said of the
+  // working copy, which the extension must know by then.
   struct Matter {
     std::uint64_t repository = 0;
     std::string_view selector;  // of static storage
+    std::string folder{};
 
     friend bool operator==(const Matter&, const Matter&) = default;
   };

@@ -182,9 +182,9 @@ void RepositorySession::tell(Subscriber& subscriber) {
     subscriber.told.at(i) = telling.revision;
     subscriber.port->post({number_, selectorOf(i)}, telling.message);
   }
-  // A second look finds the right badges now. Each folder is a matter of its own.
+  // A second look finds the right badges now.
   for (const std::string& folder : subscriber.early.take())
-    subscriber.port->post({nextNumber(), RepositoryMessages::kLookAgain},
+    subscriber.port->post({number_, RepositoryMessages::kLookAgain, folder},
                           messages_->lookAgain(folder));
 }
 

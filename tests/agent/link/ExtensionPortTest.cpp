@@ -98,6 +98,18 @@ TEST_F(ExtensionPortTest, ANewerMessageTakesThePlaceOfOneThatStillWaits) {
   EXPECT_EQ(sent(), (Texts{"first:", "of another", "opening:", "new"}));
 }
 
+TEST_F(ExtensionPortTest, WhatIsSaidOfAFolderComesAfterWhatIsSaidOfItsWorkingCopy) {
+  post(1, "first:");  // under way at once
+  post(1, "opening:", "old");
+  port_->post({1, "look:", "/r/a"}, message("a"));
+  port_->post({2, "look:", "/s/a"}, message("of another"));
+  post(1, "opening:", "new");
+  port_->post({1, "look:", "/r/b"}, message("b"));
+  port_->post({1, "look:", "/r/a"}, message("a, once more"));
+  run();
+  EXPECT_EQ(sent(), (Texts{"first:", "of another", "new", "b", "a, once more"}));
+}
+
 TEST_F(ExtensionPortTest, NothingIsSentOfAMessageThatCouldNotBeArchived) {
   port_->post({1, "a:"}, nullptr);
   run();
