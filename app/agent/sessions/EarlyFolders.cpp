@@ -5,21 +5,22 @@
 namespace kelpie::agent {
 
 bool EarlyFolders::isEcho(const std::string& folder) {
-  if (echoes_.erase(folder) != 0) {
-    isEarly_ = !echoes_.empty() || !asked_.empty();
+  if (const auto echo = echoes_.extract(folder)) {
+    if (echo.mapped()) isEarly_ = !echoes_.empty() || !asked_.empty();
     return true;
   }
   if (isEarly_ && folder != root_ && asked_.size() + echoes_.size() < kMaximum)
-    asked_.insert(folder);
+    asked_.insert_or_assign(folder, true);
   return false;
 }
 
 void EarlyFolders::lookAgain(const std::string& folder) {
-  if (asked_.size() + echoes_.size() < kMaximum) asked_.insert(folder);
+  if (asked_.size() + echoes_.size() < kMaximum) asked_.try_emplace(folder, false);
 }
 
 std::vector<std::string> EarlyFolders::take() {
-  std::vector<std::string> folders(asked_.begin(), asked_.end());
+  std::vector<std::string> folders;
+  for (const auto& [folder, isOwn] : asked_) folders.push_back(folder);
   echoes_.merge(std::exchange(asked_, {}));
   return folders;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -13,7 +13,8 @@ namespace kelpie::agent {
 // repository's care. What other folders show, several windows after a restart for example, would go
 // without badges until it is shown again; so the extension is told to look at these folders again.
 // It then asks about each once more, which is an echo: when the last has come back, whatever it
-// asks about, it asks about with the repository at hand. Main thread.
+// asks about, it asks about with the repository at hand. What it is told to look at without having
+// asked proves nothing: it may ask by itself meanwhile, which looks like the echo. Main thread.
 class EarlyFolders {
  public:
   // `root` is the working folder, which needs no second look.
@@ -37,8 +38,9 @@ class EarlyFolders {
  private:
   std::string root_;
   bool isEarly_ = true;
-  std::set<std::string> asked_;
-  std::set<std::string> echoes_;  // to come
+  // To be looked at again, and the echoes to come: whether the extension had asked by itself.
+  std::map<std::string, bool> asked_;
+  std::map<std::string, bool> echoes_;
 };
 
 }  // namespace kelpie::agent

@@ -44,6 +44,19 @@ TEST(EarlyFolders, AreThoseBeforeTheLastEcho) {
   EXPECT_EQ(early.take(), Folders{});
 }
 
+// The extension may have asked about the root by itself meanwhile, before it was told.
+TEST(EarlyFolders, DoNotEndWithTheEchoOfWhatWasNotAskedAbout) {
+  EarlyFolders early("/r");
+  early.lookAgain("/r");
+  EXPECT_EQ(early.take(), Folders{"/r"});
+  EXPECT_TRUE(early.isEcho("/r"));
+  EXPECT_FALSE(early.isEcho("/r/a"));
+  EXPECT_EQ(early.take(), Folders{"/r/a"});
+  EXPECT_TRUE(early.isEcho("/r/a"));
+  EXPECT_FALSE(early.isEcho("/r/b"));
+  EXPECT_EQ(early.take(), Folders{});
+}
+
 TEST(EarlyFolders, AreTakenAgainAfterALoss) {
   EarlyFolders early("/work");
   early.isEcho("/work/a");
