@@ -101,20 +101,11 @@ void RepositoryWatch::folderHappened(const Event& event, const std::string& path
     if (event.kind != Event::Kind::Changed) pending_.insert(event.folder);
     return;
   }
-  switch (event.kind) {
-    case Event::Kind::Appeared:
-      watcher_.removeWithin(client_, path);
-      pending_.insert(path);
-      break;
-    case Event::Kind::Gone:
-      watcher_.removeWithin(client_, path);
-      pending_.erase(path);
-      break;
-    case Event::Kind::Changed:
-    case Event::Kind::FolderGone:
-    case Event::Kind::Lost:
-      break;
-  }
+  if (event.kind != Event::Kind::Appeared && event.kind != Event::Kind::Gone) return;
+  watcher_.removeWithin(client_, path);
+  // Also of one that is gone: when two folders change places, each is said to have come before the
+  // other one is said to have left.
+  pending_.insert(path);
 }
 
 void RepositoryWatch::setOpaque(const StatusSnapshot& status, Walk& walk) {

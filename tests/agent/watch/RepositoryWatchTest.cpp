@@ -1,6 +1,10 @@
 #include "agent/watch/RepositoryWatch.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <set>
@@ -145,6 +149,21 @@ TEST_F(RepositoryWatchTest, WhatIsIgnoredIsSaidByTheLastStatus) {
   sandbox_.git("r", {"rm", "-rq", "--cached", "sub/deep"});
   settle();
   EXPECT_EQ(watched(), (std::set<std::string>{".", "sub", "build", "build/out"}));
+}
+
+TEST_F(RepositoryWatchTest, FoldersThatChangePlacesAreBothWatched) {
+  sandbox_.write("r/other/deep/g", "1\n");
+  open();
+  ASSERT_EQ(::syscall(SYS_renameat2, AT_FDCWD, sandbox_.path("r/sub").c_str(), AT_FDCWD,
+                      sandbox_.path("r/other").c_str(), RENAME_EXCHANGE),
+            0);
+  EXPECT_EQ(seen(), kNames);
+  settle();
+  EXPECT_EQ(watched(), (std::set<std::string>{".", "sub", "sub/deep", "other", "other/deep"}));
+  for (const char* file : {"r/sub/deep/g", "r/other/deep/f"}) {
+    sandbox_.write(file, "2\n");
+    EXPECT_EQ(seen(), kStatus) << file;
+  }
 }
 
 TEST_F(RepositoryWatchTest, AMovedFolderIsWatchedUnderItsNewName) {
