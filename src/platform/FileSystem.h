@@ -78,9 +78,9 @@ class FileSystem {
   virtual std::optional<URL> filePathUrl(const URL& url) const = 0;
   // The immediate contents, hidden items included; empty when they cannot be read.
   virtual std::vector<URL> contentsOfDirectory(const URL& url) const = 0;
-  // A walk below the folder. Errors (a folder that cannot be read, a folder that is gone, the
-  // starting folder included) go to `onError`, maybe before this returns; when it answers false,
-  // next() gives null from then on. Without a handler the walk goes on. Never null.
+  // A walk below the folder. Errors (a folder that cannot be read, or is gone; below the first one
+  // such a one may count as empty) go to `onError`, maybe before this returns; when it answers
+  // false, next() gives null from then on. Without a handler the walk goes on. Never null.
   virtual std::unique_ptr<DirectoryEnumerator> enumerator(const URL& url,
                                                           ErrorHandler onError) const = 0;
   // What a bookmark stands for, without asking the user.

@@ -1,5 +1,6 @@
 #include "platform/linux/DirectoryWalk.h"
 
+#include <cerrno>
 #include <utility>
 
 #include "platform/linux/FileErrors.h"
@@ -48,6 +49,9 @@ void DirectoryWalk::skipDescendants() { enterNext_ = false; }
 void DirectoryWalk::enter(std::string folder, bool followLink) {
   Level level;
   const int error = level.listing.read(folder, followLink, identity_);
+  // Git, for one, makes and removes folders all the time: what is there no more holds nothing.
+  const bool isStart = followLink;
+  if (error == ENOENT && !isStart) return;
   if (error != 0) {
     stopped_ = onError_ && !onError_(folder, fileError(error));
     return;

@@ -118,27 +118,46 @@ TEST(DirectoryWalk, DescendantsCanBeSkipped) {
   EXPECT_EQ(paths, (std::set<std::string>{"skip", "walk", "walk/inner"}));
 }
 
-TEST(DirectoryWalk, AFolderThatIsGoneIsAnErrorAndTheHandlerDecides) {
+TEST(DirectoryWalk, AFolderThatIsNoneAnyMoreIsAnErrorAndTheHandlerDecides) {
   for (const bool goOn : {true, false}) {
     const TemporaryFolder folder;
-    folder.addFolder("a/gone");
+    folder.addFolder("a/changed");
     folder.addFile("b");
     std::vector<std::string> failures;
     DirectoryWalk walk(folder.path(), [&](const std::string& path, const Error& error) {
-      failures.push_back(path + " " + error.domain + " " + std::to_string(error.code));
+      failures.push_back(path + " " + error.domain);
       return goOn;
     });
     std::set<std::string> after;
-    bool removed = false;
+    bool changed = false;
     while (const DirectoryEntry* entry = walk.next()) {
-      if (removed) after.insert(std::string(entry->path));
-      if (!entry->path.ends_with("gone")) continue;
-      ASSERT_EQ(::rmdir((folder / "a/gone").c_str()), 0);
-      removed = true;
+      if (changed) after.insert(std::string(entry->path));
+      if (!entry->path.ends_with("changed")) continue;
+      ASSERT_EQ(::rmdir((folder / "a/changed").c_str()), 0);
+      folder.addFile("a/changed");
+      changed = true;
     }
-    EXPECT_EQ(failures, (std::vector<std::string>{folder / "a/gone" + " NSCocoaErrorDomain 260"}));
+    EXPECT_EQ(failures, (std::vector<std::string>{folder / "a/changed" + " NSCocoaErrorDomain"}));
     EXPECT_TRUE(goOn || after.empty());
   }
+}
+
+TEST(DirectoryWalk, AFolderThatGoesMeanwhileIsEmpty) {
+  const TemporaryFolder folder;
+  folder.addFile("a/gone/inner");
+  folder.addFile("a/stays/inner");
+  DirectoryWalk walk(folder.path(), [](const std::string& where, const Error& error) {
+    ADD_FAILURE() << where << " " << error.code;
+    return true;
+  });
+  std::set<std::string> paths;
+  while (const DirectoryEntry* entry = walk.next()) {
+    paths.insert(std::string(entry->path.substr(folder.path().size() + 1)));
+    if (!entry->path.ends_with("gone")) continue;
+    ASSERT_EQ(::unlink((folder / "a/gone/inner").c_str()), 0);
+    ASSERT_EQ(::rmdir((folder / "a/gone").c_str()), 0);
+  }
+  EXPECT_EQ(paths, (std::set<std::string>{"a", "a/gone", "a/stays", "a/stays/inner"}));
 }
 
 TEST(DirectoryWalk, AStartThatIsNoFolderIsAnError) {
