@@ -1,9 +1,11 @@
 #include "extension/ActionForwarder.h"
 
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
+#include "foundation/FileIdentifier.h"
 #include "foundation/MemoFileSystem.h"
 #include "foundation/MenuItem.h"
 #include "menus/MenuHost.h"
@@ -20,7 +22,11 @@ void ActionForwarder::remoteRepositoryAction(const Object& sender) {
   }
   const MemoFileSystem files(files_);
   const std::shared_ptr<KPRepository> repository = host_.repositoryForURL(targets.front(), files);
-  if (repository == nullptr) {
+  // The identifier goes, and the repository with it, when a message that is taken in on another
+  // thread takes it away.
+  const std::optional<FileIdentifier> identifier =
+      repository != nullptr ? repository->identifier() : std::nullopt;
+  if (!identifier) {
     return;
   }
   std::shared_ptr<MenuItem> item;
@@ -29,7 +35,7 @@ void ActionForwarder::remoteRepositoryAction(const Object& sender) {
     item->representedObject =
         item->action ? host_.senderObjects().objectForAction(*item->action) : Object();
   }
-  host_.sendMessage({{kMessageTargetKey, Object::orNil(repository->identifier())},
+  host_.sendMessage({{kMessageTargetKey, *identifier},
                      {kMessageSenderKey, std::shared_ptr<const Archivable>(std::move(item))}},
                     kActionMessage);
 }

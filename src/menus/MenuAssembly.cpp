@@ -79,11 +79,13 @@ void MenuAssembly::setTargets() const {
 }
 
 // The one repository that targets belong to; targets outside of every repository do not count.
-// Null when there is none, or more than one.
+// Null when there is none, or more than one, or one whose identifier the main application takes
+// away meanwhile: no action could name it.
 std::shared_ptr<KPRepository> MenuAssembly::repositoryOfTargets(const FileSystem& files) const {
   const std::vector<std::shared_ptr<KPRepository>> repositories =
       host_.repositoriesForURLs(host_.targetURLs(), files);
-  return repositories.size() == 1 ? repositories.front() : nullptr;
+  if (repositories.size() != 1 || !repositories.front()->identifier()) return nullptr;
+  return repositories.front();
 }
 
 // A repository can be made of a single folder that is in none.
@@ -93,7 +95,7 @@ bool MenuAssembly::canCreateAtTarget(const FileSystem& files) const {
 }
 
 // The repository is about to be used: the main application completes what it has left out of it.
-// A repository whose identifier a message has taken away cannot be named to it.
+// A message that is taken in on another thread may just have taken the identifier away.
 void MenuAssembly::unshallow(const KPRepository& repository) const {
   const std::optional<FileIdentifier> identifier = repository.identifier();
   if (!identifier) return;

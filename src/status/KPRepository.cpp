@@ -138,6 +138,7 @@ std::optional<FileIdentifier> KPRepository::identifier() const {
 
 void KPRepository::setIdentifier(const Object& identifier) {
   std::optional<FileIdentifier> value = FileIdentifier::fromObject(identifier);
+  if (value && value->toObject().isNil()) value.reset();
   const MutexLock lock(mutex_);
   identifier_.swap(value);
 }

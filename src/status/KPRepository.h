@@ -82,6 +82,7 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // That path; empty when nothing was there.
   std::string rootPath() const;
   // The root folder's identifier when the repository was made; "KPMessageTarget" of its messages.
+  // One that cannot be put into a message, since reading it there would take too much, is none.
   std::optional<FileIdentifier> identifier() const;
   void setIdentifier(const Object& identifier);
   std::optional<URL> gitUrl() const;

@@ -6,6 +6,7 @@
 #include "extension/ControllerRoutes.h"
 #include "foundation/MenuItem.h"
 #include "status/KPRepository.h"
+#include "support/FakeMenuHost.h"
 #include "support/MenuActions.h"
 
 namespace kelpie {
@@ -180,11 +181,33 @@ TEST_F(ActionForwarderTest, ActionsWithoutASenderCannotBuildTheirMessage) {
   EXPECT_NO_THROW(handle("stage:", Object())) << "without a repository it does not come to that";
 }
 
+// A repository is matched only while its path has its identifier. Without one there is no match,
+// and an action for which there is no repository is dropped without a word.
 TEST_F(ActionForwarderTest, NothingIsDoneInARepositoryWhoseIdentifierWasTakenAway) {
   target({*file});
+  const std::shared_ptr<KPRepository> repository = repositoryOf(*root);
   handle("setIdentifier:", Object(), identifierOf(*root));
-  EXPECT_NO_THROW(controller->performAction(item("stage:")));
+  EXPECT_NO_THROW(EXPECT_TRUE(controller->performAction(item("stage:"))));
   EXPECT_TRUE(sent().empty());
+  EXPECT_TRUE(appMessages().empty());
+  repository->setIdentifier(identifierOf(*root));
+  EXPECT_TRUE(controller->performAction(item("stage:")));
+  EXPECT_EQ(sent().size(), 1U) << "with an identifier it can be named again";
+}
+
+// Long messages are taken in on the update queue.
+TEST_F(ActionForwarderTest, NothingIsDoneWhenTheIdentifierGoesAfterTheLookUp) {
+  FakeMenuHost host(fakes.events);
+  host.repositories = {repositoryOf(*root)};
+  host.setTargetURLs({*file});
+  ActionForwarder actions(host, *fakes.files);
+  const Object sender =
+      std::shared_ptr<const Archivable>(std::make_shared<const MenuItem>(item("stage:")));
+  actions.remoteRepositoryAction(sender);
+  EXPECT_EQ(host.sent.size(), 1U);
+  repositoryOf(*root)->setIdentifier(Object());
+  EXPECT_NO_THROW(actions.remoteRepositoryAction(sender));
+  EXPECT_EQ(host.sent.size(), 1U);
 }
 
 }  // namespace

@@ -62,6 +62,23 @@ TEST_P(HostileMessages, TakeMemoryAndStepsInProportionToTheirBytes) {
   }
 }
 
+// It names so little so often that nobody reads it: no message to the main application can hold it.
+TEST(HostileIdentifier, ThatCannotBeSentBackLeavesARepositoryThatIsOfferedNowhere) {
+  const auto isIdentifier = [](const HostileCase& hostile) {
+    return hostile.name == "SetIdentifier";
+  };
+  const auto hostile = std::ranges::find_if(hostileCases(), isIdentifier);
+  ASSERT_NE(hostile, hostileCases().end());
+  MessageHarness harness;
+  const std::size_t items = harness.menuItems();
+  harness.handle(hostile->make(3'000'000, harness.target(), harness.shownFolders()));
+  harness.runQueues();
+  EXPECT_EQ(harness.repository().identifier(), std::nullopt);
+  const std::size_t others = harness.menuItems();
+  EXPECT_GT(others, 0U);
+  EXPECT_LT(others, items);
+}
+
 INSTANTIATE_TEST_SUITE_P(All, HostileMessages, testing::ValuesIn(hostileCases()),
                          [](const auto& test) { return std::string(test.param.name); });
 

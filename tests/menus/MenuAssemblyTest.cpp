@@ -243,11 +243,13 @@ TEST_F(MenuAssemblyTest, TargetsOutsideDoNotCount) {
   EXPECT_EQ(host_.sent.size(), 1U);
 }
 
-TEST_F(MenuAssemblyTest, ARepositoryThatLostItsIdentifierIsNotNamed) {
-  fixture_.repository->setIdentifier(Object());
+TEST_F(MenuAssemblyTest, ARepositoryThatLostItsIdentifierOffersNothingAndIsNotNamed) {
   choose(kRepoMenuItemsKey, {3});
   select({"/repo"});
   EXPECT_EQ(lines(), (Lines{kRepositoryHeader, "Browser… > showBrowser:"}));
+  host_.sent.clear();
+  fixture_.repository->setIdentifier(Object());
+  EXPECT_EQ(lines(), Lines{}) << "no action could name the repository to the main application";
   EXPECT_TRUE(host_.sent.empty());
 }
 
