@@ -125,10 +125,8 @@ std::string KPRepository::rootPath() const {
 }
 
 // With nothing at the root's place there is nothing either that could get a wrong badge.
-bool KPRepository::isDisplaced() const {
-  if (!rootIdentifier_) return false;
-  const std::optional<FileIdentifier> present = url_->identifier(platform_.files);
-  return present && present != rootIdentifier_;
+bool KPRepository::isDisplacedBy(const ResourceValues& root) const {
+  return rootIdentifier_ && root.identifier && root.identifier != rootIdentifier_;
 }
 
 std::optional<FileIdentifier> KPRepository::identifier() const {
@@ -260,7 +258,8 @@ void KPRepository::takeStatusIn(const Object& info) {
   checkIsOn(*updateQueue_);
   // Whatever is at the root's place now, what is shown there is not of this repository. Once
   // another one is opened there, this one has ended.
-  if (isDisplaced()) {
+  const ResourceValues rootSeen = url_ ? platform_.files.resourceValues(*url_) : ResourceValues();
+  if (isDisplacedBy(rootSeen)) {
     if (observedPaths_ != nullptr) clearBadges(*observedPaths_, badges_);
     return;
   }
@@ -282,6 +281,7 @@ void KPRepository::takeStatusIn(const Object& info) {
   const bool isElsewhere = hasMoved(platform_.files);
   const std::string root = rootPath() + "/";
   const auto work = std::make_shared<Work>();
+  if (rootSeen.identifier) looksFor(*work).rememberRoot(rootSeen);
   for (const std::shared_ptr<PathSet>& set : observedPaths_->sets()) {
     for (const std::string& path : set->paths()) {
       if (badges_.isStopped()) return;
@@ -313,10 +313,10 @@ void KPRepository::observeRenamedItems(const Object& pathsOfFolders) {
 
 void KPRepository::changeStatus(const Object& urls, WordChange change) {
   checkIsOn(*updateQueue_);
-  if (!urls.isArray() || isDisplaced()) return;
+  const auto work = std::make_shared<Work>();
+  if (!urls.isArray() || looksFor(*work).isDisplaced(rootIdentifier_)) return;
   const std::vector<URL> listed = urlsOf(urls);
   if (isRefused(urls)) return;
-  const auto work = std::make_shared<Work>();
   std::vector<std::pair<URL, ResourceValues>> items;
   items.reserve(listed.size());
   for (const URL& url : listed) {

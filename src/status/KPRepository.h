@@ -211,7 +211,8 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // On the update queue, unless the repository is gone by then.
   void post(std::function<void(KPRepository& self)> task);
   void loseUpdateQueue();
-  bool isDisplaced() const;
+  // Whether what was seen at the root's place is another folder than the repository's own.
+  bool isDisplacedBy(const ResourceValues& root) const;
   StatusLooks& looksFor(Work& work) const;
 
   // Whether the message was read beyond what its bytes can hold, and so must not be taken; then

@@ -34,6 +34,13 @@ ResourceValues StatusLooks::look(const URL& item) {
   return values;
 }
 
+void StatusLooks::rememberRoot(const ResourceValues& values) {
+  if (!places_.root || !places_.root->isFileURL()) return;
+  if (const FolderLooks::Folder* folder = folders_.folderAt(places_.root->path())) {
+    folders_.remember(*folder, values);
+  }
+}
+
 bool StatusLooks::isDisplaced(const std::optional<FileIdentifier>& root) {
   if (!root || !places_.root) return false;
   const std::optional<FileIdentifier> present = identifierOf(*places_.root);

@@ -33,6 +33,8 @@ class StatusLooks {
   // A look at an item. It is not remembered, unless it is a folder: the others are met once.
   ResourceValues look(const URL& item);
 
+  // Somebody else has just looked at the root, and saw this.
+  void rememberRoot(const ResourceValues& values);
   // Whether another folder than the one with this identifier stands in the root's place. False when
   // nothing does, and without an identifier.
   bool isDisplaced(const std::optional<FileIdentifier>& root);
