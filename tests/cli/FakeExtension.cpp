@@ -9,6 +9,7 @@
 
 #include <array>
 #include <chrono>
+#include <utility>
 
 namespace kelpie::cli {
 namespace {
@@ -123,7 +124,10 @@ void FakeExtension::answer(const Json& message) {
       if (const auto found = badges.find(url); found != badges.end())
         list.push_back(Json::array({url, found->second}));
     }
-    if (!list.empty()) write(Json({{"type", "badges"}, {"badges", list}}).dump() + '\n');
+    if (!list.empty()) {
+      write(Json({{"type", "badges"}, {"badges", list}}).dump() + '\n' +
+            std::exchange(afterBadges, ""));
+    }
   }
   if (type == "menu")
     write(Json({{"type", "menu"}, {"id", message["id"]}, {"menu", menu}}).dump() + '\n');

@@ -32,6 +32,8 @@ class FakeExtension {
   std::string refusal;                        // of a choice; empty: it is done
   // Sent after the welcome, as they are: what a peer gone wrong might send.
   std::string noise;
+  // Sent after the first badges, in one piece with them.
+  std::string afterBadges;
   bool answersHello = true;
   int passesOver = 0;  // so many of the first questions for badges have no answer
 

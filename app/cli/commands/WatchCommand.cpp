@@ -77,10 +77,10 @@ WatchCommand::End WatchCommand::follow(ExtensionSession& session) {
     if (interrupt_.hasCome()) return End::Interrupted;
     if (event == HostLink::Event::Ended) break;
     if (event == HostLink::Event::Bytes) {
-      const std::vector<std::string> changed = badges.takeChanged();
-      for (const std::string& path : changed) print(path, badges.badge(path).value_or(""));
+      const std::vector<BadgeCollector::Change> changes = badges.takeChanges();
+      for (const auto& [path, badge] : changes) print(path, badge);
       // The main application may have come or gone, and with it all badges.
-      if (!changed.empty()) pause = BadgeCollector::kFirstPause;
+      if (!changes.empty()) pause = BadgeCollector::kFirstPause;
     } else if (event == HostLink::Event::Quiet) {
       pause = std::min(2 * pause, kLongestPause);
       if (!badges.askAgain()) break;

@@ -51,7 +51,7 @@ bool BadgeCollector::settle(std::chrono::milliseconds wait) {
     const auto next = unanswered_ == 0 ? limit : std::min(limit, nextQuestion);
     switch (session_.receive(next)) {
       case HostLink::Event::Bytes:
-        if (!takeChanged().empty()) lastNews = Clock::now();
+        if (!takeChanges().empty()) lastNews = Clock::now();
         break;
       case HostLink::Event::Quiet:
         if (Clock::now() >= limit) return true;
@@ -72,11 +72,13 @@ void BadgeCollector::note(const std::vector<std::string>& paths) {
     const auto found = answered_.find(path);
     if (found == answered_.end()) continue;
     if (!std::exchange(found->second, true)) --unanswered_;
-    changed_.push_back(path);
+    changes_.push_back({path, badge(path).value_or("")});
   }
 }
 
-std::vector<std::string> BadgeCollector::takeChanged() { return std::exchange(changed_, {}); }
+std::vector<BadgeCollector::Change> BadgeCollector::takeChanges() {
+  return std::exchange(changes_, {});
+}
 
 std::optional<std::string> BadgeCollector::badge(std::string_view path) const {
   return session_.client().badge(path);

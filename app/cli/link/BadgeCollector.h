@@ -50,8 +50,14 @@ class BadgeCollector {
   // open, the extension remembers only what lies in the topmost folder. False when the connection
   // has ended.
   bool askAgain();
-  // The wanted items whose badges came or changed since the last call.
-  std::vector<std::string> takeChanged();
+  // A badge that came or changed.
+  struct Change {
+    std::string path;
+    std::string badge;  // the identifier; empty when it is known no more
+  };
+  // Those of the wanted items since the last call, in their order. Of badges that the extension has
+  // set at once, which is in one line, an item's last counts.
+  std::vector<Change> takeChanges();
 
   // Whether items are wanted, and none of them has got a badge.
   bool isWithoutAnswer() const { return !answered_.empty() && unanswered_ == answered_.size(); }
@@ -65,7 +71,7 @@ class BadgeCollector {
   std::vector<std::string> shown_;
   std::map<std::string, bool, std::less<>> answered_;  // wanted items: whether a badge came
   std::size_t unanswered_ = 0;
-  std::vector<std::string> changed_;
+  std::vector<Change> changes_;
 };
 
 }  // namespace kelpie::cli
