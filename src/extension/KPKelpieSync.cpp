@@ -136,7 +136,12 @@ KPKelpieSync::KPKelpieSync(const Platform& platform, KPUserDefaults& defaults)
       link_(std::make_shared<MessageLink>(platform_)),
       registry_(std::make_shared<FolderRegistry>(platform_, defaults, link_)),
       observerQueue_(std::make_unique<ObservationQueue>(registry_)),
-      presence_(std::make_unique<PresenceMonitor>(platform_, defaults, link_, registry_)),
+      presence_(std::make_unique<PresenceMonitor>(
+          platform_, defaults, link_, registry_,
+          // What it still had on its way must not mix with what the next application sends.
+          [this](std::int32_t pid) {
+            if (receivingPort_ != nullptr) receivingPort_->dropMessagesOf(pid);
+          })),
       actions_(std::make_unique<ActionForwarder>(*this, platform_.files)),
       menus_(*this, platform_, defaults) {}
 

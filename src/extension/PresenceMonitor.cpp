@@ -20,11 +20,10 @@ namespace kelpie {
 
 PresenceMonitor::PresenceMonitor(const Platform& platform, KPUserDefaults& defaults,
                                  std::shared_ptr<MessageLink> link,
-                                 std::shared_ptr<FolderRegistry> registry)
+                                 std::shared_ptr<FolderRegistry> registry, EndHandler onEnd)
     : defaults_(defaults),
-      state_(
-          std::make_shared<State>(State{platform, std::move(link), std::move(registry), nullptr})) {
-}
+      state_(std::make_shared<State>(
+          State{platform, std::move(link), std::move(registry), std::move(onEnd), nullptr})) {}
 
 void PresenceMonitor::updateApplicationRunning() {
   thread_.check();
@@ -97,9 +96,10 @@ void PresenceMonitor::watch(std::int32_t pid) {
   state_->monitor = monitor;
   const std::weak_ptr<State> weakState = state_;
   // The handler belongs to the watch, so it must not hold it in turn.
-  monitor->setEventHandler([weakState, weakMonitor = std::weak_ptr(monitor)] {
+  monitor->setEventHandler([weakState, weakMonitor = std::weak_ptr(monitor), pid] {
     if (const std::shared_ptr<State> state = weakState.lock()) {
       state->clear();
+      state->onEnd(pid);
     }
     if (const std::shared_ptr<ProcessMonitor> fired = weakMonitor.lock()) {
       fired->cancel();

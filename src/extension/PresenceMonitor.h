@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "foundation/ThreadBound.h"
@@ -18,9 +19,13 @@ class MessageLink;
 // extension, counts as there. Main thread.
 class PresenceMonitor {
  public:
-  // `defaults` is borrowed for the life of this object.
+  using EndHandler = std::function<void(std::int32_t pid)>;
+
+  // `defaults` is borrowed for the life of this object. `onEnd` is called after the clearing when a
+  // watched process has ended, and not after this object's life.
   PresenceMonitor(const Platform& platform, KPUserDefaults& defaults,
-                  std::shared_ptr<MessageLink> link, std::shared_ptr<FolderRegistry> registry);
+                  std::shared_ptr<MessageLink> link, std::shared_ptr<FolderRegistry> registry,
+                  EndHandler onEnd);
 
   // See KPKelpieSync. What raises leaves everything as it was.
   void updateApplicationRunning();
@@ -38,6 +43,7 @@ class PresenceMonitor {
     Platform platform;
     std::shared_ptr<MessageLink> link;
     std::shared_ptr<FolderRegistry> registry;
+    EndHandler onEnd;
     std::shared_ptr<ProcessMonitor> monitor;
 
     void clear();

@@ -23,6 +23,9 @@ class LocalMessagePort {
       std::function<void(std::int32_t id, std::shared_ptr<const Bytes> message, Completion done)>;
 
   virtual ~LocalMessagePort() = default;
+  // The process has ended: what it has sent and the handler has not been called with is dropped.
+  // Main queue. Does nothing where the system does not tell whose a message is.
+  virtual void dropMessagesOf(std::int32_t /*pid*/) {}
 };
 
 // The sending end of a port that another process has opened. Any thread; sends from several

@@ -5,6 +5,7 @@
 #include "extension/ControllerFixture.h"
 #include "extension/FolderTables.h"
 #include "extension/RepositoryTable.h"
+#include "status/KPRepository.h"
 #include "status/ObservedPaths.h"
 
 namespace kelpie {
@@ -270,6 +271,48 @@ TEST_F(PresenceMonitorTest, WhatWasShownIsKeptForItsReturn) {
   EXPECT_EQ(sentWith("pingPortName:").size(), 1U);
   EXPECT_EQ(requests(), (Requests{{"/work/repo", true}}));
   EXPECT_EQ(controller->applicationPid(), 800);
+}
+
+// Its messages wait for an opening of its own while the next application's are taken in.
+TEST_F(PresenceMonitorTest, WhatAnEndedApplicationHadSentDoesNotMixWithWhatTheNextOneSends) {
+  startWithApplication();
+  fakes.messagePorts.setSender(kPid);
+  const URL root = openRepository("/work/repo");
+  const URL file = fakes.files->addFile("/work/repo/a");
+  controller->requestBadgeIdentifierForURL(file);
+  fakes.runAll();
+  const auto send = [this](std::string_view selector, Object argument, const Object& target) {
+    fakes.messagePorts.deliver(kReceivingPort, kExtensionMessage,
+                               Dictionary{{"KPMessageSelector", selector},
+                                          {"KPMessageArgument", std::move(argument)},
+                                          {"KPMessageTarget", target}});
+  };
+  const auto status = [&](std::int64_t word) {
+    const Dictionary table{{identifierOf(file), Objects{word, file.path()}}};
+    return Dictionary{{"KPRepositoryStatus", table}};
+  };
+  const Object target = identifierOf(root);
+  send("openRepositoryWithUrls:", Objects{fakes.files->addFolder("/work/other")}, target);
+  send("setState:", 1, target);
+  send("setStatusInfo:", status(0x0100), target);
+  fakes.queues.main().runAll();
+  fakes.processMonitors.fire(kPid);
+  fakes.queues.main().runAll();
+
+  launchApplication("1", 800);
+  fakes.messagePorts.setSender(800);
+  fakes.notifications.deliver("KPApplicationRunning", "");
+  fakes.queues.main().runAll();
+  send("openRepositoryWithUrls:", Objects{root}, target);
+  send("setStatusInfo:", status(0x0001), target);
+  fakes.queues.main().runAll();
+  controller->requestBadgeIdentifierForURL(file);
+  fakes.queues.withLabel("org.kelpie.Kelpie.Sync.ObserverQueue").front()->runAll();
+  fakes.runAll();
+  EXPECT_EQ(controller->applicationPid(), 800);
+  EXPECT_EQ(fakes.finder.badgeFor("/work/repo/a"), "KPIndexNewBadge");
+  ASSERT_NE(repositoryOf(root), nullptr);
+  EXPECT_EQ(repositoryOf(root)->state(), 0);
 }
 
 TEST_F(PresenceMonitorTest, APidBelowOneClearsAtOnceAndLeavesTheWatch) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <deque>
+#include <map>
 #include <optional>
 #include <utility>
 
@@ -20,10 +21,14 @@ struct FakeMessagePorts::Receiver {
     std::int32_t id;
     std::shared_ptr<const Bytes> bytes;
   };
+  struct Sender {
+    std::deque<Message> waiting;
+    bool busy = false;  // a message is on its way or not done yet
+    bool isDropped = false;
+  };
   std::string name;
   LocalMessagePort::Handler handler;
-  std::deque<Message> waiting;
-  bool busy = false;  // a message is on its way or not done yet
+  std::map<std::int32_t, std::shared_ptr<Sender>> senders;  // by process id
 };
 
 struct FakeMessagePorts::State : std::enable_shared_from_this<FakeMessagePorts::State> {
@@ -40,37 +45,41 @@ struct FakeMessagePorts::State : std::enable_shared_from_this<FakeMessagePorts::
   std::vector<SentMessage> sent;
   std::size_t handled = 0;
   std::size_t done = 0;
+  std::int32_t sender = 0;
 
-  // Posts the receiver's next message unless one is under way. Called with the mutex held.
-  void handOn(const std::shared_ptr<Receiver>& receiver);
-  void handle(const std::shared_ptr<Receiver>& receiver, const Receiver::Message& message);
+  using Sender = std::shared_ptr<Receiver::Sender>;
+  // Posts the sender's next message unless one is under way. Called with the mutex held.
+  void handOn(const std::shared_ptr<Receiver>& receiver, const Sender& from);
+  void handle(const std::shared_ptr<Receiver>& receiver, const Sender& from,
+              const Receiver::Message& message);
 };
 
-void FakeMessagePorts::State::handOn(const std::shared_ptr<Receiver>& receiver) {
-  if (receiver->busy || receiver->waiting.empty() || receiver->handler == nullptr) return;
-  receiver->busy = true;
-  mainQueue->post([state = shared_from_this(), receiver, message = receiver->waiting.front()] {
-    state->handle(receiver, message);
+void FakeMessagePorts::State::handOn(const std::shared_ptr<Receiver>& receiver,
+                                     const Sender& from) {
+  if (from->busy || from->waiting.empty() || receiver->handler == nullptr) return;
+  from->busy = true;
+  mainQueue->post([state = shared_from_this(), receiver, from, message = from->waiting.front()] {
+    state->handle(receiver, from, message);
   });
-  receiver->waiting.pop_front();
+  from->waiting.pop_front();
 }
 
-void FakeMessagePorts::State::handle(const std::shared_ptr<Receiver>& receiver,
+void FakeMessagePorts::State::handle(const std::shared_ptr<Receiver>& receiver, const Sender& from,
                                      const Receiver::Message& message) {
   LocalMessagePort::Handler handler;
   {
     const std::lock_guard lock(mutex);
     handler = receiver->handler;
-    if (handler == nullptr) return;
+    if (handler == nullptr || from->isDropped) return;
     ++handled;
   }
   auto calls = std::make_shared<std::atomic<int>>(0);
-  handler(message.id, message.bytes, [state = shared_from_this(), receiver, calls] {
+  handler(message.id, message.bytes, [state = shared_from_this(), receiver, from, calls] {
     if ((*calls)++ > 0) ADD_FAILURE() << "a message was reported to be done twice";
     const std::lock_guard lock(state->mutex);
     ++state->done;
-    receiver->busy = false;
-    state->handOn(receiver);
+    from->busy = false;
+    state->handOn(receiver, from);
   });
 }
 
@@ -86,6 +95,15 @@ class FakeMessagePorts::Local final : public LocalMessagePort {
   }
   Local(const Local&) = delete;
   Local& operator=(const Local&) = delete;
+
+  void dropMessagesOf(std::int32_t pid) override {
+    const std::lock_guard lock(state_->mutex);
+    const auto found = receiver_->senders.find(pid);
+    if (found == receiver_->senders.end()) return;
+    found->second->isDropped = true;
+    found->second->waiting.clear();
+    receiver_->senders.erase(found);
+  }
 
  private:
   std::shared_ptr<State> state_;
@@ -149,12 +167,19 @@ void FakeMessagePorts::refuseLocal(bool refuse) {
   state_->refusesLocal = refuse;
 }
 
+void FakeMessagePorts::setSender(std::int32_t pid) {
+  const std::lock_guard lock(state_->mutex);
+  state_->sender = pid;
+}
+
 void FakeMessagePorts::deliver(std::string_view name, std::int32_t id, Bytes message) {
   const std::lock_guard lock(state_->mutex);
   for (const auto& receiver : state_->receivers) {
     if (receiver->name != name) continue;
-    receiver->waiting.push_back({id, std::make_shared<const Bytes>(std::move(message))});
-    state_->handOn(receiver);
+    auto& from = receiver->senders[state_->sender];
+    if (from == nullptr) from = std::make_shared<Receiver::Sender>();
+    from->waiting.push_back({id, std::make_shared<const Bytes>(std::move(message))});
+    state_->handOn(receiver, from);
     return;
   }
 }

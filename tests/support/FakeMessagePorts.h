@@ -45,8 +45,10 @@ class FakeMessagePorts final : public MessagePorts {
   // Makes createLocal() fail.
   void refuseLocal(bool refuse);
 
-  // Sends a message to the port of that name, as one sender: the next is handed on when the former
-  // one is done. Ignored when there is no such port.
+  // The process that sends from now on; 0 at first.
+  void setSender(std::int32_t pid);
+  // Sends a message to the port of that name: a sender's next is handed on when its former one is
+  // done. Ignored when there is no such port.
   void deliver(std::string_view name, std::int32_t id, Bytes message);
   // The same, for the archive of `content`.
   void deliver(std::string_view name, std::int32_t id, const Object& content);

@@ -29,6 +29,13 @@ UniqueFd newSocket() {
   return UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
 }
 
+std::optional<ucred> peerOf(int connection) {
+  ucred peer = {};
+  socklen_t size = sizeof peer;
+  if (::getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return std::nullopt;
+  return peer;
+}
+
 }  // namespace
 
 UnixSocket::Result UnixSocket::connect(const std::string& path) {
@@ -64,10 +71,13 @@ UnixSocket::Result UnixSocket::listen(const std::string& path) {
 }
 
 std::optional<uid_t> UnixSocket::peerUser(int connection) {
-  ucred peer = {};
-  socklen_t size = sizeof peer;
-  if (::getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return std::nullopt;
-  return peer.uid;
+  const auto peer = peerOf(connection);
+  return peer ? std::optional(peer->uid) : std::nullopt;
+}
+
+std::optional<pid_t> UnixSocket::peerProcess(int connection) {
+  const auto peer = peerOf(connection);
+  return peer ? std::optional(peer->pid) : std::nullopt;
 }
 
 }  // namespace kelpie

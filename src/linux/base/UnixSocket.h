@@ -31,6 +31,8 @@ class UnixSocket {
 
   // Who is at the other end of a connection: the user id; missing when the system does not say.
   static std::optional<uid_t> peerUser(int connection);
+  // The process that connected; missing when the system does not say.
+  static std::optional<pid_t> peerProcess(int connection);
 };
 
 }  // namespace kelpie

@@ -22,6 +22,11 @@ std::unique_ptr<LinuxLocalMessagePort> LinuxLocalMessagePort::create(MainLoop& l
 LinuxLocalMessagePort::LinuxLocalMessagePort(MainLoop& loop, std::string name, Handler handler)
     : loop_(loop), name_(std::move(name)), handler_(std::move(handler)) {}
 
+void LinuxLocalMessagePort::dropMessagesOf(std::int32_t pid) {
+  std::erase_if(connections_,
+                [pid](const auto& connection) { return connection->sender() == pid; });
+}
+
 void LinuxLocalMessagePort::add(UniqueFd socket) {
   if (connections_.size() >= kMaximumConnections) {
     loop_.log().write("port " + name_ + ": too many connections, one more closed");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <set>
 #include <string>
@@ -21,6 +22,9 @@ class LinuxLocalMessagePort final : public LocalMessagePort {
   // Null when the socket cannot be made at `path`. `loop` outlives the port.
   static std::unique_ptr<LinuxLocalMessagePort> create(MainLoop& loop, const std::string& path,
                                                        const std::string& name, Handler handler);
+
+  // Closes the connections of the process.
+  void dropMessagesOf(std::int32_t pid) override;
 
  private:
   LinuxLocalMessagePort(MainLoop& loop, std::string name, Handler handler);

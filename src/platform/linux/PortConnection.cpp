@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <utility>
 
+#include "linux/base/UnixSocket.h"
+
 namespace kelpie {
 namespace {
 
@@ -53,6 +55,10 @@ void PortConnection::start() {
     const auto alive = shared_from_this();
     read();
   });
+}
+
+std::optional<std::int32_t> PortConnection::sender() const {
+  return UnixSocket::peerProcess(socket_.get());
 }
 
 void PortConnection::read() {

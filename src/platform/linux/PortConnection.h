@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "foundation/Bytes.h"
@@ -26,6 +27,8 @@ class PortConnection : public std::enable_shared_from_this<PortConnection> {
                  LocalMessagePort::Handler handler, EndHandler onEnd);
 
   void start();
+  // The process that connected; missing when the system does not say.
+  std::optional<std::int32_t> sender() const;
 
  private:
   class Turn;

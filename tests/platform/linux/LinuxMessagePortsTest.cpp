@@ -283,6 +283,31 @@ TEST_F(LinuxMessagePortsTest, ACompletionThatNobodyCanReportAnyMoreCounts) {
   EXPECT_TRUE(runUntilReceived(2));
 }
 
+TEST_F(LinuxMessagePortsTest, WhatAProcessThatEndedHadSentIsDropped) {
+  const auto port = open("port");
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    const TestSocket sender = TestSocket::connect(path("port"));
+    const bool isSent = sender.write(frameBytes(1, "a") + frameBytes(2, "b"));
+    ::_exit(isSent ? 0 : 1);
+  }
+  keepBack = true;
+  ASSERT_TRUE(runUntilReceived(1));
+  int status = -1;
+  ASSERT_EQ(::waitpid(pid, &status, 0), pid);
+  ASSERT_EQ(status, 0);
+  const TestSocket other = TestSocket::connect(path("port"));
+  ASSERT_TRUE(other.write(frameBytes(3, "c")));
+  ASSERT_TRUE(runUntilReceived(2));
+  ASSERT_TRUE(other.write(frameBytes(4, "d")));
+
+  port->dropMessagesOf(pid);
+  for (const LocalMessagePort::Completion& done : std::exchange(waiting, {})) done();
+  ASSERT_TRUE(runUntilReceived(3));
+  settle();
+  EXPECT_EQ(received, (std::vector<Received>{{1, "a"}, {3, "c"}, {4, "d"}}));
+}
+
 TEST_F(LinuxMessagePortsTest, AnArgumentErrorCostsItsMessageOnly) {
   int calls = 0;
   const auto port = ports.createLocal("port", [&](std::int32_t, const std::shared_ptr<const Bytes>&,
