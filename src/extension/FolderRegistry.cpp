@@ -163,6 +163,7 @@ void FolderRegistry::openRepository(const Opening& opening) {
   ShownItems shown(*allObservedFiles(), files);
   if (replaces || shown.isOutOfOrder(path.path(), identifier)) {
     shown.putInOrder();
+    folders_.putInactiveFoldersInOrder(files);
   }
   const auto observedPaths = std::make_shared<ObservedPaths>();
   observedPaths->set(identifier, allObservedFiles()->find(identifier));
@@ -190,6 +191,7 @@ void FolderRegistry::relocateRepository(const FileIdentifier& identifier) {
   noteFormerPlace(place, repository->rootPath());
   ShownItems shown(*allObservedFiles(), files);
   shown.putInOrder();
+  folders_.putInactiveFoldersInOrder(files);
   shown.leaveOutStrays(*repository->observedPaths());
   adoptShownItems(*repository->url(), identifier, *repository->observedPaths(), files);
   for (const std::shared_ptr<PathSet>& set : repository->observedPaths()->sets()) {

@@ -45,6 +45,19 @@ void FolderTables::setInactiveFolders(const InactiveFolders& folders) {
   inactive_.swap(changed);
 }
 
+void FolderTables::putInactiveFoldersInOrder(const FileSystem& files) {
+  for (const auto& [parent, folders] : inactiveFolders()) {
+    for (const URL& folder : folders) {
+      const std::optional<URL> parentUrl = folder.parentUrl(files);
+      const std::optional<FileIdentifier> home =
+          parentUrl ? parentUrl->identifier(files) : std::nullopt;
+      if (!home || home == parent) continue;
+      removeInactiveFolder(parent, folder);
+      addInactiveFolder(*home, folder);
+    }
+  }
+}
+
 void FolderTables::addObservedDirectory(const URL& folder,
                                         const std::optional<FileIdentifier>& identifier) {
   const MutexLock lock(mutex_);

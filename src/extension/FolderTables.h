@@ -10,6 +10,7 @@
 #include "foundation/FileIdentifier.h"
 #include "foundation/Mutex.h"
 #include "foundation/URL.h"
+#include "platform/FileSystem.h"
 
 namespace kelpie {
 
@@ -30,6 +31,9 @@ class FolderTables {
   // A copy: parents in no particular order, the folders of one in the order of their texts.
   InactiveFolders inactiveFolders() const;
   void setInactiveFolders(const InactiveFolders& folders);
+  // Puts each folder under the identifier that its parent has now, after folders have moved or have
+  // been made anew. One whose parent is gone stays where it is.
+  void putInactiveFoldersInOrder(const FileSystem& files);
 
   // -- observedDirectories: folders whose repository the main application has been asked for, and
   // which has not been opened.

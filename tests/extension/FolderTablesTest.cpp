@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/FakePlatform.h"
+
 namespace kelpie {
 namespace {
 
@@ -66,6 +68,18 @@ TEST(FolderTables, ReplaceAllInactiveFolders) {
   tables.addInactiveFolder(named("a"), folder("/a/1"));
   tables.setInactiveFolders({{named("b"), {folder("/b/1"), folder("/b/1")}}, {named("c"), {}}});
   EXPECT_EQ(inactiveOf(tables), (Inactive{{"b", {"/b/1"}}, {"c", {}}}));
+}
+
+TEST(FolderTables, PutFoldersUnderTheIdentifiersThatTheirParentsHaveNow) {
+  FakePlatform fakes;
+  const FileIdentifier now = *fakes.files->addFolder("/a").identifier(*fakes.files);
+  FolderTables tables;
+  tables.addInactiveFolder(named("former"), folder("/a/1"));
+  tables.addInactiveFolder(named("former"), folder("/gone/2"));
+  tables.addInactiveFolder(now, folder("/a/3"));
+  tables.putInactiveFoldersInOrder(*fakes.files);
+  EXPECT_EQ(inactiveOf(tables), (Inactive{{"former", {"/gone/2"}},
+                                          {std::string(textOf(now.bytes())), {"/a/1", "/a/3"}}}));
 }
 
 TEST(FolderTables, AnObservedDirectoryGoesHoweverItWasSpelled) {

@@ -140,6 +140,30 @@ TEST_P(MovedRepositories, OneThatIsClonedAgainTakesThePlaceOfTheDeletedOne) {
   EXPECT_EQ(left, 0U);
 }
 
+// What was shown in the deleted one goes from view under the identifier of the new one.
+TEST_P(MovedRepositories, AFolderInOneThatIsClonedAgainIsNotAskedForOnceItWentFromView) {
+  chooseFolders({"/code"});
+  make("/code/a");
+  open("/code/a");
+  show("/code/a");
+  fakes.files->remove("/code/a");
+  make("/code/a");
+  open("/code/a");
+  controller->endObservingDirectoryAtURL(URL::fileURLWithPath("/code/a/sub", true));
+  controller->endObservingDirectoryAtURL(URL::fileURLWithPath("/code/a", true));
+  fakes.runAll();
+  quitApplication();
+  fakes.messagePorts.forgetSent();
+  launchApplication("1", 800);
+  fakes.notifications.deliver("KPApplicationRunning", "");
+  fakes.runAll();
+  std::vector<std::string> asked;
+  for (const Message& message : sentWith("openRepository:portName:")) {
+    asked.push_back(message.content["KPMessageArgument"]["url"].url().value().path());
+  }
+  EXPECT_EQ(asked, std::vector<std::string>{"/code/a"}) << "which its own folder's end lets go";
+}
+
 TEST_P(MovedRepositories, TwoThatChangePlacesAnswerForTheirNewPlaces) {
   for (const bool isFirstFirst : {true, false}) {
     const std::string one = isFirstFirst ? "/code/a" : "/code/c";
