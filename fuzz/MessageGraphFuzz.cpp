@@ -3,22 +3,31 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "archive/KeyedArchiver.h"
+#include "archive/KeyedUnarchiver.h"
 #include "extension/ControllerRoutes.h"
 #include "extension/RepositoryRoutes.h"
 #include "foundation/AllocationMeter.h"
+#include "foundation/Dictionary.h"
+#include "graph/ArchiveGraph.h"
 #include "support/HostileMessages.h"
 #include "support/MessageHarness.h"
 
 // Messages that are sound archives of unsound graphs: one object named again and again, texts and
-// blobs shared by many, circles, archives inside archives. Each graph is the argument of every
-// operation that a message can name, of a live controller whose queues run dry. Nothing may take
-// memory or steps beyond what its bytes allow.
+// blobs shared by many, circles, archives inside archives. An input is such a message, which began
+// as one that a main application sends or as one of those that say little very often, and whose
+// graph the fuzzer changes; or it is numbers, of which a graph is drawn that is the argument of
+// several operations. Each goes to a live controller whose queues run dry. Nothing may take memory
+// or steps beyond what its bytes allow.
 
 namespace {
 
@@ -46,9 +55,11 @@ KELPIE_COUNT(const_cmp8, std::uint64_t)
 
 namespace {
 
+using kelpie::ArchiveGraph;
 using kelpie::Bytes;
 using kelpie::HostileMessage;
 using kelpie::MessageHarness;
+using kelpie::Object;
 using kelpie::RawArchive;
 using Number = kelpie::RawPropertyList::Number;
 
@@ -317,20 +328,58 @@ void printTable(std::size_t size) {
   }
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/);
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-  if (const char* size = std::getenv("KELPIE_HOSTILE_TABLE")) {
-    printTable(static_cast<std::size_t>(std::atoll(size)));
-    std::exit(0);
-  }
-  return 0;
+void writeFile(const std::filesystem::path& path, const Bytes& bytes) {
+  std::ofstream file(path, std::ios::binary);
+  std::ranges::copy(bytes, std::ostreambuf_iterator<char>(file));
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+// With KELPIE_SEEDS in the environment: writes the messages to begin with into that folder. Those
+// that a main application sends come from KELPIE_FIXTURES, and are addressed to the repository.
+void writeSeeds(const std::filesystem::path& folder, const std::filesystem::path& fixtures) {
+  const MessageHarness harness;
+  const Bytes target = harness.target();
+  for (const std::size_t size : {std::size_t{9'000}, std::size_t{30'000}}) {
+    for (const kelpie::HostileCase& hostile : kelpie::hostileCases()) {
+      const std::string name = std::string(hostile.name) + '-' + std::to_string(size);
+      writeFile(folder / name, hostile.make(size, target, harness.shownFolders()));
+    }
+  }
+  for (const auto& entry : std::filesystem::directory_iterator(fixtures)) {
+    std::ifstream file(entry.path(), std::ios::binary);
+    const Bytes bytes((std::istreambuf_iterator<char>(file)), {});
+    const Object fixture = kelpie::KeyedUnarchiver::unarchiveObject(bytes);
+    const Object selector = fixture["KPMessageSelector"];
+    const Object argument = fixture["KPMessageArgument"];
+    if (selector.isNil() || argument.isNil()) continue;
+    const kelpie::Dictionary message{{"KPMessageSelector", selector},
+                                     {"KPMessageArgument", argument},
+                                     {"KPMessageTarget", target}};
+    const auto archive = kelpie::KeyedArchiver::archivedData(message);
+    if (archive) writeFile(folder / entry.path().stem(), *archive);
+  }
+}
+
+// What a text of a message may be replaced by, so that it means something.
+std::vector<std::string_view> words() {
+  std::vector<std::string_view> all = selectors();
+  all.insert(all.end(), std::begin(kTexts), std::end(kTexts));
+  all.insert(all.end(), std::begin(kUrls), std::end(kUrls));
+  all.insert(all.end(), std::begin(kKeys), std::end(kKeys));
+  all.insert(all.end(), std::begin(kFields), std::end(kFields));
+  for (const std::vector<std::string>& names : kClasses) all.emplace_back(names.front());
+  return all;
+}
+
+// The message as it is, to a controller of its own.
+void send(const Bytes& message) {
+  MessageHarness harness;
+  check("as it came", message, costOf(harness, message));
+  (void)harness.menuItems();
+}
+
+// Most graphs go to a few operations, so that there are many graphs; some go to all of them.
+void sendDrawn(const std::uint8_t* data, std::size_t size) {
   static const std::vector<std::string_view> kSelectors = selectors();
-  // Most graphs go to a few operations, so that there are many graphs; some go to all of them.
   Draw first(data, size);
   const bool isForAll = first.below(16) == 0;
   const std::size_t begin = first.below(kSelectors.size());
@@ -348,5 +397,68 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     harness.fakes().events.clear();
   }
   (void)harness.menuItems();
+}
+
+std::size_t give(const Bytes& bytes, std::uint8_t* to, std::size_t room) {
+  if (bytes.size() > room) return 0;
+  std::ranges::copy(bytes, to);
+  return bytes.size();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t maxSize, unsigned int seed);
+extern "C" std::size_t LLVMFuzzerCustomCrossOver(const std::uint8_t* data, std::size_t size,
+                                                 const std::uint8_t* other, std::size_t otherSize,
+                                                 std::uint8_t* out, std::size_t maxOutSize,
+                                                 unsigned int seed);
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+  const char* const size = std::getenv("KELPIE_HOSTILE_TABLE");
+  const char* const seeds = std::getenv("KELPIE_SEEDS");
+  const char* const fixtures = std::getenv("KELPIE_FIXTURES");
+  if (size != nullptr) printTable(static_cast<std::size_t>(std::atoll(size)));
+  if (seeds != nullptr && fixtures != nullptr) writeSeeds(seeds, fixtures);
+  if (size != nullptr || seeds != nullptr) std::exit(0);
   return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  constexpr std::string_view kMagic = "bplist00";
+  const Bytes input(data, data + size);
+  if (size > kMagic.size() && std::equal(kMagic.begin(), kMagic.end(), data)) {
+    send(input);
+  } else {
+    sendDrawn(data, size);
+  }
+  return 0;
+}
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t maxSize, unsigned int seed) {
+  static const std::vector<std::string_view> kWords = words();
+  ArchiveGraph::Random random(seed);
+  std::optional<ArchiveGraph> graph = ArchiveGraph::read({data, size});
+  if (!graph) return LLVMFuzzerMutate(data, size, maxSize);
+  for (auto count = 1 + random() % 3; count > 0; --count) {
+    graph->mutate(random, maxSize > size ? maxSize - size : 0, kWords, LLVMFuzzerMutate);
+  }
+  const std::size_t written = give(graph->write(), data, maxSize);
+  return written != 0 ? written : size;
+}
+
+extern "C" std::size_t LLVMFuzzerCustomCrossOver(const std::uint8_t* data, std::size_t size,
+                                                 const std::uint8_t* other, std::size_t otherSize,
+                                                 std::uint8_t* out, std::size_t maxOutSize,
+                                                 unsigned int seed) {
+  ArchiveGraph::Random random(seed);
+  std::optional<ArchiveGraph> graph = ArchiveGraph::read({data, size});
+  const std::optional<ArchiveGraph> grafted = ArchiveGraph::read({other, otherSize});
+  if (!graph || !grafted) return 0;
+  graph->graft(*grafted, random);
+  return give(graph->write(), out, maxOutSize);
 }
