@@ -58,7 +58,8 @@ class ArchiveCycles::Search {
 
   // The number of the next object that is referred to; missing at the end.
   std::optional<std::uint32_t> next(Place& place) {
-    constexpr std::uint64_t kCost = 4;
+    // It is found by way of the list's table, and so is what it refers to.
+    constexpr std::uint64_t kCost = 8;
     const BinaryPropertyList& list = reader_.list();
     const Item object = reader_.objectItem(place.uid);
     while (place.field < object.count && reader_.budget().charge(kCost)) {

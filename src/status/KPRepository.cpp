@@ -304,7 +304,9 @@ void KPRepository::observeRenamedItems(const Object& pathsOfFolders) {
     const auto set = observedPaths_->find(*identifier);
     if (set == nullptr || paths.kind() != Object::Kind::Array) return true;
     paths.forEachElement([&set](ObjectView element) {
-      if (const std::optional<std::string> path = element.pathBytes()) set->add(*path);
+      // Beyond the reading: each folder keeps a path of its own, which is looked at then.
+      const std::optional<std::string> path = element.pathBytes();
+      if (path && element.charge(path->size())) set->add(*path);
       return true;
     });
     return true;

@@ -261,6 +261,23 @@ TEST(HostileArchive, AReferenceBackThatClosesNoCircleIsKept) {
   EXPECT_EQ(archiveJson(open(bytes)), expected);
 }
 
+// Whether an object refers back to itself is found out by a look at every reference that there is.
+TEST(HostileArchive, TheSearchForCirclesIsChargedForEachReference) {
+  constexpr std::size_t kReferences = 100'000;
+  RawArchive archive;
+  const std::uint32_t text = archive.addString("x");
+  const std::uint32_t shared = archive.addArray(std::vector<std::uint32_t>(kReferences, text));
+  const auto bytes =
+      std::make_shared<const Bytes>(archive.finish(archive.addArray({shared, shared})));
+  const auto isRefused = [&bytes](std::uint64_t units) {
+    const Object root = KeyedUnarchiver::open(bytes, units);
+    (void)root.at(0);
+    return root.isRefused();
+  };
+  EXPECT_TRUE(isRefused(7 * kReferences));
+  EXPECT_FALSE(isRefused(10 * kReferences));
+}
+
 TEST(HostileArchive, AUrlThatIsItsOwnBase) {
   RawArchive archive;
   const std::uint32_t self = archive.reserve();

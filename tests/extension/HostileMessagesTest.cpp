@@ -23,7 +23,7 @@ constexpr std::size_t kTimes = 32;
 constexpr std::size_t kFree = std::size_t{16} << 20U;
 // Steps, counted as blocks of the heap and pieces of their bytes; and those of the main thread,
 // where menus are answered, whatever the message's length.
-constexpr std::uint64_t kStepsPerByte = 16;
+constexpr std::uint64_t kStepsPerByte = 8;
 constexpr std::uint64_t kFreeSteps = std::uint64_t{1} << 20U;
 constexpr std::uint64_t kMainThreadSteps = std::uint64_t{1} << 20U;
 

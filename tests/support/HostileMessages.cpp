@@ -100,14 +100,14 @@ Bytes renamedForEachFolder(HostileMessage& message, const std::vector<std::uint3
 // So long that they just do not go beyond what may be read.
 Bytes renamedLongPaths(std::size_t size, const Bytes& target, const Folders& folders) {
   constexpr std::size_t kPaths = 5;
+  constexpr std::ptrdiff_t kFolders = 7;
   HostileMessage message("setStatusInfo:", target);
   std::vector<std::uint32_t> paths;
   for (std::size_t path = 0; path < kPaths; ++path) {
     const std::string text = "/" + std::to_string(path) + std::string(size / kPaths, 'x');
     paths.push_back(message.archive.addString(text));
   }
-  const auto last = folders.begin() + static_cast<Folders::difference_type>(folders.size() - 4);
-  return renamedForEachFolder(message, paths, {folders.begin(), last});
+  return renamedForEachFolder(message, paths, {folders.begin(), folders.begin() + kFolders});
 }
 
 template <std::size_t kFolders>
@@ -230,6 +230,20 @@ Bytes leafNode(const std::string& name) {
   const std::uint32_t text = archive.addString(name);
   const std::uint32_t record = archive.addObject(kReference, {{"name", archive.reference(text)}});
   return archive.finish(archive.addObject(kNode, {{"object", archive.reference(record)}}));
+}
+
+// One array under many numbers, whose references are all looked at in search of circles.
+Bytes arrayAliases(std::size_t size, const Bytes& target, const Folders& /*folders*/) {
+  HostileMessage message("setHeadBranch:", target, kWide);
+  RawArchive& archive = message.archive;
+  const std::uint32_t text = archive.addString("x");
+  const Number elements = message.repeated(text, size / 8);
+  const Number array = archive.object(kArray, {{"NS.objects", elements}});
+  std::vector<std::uint32_t> uids;
+  for (std::size_t bytes = 0; bytes < size / 2; bytes += 8) uids.push_back(archive.add(array));
+  const Number all = archive.reference(archive.addArray(uids));
+  return message.finish(
+      message.object({"KPRemote", "KPReference", "NSObject"}, {{"fetchRefspecs", all}}));
 }
 
 // A node whose children are one blob, many times.
@@ -429,6 +443,7 @@ const std::vector<HostileCase>& hostileCases() {
       {"Gitflow", gitflow},
       {"RecordsOfOneText", manyRecords},
       {"OneRecordUnderManyNumbers", recordAliases},
+      {"OneArrayUnderManyNumbers", arrayAliases},
       {"ChildrenOfOneBlob", childrenOfOneBlob},
       {"ChildrenOfOneLargeBlob", childrenOfLargeBlob},
       {"ChildrenOfChildren", childrenOfChildren},
