@@ -3,7 +3,8 @@
 set(here "${PROJECT_SOURCE_DIR}/tests/macos")
 set(platform "${PROJECT_SOURCE_DIR}/src/platform/macos")
 file(GLOB sources CONFIGURE_DEPENDS
-  "${here}/*.mm" "${here}/mac/*.mm" "${platform}/*.mm" "${platform}/*.cpp")
+  "${here}/*.mm" "${here}/mac/*.mm" "${platform}/*.mm" "${platform}/*.cpp"
+  "${PROJECT_SOURCE_DIR}/tests/platform/contract/*Contract.cpp")
 
 # The property list is the app extension's, but for what makes it one.
 set(KELPIE_MINIMUM_MACOS "${CMAKE_OSX_DEPLOYMENT_TARGET}")
