@@ -28,8 +28,8 @@ struct Place {
 class ArchiveCycles::Search {
  public:
   explicit Search(const ArchiveReader& reader) : reader_(reader) {
-    // Of memory for each object, and of time for each reference.
-    constexpr std::uint64_t kCost = 8 * sizeof(std::uint32_t);
+    // The memory for each object; each reference is charged when it is looked at.
+    constexpr std::uint64_t kCost = sizeof(Place) + 3 * sizeof(std::uint32_t);
     if (!reader.budget().charge(kCost * reader.objectCount())) return;
     order_.assign(reader.objectCount(), kUnseen);
     low_ = order_;

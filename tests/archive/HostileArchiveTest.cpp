@@ -264,11 +264,13 @@ TEST(HostileArchive, AReferenceBackThatClosesNoCircleIsKept) {
 // Whether an object refers back to itself is found out by a look at every reference that there is.
 TEST(HostileArchive, TheSearchForCirclesIsChargedForEachReference) {
   constexpr std::size_t kReferences = 100'000;
-  RawArchive archive;
-  const std::uint32_t text = archive.addString("x");
-  const std::uint32_t shared = archive.addArray(std::vector<std::uint32_t>(kReferences, text));
+  RawArchive archive(4, 4);
+  // Arrays, so that a look at the surface does not tell.
+  const std::uint32_t inner = archive.addArray({archive.addString("x")});
+  const std::uint32_t shared = archive.addArray(std::vector<std::uint32_t>(kReferences, inner));
   const auto bytes =
       std::make_shared<const Bytes>(archive.finish(archive.addArray({shared, shared})));
+  ASSERT_EQ(KeyedUnarchiver::open(bytes).at(0).size(), kReferences);
   const auto isRefused = [&bytes](std::uint64_t units) {
     const Object root = KeyedUnarchiver::open(bytes, units);
     (void)root.at(0);

@@ -183,8 +183,10 @@ bool newLink(Playground& place) {
   const std::string target = place.chance(30)   ? "nowhere"
                              : place.chance(50) ? place / place.anyFolder()
                                                 : place / place.aFile().value_or("nowhere");
+  // A name of its own: where a link takes the former name of a folder that was moved, what was on
+  // screen there is reached by two paths, and has one entry for both.
   std::error_code error;
-  fs::create_symlink(target, fs::path(place / place.newPath()), error);
+  fs::create_symlink(target, fs::path(place / (place.newPath() + " link")), error);
   return !error;
 }
 
