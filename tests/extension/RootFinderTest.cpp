@@ -51,6 +51,18 @@ TEST_F(RootFinderTest, NestedRootsAreFoundInTheirOrder) {
   EXPECT_EQ(RootFinder({inner}, files).firstRootOf(URL::fileURLWithPath("/work/x")), std::nullopt);
 }
 
+TEST_F(RootFinderTest, ARootWhosePlaceHasAnotherFolderHoldsNothing) {
+  const URL url = files.addFolder("/a/repo");
+  const RootFinder::Root root{url, url.identifier(files)};
+  files.addFile("/a/repo/file");
+  const std::vector<URL> items = {url, URL::fileURLWithPath("/a/repo/file")};
+  for (const URL& item : items) EXPECT_EQ(RootFinder({root}, files).firstRootOf(item), 0U);
+  files.move("/a/repo", "/a/former");
+  files.addFile("/a/repo/file");
+  for (const URL& item : items)
+    EXPECT_EQ(RootFinder({root}, files).firstRootOf(item), std::nullopt) << item.path();
+}
+
 TEST_F(RootFinderTest, APathThroughALinkLeadsToTheSameRoot) {
   const std::vector<URL> roots = {files.addFolder("/data/repo")};
   files.addFile("/data/repo/src/file");

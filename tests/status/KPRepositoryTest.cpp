@@ -87,6 +87,16 @@ TEST_F(KPRepositoryTest, OnceItHasEndedItSetsNoBadgeAndRecordsNothing) {
   EXPECT_EQ(word("/r/d/b"), std::nullopt);
 }
 
+TEST_F(KPRepositoryTest, OneWhosePlaceHasAnotherFolderClearsWhatItHasShown) {
+  file("/r/a");
+  send(statusInfo({{"/r/a", 0x0100}}));
+  ASSERT_EQ(ask("/r/a"), "KPWorkdirModifiedBadge");
+  platform.files->move("/r", "/former");
+  file("/r/a");
+  send(statusInfo({{"/r/a", 0x0100}}));
+  EXPECT_EQ(platform.finder.badgeFor("/r/a"), "KPEmptyBadge");
+}
+
 TEST_F(KPRepositoryTest, ALostQueueHoldsNothingAndTakesNothing) {
   showFolderStatus(true);
   file("/r/a");
