@@ -15,6 +15,7 @@
 #include "linux/base/UniqueFd.h"
 #include "protocol/hostlink/HostLines.h"
 #include "support/FakeLog.h"
+#include "support/LongEnough.h"
 #include "support/ManualQueues.h"
 
 namespace kelpie {
@@ -22,10 +23,10 @@ namespace {
 
 using nlohmann::json;
 
-// Runs the main loop until `condition` holds; fails the test after ten seconds.
+// Runs the main loop until `condition` holds; fails the test when it does not.
 template <class Condition>
 void runUntil(Condition condition) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  const auto deadline = std::chrono::steady_clock::now() + kLongEnough;
   while (!condition()) {
     ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "it never came";
     while (g_main_context_iteration(nullptr, FALSE) != 0) {

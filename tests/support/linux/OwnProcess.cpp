@@ -13,6 +13,9 @@ constexpr const char* kVariable = "KELPIE_TEST_PROCESS";
 std::unique_ptr<ChildProcess> startDisabledTest(const std::string& suiteAndName,
                                                 ChildProcess::Environment environment) {
   environment.emplace(kVariable, std::string("1"));
+  // This process may run a share of the tests, to which the other's only one need not belong.
+  for (const char* share : {"GTEST_TOTAL_SHARDS", "GTEST_SHARD_INDEX"})
+    environment.emplace(share, std::nullopt);
   const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
   const std::vector<std::string> command = {self.string(), "--gtest_also_run_disabled_tests",
                                             "--gtest_filter=" + suiteAndName};
