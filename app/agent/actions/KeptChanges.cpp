@@ -418,7 +418,7 @@ std::vector<std::string> KeptChanges::references() const {
 
 std::string KeptChanges::keep(const std::string& label, const PathPlan& plan,
                               const PathSurvey& survey, std::string& problem) const {
-  const std::string oid = Keeper(git_, workingCopy_, plan, survey).commit(label, problem);
+  std::string oid = Keeper(git_, workingCopy_, plan, survey).commit(label, problem);
   if (oid.empty()) return {};
   std::vector<std::string> names = references();
   std::uint64_t number = 0;
