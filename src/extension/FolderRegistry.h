@@ -104,7 +104,7 @@ class FolderRegistry {
   RepositoryTable repositories_;
   FolderTables folders_;
   mutable Mutex mutex_;
-  std::shared_ptr<ObservedPaths> allObservedFiles_ KELPIE_GUARDED_BY(mutex_);  // the pointer is
+  std::shared_ptr<ObservedPaths> allObservedFiles_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

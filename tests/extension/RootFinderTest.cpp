@@ -59,8 +59,9 @@ TEST_F(RootFinderTest, ARootWhosePlaceHasAnotherFolderHoldsNothing) {
   for (const URL& item : items) EXPECT_EQ(RootFinder({root}, files).firstRootOf(item), 0U);
   files.move("/a/repo", "/a/former");
   files.addFile("/a/repo/file");
-  for (const URL& item : items)
-    EXPECT_EQ(RootFinder({root}, files).firstRootOf(item), std::nullopt) << item.path();
+  for (const char* item : {"/a/repo", "/a/repo/file", "/a/former", "/a/former/file"})
+    EXPECT_EQ(RootFinder({root}, files).firstRootOf(URL::fileURLWithPath(item)), std::nullopt)
+        << item << ": neither what stands there now nor the folder that it was";
 }
 
 TEST_F(RootFinderTest, APathThroughALinkLeadsToTheSameRoot) {
