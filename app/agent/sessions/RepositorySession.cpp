@@ -71,7 +71,7 @@ void RepositorySession::open(const std::shared_ptr<ExtensionPort>& port, const s
   // The extension has just been told all there is to tell.
   if (!again && subscriber.early.isEcho(folder)) return;
   if (subscriber.folders.size() < EarlyFolders::kMaximum) subscriber.folders.insert(folder);
-  subscriber.told[0] = 0;
+  refresh(subscriber);
   subscriber.wantsReferences |= !shallow;
   subscriber.isToOpen = true;
   if (!shallow && !std::exchange(isShown_, true))
@@ -144,6 +144,22 @@ RepositorySession::Subscriber& RepositorySession::subscribe(
           .first->second;
   subscriber.port = port;
   return subscriber;
+}
+
+// An extension that knows the status is told it again for what it may have made of it before the
+// folder was shown. A host that shows a thousand folders asks for each, and the status may be
+// large.
+void RepositorySession::refresh(Subscriber& subscriber) {
+  subscriber.isToRefresh = subscriber.isOpen && subscriber.refreshPause != nullptr;
+  if (subscriber.isToRefresh) return;
+  subscriber.told[0] = 0;
+  if (!subscriber.isOpen) return;
+  subscriber.refreshPause = services_.loop.callAfter(kRefreshPause, [this, &subscriber] {
+    subscriber.refreshPause.reset();
+    if (!subscriber.isToRefresh) return;
+    refresh(subscriber);
+    tell(subscriber);
+  });
 }
 
 void RepositorySession::updateWanted() {

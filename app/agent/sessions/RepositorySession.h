@@ -59,6 +59,8 @@ class RepositorySession {
     std::function<void(bool isGone)> closed;
   };
 
+  static constexpr std::chrono::milliseconds kRefreshPause{500};
+
   // `wasTaken`: the extensions may have the working copy as it was taken from them.
   RepositorySession(const SessionServices& services, const WorkingCopy& workingCopy,
                     FileIdentifier identifier, bool wasTaken, Callbacks callbacks);
@@ -75,7 +77,8 @@ class RepositorySession {
   // An extension shows a folder (absolute, bytes) of the working copy: it is told that it is open,
   // its status and, unless the request was shallow, its references, and from then on what changes
   // of these. Nothing is told before there is a status that is up to date: no badge is better than
-  // a wrong one.
+  // a wrong one. For one folder after the other of what is open, the status is told again at most
+  // once in kRefreshPause.
   // `again`: the extension has seen the folder without this working copy, and is to look once more.
   void open(const std::shared_ptr<ExtensionPort>& port, const std::string& folder, bool shallow,
             bool again = false);
@@ -116,6 +119,9 @@ class RepositorySession {
     bool isOpen = false;    // it knows the working copy
     bool isToOpen = false;  // it is to be told of the working copy, for the first time or again
     std::array<std::uint64_t, kMessages> told{};  // the revisions that it knows
+    // Runs for kRefreshPause after the status was told again, and whether it is wanted once more.
+    std::unique_ptr<MainLoop::Source> refreshPause{};
+    bool isToRefresh = false;
   };
 
   // Readings of one kind that have failed since the last one that ended well.
@@ -126,6 +132,8 @@ class RepositorySession {
 
   Subscriber& subscribe(const std::shared_ptr<ExtensionPort>& port);
   void updateWanted();
+  // Tells the status again, though the extension knows it: once for all folders of a pause.
+  void refresh(Subscriber& subscriber);
   void changed(Change change);
   void readStatus();
   void statusRead(StatusReadings::Result result);
