@@ -22,7 +22,7 @@ constexpr std::string_view kHelp =
     "\n"
     "Reads the state of git working copies for the file managers' extension, and carries out\n"
     "what is chosen from its menus. It works until the session ends; of several copies one\n"
-    "works and the others wait. It needs git 2.16 or newer.\n"
+    "works and the others wait. It needs git 2.26 or newer.\n"
     "\n"
     "  --version  print the version and end\n"
     "  --help     print this and end\n"

@@ -58,7 +58,7 @@ TEST_F(AgentProgram, HelpSaysHowToUseItAndWhichGitItNeeds) {
   EXPECT_EQ(agent->waitForEnd(), 0);
   EXPECT_TRUE(
       agent->output().starts_with("Usage: kelpie-agent [--version | --help | --undo FOLDER]\n"));
-  EXPECT_NE(agent->output().find("git 2.16 or newer"), std::string::npos);
+  EXPECT_NE(agent->output().find("git 2.26 or newer"), std::string::npos);
 }
 
 TEST_F(AgentProgram, AnArgumentThatItDoesNotKnowIsRefused) {
@@ -108,7 +108,7 @@ TEST_F(AgentProgram, AMissingGitIsSaidAndItWaitsForOne) {
   session.home().addFile(".config/kelpie/agent.conf",
                          "[Git]\nProgram=" + (session.home() / "bin/git") + "\n");
   const auto agent = startAgent();
-  EXPECT_TRUE(agent->waitForErrors("Git 2.16 or newer is needed."));
+  EXPECT_TRUE(agent->waitForErrors("Git 2.26 or newer is needed."));
   TestExtension extension(session);
   const TestRepository repository(session, "r");
   useGit("exec git \"$@\"\n");

@@ -91,7 +91,7 @@ class GitFaults : public RepositoryFaults {
 TEST_F(GitFaults, AMissingGitIsSaidOnceAndTheExtensionServes) {
   startWithGit(nullptr);
   EXPECT_TRUE(GitSession::hasLogged(*agent, "git cannot be run: "));
-  EXPECT_TRUE(GitSession::hasLogged(*agent, "Git 2.16 or newer is needed.\n"));
+  EXPECT_TRUE(GitSession::hasLogged(*agent, "Git 2.26 or newer is needed.\n"));
   // Without a repository there is nothing to offer for a file.
   EXPECT_EQ(host().menu(0, {fileURL(file)}).at("items").size(), 0U);
   expectServiceWithGoodGit();
@@ -99,7 +99,7 @@ TEST_F(GitFaults, AMissingGitIsSaidOnceAndTheExtensionServes) {
 
 TEST_F(GitFaults, AGitThatIsTooOldIsSaidOnceAndNotAsked) {
   startWithGit("echo \"$*\" >>\"$HOME/calls\"; echo git version 2.10.5\n");
-  EXPECT_TRUE(GitSession::hasLogged(*agent, "git 2.10 is too old. Git 2.16 or newer is needed.\n"));
+  EXPECT_TRUE(GitSession::hasLogged(*agent, "git 2.10 is too old. Git 2.26 or newer is needed.\n"));
   EXPECT_EQ(session.read("calls").find("status"), std::string::npos);
   expectServiceWithGoodGit();
   EXPECT_EQ(agent->errors().find("too old"), agent->errors().rfind("too old"));

@@ -24,9 +24,9 @@ struct GitVersion {
   static std::optional<GitVersion> parse(std::string_view text);
 };
 
-// The first git with all that reading the status takes: the ignored folders as items of their own
-// ("--ignored=matching") are the newest of it.
-inline constexpr GitVersion kOldestGit{2, 16};
+// The first git with all that readings and actions take: the newest of it is that it tells whose
+// each setting is ("config --show-scope").
+inline constexpr GitVersion kOldestGit{2, 26};
 
 // Why git cannot be used: it is not there, or it is too old. Missing when it can. Blocks while git
 // answers. Any thread.

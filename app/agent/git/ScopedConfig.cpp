@@ -13,8 +13,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::chrono::milliseconds kReadingLimit = std::chrono::seconds(20);
-// What git ends with when it does not know an option.
-constexpr int kUsage = 129;
 constexpr std::string_view kFileOrigin = "file:";
 
 std::optional<std::string_view> takeField(std::string_view& text) {
@@ -43,64 +41,37 @@ std::string includedFile(const ScopedConfig::Entry& entry) {
   return (fs::path(entry.file).parent_path() / path).lexically_normal().string();
 }
 
-// The files that hold the user's and the system's settings, for a git that does not tell scopes.
-std::vector<std::string> filesOfUser(const GitCommand& git) {
-  std::vector<std::string> files;
-  for (const char* scope : {"--system", "--global"}) {
-    const ProgramResult listed =
-        git.ask({"config", "-z", "--show-origin", "--list", "--includes", scope}, {}, nullptr,
-                kReadingLimit);
-    std::string_view rest = listed.output;
-    while (const std::optional<std::string_view> origin = takeField(rest)) {
-      std::string file = fileOf(*origin, git.folder());
-      if (std::ranges::find(files, file) == files.end()) files.push_back(std::move(file));
-      if (!takeField(rest)) break;
-    }
-  }
-  return files;
-}
-
 }  // namespace
 
 std::optional<ScopedConfig> ScopedConfig::read(const GitCommand& git, std::string& failure) {
-  ProgramResult listed = git.ask({"config", "-z", "--show-scope", "--show-origin", "--list"}, {},
-                                 nullptr, kReadingLimit);
-  std::optional<std::vector<std::string>> usersFiles;
-  if (listed.end == ProgramResult::End::Exited && listed.status == kUsage) {
-    // Before git 2.26. What an "includeIf" of the user brings in counts as the user's here, too.
-    usersFiles = filesOfUser(git);
-    listed = git.ask({"config", "-z", "--show-origin", "--list"}, {}, nullptr, kReadingLimit);
-  }
+  const ProgramResult listed = git.ask({"config", "-z", "--show-scope", "--show-origin", "--list"},
+                                       {}, nullptr, kReadingLimit);
   if (!listed.succeeded()) {
     failure = listed.failure();
     return std::nullopt;
   }
-  std::optional<ScopedConfig> config =
-      parse(listed.output, git.folder(), usersFiles ? &*usersFiles : nullptr);
+  std::optional<ScopedConfig> config = parse(listed.output, git.folder());
   if (!config) failure = "git's settings could not be understood.";
   return config;
 }
 
-// [scope NUL] origin NUL key [newline value] NUL
-std::optional<ScopedConfig> ScopedConfig::parse(std::string_view output, const std::string& folder,
-                                                const std::vector<std::string>* usersFiles) {
+// scope NUL origin NUL key [newline value] NUL
+std::optional<ScopedConfig> ScopedConfig::parse(std::string_view output,
+                                                const std::string& folder) {
   constexpr std::array<std::string_view, 3> kScopesOfUser = {"system", "global", "command"};
   ScopedConfig config;
   while (!output.empty()) {
-    std::optional<std::string_view> scope;
-    if (usersFiles == nullptr) scope = takeField(output);
+    const std::optional<std::string_view> scope = takeField(output);
     const std::optional<std::string_view> origin = takeField(output);
     const std::optional<std::string_view> setting = takeField(output);
-    if (!origin || !setting || (usersFiles == nullptr && !scope)) return std::nullopt;
+    if (!scope || !origin || !setting) return std::nullopt;
     Entry entry;
     const std::size_t split = setting->find('\n');
     entry.key = setting->substr(0, split);
     if (split != std::string_view::npos) entry.value.emplace(setting->substr(split + 1));
     entry.file = fileOf(*origin, folder);
     // What has no file is what this program itself says.
-    entry.isOwn = scope ? std::ranges::find(kScopesOfUser, *scope) == kScopesOfUser.end()
-                        : !entry.file.empty() &&
-                              std::ranges::find(*usersFiles, entry.file) == usersFiles->end();
+    entry.isOwn = std::ranges::find(kScopesOfUser, *scope) == kScopesOfUser.end();
     if (!entry.isOwn && !entry.file.empty())
       config.usersValues_.insert_or_assign(entry.key, entry.value.value_or(""));
     config.entries_.push_back(std::move(entry));

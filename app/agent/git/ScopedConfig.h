@@ -32,8 +32,7 @@ class ScopedConfig {
   std::vector<std::string> files() const;
 
  private:
-  static std::optional<ScopedConfig> parse(std::string_view output, const std::string& folder,
-                                           const std::vector<std::string>* usersFiles);
+  static std::optional<ScopedConfig> parse(std::string_view output, const std::string& folder);
 
   std::vector<Entry> entries_;
   std::map<std::string, std::string, std::less<>> usersValues_;

@@ -34,7 +34,7 @@ constexpr std::string_view kWatchLimit = "inotify";
 
 constexpr std::chrono::seconds kProgramLimit(5);
 // The first git that the main application can work with.
-constexpr std::pair<int, int> kOldestGit(2, 16);
+constexpr std::pair<int, int> kOldestGit(2, 26);
 // A watch is needed for each folder of an open working copy.
 constexpr long kFewWatches = 65'536;
 

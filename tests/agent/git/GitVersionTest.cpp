@@ -38,10 +38,10 @@ TEST(GitVersionTest, WhatCannotBeUsedIsSaidWithWhatIsNeeded) {
   EXPECT_TRUE(problemOfGit(GitCommand(sandbox.path("no-git"), "/")));
   sandbox.writeScript("old", "echo git version 2.11.0\n");
   EXPECT_EQ(problemOfGit(GitCommand(sandbox.path("old"), "/")),
-            "git 2.11 is too old. Git 2.16 or newer is needed.");
+            "git 2.11 is too old. Git 2.26 or newer is needed.");
   sandbox.writeScript("other", "echo something else\n");
   EXPECT_EQ(problemOfGit(GitCommand(sandbox.path("other"), "/")),
-            "What is there as git does not say its version. Git 2.16 or newer is needed.");
+            "What is there as git does not say its version. Git 2.26 or newer is needed.");
 }
 
 }  // namespace

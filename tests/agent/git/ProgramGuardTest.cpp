@@ -310,17 +310,6 @@ TEST_F(ProgramGuardTest, WhatHasNotChangedCostsNoProcess) {
   FAIL() << "git is asked each time";
 }
 
-TEST_F(ProgramGuardTest, AGitThatDoesNotTellScopesIsAskedForTheUsersFiles) {
-  sandbox_.setVariable("PATH", sandbox_.path("old") + ":" + std::getenv("PATH"));
-  sandbox_.writeScript("old/git",
-                       "for word; do [ \"$word\" = --show-scope ] && exit 129; done\n"
-                       "PATH=${PATH#*:} exec git \"$@\"\n");
-  addToUsersSettings("[include]\n\tpath = more\n");
-  sandbox_.write("more", "[filter \"users\"]\n\tclean = " + evil() + "\n");
-  config("filter.x.clean", evil());
-  EXPECT_EQ(rules().filters, std::vector<std::string>{"x"});
-}
-
 TEST_F(ProgramGuardTest, MoreThanCanBeSwitchedOffIsNotAsked) {
   std::string many;
   for (int i = 0; i < 1000; ++i)

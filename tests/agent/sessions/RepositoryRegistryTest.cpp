@@ -524,7 +524,7 @@ TEST_F(RepositoryRegistryTest, AGitThatIsTooOldIsNotUsed) {
   start(sandbox_.path("bin/git"));
   open("r", true);
   ASSERT_TRUE(waitFor([&] { return !notifier_.shown.empty(); }));
-  EXPECT_EQ(notifier_.shown.front().text, "git 2.11 is too old. Git 2.16 or newer is needed.");
+  EXPECT_EQ(notifier_.shown.front().text, "git 2.11 is too old. Git 2.26 or newer is needed.");
 }
 
 TEST_F(RepositoryRegistryTest, WhyGitWillNotWorkWithARepositoryIsSaidOnce) {

@@ -98,14 +98,14 @@ TEST_F(DoctorCommandTest, SettingsAndFoldersAreRead) {
 
 TEST_F(DoctorCommandTest, GitMustBeThereAndRecent) {
   EXPECT_EQ(only("git")["level"], "good");
-  install("git", "git version 2.15.4");
-  EXPECT_EQ(only("git")["text"], "git version 2.15.4 is too old");
+  install("git", "git version 2.25.4");
+  EXPECT_EQ(only("git")["text"], "git version 2.25.4 is too old");
   std::filesystem::remove(home / "bin/git");
   EXPECT_EQ(only("git")["advice"], "install git");
 }
 
 TEST_F(DoctorCommandTest, ADialogProgramIsLookedFor) {
-  install("git", "git version 2.16.0");
+  install("git", "git version 2.26.0");
   EXPECT_EQ(only("dialogs")["level"], "warning");
   install("kdialog", "");
   EXPECT_EQ(only("dialogs")["text"], home / "bin/kdialog");
@@ -118,7 +118,7 @@ TEST_F(DoctorCommandTest, TheGitThatIsConfiguredIsTheOneThatCounts) {
 }
 
 TEST_F(DoctorCommandTest, ToolsThatActionsNeedAreNamedWithTheirPackages) {
-  install("git", "git version 2.16.0");
+  install("git", "git version 2.26.0");
   const auto advice = [&] {
     std::string all;
     for (const json& finding : about("tools"))
@@ -143,7 +143,7 @@ TEST_F(DoctorCommandTest, WhoAsksForPasswordsIsLookedFor) {
 }
 
 TEST(SystemChecks, GitVersions) {
-  EXPECT_TRUE(SystemChecks::isGitRecent("git version 2.16.0"));
+  EXPECT_TRUE(SystemChecks::isGitRecent("git version 2.26.0"));
   EXPECT_TRUE(SystemChecks::isGitRecent("git version 2.39.5"));
   EXPECT_TRUE(SystemChecks::isGitRecent("git version 3.0.rc1"));
   EXPECT_FALSE(SystemChecks::isGitRecent("git version 2.9.9"));
