@@ -48,9 +48,16 @@ bool waitALittle() {
 ActionOutcome IndexLock::change(const GitCommand& git, const Arguments& arguments,
                                 const GitCommand::Given& given,
                                 std::chrono::milliseconds patience) {
+  return change(
+      git, [&] { return git.changeWith(arguments, given); }, patience);
+}
+
+ActionOutcome IndexLock::change(const GitCommand& git,
+                                const std::function<ProgramResult()>& attempt,
+                                std::chrono::milliseconds patience) {
   const Clock::time_point end = Clock::now() + patience;
   for (int unseen = 0;;) {
-    const ProgramResult result = git.changeWith(arguments, given);
+    const ProgramResult result = attempt();
     if (result.succeeded() || result.errors.find(kName) == std::string::npos)
       return ActionOutcome::of(result);
     const std::string lock = lockOf(git);

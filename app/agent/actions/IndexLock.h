@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 
 #include "agent/actions/ActionOutcome.h"
 #include "agent/git/GitCommand.h"
@@ -18,6 +19,10 @@ class IndexLock {
   // Blocks.
   static ActionOutcome change(const GitCommand& git, const Arguments& arguments,
                               const GitCommand::Given& given = {},
+                              std::chrono::milliseconds patience = kPatience);
+
+  // The same of what `attempt` runs.
+  static ActionOutcome change(const GitCommand& git, const std::function<ProgramResult()>& attempt,
                               std::chrono::milliseconds patience = kPatience);
 
   static constexpr std::chrono::milliseconds kPatience{10'000};

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "agent/actions/IndexListing.h"
+#include "agent/actions/IndexLock.h"
 #include "agent/actions/SafeReplacement.h"
 #include "agent/actions/TreeListing.h"
 #include "agent/actions/WorkingFiles.h"
@@ -53,9 +54,12 @@ bool Staging::isSparse() const {
   return git_.ask({"config", "--type=bool", "--get", "core.sparseCheckout"}).output == "true\n";
 }
 
+ActionOutcome Staging::change(const Arguments& arguments, const Paths& paths) const {
+  return IndexLock::change(git_, [&] { return git_.changePaths(arguments, paths); });
+}
+
 ActionOutcome Staging::stage(const Paths& paths) const {
-  if (paths.size() <= kFewPaths || isSparse())
-    return ActionOutcome::of(git_.changePaths({"add", "--all"}, paths));
+  if (paths.size() <= kFewPaths || isSparse()) return change({"add", "--all"}, paths);
   WorkingFiles there(git_.folder());
   Paths files;
   Paths folders;
@@ -65,7 +69,7 @@ ActionOutcome Staging::stage(const Paths& paths) const {
   if (!files.empty())
     if (ActionOutcome outcome = stageFiles(files); !outcome.isDone()) return outcome;
   if (folders.empty()) return ActionOutcome::done();
-  return ActionOutcome::of(git_.changePaths({"add", "--all"}, folders));
+  return change({"add", "--all"}, folders);
 }
 
 ActionOutcome Staging::stageFiles(const Paths& files) const {
@@ -77,9 +81,9 @@ ActionOutcome Staging::stageFiles(const Paths& files) const {
   for (const std::string& file : files)
     (there.look(file).isContent() ? present : gone).push_back(file);
   if (!present.empty()) {
-    const ProgramResult added = git_.changeWith(
-        {"update-index", "--add", "--replace", "-z", "--stdin"}, {separated(present), {}});
-    if (!added.succeeded()) return ActionOutcome::of(added);
+    ActionOutcome added = IndexLock::change(
+        git_, {"update-index", "--add", "--replace", "-z", "--stdin"}, {separated(present), {}});
+    if (!added.isDone()) return added;
   }
   return SafeReplacement::setIndex(git_, gone, "");
 }
@@ -125,7 +129,7 @@ ActionOutcome Staging::refuseStrangers(const Paths& files) const {
 }
 
 ActionOutcome Staging::unstage(const Paths& paths) const {
-  if (paths.size() <= kFewPaths) return ActionOutcome::of(git_.changePaths({"reset", "-q"}, paths));
+  if (paths.size() <= kFewPaths) return change({"reset", "-q"}, paths);
   const PathScope scope(paths);
   const auto selected = [&scope](std::string_view path) { return scope.contains(path); };
   const auto head = TreeListing::read(git_, "HEAD", selected);

@@ -28,6 +28,8 @@ class Staging {
   ActionOutcome stageFiles(const std::vector<std::string>& files) const;
   ActionOutcome refuseStrangers(const std::vector<std::string>& files) const;
   bool isSparse() const;
+  // Runs a command of the index on the paths, and waits for another git that has its lock.
+  ActionOutcome change(const Arguments& arguments, const std::vector<std::string>& paths) const;
 
   const GitCommand& git_;
 };

@@ -52,6 +52,17 @@ TEST_F(IndexLockTest, AHardResetWaitsForAnotherGit) {
   EXPECT_EQ(sandbox.read("r/a"), "one\n");
 }
 
+TEST_F(IndexLockTest, StagingAndUnstagingWaitForAnotherGit) {
+  sandbox.write("r/a", "mine\n");
+  lockFor(1);
+  expectDone(runFiles("stage:", {"a"}));
+  EXPECT_EQ(status(), "M  a");
+  lockFor(2);
+  expectDone(runFiles("unstage:", {"a"}));
+  EXPECT_EQ(status(), " M a");
+  EXPECT_EQ(sandbox.read("failed"), "x\nx\n");
+}
+
 TEST_F(IndexLockTest, ALockThatStaysIsNamed) {
   sandbox.write(kLock, "");
   sandbox.write("r/a", "mine\n");
