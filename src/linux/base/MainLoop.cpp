@@ -72,11 +72,18 @@ class MainLoop::Queue final : public SerialQueue {
   Queue(const Queue&) = delete;
   Queue& operator=(const Queue&) = delete;
 
-  // No task runs after this.
-  void close() { g_source_destroy(source_); }
+  // No task runs after this. Those that wait are let go: one may hold what holds this queue.
+  void close() {
+    g_source_destroy(source_);
+    std::deque<std::function<void()>> tasks;
+    const MutexLock lock(mutex_);
+    isClosed_ = true;
+    tasks.swap(tasks_);
+  }
 
   void post(std::function<void()> task) override {
     const MutexLock lock(mutex_);
+    if (isClosed_) return;
     tasks_.push_back(std::move(task));
     g_source_set_ready_time(source_, 0);
   }
@@ -103,6 +110,7 @@ class MainLoop::Queue final : public SerialQueue {
   GSource* source_;  // owned
   Mutex mutex_;
   std::deque<std::function<void()>> tasks_ KELPIE_GUARDED_BY(mutex_);
+  bool isClosed_ KELPIE_GUARDED_BY(mutex_) = false;
 };
 
 MainLoop::Source::~Source() {

@@ -105,6 +105,23 @@ TEST_F(MainLoopTest, WaitingHasALimit) {
   EXPECT_FALSE(loop.runUntil([] { return false; }, std::chrono::milliseconds(1)));
 }
 
+// A task may hold what holds the queue.
+TEST(MainLoop, WhatWaitsWhenItEndsIsLetGo) {
+  EventLog events;
+  FakeLog log{events};
+  auto loop = std::make_unique<MainLoop>(log);
+  const std::shared_ptr<SerialQueue> queue = loop->queue();
+  auto before = std::make_shared<int>();
+  auto after = std::make_shared<int>();
+  const std::weak_ptr<int> isBeforeThere = before;
+  const std::weak_ptr<int> isAfterThere = after;
+  queue->post([held = std::move(before)] {});
+  loop.reset();
+  queue->post([held = std::move(after)] {});
+  EXPECT_TRUE(isBeforeThere.expired());
+  EXPECT_TRUE(isAfterThere.expired());
+}
+
 TEST(MainLoop, ItsQueueMayOutliveIt) {
   EventLog events;
   FakeLog log(events);
