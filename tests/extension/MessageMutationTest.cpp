@@ -9,11 +9,12 @@
 #include "extension/RepositoryRoutes.h"
 #include "foundation/MenuItem.h"
 #include "status/KPRepository.h"
+#include "support/Sanitizers.h"
 
 namespace kelpie {
 namespace {
 
-constexpr std::size_t kMutations = 100'000;
+constexpr std::size_t kMutations = kHasAddressSanitizer ? 10'000 : 100'000;
 constexpr std::size_t kPerController = 2'000;
 constexpr std::size_t kPerDrain = 50;
 

@@ -14,6 +14,7 @@
 #include "settings/KPUserDefaults.h"
 #include "status/KPRepository.h"
 #include "support/FakePlatform.h"
+#include "support/Sanitizers.h"
 
 namespace kelpie {
 namespace {
@@ -311,7 +312,7 @@ void simulate(unsigned seed) {
 }
 
 TEST(Simulation, NoBadgeIsWrongWhateverTheOrder) {
-  constexpr unsigned kSchedules = 1000;
+  constexpr unsigned kSchedules = kHasAddressSanitizer ? 100 : 1000;
   if (const char* const seed = std::getenv("KELPIE_SIMULATION_SEED")) {
     return simulate(static_cast<unsigned>(std::strtoul(seed, nullptr, 10)));
   }

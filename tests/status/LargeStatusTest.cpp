@@ -12,6 +12,7 @@
 #include "archive/ReadingBudget.h"
 #include "status/StatusInfo.h"
 #include "support/RawPropertyList.h"
+#include "support/Sanitizers.h"
 
 namespace kelpie {
 namespace {
@@ -53,7 +54,7 @@ std::shared_ptr<const Bytes> archivedStatus(std::uint32_t entries) {
 }
 
 TEST(LargeStatus, OfAMillionEntriesIsTakenWholeFromASmallPartOfItsBudget) {
-  constexpr std::uint32_t kEntries = 1'000'000;
+  constexpr std::uint32_t kEntries = kHasAddressSanitizer ? 100'000 : 1'000'000;
   const auto bytes = archivedStatus(kEntries);
   const Object info =
       KeyedUnarchiver::open(bytes, ReadingBudget::kUnitsPerByte * bytes->size() / 8);
@@ -61,7 +62,7 @@ TEST(LargeStatus, OfAMillionEntriesIsTakenWholeFromASmallPartOfItsBudget) {
   ASSERT_FALSE(info.isRefused());
   ASSERT_TRUE(status.status);
   EXPECT_EQ(status.status->size(), kEntries);
-  for (const std::uint32_t item : {0U, 1U, 499'999U, kEntries - 1}) {
+  for (const std::uint32_t item : {0U, 1U, kEntries / 2 - 1, kEntries - 1}) {
     EXPECT_EQ(status.status->wordOf(StatusTable::Key::ofIdentifierData(identifierOf(item))), 256);
   }
 }
