@@ -21,7 +21,7 @@ function(kelpie_foreign_target OUT NAME)
   endif()
 endfunction()
 
-# kelpie_add_layers(TOP): the layers below TOP (src or app). A folder with a CMakeLists.txt of its
+# kelpie_add_layers(TOP): the layers below TOP (src, app or filemanagers). A folder with a CMakeLists.txt of its
 # own says itself how it is built. What needs an operating system is for Linux. The names of the
 # libraries are appended to KELPIE_LAYERS in the caller.
 function(kelpie_add_layers TOP)
@@ -49,8 +49,8 @@ function(kelpie_add_layers TOP)
       endif()
       list(APPEND libraries ${library})
     endforeach()
-    if(TOP STREQUAL "app")
-      list(APPEND libraries kelpie_app_includes)
+    if(TARGET kelpie_${TOP}_includes)
+      list(APPEND libraries kelpie_${TOP}_includes)
     endif()
     kelpie_layer_target(name "${folder}")
     kelpie_add_layer(${name} FOLDER "${folder}" USES ${libraries})

@@ -123,7 +123,7 @@ TEST(IncludeRules, WhatFollowsTheArrowsPasses) {
       {"the main application writes records", "app/agent/link/A.cpp",
        "#include \"refs/KPRemote.h\""},
       {"the command line writes settings", "app/cli/settings/A.cpp", "#include \"settings/A.h\""},
-      {"a file manager's own header", "filemanagers/gtk/a.c", "#include \"link.h\""},
+      {"a file manager's own header", "filemanagers/gtk/a.c", "#include \"gtk/link.h\""},
       {"what the build makes", "src/settings/A.cpp", "#include \"Configuration.h\""},
       {"the standard library", "src/menus/A.h", "#include <memory_resource>"},
       {"tests are free", "tests/refs/ATest.cpp", "#include \"menus/A.h\""},

@@ -68,6 +68,12 @@ void HostClient::connectionFailed(Time now) { apart(now, true); }
 
 void HostClient::ended(Time now) { apart(now, state_ != State::Ready); }
 
+void HostClient::attemptNow(Time now) {
+  if (state_ != State::Apart) return;
+  pause_ = kFirstPause;
+  nextAttempt_ = now;
+}
+
 // After a conversation the pauses begin anew; even then there is one, so that an extension that
 // ends at once is not asked all the time.
 void HostClient::apart(Time now, bool failed) {
@@ -101,8 +107,8 @@ void HostClient::received(std::string_view bytes, Time now) {
       });
 }
 
-std::string HostClient::takeOutput() {
-  writeQuestions();
+std::string HostClient::takeOutput(std::size_t maximumQuestions) {
+  writeQuestions(maximumQuestions);
   return std::exchange(output_, {});
 }
 
@@ -256,14 +262,16 @@ void HostClient::askAgain(const std::string& path) {
   ask(path, *item);
 }
 
-void HostClient::writeQuestions() {
+void HostClient::writeQuestions(std::size_t maximum) {
   hostlink::RequestBadges line;
   std::size_t bytes = 0;
   const auto flush = [&] {
     bytes = 0;
     if (!line.urls.empty()) say(std::exchange(line, {}));
   };
-  for (const std::string& path : std::exchange(questions_, {})) {
+  for (; maximum > 0 && !questions_.empty(); --maximum) {
+    const std::string path = std::move(questions_.front());
+    questions_.pop_front();
     const ViewedItems::Item* item = items_.find(path);
     if (item == nullptr) continue;  // its folder was hidden meanwhile
     line.urls.push_back(urlOf(path, item->isFolder));

@@ -3,7 +3,9 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
+#include <limits>
 #include <map>
 #include <optional>
 #include <string>
@@ -86,11 +88,14 @@ class HostClient {
   void connecting() { state_ = State::Connecting; }
   void connected(Time now);
   void connectionFailed(Time now);
+  // The extension is there again, as the owner has learnt: the pause is over.
+  void attemptNow(Time now);
   // The connection was closed, from either end.
   void ended(Time now);
   void received(std::string_view bytes, Time now);
-  // What is to be written; "" when nothing is.
-  std::string takeOutput();
+  // What is to be written; "" when nothing is. Asks for so many badges at most; the next call asks
+  // for the others.
+  std::string takeOutput(std::size_t maximumQuestions = std::numeric_limits<std::size_t>::max());
   // Whether the owner is to close the connection and to call ended().
   bool shouldClose() const { return shouldClose_; }
   // What is due by now: a question without an answer is given up.
@@ -165,7 +170,7 @@ class HostClient {
   // Asks for all that is wanted and lies in an observed folder, where that has not been done.
   void ask(const std::string& path, ViewedItems::Item& item);
   void askForAll();
-  void writeQuestions();
+  void writeQuestions(std::size_t maximum);
 
   std::string name_;
   Handlers handlers_;
@@ -181,7 +186,7 @@ class HostClient {
   hostlink::Welcome welcome_;
   std::vector<std::string> directories_;
   ViewedItems items_;
-  std::vector<std::string> questions_;  // paths of items
+  std::deque<std::string> questions_;  // paths of items
   std::map<std::int64_t, Pending> pending_;
   std::int64_t lastId_ = 0;
 };

@@ -108,6 +108,39 @@ TEST_F(HostClientTest, GreetsAndIsReadyWhenTheExtensionHasAnswered) {
   EXPECT_FALSE(client.isObserved("/a bc"));
 }
 
+TEST_F(HostClientTest, EndsThePauseWhenTheExtensionIsSaidToBeThere) {
+  client.connecting();
+  client.connectionFailed(now);
+  client.connecting();
+  client.connectionFailed(now);
+  client.attemptNow(now);
+  EXPECT_TRUE(client.wantsConnection(now));
+  client.connecting();
+  client.connectionFailed(now);
+  EXPECT_TRUE(client.wantsConnection(now + HostClient::kFirstPause)) << "the pauses begin anew";
+}
+
+TEST_F(HostClientTest, IsNotToldToConnectWhileItIsConnected) {
+  meet();
+  client.attemptNow(now);
+  EXPECT_TRUE(client.isReady());
+  EXPECT_FALSE(client.wantsConnection(now));
+}
+
+TEST_F(HostClientTest, AsksForNoMoreBadgesAtATimeThanItsOwnerWrites) {
+  meet();
+  for (const char* name : {"/r/a", "/r/b", "/r/c"}) client.want(name, false);
+  const auto questions = [this] {
+    const std::string output = client.takeOutput(2);
+    return output.empty() ? ""
+                          : textOf(std::get<hostlink::RequestBadges>(
+                                *hostlink::readHostLine(output.substr(0, output.size() - 1)).line));
+  };
+  EXPECT_EQ(questions(), "badges file:///r/a file:///r/b");
+  EXPECT_EQ(questions(), "badges file:///r/c");
+  EXPECT_EQ(questions(), "");
+}
+
 TEST_F(HostClientTest, WaitsLongerAfterEachAttemptThatFails) {
   std::vector<std::chrono::seconds> pauses;
   for (int i = 0; i < 8; ++i) {

@@ -1,0 +1,138 @@
+#include "gtk/Extension.h"
+
+#include <utility>
+
+#include "glib/Guarded.h"
+#include "linux/base/RuntimeDirectory.h"
+
+namespace kelpie::filemanagers {
+namespace {
+
+// How long, in one turn of the main loop, items are shown again.
+constexpr std::chrono::milliseconds kSlice(2);
+
+// What g_file_peek_path() says is bytes; only a native file is at that path by itself.
+std::optional<std::string> pathOf(GFile* location) {
+  if (location == nullptr || g_file_is_native(location) == FALSE) return std::nullopt;
+  const char* path = g_file_peek_path(location);
+  if (path == nullptr || path[0] != '/') return std::nullopt;
+  return std::string(path);
+}
+
+GSourcePtr idle(GSourceFunc call, gpointer data) {
+  GSource* source = g_idle_source_new();
+  g_source_set_callback(source, call, data, nullptr);
+  g_source_attach(source, nullptr);
+  return GSourcePtr(source);
+}
+
+}  // namespace
+
+Extension& Extension::instance() {
+  // Never let go: the file manager's objects call back until the process ends.
+  static Extension* const extension = std::unique_ptr<Extension>(new Extension).release();
+  return *extension;
+}
+
+Extension::Extension()
+    : session_(KELPIE_HOST_NAME, {[this] { tellOfItems(); }, [this] { tellOfMenus(); },
+                                  [this] { tellOfFolders(); }, [this] { driver_.wake(); },
+                                  [this](const std::string& title, const std::string& problem) {
+                                    service_.notify(title, problem);
+                                  }}),
+      driver_(session_, RuntimeDirectory().finderSocket(),
+              [this](std::function<void(const std::string&)> done) {
+                service_.start(std::move(done));
+              }),
+      service_([this] { guarded("appeared", [this] { driver_.extensionAppeared(); }); }) {
+  driver_.start();
+}
+
+// -- Items ----------------------------------------------------------------------------------------
+
+void Extension::show(HostFile* file) {
+  const auto path = localPathOf(file);
+  if (!path) return;
+  if (!session_.isTracked(file)) g_object_weak_ref(G_OBJECT(file), &Extension::fileGone, this);
+  const bool isFolder = HOST_FUNCTION(file_info_is_directory)(file) != FALSE;
+  const auto look = session_.show(file, *path, isFolder);
+  if (!look.emblem.empty())
+    HOST_FUNCTION(file_info_add_emblem)(file, std::string(look.emblem).c_str());
+  HOST_FUNCTION(file_info_add_string_attribute)(file, "kelpie_status", look.label.c_str());
+}
+
+void Extension::fileGone(gpointer self, GObject* file) {
+  guarded("file gone", [&] { static_cast<Extension*>(self)->session_.forget(file); });
+}
+
+void Extension::tellOfItems() {
+  if (!changes_) changes_ = idle(&Extension::showChanged, this);
+}
+
+// Making a file's information invalid makes the file manager ask for it again at once.
+gboolean Extension::showChanged(gpointer self) {
+  auto* extension = static_cast<Extension*>(self);
+  guarded("show changed items", [extension] {
+    const auto end = HostClient::Clock::now() + kSlice;
+    while (const auto* token = extension->session_.takeChanged()) {
+      // It was tracked, so that it has not gone.
+      auto* file = static_cast<HostFile*>(const_cast<void*>(token));
+      const GObjectPtr<HostFile> kept(static_cast<HostFile*>(g_object_ref(file)));
+      HOST_FUNCTION(file_info_invalidate_extension_info)(file);
+      if (HostClient::Clock::now() >= end) break;
+    }
+  });
+  if (extension->session_.hasChanged()) return G_SOURCE_CONTINUE;
+  extension->changes_.reset();
+  return G_SOURCE_REMOVE;
+}
+
+// -- Menus ----------------------------------------------------------------------------------------
+
+std::shared_ptr<const ShownMenu> Extension::menu(const HostClient::MenuQuestion& question,
+                                                 bool isOpening) {
+  auto menu = session_.menu(question, HostClient::Clock::now());
+  if (menu || !isOpening || !session_.isAsking(question)) return menu;
+  if (HostClient::Clock::now() < noWaitBefore_) return nullptr;
+  isWaiting_ = true;
+  const bool isThere = driver_.serveUntil([&] { return !session_.isAsking(question); }, kMenuWait);
+  isWaiting_ = false;
+  // An extension that is stopped must not be waited for with each click.
+  if (!isThere) noWaitBefore_ = HostClient::Clock::now() + kNoWait;
+  return session_.menu(question, HostClient::Clock::now());
+}
+
+// The file manager is told from its main loop: what has changed may have come while it asked.
+void Extension::tellOfMenus() {
+  if (!newMenus_ && !isWaiting_) newMenus_ = idle(&Extension::tellProviders, this);
+}
+
+gboolean Extension::tellProviders(gpointer self) {
+  auto* extension = static_cast<Extension*>(self);
+  extension->newMenus_.reset();
+  guarded("tell of menus", [extension] {
+    for (gpointer provider : std::vector(extension->providers_))
+      HOST_FUNCTION(menu_provider_emit_items_updated_signal)
+    (static_cast<HOST_CLASS(MenuProvider)*>(provider));
+  });
+  return G_SOURCE_REMOVE;
+}
+
+void Extension::tellOfFolders() {
+  for (FolderListener* listener : std::vector(listeners_)) listener->foldersChanged();
+}
+
+// -- Paths ----------------------------------------------------------------------------------------
+
+std::optional<std::string> localPathOf(HostFile* file) {
+  const GObjectPtr<GFile> location(HOST_FUNCTION(file_info_get_location)(file));
+  return pathOf(location.get());
+}
+
+std::optional<std::string> localPathOfUri(const char* uri) {
+  if (uri == nullptr) return std::nullopt;
+  const GObjectPtr<GFile> location(g_file_new_for_uri(uri));
+  return pathOf(location.get());
+}
+
+}  // namespace kelpie::filemanagers
