@@ -1,0 +1,165 @@
+#!/usr/bin/python3
+"""Runs Thunar with this build's extension on a screen of its own, and looks at it.
+
+    check_others.py HOST BUILD ARTEFACTS
+
+HOST: thunar. What the screen showed goes to ARTEFACTS, as pictures, with the logs of the
+programs. Not among the tests: it is tried by hand. Needs nothing
+installed but the file manager: our extensions' folder is mounted over the one where it looks, in a
+namespace of its own."""
+
+import os
+import shutil
+import signal
+import sys
+import time
+from pathlib import Path
+
+import check
+
+
+class Trial(check.Check):
+    """What every file manager must do: the menu, what is chosen in it, faults."""
+
+    command = []
+
+    def run(self):
+        projects = self.session.home / "projects"
+        work = projects / "work"
+        self.make_repositories(projects)
+        (work / "apple.txt").write_text("changed\n")
+        self.session.observe(projects)
+        self.session.start_agent()
+        self.session.start("host", *self.command, work)
+        self.when_open(projects)
+        self.menu(work)
+        self.extension_stops()
+        self.extension_is_killed(work)
+        self.repository_goes(work)
+        self.no_complaints()
+
+    def when_open(self, projects):
+        """The window is there with the first folder."""
+
+    def group_titles(self):
+        if self.screen.is_sensitive("Git Repository"):
+            raise AssertionError("a title over a group can be chosen")
+
+    def after_staging(self):
+        pass
+
+    def after_return(self, work):
+        pass
+
+    def open_git(self, item, wanted):
+        """Opens the menu of the item and in it ours, which has the wanted item. It stays as it was
+        when it was opened: opens it again until the item is there."""
+        from session import wait_for
+
+        def is_there():
+            self.screen.close_menu()
+            self.screen.open_menu(item)
+            wait_for("the menu", self.screen.menu_items)
+            if "Git" not in self.screen.menu_items():
+                return False
+            before = set(self.screen.menu_items())
+            self.screen.choose("Git")
+            items = wait_for("our menu", self.screen.menu_items, lambda now: set(now) > before)
+            return wanted in items
+
+        wait_for(f"{wanted} in the menu", is_there)
+
+    def menu(self, work):
+        from session import wait_for
+        self.step("Stage, chosen in the menu of an item, stages")
+        self.open_git("apple.txt", 'Stage "apple.txt"')
+        self.keep("menu")
+        self.group_titles()
+        self.screen.choose('Stage "apple.txt"')
+        wait_for("what git has staged",
+                 lambda: self.session.git(work, "diff", "--cached", "--name-only"),
+                 lambda names: names == "apple.txt\n")
+        self.after_staging()
+        self.step("the menu is another now")
+        self.open_git("apple.txt", 'Unstage "apple.txt"')
+        self.keep("menu-staged")
+        self.screen.close_menu()
+
+    def extension_stops(self):
+        from session import wait_for
+        self.step("an extension that does not answer is not waited for")
+        process = wait_for("the extension runs", self.session.extension)
+        os.kill(process, signal.SIGSTOP)
+        try:
+            for item in ("cherry.txt", "berry.txt"):
+                begin = time.monotonic()
+                self.screen.open_menu(item)
+                wait_for("the file manager's own menu", self.screen.menu_items)
+                self.step(f"  the menu of {item} is there after {time.monotonic() - begin:.2f} s")
+                self.screen.close_menu()
+        finally:
+            os.kill(process, signal.SIGCONT)
+
+    def extension_is_killed(self, work):
+        from session import wait_for
+        self.step("the extension is killed, and comes back")
+        self.kill_extension(signal.SIGKILL)
+        wait_for("the extension is back", self.session.extension,
+                 lambda process: process not in (None, self.killed))
+        self.after_return(work)
+        self.open_git("apple.txt", 'Unstage "apple.txt"')
+        self.screen.close_menu()
+
+    def repository_goes(self, work):
+        pass
+
+
+class ThunarTrial(Trial):
+    command = ["thunar"]
+    folder = "thunarx-3"
+    emblem_size = 16
+
+    def when_open(self, projects):
+        from screen import hand
+        from session import wait_for
+        wait_for("the window", self.screen.application)
+        wait_for("its views", self.screen.buttons)
+        # Its icons are not to be found by name, its rows are.
+        hand("key", "ctrl+2")
+        wait_for("the items", self.screen.items, lambda items: "apple.txt" in items)
+
+    def group_titles(self):
+        # It draws no item of an extension as one that can't be chosen.
+        if "— Git Repository —" not in self.screen.menu_items():
+            raise AssertionError("a title over a group looks like an item")
+
+
+TRIALS = {"thunar": ThunarTrial}
+
+
+def main():
+    if len(sys.argv) != 4 or sys.argv[1] not in TRIALS:
+        sys.exit(__doc__)
+    host, build, artefacts = sys.argv[1], Path(sys.argv[2]).resolve(), Path(sys.argv[3]).resolve()
+    trial = TRIALS[host]
+    if os.environ.get("KELPIE_DESKTOP_TEST") != "inside":
+        check.FOLDERS[host] = trial.folder
+        check.enter_namespace(host, build)
+    from session import Session
+    with Session(build, artefacts) as session:
+        session.start_desktop()
+        # These connect to the session's bus and display when they are loaded.
+        from other_screens import SCREENS
+        from pictures import Emblems
+        emblems = Emblems(build / "share/icons/hicolor/scalable/emblems", trial.emblem_size)
+        running = trial(host, session, SCREENS[host](host), emblems)
+        try:
+            running.run()
+        except Exception:
+            running.keep("failure")
+            raise
+    print(f"{host}: all right")
+
+
+if __name__ == "__main__":
+    main()
