@@ -1,14 +1,19 @@
 #include "glib/Guarded.h"
 
+#include <map>
+#include <string_view>
+
 namespace kelpie::filemanagers {
 
 HeldTime::~HeldTime() {
-  static std::chrono::steady_clock::duration longest{};
-  const auto time = std::chrono::steady_clock::now() - begin_;
-  if (time <= longest) return;
-  longest = time;
-  const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
-  g_debug("%s held the main loop for %lld us", what_, static_cast<long long>(microseconds));
+  using Microseconds = std::chrono::microseconds;
+  static std::map<std::string_view, Microseconds> longest;
+  const auto time =
+      std::chrono::duration_cast<Microseconds>(std::chrono::steady_clock::now() - begin_);
+  Microseconds& before = longest[what_];
+  if (time <= before) return;
+  before = time;
+  g_debug("%s held the main loop for %lld us", what_, static_cast<long long>(time.count()));
 }
 
 }  // namespace kelpie::filemanagers

@@ -8,8 +8,8 @@
 
 namespace kelpie::filemanagers {
 
-// Remembers the longest time that a call of ours has held the main loop, and says each new one in
-// the debug log (G_MESSAGES_DEBUG=kelpie). Main thread.
+// Remembers for each kind of call the longest time that it has held the main loop, and says a new
+// one in the debug log (G_MESSAGES_DEBUG=kelpie). Main thread.
 class HeldTime {
  public:
   explicit HeldTime(const char* what) : what_(what) {}

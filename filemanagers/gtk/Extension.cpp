@@ -92,8 +92,8 @@ gboolean Extension::showChanged(gpointer self) {
 std::shared_ptr<const ShownMenu> Extension::menu(const HostClient::MenuQuestion& question,
                                                  bool isOpening) {
   auto menu = session_.menu(question, HostClient::Clock::now());
-  if (menu || !isOpening || !session_.isAsking(question)) return menu;
-  if (HostClient::Clock::now() < noWaitBefore_) return nullptr;
+  if (!isOpening || !session_.isAsking(question)) return menu;
+  if (HostClient::Clock::now() < noWaitBefore_) return menu;
   isWaiting_ = true;
   const bool isThere = driver_.serveUntil([&] { return !session_.isAsking(question); }, kMenuWait);
   isWaiting_ = false;
@@ -102,9 +102,12 @@ std::shared_ptr<const ShownMenu> Extension::menu(const HostClient::MenuQuestion&
   return session_.menu(question, HostClient::Clock::now());
 }
 
-// The file manager is told from its main loop: what has changed may have come while it asked.
+// The file manager is told from its main loop: what has changed may have come while it asked. Nemo
+// makes all its menus anew when it is told, and asks again whenever it opens one: it need not know.
 void Extension::tellOfMenus() {
+#if !defined(KELPIE_FOR_NEMO)
   if (!newMenus_ && !isWaiting_) newMenus_ = idle(&Extension::tellProviders, this);
+#endif
 }
 
 gboolean Extension::tellProviders(gpointer self) {

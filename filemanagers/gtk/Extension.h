@@ -31,7 +31,7 @@ class Extension {
   void show(HostFile* file);
 
   // The menu as it is to be shown; null when there is none to show. With `isOpening` the user looks
-  // at it now: one that is not known yet is waited for a little.
+  // at it now: one that is not known or out of date is waited for.
   std::shared_ptr<const ShownMenu> menu(const HostClient::MenuQuestion& question, bool isOpening);
   void choose(const HostClient::MenuQuestion& question, const ShownItem& item) {
     session_.choose(question, item, HostClient::Clock::now());

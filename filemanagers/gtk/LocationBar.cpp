@@ -79,17 +79,17 @@ class LocationBar : public Extension::FolderListener {
   static GtkWidget* make(std::string folder) {
     auto bar = std::make_unique<LocationBar>(std::move(folder));
     GtkWidget* box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
-    bar->button_ = newButton(*bar);
-    gtk_box_pack_end(GTK_BOX(box), bar->button_, FALSE, FALSE, 0);
+    gtk_box_pack_end(GTK_BOX(box), newButton(*bar), FALSE, FALSE, 0);
+    // The file manager shows all of what it is given.
+    gtk_widget_set_no_show_all(box, TRUE);
+    bar->box_ = box;
     bar->foldersChanged();
-    gtk_widget_show(box);
     g_object_weak_ref(G_OBJECT(box), &LocationBar::boxGone, bar.release());
     return box;
   }
 
   void foldersChanged() override {
-    gtk_widget_set_visible(button_,
-                           static_cast<gboolean>(extension_.session().isObserved(folder_)));
+    gtk_widget_set_visible(box_, static_cast<gboolean>(extension_.session().isObserved(folder_)));
   }
 
  private:
@@ -105,9 +105,7 @@ class LocationBar : public Extension::FolderListener {
     gtk_button_set_relief(GTK_BUTTON(button), GTK_RELIEF_NONE);
     gtk_widget_set_tooltip_text(button, "Git status and actions of this folder");
     atk_object_set_name(gtk_widget_get_accessible(button), "Git");
-    gtk_widget_show_all(content);
-    // The file manager shows all of what it is given.
-    gtk_widget_set_no_show_all(button, TRUE);
+    gtk_widget_show_all(button);
     g_signal_connect(button, "clicked", G_CALLBACK(&LocationBar::clicked), &bar);
     return button;
   }
@@ -135,13 +133,18 @@ class LocationBar : public Extension::FolderListener {
 
   Extension& extension_ = Extension::instance();
   std::string folder_;
-  GtkWidget* button_ = nullptr;  // goes with the box
+  GtkWidget* box_ = nullptr;  // the bar goes with it
 };
 
 }  // namespace
 
 GtkWidget* newLocationBar(const char* uri) {
   auto folder = localPathOfUri(uri);
+#if defined(KELPIE_FOR_CAJA)
+  // Caja makes room for a widget also when there is nothing to be seen of it.
+  auto& session = Extension::instance().session();
+  if (folder && session.client().isReady() && !session.isObserved(*folder)) return nullptr;
+#endif
   return folder ? LocationBar::make(*std::move(folder)) : nullptr;
 }
 

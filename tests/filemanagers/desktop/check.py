@@ -113,12 +113,19 @@ class Check:
         (projects / "link").symlink_to("work")
 
     def every_state(self, sample):
+        from session import wait_for
         self.step("every item of a folder has its emblem")
         self.shows({"Presentation.key": "workdir-modified", "build": "ignored",
                     "docs": "index-modified", "library": "workdir-modified", "src": "conflicted",
                     "README.md": "workdir-modified", "debug.log": "ignored",
                     "notes.txt": "workdir-new"})
         self.keep("folder")
+        self.screen.open_menu("README.md")
+        self.screen.choose("Git")
+        wait_for("the submenu", self.screen.menu_items,
+                 lambda items: 'Stage "README.md"' in items)
+        self.keep("sample-menu")
+        self.screen.close_menu()
         self.screen.go_to(sample / "src")
         self.shows({"added.c": "index-new", "both.c": "workdir-modified",
                     "conflict.c": "conflicted", "main.c": "current", "staged.c": "index-modified"})
@@ -137,6 +144,13 @@ class Check:
         latin = next(name for name in self.screen.items() if name.startswith("latin-"))
         self.shows({latin: "current"})
         self.keep("link")
+
+        self.step("a folder without badges shows nothing of us")
+        self.screen.go_to(self.session.folder)
+        wait_for("the items there", self.screen.items, lambda items: "home" in items)
+        if "Git" in self.screen.buttons():
+            raise AssertionError("the button of the toolbar menu is there")
+        self.keep("elsewhere")
 
         self.step("Stage, chosen in the menu of an item, stages")
         self.screen.go_to(work)
@@ -220,10 +234,12 @@ class Check:
             raise AssertionError("the file manager complains:\n" + "\n".join(bad[:20]))
         if self.session.processes["host"].poll() is not None:
             raise AssertionError("the file manager has ended")
-        held = re.findall(r"(\S.*) held the main loop for (\d+) us", log)
-        if held:
-            what, time_held = max(held, key=lambda row: int(row[1]))
-            self.step(f"the longest that a call held the main loop: {what}, {time_held} us")
+        longest = {}
+        for what, held in re.findall(r"kelpie-DEBUG.*?: ([^:]*) held the main loop for (\d+) us", log):
+            longest[what] = max(longest.get(what, 0), int(held))
+        self.step("how long a call has held the main loop at the longest, in us:")
+        for what, held in sorted(longest.items(), key=lambda row: -row[1]):
+            self.step(f"  {held:6} {what}")
 
 
 def main():

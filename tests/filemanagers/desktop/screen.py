@@ -10,7 +10,9 @@ from gi.repository import Atspi, GLib  # noqa: E402
 
 from session import Failure, wait_for  # noqa: E402
 
-ICONS = {Atspi.Role.ICON, Atspi.Role.CANVAS}
+# For a file manager that tells the order of its items but not where they are: the left and upper
+# edge of the first one, how far it is to the next one and to the next row, and the height of one.
+GRIDS = {"nemo": (4, 10, 124, 129, 95)}
 MENU_ITEMS = {Atspi.Role.MENU, Atspi.Role.MENU_ITEM, Atspi.Role.CHECK_MENU_ITEM}
 
 
@@ -23,6 +25,7 @@ class Screen:
 
     def __init__(self, program):
         self.program = program
+        self.grid = GRIDS.get(program)
         Atspi.init()
 
     # -- Eyes -------------------------------------------------------------------------------------
@@ -69,8 +72,19 @@ class Screen:
 
     def items(self):
         """The items of the folder that is shown: {name: (x, y, width, height)}."""
-        nodes = self.walk({Atspi.Role.ICON}, {Atspi.Role.MENU_BAR, Atspi.Role.TOOL_BAR})
-        return {name: place for name, place, _ in nodes if name}
+        outside = {Atspi.Role.MENU_BAR, Atspi.Role.TOOL_BAR}
+        if self.grid is None:
+            nodes = self.walk({Atspi.Role.ICON}, outside)
+            return {name: place for name, place, _ in nodes if name}
+        items = {}
+        for _, (x, y, width, _), view in self.walk({Atspi.Role.LAYERED_PANE}, outside):
+            left, top, step, row_step, height = self.grid
+            columns = (width - left) // step
+            names = [view.get_child_at_index(i).get_name() for i in range(view.get_child_count())]
+            for i, name in enumerate(names):
+                row, column = divmod(i, columns)
+                items[name] = (x + left + column * step, y + top + row * row_step, step, height)
+        return items
 
     def menu_items(self):
         """What menus are open, but for the bar: {name: (x, y, width, height)}."""
