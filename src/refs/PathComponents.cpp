@@ -12,7 +12,7 @@ std::string_view lastPathComponent(std::string_view name) {
   return trimmed.substr(trimmed.rfind('/') + 1);  // npos + 1 is the start
 }
 
-std::string_view takeFirstPathComponent(std::string_view& name) {
+std::string_view cutFirstPathComponent(std::string_view& name) {
   const std::size_t end = name.starts_with('/') ? 1 : std::min(name.find('/'), name.size());
   const std::string_view first = name.substr(0, end);
   name.remove_prefix(std::min(name.find_first_not_of('/', end), name.size()));

@@ -12,6 +12,6 @@ std::string_view lastPathComponent(std::string_view name);
 
 // Cuts the first component off `name` and answers it; "" when there is none left. Borrowed from
 // `name`, like what is left.
-std::string_view takeFirstPathComponent(std::string_view& name);
+std::string_view cutFirstPathComponent(std::string_view& name);
 
 }  // namespace kelpie

@@ -49,8 +49,8 @@ std::string lastComponent(const ReferenceEntry& item) { return std::string(item.
 std::string nameToUpstream(const ReferenceEntry& item) {
   if (!item.hasUpstream) return lastComponent(item);
   std::string_view upstream = item.upstreamName;
-  takeFirstPathComponent(upstream);  // "refs"
-  takeFirstPathComponent(upstream);  // "remotes"
+  cutFirstPathComponent(upstream);  // "refs"
+  cutFirstPathComponent(upstream);  // "remotes"
 
   constexpr std::string_view kTo = " to \"";
   std::string title;
@@ -58,7 +58,7 @@ std::string nameToUpstream(const ReferenceEntry& item) {
   title += item.name;
   title += kTo;
   while (!upstream.empty()) {
-    title += takeFirstPathComponent(upstream);
+    title += cutFirstPathComponent(upstream);
     if (!upstream.empty()) title += '/';
   }
   title += '"';

@@ -25,10 +25,10 @@ void append(std::vector<char>& text, std::string_view more) {
 }
 
 // The same text at the place that `text` points to, which moves on behind it.
-std::string_view take(const char*& text, std::string_view same) {
-  const std::string_view taken(text, same.size());
+std::string_view cut(const char*& text, std::string_view same) {
+  const std::string_view part(text, same.size());
   text += same.size();
-  return taken;
+  return part;
 }
 
 }  // namespace
@@ -43,9 +43,9 @@ ReferenceOutline::ReferenceOutline(const KPTreeNode& root) {
   // The text has its place only now that it does not grow any more.
   const char* text = text_.data();
   for (ReferenceEntry& entry : entries_) {
-    entry.name = take(text, entry.name);
+    entry.name = cut(text, entry.name);
     entry.title = lastPathComponent(entry.name);
-    entry.upstreamName = take(text, entry.upstreamName);
+    entry.upstreamName = cut(text, entry.upstreamName);
   }
 }
 

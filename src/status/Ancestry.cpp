@@ -2,16 +2,16 @@
 
 namespace kelpie {
 
-Ancestry::Ancestry(const URL& receiver, FolderLooks& looks) : looks_(looks) {
+Ancestry::Ancestry(const URL& receiver, FolderCache& cache) : cache_(cache) {
   if (!receiver.isFileURL()) return;
-  const FolderLooks::Folder* folder = looks.folderAt(receiver.path());
-  if (folder == nullptr || !looks.valuesOf(*folder).isDirectory) return;
-  receiver_ = looks.identifierOf(*folder);
-  if (folder->parent() != nullptr) stop_ = looks.identifierOf(*folder->parent());
+  const FolderCache::Folder* folder = cache.folderAt(receiver.path());
+  if (folder == nullptr || !cache.valuesOf(*folder).isDirectory) return;
+  receiver_ = cache.identifierOf(*folder);
+  if (folder->parent() != nullptr) stop_ = cache.identifierOf(*folder->parent());
 }
 
 bool Ancestry::isParentOf(const std::optional<FileIdentifier>& item,
-                          const FolderLooks::Folder* folder) {
+                          const FolderCache::Folder* folder) {
   if (!receiver_ || folder == nullptr) return false;
   if (item && item == stop_) return false;
   const auto [known, isNew] = known_.try_emplace(folder, false);
@@ -19,9 +19,9 @@ bool Ancestry::isParentOf(const std::optional<FileIdentifier>& item,
   return known->second;
 }
 
-bool Ancestry::isUpward(const FolderLooks::Folder* folder) {
+bool Ancestry::isUpward(const FolderCache::Folder* folder) {
   for (; folder != nullptr; folder = folder->parent()) {
-    const std::optional<FileIdentifier>& identifier = looks_.identifierOf(*folder);
+    const std::optional<FileIdentifier>& identifier = cache_.identifierOf(*folder);
     if (!identifier) continue;
     if (identifier == receiver_) return true;
     if (identifier == stop_) return false;

@@ -5,7 +5,7 @@
 
 #include "foundation/FileIdentifier.h"
 #include "foundation/URL.h"
-#include "status/FolderLooks.h"
+#include "status/FolderCache.h"
 
 namespace kelpie {
 
@@ -13,20 +13,20 @@ namespace kelpie {
 // every folder on the way is looked at once. One thread at a time.
 class Ancestry {
  public:
-  // Asks `looks`, which outlives this.
-  Ancestry(const URL& receiver, FolderLooks& looks);
+  // Asks `cache`, which outlives this.
+  Ancestry(const URL& receiver, FolderCache& cache);
 
   // Whether the receiver is a parent of the item with this identifier (missing when nothing is
   // there) in this folder (null when there is none).
-  bool isParentOf(const std::optional<FileIdentifier>& item, const FolderLooks::Folder* folder);
+  bool isParentOf(const std::optional<FileIdentifier>& item, const FolderCache::Folder* folder);
 
  private:
-  bool isUpward(const FolderLooks::Folder* folder);
+  bool isUpward(const FolderCache::Folder* folder);
 
-  FolderLooks& looks_;
+  FolderCache& cache_;
   std::optional<FileIdentifier> receiver_;  // missing when it is parent of nothing
   std::optional<FileIdentifier> stop_;      // its own parent, at which the way up ends
-  std::unordered_map<const FolderLooks::Folder*, bool> known_;
+  std::unordered_map<const FolderCache::Folder*, bool> known_;
 };
 
 }  // namespace kelpie

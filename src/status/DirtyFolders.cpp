@@ -8,30 +8,30 @@
 
 namespace kelpie {
 
-DirtyFolders::DirtyFolders(std::shared_ptr<const UrlList> urls, FolderLooks& looks)
-    : urls_(std::move(urls)), looks_(looks) {
-  std::unordered_set<const FolderLooks::Folder*> entered;
+DirtyFolders::DirtyFolders(std::shared_ptr<const UrlList> urls, FolderCache& cache)
+    : urls_(std::move(urls)), cache_(cache) {
+  std::unordered_set<const FolderCache::Folder*> entered;
   for (std::size_t i = 0; i < urls_->size(); ++i) {
     if (!urls_->isFileURL(i)) continue;
-    const FolderLooks::Folder* folder = looks_.parentOfPath(urls_->path(i));
+    const FolderCache::Folder* folder = cache_.parentOfPath(urls_->path(i));
     for (; folder != nullptr && entered.insert(folder).second; folder = folder->parent()) {
-      const std::optional<FileIdentifier>& identifier = looks_.identifierOf(*folder);
+      const std::optional<FileIdentifier>& identifier = cache_.identifierOf(*folder);
       if (identifier) firstBelow_.emplace(*identifier, i);
     }
   }
 }
 
 bool DirtyFolders::isOneInside(const URL& folder) {
-  const FolderLooks::Folder* looked = folder.isFileURL() ? looks_.folderAt(folder.path()) : nullptr;
-  if (looked == nullptr || !looks_.identifierOf(*looked)) return false;
-  const auto first = firstBelow_.find(*looks_.identifierOf(*looked));
+  const FolderCache::Folder* looked = folder.isFileURL() ? cache_.folderAt(folder.path()) : nullptr;
+  if (looked == nullptr || !cache_.identifierOf(*looked)) return false;
+  const auto first = firstBelow_.find(*cache_.identifierOf(*looked));
   if (first == firstBelow_.end()) return false;
 
-  Ancestry ancestry(folder, looks_);
+  Ancestry ancestry(folder, cache_);
   const auto isInside = [&](std::size_t index) {
     const URL item = URL::fileURLWithPath(urls_->path(index));
-    return ancestry.isParentOf(looks_.files().resourceValues(item).identifier,
-                               looks_.parentOf(item));
+    return ancestry.isParentOf(cache_.files().resourceValues(item).identifier,
+                               cache_.parentOf(item));
   };
   if (isInside(first->second)) return true;
   // The folder stands above an item and is not its parent: the way up meets the folder's own parent

@@ -6,7 +6,7 @@
 
 #include "foundation/FileIdentifier.h"
 #include "foundation/URL.h"
-#include "status/FolderLooks.h"
+#include "status/FolderCache.h"
 #include "status/UrlList.h"
 
 namespace kelpie {
@@ -15,8 +15,8 @@ namespace kelpie {
 // items lies inside without trying all of them for each. One thread at a time.
 class DirtyFolders {
  public:
-  // Asks `looks`, which outlives this.
-  DirtyFolders(std::shared_ptr<const UrlList> urls, FolderLooks& looks);
+  // Asks `cache`, which outlives this.
+  DirtyFolders(std::shared_ptr<const UrlList> urls, FolderCache& cache);
 
   const std::shared_ptr<const UrlList>& urls() const { return urls_; }
 
@@ -25,7 +25,7 @@ class DirtyFolders {
 
  private:
   std::shared_ptr<const UrlList> urls_;
-  FolderLooks& looks_;
+  FolderCache& cache_;
   // For each file that a folder on the way up from an item is, the first such item.
   std::unordered_map<FileIdentifier, std::size_t> firstBelow_;
 };

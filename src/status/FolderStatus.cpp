@@ -11,9 +11,9 @@
 namespace kelpie {
 
 StatusWord statusOfFolder(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls,
-                          const RepositoryStatus& status, StatusLooks& looks) {
-  if (!looks.isDirty(folder, dirtyUrls)) return KPStatusCurrent;
-  FolderContents& contents = looks.contents();
+                          const RepositoryStatus& status, LookupCache& cache) {
+  if (!cache.isDirty(folder, dirtyUrls)) return KPStatusCurrent;
+  FolderContents& contents = cache.contents();
   const std::optional<std::size_t> files = contents.count(folder);
   if (!files) return KPStatusCurrent;
 

@@ -4,8 +4,8 @@
 
 #include "foundation/URL.h"
 #include "protocol/StatusWord.h"
+#include "status/LookupCache.h"
 #include "status/RepositoryStatus.h"
-#include "status/StatusLooks.h"
 #include "status/UrlList.h"
 
 namespace kelpie {
@@ -14,6 +14,6 @@ namespace kelpie {
 // changed item inside, the folder is current and is not walked; so it is when the walk fails.
 // Blocks for as long as the walk takes.
 StatusWord statusOfFolder(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls,
-                          const RepositoryStatus& status, StatusLooks& looks);
+                          const RepositoryStatus& status, LookupCache& cache);
 
 }  // namespace kelpie

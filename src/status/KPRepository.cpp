@@ -217,7 +217,7 @@ void KPRepository::handleLater(std::function<void(KPRepository& self)> handle) {
 // -- Status intake --------------------------------------------------------------------------------
 
 void KPRepository::setStatusInfo(const Object& info) {
-  post([info](KPRepository& self) { self.takeStatusIn(info); });
+  post([info](KPRepository& self) { self.applyStatus(info); });
 }
 
 void KPRepository::updateStagedStatus(const Object& urls) {
@@ -254,7 +254,7 @@ bool KPRepository::isRefused(const Object& argument) const {
   return true;
 }
 
-void KPRepository::takeStatusIn(const Object& info) {
+void KPRepository::applyStatus(const Object& info) {
   checkIsOn(*updateQueue_);
   // Whatever is at the root's place now, what is shown there is not of this repository. Once
   // another one is opened there, this one has ended.
@@ -273,7 +273,7 @@ void KPRepository::takeStatusIn(const Object& info) {
   status_.setState(state);
   {
     const MutexLock lock(mutex_);  // see postFolder()
-    status_.take(status);
+    status_.exchange(status);
   }
   if (observedPaths_ == nullptr) return;
   observeRenamedItems(info[kStatusRenamedItemsKey]);
@@ -281,15 +281,15 @@ void KPRepository::takeStatusIn(const Object& info) {
   const bool isElsewhere = hasMoved(platform_.files);
   const std::string root = rootPath() + "/";
   const auto work = std::make_shared<Work>();
-  if (rootSeen.identifier) looksFor(*work).rememberRoot(rootSeen);
+  if (rootSeen.identifier) cacheFor(*work).rememberRoot(rootSeen);
   for (const std::shared_ptr<PathSet>& set : observedPaths_->sets()) {
     for (const std::string& path : set->paths()) {
       if (badges_.isStopped()) return;
       const URL url = URL::fileURLWithPath(path);
-      StatusLooks& looks = looksFor(*work);
-      const ResourceValues item = looks.look(url);
+      LookupCache& cache = cacheFor(*work);
+      const ResourceValues item = cache.look(url);
       const bool isDoubtful = isElsewhere || !(path + "/").starts_with(root);
-      if (isDoubtful && !looks.isInRoot(url, item.identifier)) continue;
+      if (isDoubtful && !cache.isInRoot(url, item.identifier)) continue;
       settleBadge(url, item, work);
     }
   }
@@ -316,13 +316,13 @@ void KPRepository::observeRenamedItems(const Object& pathsOfFolders) {
 void KPRepository::changeStatus(const Object& urls, WordChange change) {
   checkIsOn(*updateQueue_);
   const auto work = std::make_shared<Work>();
-  if (!urls.isArray() || looksFor(*work).isDisplaced(rootIdentifier_)) return;
+  if (!urls.isArray() || cacheFor(*work).isDisplaced(rootIdentifier_)) return;
   const std::vector<URL> listed = urlsOf(urls);
   if (isRefused(urls)) return;
   std::vector<std::pair<URL, ResourceValues>> items;
   items.reserve(listed.size());
   for (const URL& url : listed) {
-    const ResourceValues& item = items.emplace_back(url, looksFor(*work).look(url)).second;
+    const ResourceValues& item = items.emplace_back(url, cacheFor(*work).look(url)).second;
     const std::optional<ItemKey> key = keyOf(url, item);
     if (!key) continue;
     const std::optional<StatusWord> word = status_.wordOrZeroOf(*key);
@@ -404,7 +404,7 @@ void KPRepository::addObservedURL(const URL& url, const FileSystem& files) {
 void KPRepository::addObservedURLs(std::span<const URL> urls, const FileSystem& files) {
   std::string_view folderPath;  // of the URL before; its set is the same for its neighbours
   std::shared_ptr<PathSet> set;
-  std::unique_ptr<StatusLooks> looks;
+  std::unique_ptr<LookupCache> cache;
   for (const URL& url : urls) {
     if (badges_.isStopped()) return;
     const std::string_view path = url.path();
@@ -418,10 +418,10 @@ void KPRepository::addObservedURLs(std::span<const URL> urls, const FileSystem& 
     // already, which the one chosen before must not replace for good.
     for (bool isRight = false; !isRight;) {
       const std::uint64_t changes = status_.changes();
-      if (looks == nullptr || looks->places().number != status_.placesNumber()) {
-        looks = std::make_unique<StatusLooks>(status_.places(), files);
+      if (cache == nullptr || cache->places().number != status_.placesNumber()) {
+        cache = std::make_unique<LookupCache>(status_.places(), files);
       }
-      isRight = updateBadge(url, looks->look(url), *looks, nullptr, changes);
+      isRight = updateBadge(url, cache->look(url), *cache, nullptr, changes);
     }
   }
 }
@@ -438,8 +438,8 @@ void KPRepository::updateBadgeIdentifierForURL(const URL& url, const FileSystem&
   // See addObservedURLs().
   for (bool isRight = false; !isRight;) {
     const std::uint64_t changes = status_.changes();
-    StatusLooks looks(status_.places(), files);
-    isRight = updateBadge(url, looks.look(url), looks, nullptr, changes);
+    LookupCache cache(status_.places(), files);
+    isRight = updateBadge(url, cache.look(url), cache, nullptr, changes);
   }
 }
 
@@ -452,7 +452,7 @@ void KPRepository::updateBadges(const Object& info) {
   for (const URL& url : urls) badges_.set(identifier, url);
 }
 
-bool KPRepository::updateBadge(const URL& url, const ResourceValues& item, StatusLooks& looks,
+bool KPRepository::updateBadge(const URL& url, const ResourceValues& item, LookupCache& cache,
                                const std::shared_ptr<Work>& work, std::uint64_t changes) {
   if (badges_.isStopped()) return true;
   const std::optional<ItemKey> key = keyOf(url, item);
@@ -462,7 +462,7 @@ bool KPRepository::updateBadge(const URL& url, const ResourceValues& item, Statu
   if (word) {
     choice.badge = badgeIdentifierForStatus(*word);
   } else if (key) {
-    choice = chooseBadge(url, item, *key, looks, work, changes);
+    choice = chooseBadge(url, item, *key, cache, work, changes);
   }
   if (choice.isOutdated) return false;
   if (choice.badge) badges_.set(*choice.badge, url);
@@ -477,16 +477,16 @@ void KPRepository::settleBadge(const URL& url, const ResourceValues& item,
   checkIsOn(*updateQueue_);
   for (bool isRight = false; !isRight;) {
     const std::uint64_t changes = status_.changes();
-    isRight = updateBadge(url, item, looksFor(*work), work, changes);
+    isRight = updateBadge(url, item, cacheFor(*work), work, changes);
   }
 }
 
 KPRepository::Choice KPRepository::chooseBadge(const URL& url, const ResourceValues& item,
-                                               const ItemKey& key, StatusLooks& looks,
+                                               const ItemKey& key, LookupCache& cache,
                                                const std::shared_ptr<Work>& work,
                                                std::uint64_t changes) {
-  if (looks.isGitItem(url, item.identifier)) return {KPBadge::kEmpty};
-  const bool isIgnored = looks.isParentIgnored(url);
+  if (cache.isGitItem(url, item.identifier)) return {KPBadge::kEmpty};
+  const bool isIgnored = cache.isParentIgnored(url);
   if (isIgnored || !item.isDirectory) {
     const std::optional<StatusWord> word =
         status_.recordIfMissing(key, isIgnored ? KPStatusIgnored : KPStatusCurrent, changes);
@@ -508,7 +508,7 @@ bool KPRepository::showsFolderStatus() const {
 void KPRepository::updateStatusOfDirectoryURL(const URL& folder) { postFolder(folder, nullptr); }
 
 bool KPRepository::isParentIgnoredUrl(const URL& url) const {
-  return StatusLooks(status_.places(), platform_.files).isParentIgnored(url);
+  return LookupCache(status_.places(), platform_.files).isParentIgnored(url);
 }
 
 KPRepository::Enumeration KPRepository::enumerateUrl(const URL& folder,
@@ -542,8 +542,8 @@ void KPRepository::postFolder(const URL& folder, std::shared_ptr<Work> work) {
   if (work == nullptr) {
     if (openWork_ == nullptr) openWork_ = std::make_shared<Work>();
     work = openWork_;
-  } else if (work->looks != nullptr) {
-    work->looks->contents().announce(folder.path());
+  } else if (work->cache != nullptr) {
+    work->cache->contents().announce(folder.path());
   }
   work->folders.push_back(folder.path());
   post([folder, dirtyUrls, work = std::move(work)](KPRepository& self) {
@@ -560,10 +560,10 @@ void KPRepository::updateFolder(const URL& folder, const std::shared_ptr<const U
   }
   while (!badges_.isStopped()) {
     const std::uint64_t changes = status_.changes();
-    StatusLooks& looks = looksFor(work);
-    if (looks.isDisplaced(rootIdentifier_)) return;
-    const StatusWord word = statusOfFolder(folder, dirtyUrls, status_, looks);
-    const std::optional<FileIdentifier> identifier = looks.identifierOf(folder);
+    LookupCache& cache = cacheFor(work);
+    if (cache.isDisplaced(rootIdentifier_)) return;
+    const StatusWord word = statusOfFolder(folder, dirtyUrls, status_, cache);
+    const std::optional<FileIdentifier> identifier = cache.identifierOf(folder);
     // Recorded first: whoever is about to set the badge of the former entry looks at it again.
     if (identifier && !status_.record(*identifier, word, changes)) continue;
     badges_.set(badgeIdentifierForStatus(word), folder);
@@ -571,12 +571,12 @@ void KPRepository::updateFolder(const URL& folder, const std::shared_ptr<const U
   }
 }
 
-StatusLooks& KPRepository::looksFor(Work& work) const {
-  if (work.looks == nullptr || work.looks->places().number != status_.placesNumber()) {
-    work.looks = std::make_unique<StatusLooks>(status_.places(), platform_.files);
-    for (const std::string& folder : work.folders) work.looks->contents().announce(folder);
+LookupCache& KPRepository::cacheFor(Work& work) const {
+  if (work.cache == nullptr || work.cache->places().number != status_.placesNumber()) {
+    work.cache = std::make_unique<LookupCache>(status_.places(), platform_.files);
+    for (const std::string& folder : work.folders) work.cache->contents().announce(folder);
   }
-  return *work.looks;
+  return *work.cache;
 }
 
 }  // namespace kelpie

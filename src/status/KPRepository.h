@@ -22,9 +22,9 @@
 #include "protocol/StatusWord.h"
 #include "status/BadgeSetter.h"
 #include "status/ItemKey.h"
+#include "status/LookupCache.h"
 #include "status/ObservedPaths.h"
 #include "status/RepositoryStatus.h"
-#include "status/StatusLooks.h"
 #include "status/UpdateQueue.h"
 #include "status/UrlList.h"
 
@@ -200,7 +200,7 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // What the folders of one message, or of one burst of requests, have in common.
   struct Work {
     std::vector<std::string> folders;    // the paths of those that were given to the update queue
-    std::unique_ptr<StatusLooks> looks;  // made when the first of them is due
+    std::unique_ptr<LookupCache> cache;  // made when the first of them is due
   };
   using WordChange = StatusWord (*)(StatusWord word);
 
@@ -213,14 +213,14 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   void loseUpdateQueue();
   // Whether what was seen at the root's place is another folder than the repository's own.
   bool isDisplacedBy(const ResourceValues& root) const;
-  StatusLooks& looksFor(Work& work) const;
+  LookupCache& cacheFor(Work& work) const;
 
   // Whether the message was read beyond what its bytes can hold, and so must not be taken; then
   // with a line in the log.
   bool isRefused(const Object& argument) const;
 
   // On the update queue.
-  void takeStatusIn(const Object& info);
+  void applyStatus(const Object& info);
   void observeRenamedItems(const Object& pathsOfFolders);
   void changeStatus(const Object& urls, WordChange change);
   void updateFolder(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls, Work& work);
@@ -237,12 +237,12 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // Decides the item's badge and sets it. False when what it rests on is not what there was when
   // status_.changes() gave `changes`: it is to be decided again then. `work` is null for a request
   // that belongs to no message.
-  bool updateBadge(const URL& url, const ResourceValues& item, StatusLooks& looks,
+  bool updateBadge(const URL& url, const ResourceValues& item, LookupCache& cache,
                    const std::shared_ptr<Work>& work, std::uint64_t changes);
   // The same for work on the update queue, as often as needed.
   void settleBadge(const URL& url, const ResourceValues& item, const std::shared_ptr<Work>& work);
   Choice chooseBadge(const URL& url, const ResourceValues& item, const ItemKey& key,
-                     StatusLooks& looks, const std::shared_ptr<Work>& work, std::uint64_t changes);
+                     LookupCache& cache, const std::shared_ptr<Work>& work, std::uint64_t changes);
   bool showsFolderStatus() const;
   void postFolder(const URL& folder, std::shared_ptr<Work> work);
 

@@ -95,7 +95,7 @@ void RepositoryStatus::setDeletedUrls(std::shared_ptr<const DeletedUrls> urls) {
   deletedUrls_.swap(urls);
 }
 
-void RepositoryStatus::take(StatusInfo& info) {
+void RepositoryStatus::exchange(StatusInfo& info) {
   const std::size_t dirtyCount = info.dirtyUrls->count();
   const MutexLock lock(mutex_);
   if (ended_) return;

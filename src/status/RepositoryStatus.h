@@ -50,7 +50,7 @@ class RepositoryStatus {
 
   // Replaces all that a status dictionary brings but the state, at once; `info` is left with what
   // was there before. Does nothing after end().
-  void take(StatusInfo& info);
+  void exchange(StatusInfo& info);
   // There are no entries any more, and never will be.
   void end();
   // Does nothing after end().

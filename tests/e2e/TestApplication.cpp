@@ -32,10 +32,10 @@ TestApplication::TestApplication(ProcessHost& processes, Name name)
         done();
       });
   EXPECT_TRUE(port_);
-  if (name == Name::Own) takeName();
+  if (name == Name::Own) claimName();
 }
 
-void TestApplication::takeName() {
+void TestApplication::claimName() {
   // The handlers live as long as the name.
   const auto answered = std::make_shared<bool>(false);
   const auto answer = [answered] { *answered = true; };

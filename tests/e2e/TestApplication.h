@@ -48,7 +48,7 @@ class TestApplication {
             const Object& argument);
 
  private:
-  void takeName();
+  void claimName();
 
   ProcessHost& processes_;
   std::unique_ptr<SessionBus> bus_;

@@ -35,9 +35,9 @@ TEST(PathComponents, AreTakenOneByOne) {
   for (const Case& c : kCases) {
     Components components;
     std::string_view rest = c.name;
-    while (!rest.empty()) components.push_back(takeFirstPathComponent(rest));
+    while (!rest.empty()) components.push_back(cutFirstPathComponent(rest));
     EXPECT_EQ(components, c.components) << c.why;
-    EXPECT_EQ(takeFirstPathComponent(rest), "") << c.why;
+    EXPECT_EQ(cutFirstPathComponent(rest), "") << c.why;
   }
 }
 

@@ -57,11 +57,11 @@ class AncestryTest : public testing::Test {
 TEST_F(AncestryTest, AgreesWithTheUrlsOwnAnswer) {
   int yes = 0;
   for (const char* receiver : kPaths) {
-    FolderLooks looks(files);
-    Ancestry ancestry(url(receiver), looks);
+    FolderCache cache(files);
+    Ancestry ancestry(url(receiver), cache);
     for (const char* item : kPaths) {
       const bool expected = url(receiver).isParentOfUrl(url(item), files);
-      EXPECT_EQ(ancestry.isParentOf(url(item).identifier(files), looks.parentOf(url(item))),
+      EXPECT_EQ(ancestry.isParentOf(url(item).identifier(files), cache.parentOf(url(item))),
                 expected)
           << receiver << " of " << item;
       yes += expected ? 1 : 0;
@@ -71,11 +71,11 @@ TEST_F(AncestryTest, AgreesWithTheUrlsOwnAnswer) {
 }
 
 TEST_F(AncestryTest, AFileAndANetworkUrlAreParentOfNothing) {
-  FolderLooks looks(files);
-  Ancestry file(url("/r/a/b/f"), looks);
-  EXPECT_FALSE(file.isParentOf(std::nullopt, looks.folderAt("/r/a/b/f")));
-  Ancestry network(*URL::fromString("https://host/r"), looks);
-  EXPECT_FALSE(network.isParentOf(std::nullopt, looks.folderAt("/r")));
+  FolderCache cache(files);
+  Ancestry file(url("/r/a/b/f"), cache);
+  EXPECT_FALSE(file.isParentOf(std::nullopt, cache.folderAt("/r/a/b/f")));
+  Ancestry network(*URL::fromString("https://host/r"), cache);
+  EXPECT_FALSE(network.isParentOf(std::nullopt, cache.folderAt("/r")));
 }
 
 TEST_F(AncestryTest, DirtyFoldersAgreeWithAskingForEachItem) {
@@ -89,8 +89,8 @@ TEST_F(AncestryTest, DirtyFoldersAgreeWithAskingForEachItem) {
     for (const char* path : list) urls.emplace_back(url(path));
     urls.emplace_back(*URL::fromString("https://host/r/a/b/f"));
     const auto dirtyUrls = std::make_shared<const UrlList>(Object(urls));
-    FolderLooks looks(files);
-    DirtyFolders dirty(dirtyUrls, looks);
+    FolderCache cache(files);
+    DirtyFolders dirty(dirtyUrls, cache);
     for (const char* folder : kPaths) {
       bool expected = false;
       for (const char* path : list) {
@@ -109,8 +109,8 @@ TEST_F(AncestryTest, DirtyFoldersLookAtEachFolderOnce) {
   }
   const auto dirtyUrls = std::make_shared<const UrlList>(Object(urls));
   files.forgetCounts();
-  FolderLooks looks(files);
-  DirtyFolders dirty(dirtyUrls, looks);
+  FolderCache cache(files);
+  DirtyFolders dirty(dirtyUrls, cache);
   for (int i = 0; i < 10; ++i) {
     const std::string folder = "/r/d" + std::to_string(i);
     EXPECT_TRUE(dirty.isOneInside(url(folder)));

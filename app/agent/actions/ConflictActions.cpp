@@ -188,7 +188,7 @@ ActionOutcome resolve(ActionJob& job) {
 }
 
 // Puts the files of that stage into the working folder, and leaves the index alone.
-ActionOutcome takeStage(const ActionJob& job, int stage, const Paths& paths) {
+ActionOutcome useStage(const ActionJob& job, int stage, const Paths& paths) {
   if (paths.empty()) return ActionOutcome::done();
   std::string input;
   for (const std::string& path : paths) input += path + '\0';
@@ -215,7 +215,7 @@ ActionOutcome restoreUnmerged(const ActionJob& job, const Site& site) {
         !outcome.isDone())
       return outcome;
   for (const int stage : {2, 3})
-    if (ActionOutcome outcome = takeStage(job, stage, only.at(static_cast<std::size_t>(stage)));
+    if (ActionOutcome outcome = useStage(job, stage, only.at(static_cast<std::size_t>(stage)));
         !outcome.isDone())
       return outcome;
   return ActionOutcome::done();
@@ -232,7 +232,7 @@ ActionOutcome restoreVersion(const ActionJob& job, const Site& site, const Versi
       if (std::string problem = files.remove(path, there.print); !problem.empty())
         return ActionOutcome::failed(std::move(problem));
   }
-  return takeStage(job, version.stage, present);
+  return useStage(job, version.stage, present);
 }
 
 ActionOutcome restore(ActionJob& job) {

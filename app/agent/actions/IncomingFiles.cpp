@@ -241,7 +241,7 @@ std::optional<Entries> IncomingFiles::entriesOf(const GitCommand& git, const Sou
                             "--diff-filter=d",
                             "--ignore-submodules=none"};
   Entries entries;
-  const auto take = [&entries](const ProgramResult& listed) {
+  const auto addEntries = [&entries](const ProgramResult& listed) {
     return listed.succeeded() && parseDifference(listed.output, entries);
   };
   if (!source.commits.empty()) {
@@ -249,7 +249,7 @@ std::optional<Entries> IncomingFiles::entriesOf(const GitCommand& git, const Sou
     for (const std::string& commit : source.commits) input += commit + '\n';
     Arguments all = common;
     all.insert(all.end(), {"--root", "--stdin"});
-    if (!take(git.ask(all, std::move(input)))) return std::nullopt;
+    if (!addEntries(git.ask(all, std::move(input)))) return std::nullopt;
   }
   for (const auto& [from, to] : source.differences) {
     // The tree with nothing in it is known to every git.
@@ -257,7 +257,7 @@ std::optional<Entries> IncomingFiles::entriesOf(const GitCommand& git, const Sou
         from.empty() ? firstLine(git.ask({"hash-object", "-t", "tree", "--stdin"}).output) : from;
     Arguments all = common;
     all.insert(all.end(), {"--end-of-options", before, to, "--"});
-    if (!take(git.ask(all))) return std::nullopt;
+    if (!addEntries(git.ask(all))) return std::nullopt;
   }
   return entries;
 }

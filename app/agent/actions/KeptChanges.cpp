@@ -244,7 +244,7 @@ std::string Keeper::write(const std::string& label) {
 }
 
 // Cuts the text before `mark` off `rest`; missing without a mark.
-std::optional<std::string_view> takeUpTo(std::string_view& rest, char mark) {
+std::optional<std::string_view> cutUpTo(std::string_view& rest, char mark) {
   const std::size_t end = rest.find(mark);
   if (end == std::string_view::npos) return std::nullopt;
   const std::string_view field = rest.substr(0, end);
@@ -268,8 +268,8 @@ class RecordReader {
 
  private:
   bool readTree(std::string_view listed);
-  bool take(std::string_view mode, const std::string& oid, std::uint64_t size,
-            std::string_view path);
+  bool addEntry(std::string_view mode, const std::string& oid, std::uint64_t size,
+                std::string_view path);
   bool readManifest(std::string_view text);
   std::optional<std::string> blob(const std::string& oid, std::uint64_t size) const;
 
@@ -306,26 +306,26 @@ bool RecordReader::read() {
 bool RecordReader::readTree(std::string_view listed) {
   // mode blank kind blank oid blanks size tab path NUL
   while (!listed.empty()) {
-    const auto entry = takeUpTo(listed, '\0');
+    const auto entry = cutUpTo(listed, '\0');
     if (!entry) return false;
     std::string_view rest = *entry;
-    const auto fields = takeUpTo(rest, '\t');
+    const auto fields = cutUpTo(rest, '\t');
     if (!fields) return false;
     std::string_view line = *fields;
-    const auto mode = takeUpTo(line, ' ');
-    const auto kind = takeUpTo(line, ' ');
-    const auto oid = takeUpTo(line, ' ');
+    const auto mode = cutUpTo(line, ' ');
+    const auto kind = cutUpTo(line, ' ');
+    const auto oid = cutUpTo(line, ' ');
     if (!mode || !kind || !oid) return false;
     line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
     std::uint64_t size = 0;
     if (line != "-" && !toNumber(line, size)) return false;
-    if (!take(*mode, std::string(*oid), size, rest)) return false;
+    if (!addEntry(*mode, std::string(*oid), size, rest)) return false;
   }
   return true;
 }
 
-bool RecordReader::take(std::string_view mode, const std::string& oid, std::uint64_t size,
-                        std::string_view path) {
+bool RecordReader::addEntry(std::string_view mode, const std::string& oid, std::uint64_t size,
+                            std::string_view path) {
   if (path.starts_with(kFiles)) {
     files_.emplace(path.substr(kFiles.size()), Blob{oid, size});
   } else if (path.starts_with(kIndex) && path.size() > kIndex.size() + 2) {
@@ -346,15 +346,15 @@ bool RecordReader::take(std::string_view mode, const std::string& oid, std::uint
 bool RecordReader::readManifest(std::string_view text) {
   // kind blank permissions blank intended blank mode blank oid tab path NUL
   while (!text.empty()) {
-    const auto line = takeUpTo(text, '\0');
+    const auto line = cutUpTo(text, '\0');
     if (!line) return false;
     std::string_view rest = *line;
     Item item;
-    const auto kind = takeUpTo(rest, ' ');
-    const auto permissions = takeUpTo(rest, ' ');
-    const auto intended = takeUpTo(rest, ' ');
-    const auto mode = takeUpTo(rest, ' ');
-    const auto oid = takeUpTo(rest, '\t');
+    const auto kind = cutUpTo(rest, ' ');
+    const auto permissions = cutUpTo(rest, ' ');
+    const auto intended = cutUpTo(rest, ' ');
+    const auto mode = cutUpTo(rest, ' ');
+    const auto oid = cutUpTo(rest, '\t');
     if (!oid || kind->size() != 1 || !toNumber(*permissions, item.mode)) return false;
     if (std::string_view("FLCMDX").find(kind->front()) == std::string_view::npos) return false;
     item.kind = static_cast<Item::Kind>(kind->front());
@@ -412,7 +412,7 @@ std::vector<std::string> KeptChanges::references() const {
       git_.ask({"for-each-ref", "--sort=-refname", "--format=%(refname)", folder()});
   std::vector<std::string> names;
   std::string_view rest = listed.output;
-  while (const auto line = takeUpTo(rest, '\n')) names.emplace_back(*line);
+  while (const auto line = cutUpTo(rest, '\n')) names.emplace_back(*line);
   return names;
 }
 
@@ -450,7 +450,7 @@ std::variant<std::optional<KeptChanges::Record>, std::string> KeptChanges::newes
 }
 
 bool KeptChanges::readBlobs(const std::vector<std::pair<std::string, std::uint64_t>>& blobs,
-                            const std::function<bool(std::string_view)>& take) const {
+                            const std::function<bool(std::string_view)>& onBlob) const {
   for (std::size_t next = 0; next < blobs.size();) {
     std::string oids;
     const std::size_t first = next;
@@ -463,12 +463,12 @@ bool KeptChanges::readBlobs(const std::vector<std::pair<std::string, std::uint64
     std::string_view rest = read.output;
     for (std::size_t i = first; i < next; ++i) {
       // oid blank kind blank size, a line; the content; a line end
-      const auto line = takeUpTo(rest, '\n');
+      const auto line = cutUpTo(rest, '\n');
       std::uint64_t size = 0;
       if (!line || line->rfind(' ') == std::string_view::npos ||
           !toNumber(line->substr(line->rfind(' ') + 1), size) || size >= rest.size())
         return false;
-      if (!take(rest.substr(0, size))) return false;
+      if (!onBlob(rest.substr(0, size))) return false;
       rest.remove_prefix(size + 1);
     }
   }

@@ -62,10 +62,10 @@ class KeptChanges {
                    std::string& problem) const;
   // The newest record of this working tree, nothing when there is none, or what went wrong.
   std::variant<std::optional<Record>, std::string> newest() const;
-  // The content of blobs: calls `take` with each, in that order, until it answers false. False when
-  // that did, or when git does not tell.
+  // The content of blobs: calls `onBlob` with each, in that order, until it answers false. False
+  // when that did, or when git does not tell.
   bool readBlobs(const std::vector<std::pair<std::string, std::uint64_t>>& blobs,
-                 const std::function<bool(std::string_view)>& take) const;
+                 const std::function<bool(std::string_view)>& onBlob) const;
   ProgramResult forget(const Record& record) const;
 
   static constexpr std::size_t kMostRecords = 20;

@@ -10,7 +10,7 @@ constexpr std::string_view kPrefix = "git version ";
 constexpr std::chrono::milliseconds kLimit = std::chrono::seconds(10);
 
 // Takes a number from the beginning of the text.
-std::optional<int> takeNumber(std::string_view& text) {
+std::optional<int> cutNumber(std::string_view& text) {
   int number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc() || number < 0) return std::nullopt;
@@ -23,10 +23,10 @@ std::optional<int> takeNumber(std::string_view& text) {
 std::optional<GitVersion> GitVersion::parse(std::string_view text) {
   if (!text.starts_with(kPrefix)) return std::nullopt;
   text.remove_prefix(kPrefix.size());
-  const std::optional<int> major = takeNumber(text);
+  const std::optional<int> major = cutNumber(text);
   if (!major || !text.starts_with('.')) return std::nullopt;
   text.remove_prefix(1);
-  const std::optional<int> minor = takeNumber(text);
+  const std::optional<int> minor = cutNumber(text);
   if (!minor) return std::nullopt;
   return GitVersion{*major, *minor};
 }

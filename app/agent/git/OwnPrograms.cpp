@@ -62,7 +62,7 @@ class Collector {
   OwnPrograms collect() &&;
 
  private:
-  void take(const ScopedConfig::Entry& entry);
+  void collect(const ScopedConfig::Entry& entry);
   void name(const ScopedConfig::Entry& entry);
   void switchOff(const std::string& filter, bool hasProcess);
 
@@ -80,7 +80,7 @@ void Collector::name(const ScopedConfig::Entry& entry) {
                                 : entry.key + ": " + entry.value.value_or(""));
 }
 
-void Collector::take(const ScopedConfig::Entry& entry) {
+void Collector::collect(const ScopedConfig::Entry& entry) {
   const KeyParts parts = partsOf(entry.key);
   const std::string value = entry.value.value_or("");
   const bool isRepositorys = entry.isOwn || isFromWorkingFolder(value);
@@ -120,7 +120,7 @@ void Collector::switchOff(const std::string& filter, bool hasProcess) {
 }
 
 OwnPrograms Collector::collect() && {
-  for (const ScopedConfig::Entry& entry : config_.entries()) take(entry);
+  for (const ScopedConfig::Entry& entry : config_.entries()) collect(entry);
   // Whatever stands there by the time git reads it.
   found_.settings.emplace_back(kMonitor, usersCommand(config_, kMonitor));
   for (const auto& [filter, hasProcess] : filters_) switchOff(filter, hasProcess);

@@ -23,7 +23,7 @@ constexpr std::array<Forge, 7> kForges = {{
     {"refs/remotes/*/pr/*", "#"},
 }};
 
-std::string_view takeUntil(std::string_view& text, char end) {
+std::string_view cutUntil(std::string_view& text, char end) {
   const std::size_t at = text.find(end);
   const std::string_view part = text.substr(0, at);
   text.remove_prefix(at == std::string_view::npos ? text.size() : at + 1);
@@ -70,7 +70,7 @@ std::optional<std::string> pullRequestNumber(std::string_view name) {
 std::optional<std::vector<ListedReference>> parseReferences(std::string_view output) {
   std::vector<ListedReference> references;
   while (!output.empty()) {
-    const std::vector<std::string_view> fields = fieldsOf(takeUntil(output, '\n'), '\0');
+    const std::vector<std::string_view> fields = fieldsOf(cutUntil(output, '\n'), '\0');
     if (fields.size() != 6 || fields[0].empty()) return std::nullopt;
     references.push_back({.name = std::string(fields[0]),
                           .oid = std::string(fields[2].empty() ? fields[1] : fields[2]),
@@ -91,7 +91,7 @@ std::vector<std::string> pullRequestPatterns() {
 std::vector<PullRequest> parsePullRequests(std::string_view output) {
   std::vector<PullRequest> requests;
   while (!output.empty()) {
-    const std::vector<std::string_view> fields = fieldsOf(takeUntil(output, '\n'), '\0');
+    const std::vector<std::string_view> fields = fieldsOf(cutUntil(output, '\n'), '\0');
     if (fields.size() != 3) continue;
     std::optional<std::string> title = pullRequestNumber(fields[0]);
     if (!title) continue;
@@ -105,8 +105,8 @@ std::vector<Stash> parseStashes(std::string_view output) {
   std::vector<Stash> stashes;
   while (!output.empty()) {
     Stash stash;
-    stash.oid = takeUntil(output, '\0');
-    stash.title = takeUntil(output, '\0');
+    stash.oid = cutUntil(output, '\0');
+    stash.title = cutUntil(output, '\0');
     stashes.push_back(std::move(stash));
   }
   return stashes;

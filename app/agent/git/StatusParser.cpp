@@ -35,7 +35,7 @@ const Letter* letterOf(char letter) {
 constexpr StatusWord kWithoutAncestor = 0x1000;
 
 // Cuts the next field off `line`, which stands before a blank. Missing when there is no blank.
-std::optional<std::string_view> takeField(std::string_view& line) {
+std::optional<std::string_view> cutField(std::string_view& line) {
   const std::size_t end = line.find(' ');
   if (end == std::string_view::npos) return std::nullopt;
   const std::string_view field = line.substr(0, end);
@@ -45,7 +45,7 @@ std::optional<std::string_view> takeField(std::string_view& line) {
 
 bool skipFields(std::string_view& line, int count) {
   for (; count > 0; --count)
-    if (!takeField(line)) return false;
+    if (!cutField(line)) return false;
   return true;
 }
 
@@ -55,14 +55,14 @@ class Parser {
 
   std::optional<std::vector<StatusItem>> parse() {
     while (!rest_.empty()) {
-      const std::optional<std::string_view> line = takeLine();
+      const std::optional<std::string_view> line = cutLine();
       if (!line || !parseLine(*line)) return std::nullopt;
     }
     return std::move(items_);
   }
 
  private:
-  std::optional<std::string_view> takeLine() {
+  std::optional<std::string_view> cutLine() {
     const std::size_t end = rest_.find('\0');
     if (end == std::string_view::npos) return std::nullopt;
     const std::string_view line = rest_.substr(0, end);
@@ -95,8 +95,8 @@ class Parser {
 };
 
 bool Parser::parseChange(std::string_view fields, int fieldsAfterSub, bool renamed) {
-  const std::optional<std::string_view> letters = takeField(fields);
-  const std::optional<std::string_view> submodule = takeField(fields);
+  const std::optional<std::string_view> letters = cutField(fields);
+  const std::optional<std::string_view> submodule = cutField(fields);
   if (!letters || letters->size() != 2 || !submodule || submodule->empty()) return false;
   const Letter* index = letterOf((*letters)[0]);
   const Letter* workdir = letterOf((*letters)[1]);
@@ -110,7 +110,7 @@ bool Parser::parseChange(std::string_view fields, int fieldsAfterSub, bool renam
   // What was taken out of the index and announced to it again ("DA") is there.
   item.isGone = workdir->letter == 'D' || (index->letter == 'D' && workdir->letter == '.');
   if (renamed) {
-    const std::optional<std::string_view> before = takeLine();
+    const std::optional<std::string_view> before = cutLine();
     if (!before || before->empty()) return false;
     item.renamedFrom = *before;
   }
@@ -120,9 +120,9 @@ bool Parser::parseChange(std::string_view fields, int fieldsAfterSub, bool renam
 }
 
 bool Parser::parseConflict(std::string_view fields) {
-  const std::optional<std::string_view> letters = takeField(fields);
-  const std::optional<std::string_view> submodule = takeField(fields);
-  const std::optional<std::string_view> ancestorMode = takeField(fields);
+  const std::optional<std::string_view> letters = cutField(fields);
+  const std::optional<std::string_view> submodule = cutField(fields);
+  const std::optional<std::string_view> ancestorMode = cutField(fields);
   if (!letters || !submodule || submodule->empty() || !ancestorMode) return false;
   if (!skipFields(fields, 6) || fields.empty()) return false;
   StatusItem item;

@@ -106,7 +106,7 @@ class Run {
   bool start();
   bool spawn(int input, int output, int errors);
   bool pump();
-  void take(Descriptor& from, std::string& into, std::size_t maximum, bool dropRest);
+  void readInto(Descriptor& from, std::string& into, std::size_t maximum, bool dropRest);
   void drain();
   void endProgram();
   void reap();
@@ -206,15 +206,15 @@ bool Run::pump() {
     stopped_ = true;
     return false;
   }
-  if (waits[1].revents != 0) take(output_, result_.output, call_.maximumOutput, false);
-  if (waits[2].revents != 0) take(errors_, result_.errors, kMaximumErrors, true);
+  if (waits[1].revents != 0) readInto(output_, result_.output, call_.maximumOutput, false);
+  if (waits[2].revents != 0) readInto(errors_, result_.errors, kMaximumErrors, true);
   // A program may leave others behind that keep its pipes open: its own end is what counts.
   if (waits[0].revents != 0) processEnded_ = true;
   return !stopped_;
 }
 
 // Reads what is there.
-void Run::take(Descriptor& from, std::string& into, std::size_t maximum, bool dropRest) {
+void Run::readInto(Descriptor& from, std::string& into, std::size_t maximum, bool dropRest) {
   for (;;) {
     const ssize_t got = read(from.get(), buffer_.data(), buffer_.size());
     if (got < 0 && errno == EINTR) continue;
@@ -232,8 +232,8 @@ void Run::take(Descriptor& from, std::string& into, std::size_t maximum, bool dr
 
 void Run::drain() {
   if (stopped_) return;
-  if (output_.get() >= 0) take(output_, result_.output, call_.maximumOutput, false);
-  if (errors_.get() >= 0) take(errors_, result_.errors, kMaximumErrors, true);
+  if (output_.get() >= 0) readInto(output_, result_.output, call_.maximumOutput, false);
+  if (errors_.get() >= 0) readInto(errors_, result_.errors, kMaximumErrors, true);
 }
 
 void Run::endProgram() {

@@ -33,7 +33,7 @@ std::string_view withoutLineEnd(std::string_view text) {
   return text;
 }
 
-std::string_view takeLine(std::string_view& text) {
+std::string_view cutLine(std::string_view& text) {
   const std::size_t end = text.find('\n');
   const std::string_view line = text.substr(0, end);
   text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
@@ -132,9 +132,9 @@ WorkingCopyFinder::Finding WorkingCopyFinder::findFrom(const std::string& folder
     return {std::nullopt, facts.failure()};
   }
   std::string_view rest = facts.output;
-  const bool insideWorkTree = takeLine(rest) == "true";
+  const bool insideWorkTree = cutLine(rest) == "true";
   WorkingCopy found;
-  found.bare = takeLine(rest) == "true";
+  found.bare = cutLine(rest) == "true";
   found.gitDirectory = withoutLineEnd(rest);
   found.commonDirectory = commonDirectoryOf(found.gitDirectory);
   if (found.bare && !insideWorkTree) {

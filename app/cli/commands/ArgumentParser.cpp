@@ -44,14 +44,14 @@ Arguments::Parsed ArgumentParser::parse(const std::vector<std::string>& words) {
     } else if (words[i] == "--help" || words[i] == "-h") {
       return {{}, true, std::nullopt};
     } else {
-      good = takeOption(words, i);
+      good = parseOption(words, i);
     }
   }
   if (good && chooseForm() && checkCount()) return {std::move(arguments_), false, std::nullopt};
   return {{}, false, problem_};
 }
 
-bool ArgumentParser::takeOption(const std::vector<std::string>& words, std::size_t& position) {
+bool ArgumentParser::parseOption(const std::vector<std::string>& words, std::size_t& position) {
   const std::string_view word = words[position];
   const std::size_t equals = word.find('=');
   const std::string_view name = word.substr(0, equals);

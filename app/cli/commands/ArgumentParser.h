@@ -18,7 +18,7 @@ class ArgumentParser {
 
  private:
   // Each answers false when something is wrong, with `problem_` set.
-  bool takeOption(const std::vector<std::string>& words, std::size_t& position);
+  bool parseOption(const std::vector<std::string>& words, std::size_t& position);
   bool checkValue(const OptionInfo& option, std::string_view value);
   bool chooseForm();
   bool checkCount();

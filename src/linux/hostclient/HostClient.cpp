@@ -98,7 +98,7 @@ void HostClient::received(std::string_view bytes, Time now) {
   lines_.feed(
       bytes,
       [&](std::string_view line) {
-        takeLine(line, now);
+        handleLine(line, now);
         return !shouldClose_;
       },
       [&] {
@@ -140,19 +140,19 @@ void HostClient::say(const hostlink::HostLine& line) { output_ += hostlink::line
 
 // -- Lines ----------------------------------------------------------------------------------------
 
-void HostClient::takeLine(std::string_view text, Time now) {
+void HostClient::handleLine(std::string_view text, Time now) {
   if (text.empty()) return;
   const auto line = hostlink::readExtensionLine(text);
   if (!line) {
     ++dropped_;
     return;
   }
-  std::visit([&](const auto& message) { take(message, now); }, *line);
+  std::visit([&](const auto& message) { handle(message, now); }, *line);
 }
 
-void HostClient::take(const hostlink::OtherLine& /*line*/, Time /*now*/) {}
+void HostClient::handle(const hostlink::OtherLine& /*line*/, Time /*now*/) {}
 
-void HostClient::take(const hostlink::Welcome& line, Time /*now*/) {
+void HostClient::handle(const hostlink::Welcome& line, Time /*now*/) {
   if (state_ != State::Greeting) return;
   if (line.version != hostlink::kVersion)
     return refuse("the extension speaks another version of the protocol");
@@ -166,7 +166,7 @@ void HostClient::take(const hostlink::Welcome& line, Time /*now*/) {
   if (handlers_.onWelcome) handlers_.onWelcome();
 }
 
-void HostClient::take(const hostlink::Directories& line, Time /*now*/) {
+void HostClient::handle(const hostlink::Directories& line, Time /*now*/) {
   if (state_ != State::Ready) return;
   const std::vector<std::string> folders = items_.folders();
   std::vector<bool> before;
@@ -191,7 +191,7 @@ void HostClient::take(const hostlink::Directories& line, Time /*now*/) {
   if (handlers_.onDirectoriesChanged) handlers_.onDirectoriesChanged();
 }
 
-void HostClient::take(const hostlink::Badges& line, Time /*now*/) {
+void HostClient::handle(const hostlink::Badges& line, Time /*now*/) {
   std::vector<std::string> changed;
   for (const auto& [url, identifier] : line.badges) {
     const auto path = pathOf(url);
@@ -203,11 +203,11 @@ void HostClient::take(const hostlink::Badges& line, Time /*now*/) {
   if (!changed.empty() && handlers_.onBadgesChanged) handlers_.onBadgesChanged(changed);
 }
 
-void HostClient::take(const hostlink::MenuAnswer& line, Time /*now*/) { answer(line.id, line); }
+void HostClient::handle(const hostlink::MenuAnswer& line, Time /*now*/) { answer(line.id, line); }
 
-void HostClient::take(const hostlink::Done& line, Time /*now*/) { answer(line.id, line); }
+void HostClient::handle(const hostlink::Done& line, Time /*now*/) { answer(line.id, line); }
 
-void HostClient::take(const hostlink::Error& line, Time /*now*/) {
+void HostClient::handle(const hostlink::Error& line, Time /*now*/) {
   if (state_ == State::Greeting) return refuse("the extension refuses: " + line.message);
   answer(line.id, line);
 }

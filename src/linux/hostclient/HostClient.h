@@ -155,14 +155,14 @@ class HostClient {
   };
 
   void say(const hostlink::HostLine& line);
-  void takeLine(std::string_view text, Time now);
-  void take(const hostlink::OtherLine& line, Time now);
-  void take(const hostlink::Welcome& line, Time now);
-  void take(const hostlink::Directories& line, Time now);
-  void take(const hostlink::Badges& line, Time now);
-  void take(const hostlink::MenuAnswer& line, Time now);
-  void take(const hostlink::Done& line, Time now);
-  void take(const hostlink::Error& line, Time now);
+  void handleLine(std::string_view text, Time now);
+  void handle(const hostlink::OtherLine& line, Time now);
+  void handle(const hostlink::Welcome& line, Time now);
+  void handle(const hostlink::Directories& line, Time now);
+  void handle(const hostlink::Badges& line, Time now);
+  void handle(const hostlink::MenuAnswer& line, Time now);
+  void handle(const hostlink::Done& line, Time now);
+  void handle(const hostlink::Error& line, Time now);
   // Hands the line to the question with that number.
   void answer(const hostlink::Number& id, const hostlink::ExtensionLine& line);
   void refuse(std::string problem);

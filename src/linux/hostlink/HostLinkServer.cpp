@@ -19,8 +19,8 @@ std::unique_ptr<HostLinkServer> HostLinkServer::listen(MainLoop& loop, const std
 void HostLinkServer::add(UniqueFd socket) {
   const auto host = hosts_.emplace(hosts_.end());
   HostConnection::Handlers handlers{
-      [host](std::string_view line) { return host->session->takeLine(line); },
-      [host] { host->session->takeOverlongLine(); },
+      [host](std::string_view line) { return host->session->handleLine(line); },
+      [host] { host->session->handleOverlongLine(); },
       [this, host](std::string_view reason) {
         if (!reason.empty())
           loop_.log().write("host link: a host was cut off: " + std::string(reason));

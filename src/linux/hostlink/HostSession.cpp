@@ -33,7 +33,7 @@ HostSession::~HostSession() {
   for (const URL& url : asked_.shown()) hub_.endObserving(*this, url);
 }
 
-bool HostSession::takeLine(std::string_view text) {
+bool HostSession::handleLine(std::string_view text) {
   thread_.check();
   if (text.empty()) return true;
   const hostlink::HostLineReading reading = hostlink::readHostLine(text);
@@ -55,7 +55,7 @@ bool HostSession::takeLine(std::string_view text) {
   }
 }
 
-void HostSession::takeOverlongLine() {
+void HostSession::handleOverlongLine() {
   thread_.check();
   lineId_ = nullptr;
   sendError("the line is too long");

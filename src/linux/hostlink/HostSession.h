@@ -28,9 +28,9 @@ class HostSession {
 
   // Serves one line of the host, without its "\n". False when the conversation is over and the
   // connection should end once what was sent is written.
-  bool takeLine(std::string_view line);
+  bool handleLine(std::string_view line);
   // The host sent a line beyond the limit.
-  void takeOverlongLine();
+  void handleOverlongLine();
 
   // Sends those of the badges whose item the host asked for or whose folder it shows.
   void tellBadges(const std::vector<LinuxFinderSyncController::Badge>& badges);

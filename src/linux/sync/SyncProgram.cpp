@@ -50,7 +50,7 @@ bool isServing(const RuntimeDirectory& runtime) {
 }
 
 // The lock, or that another process has it which goes on having it.
-RuntimeDirectory::Lock takeLock(const RuntimeDirectory& runtime) {
+RuntimeDirectory::Lock acquireLock(const RuntimeDirectory& runtime) {
   const auto end = std::chrono::steady_clock::now() + kDying;
   RuntimeDirectory::Lock lock = runtime.lock();
   while (lock.isHeldByOther && std::chrono::steady_clock::now() < end && !isServing(runtime)) {
@@ -70,7 +70,7 @@ int SyncProgram::main(std::span<char* const> arguments) {
   auto problem = runtime.prepare();
   RuntimeDirectory::Lock lock;
   if (!problem) {
-    lock = takeLock(runtime);
+    lock = acquireLock(runtime);
     problem = lock.problem;
   }
   if (lock.isHeldByOther) {
@@ -114,7 +114,7 @@ void SyncProgram::serve() {
     log_.write(*problem);
     ProcessEnd::now(EXIT_FAILURE);
   }
-  takeName();
+  claimName();
   ProcessEnd::now(loop_.run());
 }
 
@@ -143,7 +143,7 @@ std::optional<std::string> SyncProgram::openHostLink() {
 }
 
 // Last: whoever sees the name can connect to the host link.
-void SyncProgram::takeName() {
+void SyncProgram::claimName() {
   if (!bus_) return;
   const auto lost = [this] {
     log_.write("another process has the bus name " + std::string(kExtensionIdentifier));

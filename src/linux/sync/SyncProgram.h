@@ -36,7 +36,7 @@ class SyncProgram {
   std::unique_ptr<SessionBus> connectToBus();
   std::optional<std::string> makeController();
   std::optional<std::string> openHostLink();
-  void takeName();
+  void claimName();
 
   Log& log_;
   const RuntimeDirectory& runtime_;

@@ -28,7 +28,7 @@ DefaultsWatch::DefaultsWatch(MainLoop& loop, DefaultsFile file, std::function<vo
     loop_.log().write(systemErrorText("cannot watch the settings", errno));
     return;
   }
-  source_ = loop_.watch(events_.get(), G_IO_IN, [this](GIOCondition) { takeEvents(); });
+  source_ = loop_.watch(events_.get(), G_IO_IN, [this](GIOCondition) { readEvents(); });
   watchFolder();
 }
 
@@ -44,7 +44,7 @@ void DefaultsWatch::watchFolder() {
 }
 
 // What is there now in one go; should more come meanwhile, the loop calls again.
-void DefaultsWatch::takeEvents() {
+void DefaultsWatch::readEvents() {
   std::array<char, 8192> buffer{};
   const ssize_t count = ::read(events_.get(), buffer.data(), buffer.size());
   if (count <= 0) return;

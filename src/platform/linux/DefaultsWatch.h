@@ -23,7 +23,7 @@ class DefaultsWatch {
 
  private:
   void watchFolder();
-  void takeEvents();
+  void readEvents();
 
   MainLoop& loop_;
   const DefaultsFile file_;

@@ -70,7 +70,7 @@ void ActionFixture::answer(const std::vector<std::string>& answers) const {
 
 void ActionFixture::meanwhile(std::string_view script) const { sandbox.write("meanwhile", script); }
 
-void ActionFixture::takeDialogsAway() { sandbox.setVariable("DISPLAY", ""); }
+void ActionFixture::removeDialogs() { sandbox.setVariable("DISPLAY", ""); }
 
 void ActionFixture::addProgram(std::string_view name, std::string_view more) const {
   const std::string file = "\"$KELPIE_SANDBOX/" + std::string(name) + "\"";

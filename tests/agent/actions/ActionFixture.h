@@ -34,7 +34,7 @@ class ActionFixture : public testing::Test {
   // Makes the runner anew, with the user's own commands of this text of [Tools].
   void useTools(std::string_view tools);
   // From now on there is nothing to ask with.
-  void takeDialogsAway();
+  void removeDialogs();
   // A program on PATH that writes its folder and its arguments, a line each, to the file `name`.
   void addProgram(std::string_view name, std::string_view more = "") const;
 

@@ -131,7 +131,7 @@ TEST_F(ActionRunnerTest, AWorkingCopyThatIsGoneIsSaidSo) {
 }
 
 TEST_F(ActionRunnerTest, EveryActionEndsWithoutReferencesStatusAndDialogs) {
-  takeDialogsAway();
+  removeDialogs();
   ActionContext bare = context();
   bare.references = nullptr;
   bare.status = nullptr;

@@ -174,7 +174,7 @@ TEST_F(BranchActionsTest, ResetDoesNothingWithoutAnAnswer) {
     answer({what});
     expectCancelled(runOn("reset:", "refs/tags/v1"));
   }
-  takeDialogsAway();
+  removeDialogs();
   expectFailed(runOn("reset:", "refs/tags/v1"), "no way to ask");
   EXPECT_EQ(oid("HEAD"), before);
 }
@@ -243,7 +243,7 @@ TEST_F(BranchActionsTest, NamesThatAreNoneAreRefusedByGit) {
 TEST_F(BranchActionsTest, WithoutANameNothingIsCreated) {
   answer({"no"});
   expectCancelled(runOn("createBranch:", "refs/heads/main"));
-  takeDialogsAway();
+  removeDialogs();
   expectFailed(runOn("createTag:", "refs/heads/main"), "no way to ask");
 }
 
@@ -282,7 +282,7 @@ TEST_F(BranchActionsTest, DeletingABranchThatIsInAnotherSaysOfNoLoss) {
 TEST_F(BranchActionsTest, DeletingRefusesWhenItCannotAsk) {
   sandbox.git("r", {"branch", "merged"});
   sandbox.git("r", {"tag", "v1"});
-  takeDialogsAway();
+  removeDialogs();
   expectFailed(runOn("deleteBranches:", "refs/heads/merged"), "no way to ask");
   expectFailed(runOn("deleteTags:", "refs/tags/v1"), "no way to ask");
   EXPECT_TRUE(has("refs/heads/merged"));

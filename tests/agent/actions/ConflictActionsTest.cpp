@@ -118,7 +118,7 @@ TEST_F(ConflictActionsTest, ResolveUsingAVersionAsksFirst) {
   sandbox.write("r/a", "half done by hand\n");
   answer({"no"});
   expectCancelled(runFiles("resolve:", {"a"}, kOurs));
-  takeDialogsAway();
+  removeDialogs();
   expectFailed(runFiles("resolve:", {"a"}, kOurs), "no way to ask");
   EXPECT_EQ(sandbox.read("r/a"), "half done by hand\n");
 }

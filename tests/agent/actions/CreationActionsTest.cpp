@@ -41,7 +41,7 @@ TEST_F(CreationActionsTest, CloneNeedsAnAddress) {
   sandbox.makeFolder("empty");
   answer({"no"});
   expectCancelled(create("clone:", "empty"));
-  takeDialogsAway();
+  removeDialogs();
   expectFailed(create("clone:", "empty"), "no way to ask");
 }
 

@@ -37,7 +37,7 @@ TEST_F(DiscardActionsTest, DiscardAsksFirst) {
 
 TEST_F(DiscardActionsTest, DiscardRefusesWhenItCannotAsk) {
   sandbox.write("r/a", "two\n");
-  takeDialogsAway();
+  removeDialogs();
   expectFailed(runFiles("discard:", {"a"}), "no way to ask");
   EXPECT_EQ(sandbox.read("r/a"), "two\n");
   EXPECT_EQ(notifier.shown.size(), 1U);

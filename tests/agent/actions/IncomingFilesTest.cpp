@@ -204,7 +204,7 @@ TEST_F(IncomingFilesTest, NamesThatLookLikePatternsAndOptions) {
 }
 
 TEST_F(IncomingFilesTest, WithoutAWayToAskNothingIsDone) {
-  takeDialogsAway();
+  removeDialogs();
   expectFailed(runOn("merge:", "refs/heads/topic"), "Nothing was done");
   EXPECT_EQ(sandbox.read("r/x.o"), kMine);
 }

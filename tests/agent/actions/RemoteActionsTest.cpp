@@ -40,7 +40,7 @@ TEST_F(RemoteActionsTest, AddingNeedsBothAnswersAndAName) {
   answer({"--upload-pack=x", "name", "there", "-f"});
   expectFailed(run(request("addRemote:")), "begin with");
   expectFailed(run(request("addRemote:")), "begin with");
-  takeDialogsAway();
+  removeDialogs();
   expectFailed(run(request("addRemote:")), "no way to ask");
   EXPECT_EQ(sandbox.git("r", {"remote"}), "origin");
 }
@@ -174,7 +174,7 @@ TEST_F(RemoteActionsTest, AsksWhereToPushWhenNothingTells) {
   expectDone(runOn("push:", "refs/heads/main"));
   EXPECT_TRUE(has("other", "refs/heads/main"));
   sandbox.git("r", {"branch", "--unset-upstream", "main"});
-  takeDialogsAway();
+  removeDialogs();
   expectFailed(runOn("push:", "refs/heads/main"), "no way to ask");
 }
 

@@ -44,7 +44,7 @@ TEST_F(StashActionsTest, CancellingSavesNothing) {
 
 TEST_F(StashActionsTest, SavesWithoutWordsWhenItCannotAsk) {
   sandbox.write("r/a", "two\n");
-  takeDialogsAway();
+  removeDialogs();
   expectDone(runFiles("saveStash:", {"a"}));
   EXPECT_EQ(status(), "");
   EXPECT_TRUE(stashes().starts_with("WIP on main"));

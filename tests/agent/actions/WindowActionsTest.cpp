@@ -65,7 +65,7 @@ TEST_F(WindowActionsTest, ShowsChangesInTheToolThatGitIsConfiguredFor) {
 TEST_F(WindowActionsTest, TheUsersOwnProgramsComeFirst) {
   addProgram("mine");
   useTools("historyItems = mine \"in %r\" %f\nshowBrowser = mine 100%%\n");
-  takeDialogsAway();
+  removeDialogs();
   expectDone(runFiles("historyItems:", {"a", "sub/b"}));
   expectDone(run(request("showBrowser:")));
   EXPECT_EQ(calls("mine"), inRoot("in " + sandbox.path("r") + "\n" + sandbox.path("r/a") + "\n" +
@@ -135,7 +135,7 @@ TEST_F(StockSystemTest, TheUsersOwnTerminalComesFirst) {
 
 TEST_F(WindowActionsTest, WithoutADisplayNothingIsStarted) {
   addProgram("gitk");
-  takeDialogsAway();
+  removeDialogs();
   expectFailed(run(request("showBrowser:")), "no display");
   EXPECT_FALSE(sandbox.exists("gitk"));
 }

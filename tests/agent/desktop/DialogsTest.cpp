@@ -41,7 +41,7 @@ TEST_F(DialogsTest, AProgramThatFailsGivesNoConsent) {
 
 TEST_F(DialogsTest, WithoutADisplayThereIsNoAsking) {
   answer({"yes", "yes"});
-  takeDialogsAway();
+  removeDialogs();
   EXPECT_EQ(Dialogs::confirm("Sure?", "Delete").end, End::Unavailable);
   EXPECT_EQ(Dialogs::ask("Name:", "").end, End::Unavailable);
   sandbox.setVariable("WAYLAND_DISPLAY", "wayland-0");

@@ -95,7 +95,7 @@ GitTruth::Knowledge BadgeWatch::knowledgeOf(const std::string& path,
   return isOld ? GitTruth::Knowledge::Yes : GitTruth::Knowledge::Maybe;
 }
 
-BadgeWatch::Expected BadgeWatch::expect(const PatientHost::Items& items) {
+BadgeWatch::Expected BadgeWatch::expectedOf(const PatientHost::Items& items) {
   Expected expected;
   for (const auto& [path, item] : items) {
     expected[path] = {""};
@@ -143,7 +143,7 @@ bool BadgeWatch::settle(int step, const std::string& what, bool lasting) {
   host_.look(step);
   readTruth(step);
   const auto told = Clock::now();
-  const Expected expected = expect(host_.items());
+  const Expected expected = expectedOf(host_.items());
   if (!waitUntilRight(expected, told + ChildProcess::kLongEnough)) {
     complain(step, what, expected);
     return false;

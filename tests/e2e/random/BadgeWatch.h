@@ -47,7 +47,7 @@ class BadgeWatch {
   using Expected = std::map<std::string, std::set<std::string>>;  // by path
 
   void readTruth(int step);
-  Expected expect(const PatientHost::Items& items);
+  Expected expectedOf(const PatientHost::Items& items);
   GitTruth::Knowledge knowledgeOf(const std::string& path, const PatientHost::Items& items,
                                   const std::string& root) const;
   bool waitUntilRight(const Expected& expected, Clock::time_point end);

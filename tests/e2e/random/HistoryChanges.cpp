@@ -212,7 +212,7 @@ bool resolveOne(Playground& place) {
                           : place.git({"rm", "-q", "-f", "--", path});
 }
 
-bool takeOneSide(Playground& place) {
+bool keepOneSide(Playground& place) {
   const std::vector<std::string> paths = unmerged(place);
   return !paths.empty() && place.git({"checkout", place.chance(50) ? "--ours" : "--theirs", "--",
                                       place.oneOf(paths)});
@@ -270,7 +270,7 @@ constexpr ChangeKind kHistoryChanges[] = {
     {"a revert stops", 1, revertStops},
     {"a stash does not fit", 1, stashStops},
     {"a conflict is resolved", 6, resolveOne},
-    {"one side of a conflict is taken", 3, takeOneSide},
+    {"one side of a conflict is taken", 3, keepOneSide},
     {"what stopped is given up", 2, giveUp},
     {"what stopped goes on", 3, goOn},
     {"everything is committed", 1, startAfresh},

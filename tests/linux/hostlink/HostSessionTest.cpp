@@ -20,7 +20,7 @@ struct Host {
           got.push_back(json::parse(line));
         })) {}
 
-  bool say(const json& message) { return session->takeLine(message.dump()); }
+  bool say(const json& message) { return session->handleLine(message.dump()); }
   void hello() {
     say({{"type", "hello"}, {"host", "test"}, {"version", 1}});
     got.clear();
@@ -158,27 +158,27 @@ TEST_F(HostSessionTest, ALineThatIsNotUnderstoodGivesAnErrorAndTheConnectionStay
       {"{\"type\":\"hello\xFF\"}", "error null"},
   };
   for (const auto& [line, want] : cases) {
-    EXPECT_TRUE(a.session->takeLine(line)) << line;
+    EXPECT_TRUE(a.session->handleLine(line)) << line;
     EXPECT_EQ(a.types(), Calls{want}) << line;
   }
   EXPECT_TRUE(extension.calls.empty());
 }
 
 TEST_F(HostSessionTest, AnEmptyLineIsIgnored) {
-  EXPECT_TRUE(a.session->takeLine(""));
+  EXPECT_TRUE(a.session->handleLine(""));
   EXPECT_TRUE(a.take().empty());
 }
 
 TEST_F(HostSessionTest, AnOverlongLineGivesAnError) {
-  a.session->takeOverlongLine();
+  a.session->handleOverlongLine();
   EXPECT_EQ(a.types(), Calls{"error null"});
 }
 
 TEST_F(HostSessionTest, BracketsWithoutEndAreRefused) {
-  EXPECT_TRUE(a.session->takeLine("{\"a\":" + std::string(1'000'000, '[')));
+  EXPECT_TRUE(a.session->handleLine("{\"a\":" + std::string(1'000'000, '[')));
   std::string closed = "{\"type\":\"menu\",\"id\":1,\"kind\":0,\"x\":";
   closed += std::string(100'000, '[') + std::string(100'000, ']') + "}";
-  EXPECT_TRUE(a.session->takeLine(closed));
+  EXPECT_TRUE(a.session->handleLine(closed));
   EXPECT_EQ(a.types(), (Calls{"error null", "error null"}));
 }
 

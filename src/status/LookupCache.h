@@ -9,8 +9,8 @@
 #include "foundation/URL.h"
 #include "status/Ancestry.h"
 #include "status/DirtyFolders.h"
+#include "status/FolderCache.h"
 #include "status/FolderContents.h"
-#include "status/FolderLooks.h"
 #include "status/ItemPlaces.h"
 #include "status/UrlList.h"
 
@@ -18,14 +18,14 @@ namespace kelpie {
 
 // What the badges of one piece of work look up in the file system, each thing once: the answers are
 // those that the items would get one by one. One thread at a time.
-class StatusLooks {
+class LookupCache {
  public:
   // `files` outlives this.
-  StatusLooks(ItemPlaces places, const FileSystem& files);
+  LookupCache(ItemPlaces places, const FileSystem& files);
 
   // The root and the git directory as paths, where file references were given.
   const ItemPlaces& places() const { return places_; }
-  FolderLooks& folders() { return folders_; }
+  FolderCache& folders() { return folders_; }
 
   // What the file URL names; missing when nothing is there and for what is no file URL.
   std::optional<FileIdentifier> identifierOf(const URL& url);
@@ -50,15 +50,15 @@ class StatusLooks {
   FolderContents& contents() { return contents_; }
 
  private:
-  bool isOrIsInIgnored(const FolderLooks::Folder* folder);
+  bool isOrIsInIgnored(const FolderCache::Folder* folder);
 
   const ItemPlaces places_;
-  FolderLooks folders_;
+  FolderCache folders_;
   FolderContents contents_;
   std::optional<Ancestry> root_;       // made when it is first needed
   std::optional<Ancestry> git_;        // the same
   std::optional<DirtyFolders> dirty_;  // of the list that was asked about last
-  std::unordered_map<const FolderLooks::Folder*, bool> ignored_;
+  std::unordered_map<const FolderCache::Folder*, bool> ignored_;
 };
 
 }  // namespace kelpie

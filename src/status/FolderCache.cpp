@@ -1,11 +1,11 @@
-#include "status/FolderLooks.h"
+#include "status/FolderCache.h"
 
 #include <algorithm>
 #include <functional>
 
 namespace kelpie {
 
-std::string FolderLooks::Folder::path() const {
+std::string FolderCache::Folder::path() const {
   if (parent_ == nullptr) return "/";
   std::string path(pathLength_, '/');
   std::size_t end = pathLength_;
@@ -17,26 +17,26 @@ std::string FolderLooks::Folder::path() const {
   return path;
 }
 
-std::size_t FolderLooks::StepHash::operator()(const StepView& step) const {
+std::size_t FolderCache::StepHash::operator()(const StepView& step) const {
   return std::hash<std::string_view>()(step.name) * 31 + std::hash<const void*>()(step.parent);
 }
 
-const FolderLooks::Folder* FolderLooks::parentOf(const URL& url) {
+const FolderCache::Folder* FolderCache::parentOf(const URL& url) {
   return url.isFileURL() ? parentOfPath(url.path()) : nullptr;
 }
 
-const FolderLooks::Folder* FolderLooks::parentOfPath(std::string_view path) {
+const FolderCache::Folder* FolderCache::parentOfPath(std::string_view path) {
   if (!path.starts_with('/') || path == "/") return nullptr;
   return wayTo(path.substr(0, path.rfind('/') + 1)).folder;
 }
 
-const FolderLooks::Folder* FolderLooks::folderAt(std::string_view path) {
+const FolderCache::Folder* FolderCache::folderAt(std::string_view path) {
   if (!path.starts_with('/')) return nullptr;
   const Way way = wayTo(path);
   return way.isWhole ? way.folder : nullptr;
 }
 
-FolderLooks::Way FolderLooks::wayTo(std::string_view path) {
+FolderCache::Way FolderCache::wayTo(std::string_view path) {
   if (last_.folder != nullptr && path == lastPath_) return last_;
   last_ = {&root_, true};
   lastPath_ = path;
@@ -64,7 +64,7 @@ FolderLooks::Way FolderLooks::wayTo(std::string_view path) {
   return last_;
 }
 
-const ResourceValues& FolderLooks::valuesOf(const Folder& folder) {
+const ResourceValues& FolderCache::valuesOf(const Folder& folder) {
   if (!folder.look_) {
     folder.look_ = folder.pathLength_ > kMaximumPath
                        ? ResourceValues()
@@ -73,7 +73,7 @@ const ResourceValues& FolderLooks::valuesOf(const Folder& folder) {
   return *folder.look_;
 }
 
-const ResourceValues* FolderLooks::seenAt(std::string_view path) {
+const ResourceValues* FolderCache::seenAt(std::string_view path) {
   if (!path.starts_with('/') || path == "/") return nullptr;
   const Folder* parent = folderAt(path.substr(0, path.rfind('/') + 1));
   if (parent == nullptr) return nullptr;
@@ -82,7 +82,7 @@ const ResourceValues* FolderLooks::seenAt(std::string_view path) {
   return &*found->second.look_;
 }
 
-void FolderLooks::remember(const Folder& folder, const ResourceValues& values) {
+void FolderCache::remember(const Folder& folder, const ResourceValues& values) {
   if (!folder.look_) folder.look_ = values;
 }
 

@@ -15,7 +15,7 @@ namespace kelpie {
 // What one piece of work has seen of the folders above the items that it is about: each is looked
 // at once, when it is first asked about, however many items lie below it and however often ancestry
 // is asked. Takes memory in proportion to the paths that it is given. One thread at a time.
-class FolderLooks {
+class FolderCache {
  public:
   // One folder, by its path. Whether it exists and is a folder is a question of its own.
   class Folder {
@@ -26,7 +26,7 @@ class FolderLooks {
     std::size_t pathLength() const { return pathLength_; }
 
    private:
-    friend class FolderLooks;
+    friend class FolderCache;
     explicit Folder(const Folder* parent, std::size_t pathLength)
         : parent_(parent), pathLength_(pathLength) {}
 
@@ -37,9 +37,9 @@ class FolderLooks {
   };
 
   // Asks `files`, which outlives this.
-  explicit FolderLooks(const FileSystem& files) : files_(files) {}
-  FolderLooks(const FolderLooks&) = delete;
-  FolderLooks& operator=(const FolderLooks&) = delete;
+  explicit FolderCache(const FileSystem& files) : files_(files) {}
+  FolderCache(const FolderCache&) = delete;
+  FolderCache& operator=(const FolderCache&) = delete;
 
   const FileSystem& files() const { return files_; }
 

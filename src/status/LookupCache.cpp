@@ -1,4 +1,4 @@
-#include "status/StatusLooks.h"
+#include "status/LookupCache.h"
 
 #include <utility>
 
@@ -15,46 +15,46 @@ ItemPlaces withPaths(ItemPlaces places, const FileSystem& files) {
 
 }  // namespace
 
-StatusLooks::StatusLooks(ItemPlaces places, const FileSystem& files)
+LookupCache::LookupCache(ItemPlaces places, const FileSystem& files)
     : places_(withPaths(std::move(places), files)),
       folders_(files),
       contents_(files, *places_.ignoredUrls) {}
 
-std::optional<FileIdentifier> StatusLooks::identifierOf(const URL& url) {
-  const FolderLooks::Folder* folder = url.isFileURL() ? folders_.folderAt(url.path()) : nullptr;
+std::optional<FileIdentifier> LookupCache::identifierOf(const URL& url) {
+  const FolderCache::Folder* folder = url.isFileURL() ? folders_.folderAt(url.path()) : nullptr;
   return folder == nullptr ? std::nullopt : folders_.identifierOf(*folder);
 }
 
-ResourceValues StatusLooks::look(const URL& item) {
+ResourceValues LookupCache::look(const URL& item) {
   if (!item.isFileURL()) return {};
   if (const ResourceValues* seen = folders_.seenAt(item.path())) return *seen;
   ResourceValues values = folders_.files().resourceValues(item);
-  const FolderLooks::Folder* folder = values.isDirectory ? folders_.folderAt(item.path()) : nullptr;
+  const FolderCache::Folder* folder = values.isDirectory ? folders_.folderAt(item.path()) : nullptr;
   if (folder != nullptr) folders_.remember(*folder, values);
   return values;
 }
 
-void StatusLooks::rememberRoot(const ResourceValues& values) {
+void LookupCache::rememberRoot(const ResourceValues& values) {
   if (!places_.root || !places_.root->isFileURL()) return;
-  if (const FolderLooks::Folder* folder = folders_.folderAt(places_.root->path())) {
+  if (const FolderCache::Folder* folder = folders_.folderAt(places_.root->path())) {
     folders_.remember(*folder, values);
   }
 }
 
-bool StatusLooks::isDisplaced(const std::optional<FileIdentifier>& root) {
+bool LookupCache::isDisplaced(const std::optional<FileIdentifier>& root) {
   if (!root || !places_.root) return false;
   const std::optional<FileIdentifier> present = identifierOf(*places_.root);
   return present && present != root;
 }
 
-bool StatusLooks::isInRoot(const URL& url, const std::optional<FileIdentifier>& identifier) {
+bool LookupCache::isInRoot(const URL& url, const std::optional<FileIdentifier>& identifier) {
   if (!places_.root) return true;
   if (identifier && identifier == identifierOf(*places_.root)) return true;
   if (!root_) root_.emplace(*places_.root, folders_);
   return root_->isParentOf(identifier, folders_.parentOf(url));
 }
 
-bool StatusLooks::isGitItem(const URL& url, const std::optional<FileIdentifier>& identifier) {
+bool LookupCache::isGitItem(const URL& url, const std::optional<FileIdentifier>& identifier) {
   if (!places_.gitUrl) return false;
   const URL& git = *places_.gitUrl;
   if (url.isSameObject(git)) return true;
@@ -64,15 +64,15 @@ bool StatusLooks::isGitItem(const URL& url, const std::optional<FileIdentifier>&
   return git_->isParentOf(identifier, folders_.parentOf(url));
 }
 
-bool StatusLooks::isParentIgnored(const URL& url) {
+bool LookupCache::isParentIgnored(const URL& url) {
   if (places_.ignoredUrls->empty()) return false;
-  const FolderLooks::Folder* folder = folders_.parentOf(url);
+  const FolderCache::Folder* folder = folders_.parentOf(url);
   const auto [known, isNew] = ignored_.try_emplace(folder, false);
   if (isNew) known->second = isOrIsInIgnored(folder);
   return known->second;
 }
 
-bool StatusLooks::isOrIsInIgnored(const FolderLooks::Folder* folder) {
+bool LookupCache::isOrIsInIgnored(const FolderCache::Folder* folder) {
   const std::optional<FileIdentifier> root =
       places_.root ? identifierOf(*places_.root) : std::nullopt;
   for (; folder != nullptr; folder = folder->parent()) {
@@ -84,7 +84,7 @@ bool StatusLooks::isOrIsInIgnored(const FolderLooks::Folder* folder) {
   return false;
 }
 
-bool StatusLooks::isDirty(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls) {
+bool LookupCache::isDirty(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls) {
   if (!dirty_ || dirty_->urls() != dirtyUrls) dirty_.emplace(dirtyUrls, folders_);
   return dirty_->isOneInside(folder);
 }
