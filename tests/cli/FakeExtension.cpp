@@ -57,7 +57,7 @@ void FakeExtension::stop() {
 }
 
 void FakeExtension::say(const Json& message) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   write(message.dump() + '\n');
 }
 
@@ -67,7 +67,7 @@ void FakeExtension::sayBadge(const std::string& url, const std::string& identifi
 }
 
 std::vector<nlohmann::json> FakeExtension::heard() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return heard_;
 }
 
@@ -89,11 +89,11 @@ bool FakeExtension::waitFor(const std::string& type) const {
 void FakeExtension::serve() {
   while (isFirstReady(listener_.get(), stop_.get())) {
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       host_.reset(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     }
     serveHost();
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     host_.reset();
   }
 }
@@ -108,7 +108,7 @@ void FakeExtension::serveHost() {
     for (std::size_t end = 0; (end = buffer.find('\n')) != std::string::npos;) {
       const Json message = Json::parse(buffer.substr(0, end), nullptr, false);
       buffer.erase(0, end + 1);
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       answer(message);
       heard_.push_back(message);
     }

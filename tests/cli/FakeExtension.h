@@ -3,12 +3,12 @@
 #include <atomic>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "foundation/Mutex.h"
 #include "linux/base/UniqueFd.h"
 
 namespace kelpie::cli {
@@ -64,8 +64,8 @@ class FakeExtension {
   UniqueFd host_;
   UniqueFd stop_;  // readable when the thread is to end
   std::thread thread_;
-  mutable std::mutex mutex_;
-  std::vector<Json> heard_;  // guarded by mutex_
+  mutable Mutex mutex_;
+  std::vector<Json> heard_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie::cli

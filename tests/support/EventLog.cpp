@@ -7,22 +7,22 @@
 namespace kelpie {
 
 void EventLog::add(std::string line) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   lines_.push_back(std::move(line));
 }
 
 void EventLog::clear() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   lines_.clear();
 }
 
 std::vector<std::string> EventLog::lines() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return lines_;
 }
 
 std::vector<std::string> EventLog::linesWith(std::string_view prefix) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::vector<std::string> found;
   std::copy_if(lines_.begin(), lines_.end(), std::back_inserter(found),
                [prefix](const std::string& line) { return line.starts_with(prefix); });

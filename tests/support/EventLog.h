@@ -1,10 +1,11 @@
 #pragma once
 
 #include <cstddef>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "foundation/Mutex.h"
 
 namespace kelpie {
 
@@ -22,8 +23,8 @@ class EventLog {
   std::size_t count(std::string_view prefix) const { return linesWith(prefix).size(); }
 
  private:
-  mutable std::mutex mutex_;
-  std::vector<std::string> lines_;  // guarded by mutex_
+  mutable Mutex mutex_;
+  std::vector<std::string> lines_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

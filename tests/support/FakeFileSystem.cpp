@@ -203,14 +203,14 @@ class FakeFileSystem::Enumerator final : public DirectoryEnumerator {
   };
 
   ResourceValues look(const Node& node) {
-    const std::lock_guard lock(files_.mutex_);
+    const MutexLock lock(files_.mutex_);
     return node.values();
   }
 
   void open(std::string path) {
     std::optional<Error> error;
     {
-      const std::lock_guard lock(files_.mutex_);
+      const MutexLock lock(files_.mutex_);
       const auto place = files_.tree_->find(path, levels_.empty());
       if (place.node == nullptr || place.node->vanishing) {
         error = cocoaError(kNoSuchFile);
@@ -238,36 +238,36 @@ FakeFileSystem::FakeFileSystem(EventLog& events)
 FakeFileSystem::~FakeFileSystem() = default;
 
 URL FakeFileSystem::addFile(std::string_view path) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return URL::fileURLWithPath(tree_->add(path, Node::Kind::File).path);
 }
 
 URL FakeFileSystem::addFolder(std::string_view path) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return URL::fileURLWithPath(tree_->add(path, Node::Kind::Folder).path, true);
 }
 
 URL FakeFileSystem::addPackage(std::string_view path) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto place = tree_->add(path, Node::Kind::Folder);
   place.node->package = true;
   return URL::fileURLWithPath(place.path, true);
 }
 
 URL FakeFileSystem::addLink(std::string_view path, std::string_view target) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto place = tree_->add(path, Node::Kind::Link);
   place.node->target = std::string(target);
   return URL::fileURLWithPath(place.path);
 }
 
 void FakeFileSystem::remove(std::string_view path) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   tree_->detach(path);
 }
 
 void FakeFileSystem::move(std::string_view from, std::string_view to) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto node = tree_->detach(from);
   if (node == nullptr) {
     ADD_FAILURE() << "nothing to move at " << from;
@@ -293,32 +293,32 @@ Node& required(const std::shared_ptr<Node>& node, std::string_view path) {
 }  // namespace
 
 void FakeFileSystem::setIdentifier(std::string_view path, const Object& identifier) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   required(tree_->find(path, false).node, path).identifier = identifier;
 }
 
 void FakeFileSystem::setUnreadable(std::string_view path) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   required(tree_->find(path, false).node, path).unreadable = true;
 }
 
 void FakeFileSystem::setVanishing(std::string_view path) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   required(tree_->find(path, false).node, path).vanishing = true;
 }
 
 void FakeFileSystem::setLocalizedName(std::string_view path, std::string_view name) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   required(tree_->find(path, false).node, path).localizedName = std::string(name);
 }
 
 void FakeFileSystem::setIcon(std::string_view path, const Image& icon) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   required(tree_->find(path, false).node, path).icon = icon;
 }
 
 void FakeFileSystem::setReferencesFollow(bool follow) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   referencesFollow_ = follow;
 }
 
@@ -328,28 +328,28 @@ Bytes FakeFileSystem::addBookmark(std::string_view path) {
 }
 
 void FakeFileSystem::setBookmark(const Bytes& bookmark, BookmarkResolution resolution) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   bookmarks_.insert_or_assign(bookmark, std::move(resolution));
 }
 
 std::size_t FakeFileSystem::lookUps() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return allLookUps_;
 }
 
 std::size_t FakeFileSystem::lookUps(std::string_view path) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = lookUps_.find(path);
   return found == lookUps_.end() ? 0 : found->second;
 }
 
 std::size_t FakeFileSystem::listings() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return listings_;
 }
 
 void FakeFileSystem::forgetCounts() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   lookUps_.clear();
   allLookUps_ = 0;
   listings_ = 0;
@@ -357,7 +357,7 @@ void FakeFileSystem::forgetCounts() {
 
 ResourceValues FakeFileSystem::resourceValues(const URL& url) const {
   if (!url.isFileURL()) return {};
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ++allLookUps_;
   ++lookUps_[url.path()];
   const auto node = tree_->find(pathOf(url), false).node;
@@ -366,7 +366,7 @@ ResourceValues FakeFileSystem::resourceValues(const URL& url) const {
 
 std::optional<std::string> FakeFileSystem::localizedName(const URL& url) const {
   if (!url.isFileURL()) return std::nullopt;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto node = tree_->find(pathOf(url), false).node;
   if (node == nullptr || !node->values().identifier) return std::nullopt;
   return node->localizedName.value_or(std::string(url.lastPathComponent()));
@@ -374,7 +374,7 @@ std::optional<std::string> FakeFileSystem::localizedName(const URL& url) const {
 
 std::optional<Image> FakeFileSystem::icon(const URL& url) const {
   if (!url.isFileURL()) return std::nullopt;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto node = tree_->find(pathOf(url), false).node;
   return node == nullptr ? std::nullopt : node->icon;
 }
@@ -386,7 +386,7 @@ std::optional<URL> FakeFileSystem::parentUrl(const URL& url) const {
 
 std::optional<URL> FakeFileSystem::fileReferenceUrl(const URL& url) const {
   if (!url.isFileURL()) return std::nullopt;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto place = tree_->find(pathOf(url), true);
   if (place.node == nullptr) return std::nullopt;
   const ResourceValues values = place.node->values();
@@ -398,7 +398,7 @@ std::optional<URL> FakeFileSystem::fileReferenceUrl(const URL& url) const {
 
 std::optional<URL> FakeFileSystem::filePathUrl(const URL& url) const {
   if (!url.path().starts_with(kReferenceFolder)) return url;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const std::string path = pathOf(url);
   if (path.empty()) return std::nullopt;
   return URL::fileURLWithPath(path, tree_->find(path, false).node->values().isDirectory);
@@ -412,7 +412,7 @@ std::string FakeFileSystem::pathOf(const URL& url) const {
 
 std::vector<URL> FakeFileSystem::contentsOfDirectory(const URL& url) const {
   events_.add("files.list " + url.path());
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   ++listings_;
   const auto node = url.isFileURL() ? tree_->find(pathOf(url), true).node : nullptr;
   if (node == nullptr || node->vanishing || node->unreadable) return {};
@@ -428,7 +428,7 @@ std::unique_ptr<DirectoryEnumerator> FakeFileSystem::enumerator(const URL& url,
                                                                 ErrorHandler onError) const {
   events_.add("files.walk " + url.path());
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     ++listings_;
   }
   const std::optional<URL> path = filePathUrl(url);
@@ -437,7 +437,7 @@ std::unique_ptr<DirectoryEnumerator> FakeFileSystem::enumerator(const URL& url,
 
 BookmarkResolution FakeFileSystem::resolveBookmark(ByteView bookmark) const {
   const std::string_view path = textOf(bookmark);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = bookmarks_.find(Bytes(bookmark.begin(), bookmark.end()));
   if (found != bookmarks_.end()) return found->second;
   const auto node = tree_->find(path, false).node;

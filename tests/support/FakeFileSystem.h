@@ -3,13 +3,13 @@
 #include <cstddef>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "foundation/Bytes.h"
+#include "foundation/Mutex.h"
 #include "foundation/Object.h"
 #include "platform/BookmarkResolution.h"
 #include "platform/FileSystem.h"
@@ -88,16 +88,16 @@ class FakeFileSystem final : public FileSystem {
   struct Tree;
 
   // The path that the URL names, be it a file reference; "" for a reference whose file is gone.
-  std::string pathOf(const URL& url) const;
+  std::string pathOf(const URL& url) const KELPIE_REQUIRES(mutex_);
 
   EventLog& events_;
-  mutable std::mutex mutex_;  // guards all below, the counts that reading changes included
-  bool referencesFollow_ = false;
-  std::unique_ptr<Tree> tree_;
-  std::map<Bytes, BookmarkResolution> bookmarks_;
-  mutable std::map<std::string, std::size_t, std::less<>> lookUps_;
-  mutable std::size_t allLookUps_ = 0;
-  mutable std::size_t listings_ = 0;
+  mutable Mutex mutex_;  // of the tree and of the counts that reading changes
+  bool referencesFollow_ KELPIE_GUARDED_BY(mutex_) = false;
+  std::unique_ptr<Tree> tree_ KELPIE_GUARDED_BY(mutex_);
+  std::map<Bytes, BookmarkResolution> bookmarks_ KELPIE_GUARDED_BY(mutex_);
+  mutable std::map<std::string, std::size_t, std::less<>> lookUps_ KELPIE_GUARDED_BY(mutex_);
+  mutable std::size_t allLookUps_ KELPIE_GUARDED_BY(mutex_) = 0;
+  mutable std::size_t listings_ KELPIE_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace kelpie

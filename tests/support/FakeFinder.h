@@ -1,12 +1,12 @@
 #pragma once
 
 #include <cstddef>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "foundation/Mutex.h"
 #include "platform/FinderSyncController.h"
 #include "support/EventLog.h"
 
@@ -49,13 +49,13 @@ class FakeFinder final : public FinderSyncController {
 
  private:
   EventLog& events_;
-  mutable std::mutex mutex_;  // guards all below
-  std::vector<BadgeImage> badgeImages_;
-  std::vector<Badge> badges_;
-  std::vector<URL> directories_;
-  std::size_t directorySettings_ = 0;
-  std::vector<URL> selected_;
-  std::optional<URL> targeted_;
+  mutable Mutex mutex_;
+  std::vector<BadgeImage> badgeImages_ KELPIE_GUARDED_BY(mutex_);
+  std::vector<Badge> badges_ KELPIE_GUARDED_BY(mutex_);
+  std::vector<URL> directories_ KELPIE_GUARDED_BY(mutex_);
+  std::size_t directorySettings_ KELPIE_GUARDED_BY(mutex_) = 0;
+  std::vector<URL> selected_ KELPIE_GUARDED_BY(mutex_);
+  std::optional<URL> targeted_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

@@ -12,6 +12,7 @@
 #include "archive/KeyedArchiver.h"
 #include "archive/KeyedUnarchiver.h"
 #include "foundation/MenuItem.h"
+#include "foundation/Mutex.h"
 
 namespace kelpie {
 
@@ -37,19 +38,19 @@ struct FakeMessagePorts::State : std::enable_shared_from_this<FakeMessagePorts::
 
   EventLog& events;
   std::shared_ptr<SerialQueue> mainQueue;
-  std::mutex mutex;  // guards all below, receivers' contents included
-  std::vector<std::shared_ptr<Receiver>> receivers;
-  std::set<std::string, std::less<>> listening;
-  std::int32_t sendStatus = RemoteMessagePort::kSuccess;
-  bool refusesLocal = false;
-  std::vector<SentMessage> sent;
-  std::size_t handled = 0;
-  std::size_t done = 0;
-  std::int32_t sender = 0;
+  Mutex mutex;  // of the receivers' contents as well
+  std::vector<std::shared_ptr<Receiver>> receivers KELPIE_GUARDED_BY(mutex);
+  std::set<std::string, std::less<>> listening KELPIE_GUARDED_BY(mutex);
+  std::int32_t sendStatus KELPIE_GUARDED_BY(mutex) = RemoteMessagePort::kSuccess;
+  bool refusesLocal KELPIE_GUARDED_BY(mutex) = false;
+  std::vector<SentMessage> sent KELPIE_GUARDED_BY(mutex);
+  std::size_t handled KELPIE_GUARDED_BY(mutex) = 0;
+  std::size_t done KELPIE_GUARDED_BY(mutex) = 0;
+  std::int32_t sender KELPIE_GUARDED_BY(mutex) = 0;
 
   using Sender = std::shared_ptr<Receiver::Sender>;
-  // Posts the sender's next message unless one is under way. Called with the mutex held.
-  void handOn(const std::shared_ptr<Receiver>& receiver, const Sender& from);
+  // Posts the sender's next message unless one is under way.
+  void handOn(const std::shared_ptr<Receiver>& receiver, const Sender& from) KELPIE_REQUIRES(mutex);
   void handle(const std::shared_ptr<Receiver>& receiver, const Sender& from,
               const Receiver::Message& message);
 };
@@ -68,7 +69,7 @@ void FakeMessagePorts::State::handle(const std::shared_ptr<Receiver>& receiver, 
                                      const Receiver::Message& message) {
   LocalMessagePort::Handler handler;
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     handler = receiver->handler;
     if (handler == nullptr || from->isDropped) return;
     ++handled;
@@ -76,7 +77,7 @@ void FakeMessagePorts::State::handle(const std::shared_ptr<Receiver>& receiver, 
   auto calls = std::make_shared<std::atomic<int>>(0);
   handler(message.id, message.bytes, [state = shared_from_this(), receiver, from, calls] {
     if ((*calls)++ > 0) ADD_FAILURE() << "a message was reported to be done twice";
-    const std::lock_guard lock(state->mutex);
+    const MutexLock lock(state->mutex);
     ++state->done;
     from->busy = false;
     state->handOn(receiver, from);
@@ -89,7 +90,7 @@ class FakeMessagePorts::Local final : public LocalMessagePort {
       : state_(std::move(state)), receiver_(std::move(receiver)) {}
   ~Local() override {
     state_->events.add("ports.close " + receiver_->name);
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     receiver_->handler = nullptr;
     std::erase(state_->receivers, receiver_);
   }
@@ -97,7 +98,7 @@ class FakeMessagePorts::Local final : public LocalMessagePort {
   Local& operator=(const Local&) = delete;
 
   void dropMessagesOf(std::int32_t pid) override {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     const auto found = receiver_->senders.find(pid);
     if (found == receiver_->senders.end()) return;
     found->second->isDropped = true;
@@ -133,7 +134,7 @@ class FakeMessagePorts::Remote final : public RemoteMessagePort {
                     std::chrono::milliseconds receiveTimeout) override {
     Object content = KeyedUnarchiver::unarchiveObject(message);
     state_->events.add("send " + name_ + " " + std::to_string(id) + " " + summaryOf(content));
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->sent.push_back({name_, id, message, std::move(content), sendTimeout, receiveTimeout});
     return state_->listening.contains(name_) ? state_->sendStatus : kIsInvalid;
   }
@@ -149,7 +150,7 @@ FakeMessagePorts::FakeMessagePorts(EventLog& events, std::shared_ptr<SerialQueue
 FakeMessagePorts::~FakeMessagePorts() = default;
 
 void FakeMessagePorts::setListening(std::string_view name, bool listening) {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   if (listening) {
     state_->listening.emplace(name);
   } else {
@@ -158,22 +159,22 @@ void FakeMessagePorts::setListening(std::string_view name, bool listening) {
 }
 
 void FakeMessagePorts::failSends(std::int32_t status) {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   state_->sendStatus = status;
 }
 
 void FakeMessagePorts::refuseLocal(bool refuse) {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   state_->refusesLocal = refuse;
 }
 
 void FakeMessagePorts::setSender(std::int32_t pid) {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   state_->sender = pid;
 }
 
 void FakeMessagePorts::deliver(std::string_view name, std::int32_t id, Bytes message) {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   for (const auto& receiver : state_->receivers) {
     if (receiver->name != name) continue;
     auto& from = receiver->senders[state_->sender];
@@ -189,36 +190,36 @@ void FakeMessagePorts::deliver(std::string_view name, std::int32_t id, const Obj
 }
 
 std::vector<FakeMessagePorts::SentMessage> FakeMessagePorts::sent() const {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   return state_->sent;
 }
 
 void FakeMessagePorts::forgetSent() {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   state_->sent.clear();
 }
 
 std::vector<std::string> FakeMessagePorts::localNames() const {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   std::vector<std::string> names;
   for (const auto& receiver : state_->receivers) names.push_back(receiver->name);
   return names;
 }
 
 std::size_t FakeMessagePorts::handledMessages() const {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   return state_->handled;
 }
 
 std::size_t FakeMessagePorts::doneMessages() const {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   return state_->done;
 }
 
 std::unique_ptr<LocalMessagePort> FakeMessagePorts::createLocal(std::string_view name,
                                                                 LocalMessagePort::Handler handler) {
   state_->events.add("ports.local " + std::string(name));
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   const bool taken = std::any_of(state_->receivers.begin(), state_->receivers.end(),
                                  [name](const auto& receiver) { return receiver->name == name; });
   if (taken || state_->refusesLocal) return nullptr;
@@ -231,7 +232,7 @@ std::unique_ptr<LocalMessagePort> FakeMessagePorts::createLocal(std::string_view
 
 std::shared_ptr<RemoteMessagePort> FakeMessagePorts::createRemote(std::string_view name) {
   state_->events.add("ports.remote " + std::string(name));
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   if (!state_->listening.contains(name)) return nullptr;
   return std::make_shared<Remote>(state_, std::string(name));
 }

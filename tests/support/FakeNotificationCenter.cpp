@@ -1,8 +1,9 @@
 #include "support/FakeNotificationCenter.h"
 
 #include <list>
-#include <mutex>
 #include <utility>
+
+#include "foundation/Mutex.h"
 
 namespace kelpie {
 
@@ -17,9 +18,9 @@ struct FakeNotificationCenter::State {
 
   EventLog& events;
   std::shared_ptr<SerialQueue> mainQueue;
-  std::mutex mutex;  // guards all below
-  std::list<std::weak_ptr<const Observer>> observers;
-  std::vector<Notification> posted;
+  Mutex mutex;
+  std::list<std::weak_ptr<const Observer>> observers KELPIE_GUARDED_BY(mutex);
+  std::vector<Notification> posted KELPIE_GUARDED_BY(mutex);
 };
 
 class FakeNotificationCenter::Observation final : public NotificationObservation {
@@ -42,7 +43,7 @@ FakeNotificationCenter::FakeNotificationCenter(EventLog& events,
 FakeNotificationCenter::~FakeNotificationCenter() = default;
 
 void FakeNotificationCenter::deliver(std::string_view name, std::string_view object) {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   state_->observers.remove_if([](const auto& observer) { return observer.expired(); });
   for (const auto& weak : state_->observers) {
     const auto observer = weak.lock();
@@ -54,12 +55,12 @@ void FakeNotificationCenter::deliver(std::string_view name, std::string_view obj
 }
 
 std::vector<FakeNotificationCenter::Notification> FakeNotificationCenter::posted() const {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   return state_->posted;
 }
 
 std::size_t FakeNotificationCenter::observers() const {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   std::size_t count = 0;
   for (const auto& observer : state_->observers)
     if (!observer.expired()) ++count;
@@ -71,7 +72,7 @@ std::unique_ptr<NotificationObservation> FakeNotificationCenter::addObserver(
   state_->events.add("notifications.observe " + std::string(name));
   auto observer = std::make_shared<const State::Observer>(
       State::Observer{std::string(name), std::move(handler)});
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   state_->observers.push_back(observer);
   return std::make_unique<Observation>(state_, std::move(observer));
 }
@@ -80,7 +81,7 @@ void FakeNotificationCenter::post(std::string_view name, std::string_view object
   std::string line = "notifications.post ";
   state_->events.add(line.append(name).append(" ").append(object));
   {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->posted.push_back({std::string(name), std::string(object)});
   }
   deliver(name, object);

@@ -1,10 +1,11 @@
 #include "support/FakeUserDefaults.h"
 
 #include <list>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "foundation/Mutex.h"
 
 namespace kelpie {
 
@@ -18,12 +19,12 @@ struct FakeUserDefaults::State {
 
   const std::string name;
   EventLog& events;
-  mutable std::mutex mutex;  // guards all below
-  Dictionary stored;
-  Dictionary registered;
-  std::list<std::shared_ptr<const Observer>> observers;
+  mutable Mutex mutex;
+  Dictionary stored KELPIE_GUARDED_BY(mutex);
+  Dictionary registered KELPIE_GUARDED_BY(mutex);
+  std::list<std::shared_ptr<const Observer>> observers KELPIE_GUARDED_BY(mutex);
 
-  Object value(std::string_view key) const {
+  Object value(std::string_view key) const KELPIE_REQUIRES(mutex) {
     Object found = stored[key];
     return found.isNil() ? registered[key] : found;
   }
@@ -37,7 +38,7 @@ struct FakeUserDefaults::State {
   void change(std::string_view key, const Object& newValue) {
     std::vector<std::shared_ptr<const Observer>> told;
     {
-      const std::lock_guard lock(mutex);
+      const MutexLock lock(mutex);
       const Object former = value(key);
       if (newValue.isNil()) {
         stored.remove(Object(key));
@@ -59,7 +60,7 @@ class FakeUserDefaults::Observation final : public DefaultsObservation {
       : state_(std::move(state)), observer_(std::move(observer)) {}
   ~Observation() override {
     state_->log("unobserve", observer_->key);
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->observers.remove(observer_);
   }
   Observation(const Observation&) = delete;
@@ -78,17 +79,17 @@ void FakeUserDefaults::changeFromOutside(std::string_view key, const Object& val
 }
 
 Object FakeUserDefaults::storedValue(std::string_view key) const {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   return state_->stored[key];
 }
 
 std::size_t FakeUserDefaults::observations() const {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   return state_->observers.size();
 }
 
 Object FakeUserDefaults::objectForKey(std::string_view key) const {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   return state_->value(key);
 }
 
@@ -104,12 +105,12 @@ void FakeUserDefaults::removeObject(std::string_view key) {
 
 void FakeUserDefaults::registerDefaults(const Dictionary& defaults) {
   state_->events.add("defaults.register " + state_->name);
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   for (const auto& [key, value] : defaults.entries()) state_->registered.set(key, value);
 }
 
 Dictionary FakeUserDefaults::dictionaryRepresentation() const {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   Dictionary all = state_->registered;
   for (const auto& [key, value] : state_->stored.entries()) all.set(key, value);
   return all;
@@ -120,7 +121,7 @@ std::unique_ptr<DefaultsObservation> FakeUserDefaults::observe(std::string_view 
   state_->log("observe", key);
   auto observer = std::make_shared<const State::Observer>(
       State::Observer{std::string(key), std::move(onChange)});
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   state_->observers.push_back(observer);
   return std::make_unique<Observation>(state_, std::move(observer));
 }

@@ -2,10 +2,10 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 
+#include "foundation/Mutex.h"
 #include "platform/UserDefaults.h"
 #include "support/EventLog.h"
 #include "support/FakeUserDefaults.h"
@@ -30,9 +30,10 @@ class FakeUserDefaultsCenter final : public UserDefaultsCenter {
  private:
   EventLog& events_;
   FakeUserDefaults standard_;
-  std::mutex mutex_;                                             // guards all below
-  std::map<std::string, FakeUserDefaults, std::less<>> suites_;  // references stay valid
-  bool refuses_ = false;
+  Mutex mutex_;
+  std::map<std::string, FakeUserDefaults, std::less<>> suites_
+      KELPIE_GUARDED_BY(mutex_);  // references stay valid
+  bool refuses_ KELPIE_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace kelpie

@@ -27,19 +27,19 @@ ManualQueue::ManualQueue(std::string label, std::atomic<std::uint64_t>& order)
     : label_(std::move(label)), order_(order) {}
 
 std::size_t ManualQueue::pending() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return tasks_.size();
 }
 
 std::optional<std::uint64_t> ManualQueue::nextOrder() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return tasks_.empty() ? std::nullopt : std::optional(tasks_.front().order);
 }
 
 bool ManualQueue::runOne() {
   Task task;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (tasks_.empty()) return false;
     task = std::move(tasks_.front());
     tasks_.pop_front();
@@ -59,12 +59,12 @@ void ManualQueue::runAll() {
 
 void ManualQueue::dropAll() {
   std::deque<Task> dropped;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   dropped.swap(tasks_);
 }
 
 void ManualQueue::post(std::function<void()> task) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   tasks_.push_back({order_++, std::move(task)});
 }
 

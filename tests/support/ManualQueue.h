@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <string>
 
+#include "foundation/Mutex.h"
 #include "platform/SerialQueue.h"
 
 namespace kelpie {
@@ -41,8 +41,8 @@ class ManualQueue final : public SerialQueue {
 
   std::string label_;
   std::atomic<std::uint64_t>& order_;
-  mutable std::mutex mutex_;
-  std::deque<Task> tasks_;  // guarded by mutex_
+  mutable Mutex mutex_;
+  std::deque<Task> tasks_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

@@ -17,7 +17,7 @@ ManualQueues::~ManualQueues() {
 }
 
 std::vector<std::shared_ptr<ManualQueue>> ManualQueues::all() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return queues_;
 }
 
@@ -54,7 +54,7 @@ void ManualQueues::runAll() {
 std::shared_ptr<SerialQueue> ManualQueues::makeQueue(std::string_view label) {
   events_.add("queues.make " + std::string(label));
   auto queue = std::make_shared<ManualQueue>(std::string(label), order_);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   queues_.push_back(queue);
   return queue;
 }

@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string_view>
 #include <vector>
 
+#include "foundation/Mutex.h"
 #include "platform/SerialQueue.h"
 #include "support/EventLog.h"
 #include "support/ManualQueue.h"
@@ -42,8 +42,8 @@ class ManualQueues final : public SerialQueues {
   EventLog& events_;
   std::atomic<std::uint64_t> order_ = 0;
   std::shared_ptr<ManualQueue> main_;
-  mutable std::mutex mutex_;
-  std::vector<std::shared_ptr<ManualQueue>> queues_;  // guarded by mutex_; main_ comes first
+  mutable Mutex mutex_;
+  std::vector<std::shared_ptr<ManualQueue>> queues_ KELPIE_GUARDED_BY(mutex_);  // main_ comes first
 };
 
 }  // namespace kelpie

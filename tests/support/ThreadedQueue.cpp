@@ -8,33 +8,33 @@ ThreadedQueue::ThreadedQueue() : thread_([this] { run(); }) {}
 
 ThreadedQueue::~ThreadedQueue() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     ending_ = true;
   }
-  changed_.notify_all();
+  changed_.notifyAll();
   thread_.join();
 }
 
 std::size_t ThreadedQueue::waitUntilIdle() {
-  std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return tasks_.empty() && !busy_; });
+  MutexLock lock(mutex_);
+  changed_.wait(lock, [this]() KELPIE_REQUIRES(mutex_) { return tasks_.empty() && !busy_; });
   return done_;
 }
 
 void ThreadedQueue::post(std::function<void()> task) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     tasks_.push_back(std::move(task));
   }
-  changed_.notify_all();
+  changed_.notifyAll();
 }
 
 bool ThreadedQueue::isCurrent() const { return std::this_thread::get_id() == thread_.get_id(); }
 
 void ThreadedQueue::run() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   for (;;) {
-    changed_.wait(lock, [this] { return !tasks_.empty() || ending_; });
+    changed_.wait(lock, [this]() KELPIE_REQUIRES(mutex_) { return !tasks_.empty() || ending_; });
     if (tasks_.empty()) return;
     auto task = std::move(tasks_.front());
     tasks_.pop_front();
@@ -45,7 +45,7 @@ void ThreadedQueue::run() {
     lock.lock();
     busy_ = false;
     ++done_;
-    changed_.notify_all();
+    changed_.notifyAll();
   }
 }
 

@@ -1,13 +1,13 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 
+#include "foundation/ConditionVariable.h"
+#include "foundation/Mutex.h"
 #include "platform/SerialQueue.h"
 
 namespace kelpie {
@@ -30,13 +30,13 @@ class ThreadedQueue final : public SerialQueue {
  private:
   void run();
 
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::deque<std::function<void()>> tasks_;  // guarded by mutex_
-  bool busy_ = false;                        // guarded by mutex_
-  bool ending_ = false;                      // guarded by mutex_
-  std::size_t done_ = 0;                     // guarded by mutex_
-  std::thread thread_;                       // last: uses all the others
+  Mutex mutex_;
+  ConditionVariable changed_;
+  std::deque<std::function<void()>> tasks_ KELPIE_GUARDED_BY(mutex_);
+  bool busy_ KELPIE_GUARDED_BY(mutex_) = false;
+  bool ending_ KELPIE_GUARDED_BY(mutex_) = false;
+  std::size_t done_ KELPIE_GUARDED_BY(mutex_) = 0;
+  std::thread thread_;  // last: uses all the others
 };
 
 }  // namespace kelpie

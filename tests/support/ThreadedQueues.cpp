@@ -8,7 +8,7 @@ namespace kelpie {
 ThreadedQueues::ThreadedQueues() : main_(std::make_shared<ThreadedQueue>()), queues_{main_} {}
 
 std::vector<std::shared_ptr<ThreadedQueue>> ThreadedQueues::all() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return queues_;
 }
 
@@ -26,7 +26,7 @@ void ThreadedQueues::waitUntilIdle() {
 
 std::shared_ptr<SerialQueue> ThreadedQueues::makeQueue(std::string_view /*label*/) {
   auto queue = std::make_shared<ThreadedQueue>();
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   queues_.push_back(queue);
   return queue;
 }

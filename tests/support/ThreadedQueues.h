@@ -1,10 +1,10 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string_view>
 #include <vector>
 
+#include "foundation/Mutex.h"
 #include "platform/SerialQueue.h"
 #include "support/ThreadedQueue.h"
 
@@ -26,8 +26,9 @@ class ThreadedQueues final : public SerialQueues {
   std::vector<std::shared_ptr<ThreadedQueue>> all() const;
 
   std::shared_ptr<ThreadedQueue> main_;
-  mutable std::mutex mutex_;
-  std::vector<std::shared_ptr<ThreadedQueue>> queues_;  // guarded by mutex_; main_ comes first
+  mutable Mutex mutex_;
+  std::vector<std::shared_ptr<ThreadedQueue>> queues_
+      KELPIE_GUARDED_BY(mutex_);  // main_ comes first
 };
 
 }  // namespace kelpie

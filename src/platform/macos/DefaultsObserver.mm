@@ -2,10 +2,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 #include <utility>
 
+#include "foundation/Mutex.h"
 #include "platform/macos/Guard.h"
 #include "platform/macos/MacSerialQueues.h"
 
@@ -24,7 +24,7 @@ class Handlers {
 
   void* add(std::function<void()> handler) {
     auto kept = std::make_shared<const std::function<void()>>(std::move(handler));
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     void* const context = reinterpret_cast<void*>(++last_);
     handlers_.emplace(context, std::move(kept));
     return context;
@@ -32,7 +32,7 @@ class Handlers {
 
   // Null when it was removed.
   Handler find(void* context) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = handlers_.find(context);
     return found == handlers_.end() ? nullptr : found->second;
   }
@@ -40,7 +40,7 @@ class Handlers {
   // What the handler holds goes after the lock.
   void remove(void* context) {
     Handler former;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = handlers_.find(context);
     if (found == handlers_.end()) return;
     former = std::move(found->second);
@@ -48,9 +48,9 @@ class Handlers {
   }
 
  private:
-  std::mutex mutex_;
-  std::uintptr_t last_ = 0;                      // guarded by mutex_
-  std::unordered_map<void*, Handler> handlers_;  // guarded by mutex_
+  Mutex mutex_;
+  std::uintptr_t last_ KELPIE_GUARDED_BY(mutex_) = 0;
+  std::unordered_map<void*, Handler> handlers_ KELPIE_GUARDED_BY(mutex_);
 };
 
 void callHandler(void* context) {

@@ -47,7 +47,7 @@ bool PatientHost::connect() {
   shown_.clear();
   asked_.clear();
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     items_.clear();
     paths_.clear();
   }
@@ -70,8 +70,8 @@ void PatientHost::look(int step) {
     return isGone;
   });
   {
-    const std::lock_guard lock(mutex_);
-    std::erase_if(items_, [&](const auto& item) {
+    const MutexLock lock(mutex_);
+    std::erase_if(items_, [&](const auto& item) KELPIE_REQUIRES(mutex_) {
       struct stat status = {};
       const bool isGone = lstat(item.first.c_str(), &status) != 0 ||
                           !(found.contains(folderOf(item.first)) || found.contains(item.first));
@@ -92,7 +92,7 @@ void PatientHost::lookInto(const std::string& folder, int step, std::set<std::st
     if (shown != shown_.end()) send(json{{"type", "endObserving"}, {"url", url}}.dump());
     send(json{{"type", "beginObserving"}, {"url", url}}.dump());
     shown_[folder] = *number;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     std::erase_if(items_, [&](const auto& item) { return folderOf(item.first) == folder; });
   }
   ask(folder, step);
@@ -107,7 +107,7 @@ void PatientHost::lookInto(const std::string& folder, int step, std::set<std::st
 
 void PatientHost::ask(const std::string& path, int step) {
   const std::string url = fileURL(path);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto [item, isNew] = items_.try_emplace(path);
   if (!isNew) return;
   item->second.askedAt = step;
@@ -135,15 +135,15 @@ void PatientHost::receive(int socket) {
     std::size_t begin = 0;
     for (std::size_t end = unread_.find('\n'); end != std::string::npos;
          begin = end + 1, end = unread_.find('\n', begin))
-      take(unread_.substr(begin, end - begin));
+      handle(unread_.substr(begin, end - begin));
     unread_.erase(0, begin);
   }
 }
 
-void PatientHost::take(const std::string& line) {
+void PatientHost::handle(const std::string& line) {
   const auto now = Clock::now();
   const json message = json::parse(line, nullptr, false);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!message.is_object() || message.value("type", "") == "error")
     complaints_.append(line).append("\n");
   else if (message.value("type", "") == "badges")
@@ -157,26 +157,26 @@ void PatientHost::take(const std::string& line) {
       item->second.badge = badge;
       item->second.since = now;
     }
-  arrived_.notify_all();
+  arrived_.notifyAll();
 }
 
 PatientHost::Items PatientHost::items() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return items_;
 }
 
 std::uint64_t PatientHost::received() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return received_;
 }
 
 void PatientHost::waitForMore(std::uint64_t known, Clock::time_point end) const {
-  std::unique_lock lock(mutex_);
-  arrived_.wait_until(lock, end, [&] { return received_ > known; });
+  MutexLock lock(mutex_);
+  arrived_.waitUntil(lock, end, [&]() KELPIE_REQUIRES(mutex_) { return received_ > known; });
 }
 
 std::string PatientHost::complaints() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return complaints_;
 }
 

@@ -3,16 +3,16 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "foundation/ConditionVariable.h"
+#include "foundation/Mutex.h"
 #include "support/linux/TestSocket.h"
 
 namespace kelpie {
@@ -57,7 +57,7 @@ class PatientHost {
 
  private:
   void receive(int socket);
-  void take(const std::string& line);
+  void handle(const std::string& line);
   void send(const std::string& line);
   void disconnect();
   void lookInto(const std::string& folder, int step, std::set<std::string>& found);
@@ -73,12 +73,12 @@ class PatientHost {
   std::vector<std::string> asked_;      // URLs, to be sent
   std::string unread_;                  // receiver's
 
-  mutable std::mutex mutex_;  // guards all below
-  mutable std::condition_variable arrived_;
-  std::map<std::string, Item> items_;         // by path
-  std::map<std::string, std::string> paths_;  // by URL
-  std::uint64_t received_ = 0;
-  std::string complaints_;
+  mutable Mutex mutex_;
+  mutable ConditionVariable arrived_;
+  std::map<std::string, Item> items_ KELPIE_GUARDED_BY(mutex_);         // by path
+  std::map<std::string, std::string> paths_ KELPIE_GUARDED_BY(mutex_);  // by URL
+  std::uint64_t received_ KELPIE_GUARDED_BY(mutex_) = 0;
+  std::string complaints_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

@@ -7,9 +7,10 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <mutex>
 #include <unordered_set>
 #include <vector>
+
+#include "foundation/Mutex.h"
 
 // A serial queue: a thread of its own works off what was posted, for as long as there is anything.
 @interface HostQueue : NSObject <OS_dispatch_queue> {
@@ -59,8 +60,8 @@ constexpr int kWaitMilliseconds = 20;
 
 // Every source that has not gone, borrowed.
 struct Sources {
-  std::mutex mutex;
-  std::unordered_set<HostProcessSource*> all;  // guarded by mutex
+  kelpie::Mutex mutex;
+  std::unordered_set<HostProcessSource*> all KELPIE_GUARDED_BY(mutex);
 };
 
 Sources& sources() {
@@ -147,14 +148,14 @@ bool hasEnded(int pidFd) {
 
 - (instancetype)init {
   self = [super init];
-  const std::lock_guard lock(sources().mutex);
+  const kelpie::MutexLock lock(sources().mutex);
   sources().all.insert(self);
   return self;
 }
 
 - (void)dealloc {
   {
-    const std::lock_guard lock(sources().mutex);
+    const kelpie::MutexLock lock(sources().mutex);
     sources().all.erase(self);
   }
   if (_onEvent != nullptr) Block_release(_onEvent);
@@ -246,7 +247,7 @@ namespace kelpie::system {
 void signalProcess(std::int32_t pid) {
   std::vector<HostProcessSource*> told;
   {
-    const std::lock_guard lock(sources().mutex);
+    const MutexLock lock(sources().mutex);
     for (HostProcessSource* source : sources().all)
       if (source->_pid == pid && source->_isResumed) told.push_back([source retain]);
   }
@@ -257,7 +258,7 @@ void signalProcess(std::int32_t pid) {
 }
 
 std::size_t processSources() {
-  const std::lock_guard lock(sources().mutex);
+  const MutexLock lock(sources().mutex);
   return sources().all.size();
 }
 

@@ -4,8 +4,9 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
+
+#include "foundation/ConditionVariable.h"
+#include "foundation/Mutex.h"
 
 // A port: of a listener when it has a callback, else of a sender. Its source is the port itself.
 @interface HostPort : NSObject {
@@ -27,10 +28,10 @@ std::atomic<std::int32_t> sendStatus = 0;
 
 // What sends wait for while their receivers are busy.
 struct Traffic {
-  std::mutex mutex;
-  std::condition_variable changed;
-  bool isStopped = false;  // guarded by mutex
-  int waiting = 0;         // guarded by mutex
+  kelpie::Mutex mutex;
+  kelpie::ConditionVariable changed;
+  bool isStopped KELPIE_GUARDED_BY(mutex) = false;
+  int waiting KELPIE_GUARDED_BY(mutex) = 0;
 };
 
 Traffic& traffic() {
@@ -40,11 +41,15 @@ Traffic& traffic() {
 
 // False when the time is over.
 bool waitForReceiver(CFTimeInterval limit) {
-  std::unique_lock lock(traffic().mutex);
-  ++traffic().waiting;
-  const bool isFree = traffic().changed.wait_for(lock, std::chrono::duration<double>(limit),
-                                                 [] { return !traffic().isStopped; });
-  --traffic().waiting;
+  const auto end = std::chrono::steady_clock::now() +
+                   std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                       std::chrono::duration<double>(limit));
+  Traffic& all = traffic();
+  kelpie::MutexLock lock(all.mutex);
+  ++all.waiting;
+  const bool isFree = all.changed.waitUntil(
+      lock, end, [&all]() KELPIE_REQUIRES(all.mutex) { return !all.isStopped; });
+  --all.waiting;
   return isFree;
 }
 
@@ -230,14 +235,14 @@ void setSendStatus(std::int32_t status) { sendStatus = status; }
 
 void setReceiversBusy(bool areBusy) {
   {
-    const std::lock_guard lock(traffic().mutex);
+    const MutexLock lock(traffic().mutex);
     traffic().isStopped = areBusy;
   }
-  traffic().changed.notify_all();
+  traffic().changed.notifyAll();
 }
 
 int waitingSends() {
-  const std::lock_guard lock(traffic().mutex);
+  const MutexLock lock(traffic().mutex);
   return traffic().waiting;
 }
 

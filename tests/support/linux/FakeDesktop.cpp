@@ -23,12 +23,12 @@ FakeDesktop::FakeDesktop(GDBusConnection* bus) : bus_(bus) {
 FakeDesktop::~FakeDesktop() { g_dbus_connection_remove_filter(bus_, filter_); }
 
 std::string FakeDesktop::shown() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return shown_;
 }
 
 std::string FakeDesktop::closed() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return closed_;
 }
 
@@ -46,7 +46,7 @@ GDBusMessage* FakeDesktop::heard(GDBusConnection* bus, GDBusMessage* message, gb
   const GCharPtr body(g_variant_print(g_dbus_message_get_body(message), FALSE));
   auto* desktop = static_cast<FakeDesktop*>(self);
   {
-    const std::lock_guard lock(desktop->mutex_);
+    const MutexLock lock(desktop->mutex_);
     (name == "Notify" ? desktop->shown_ : desktop->closed_) = body.get();
   }
   const GObjectPtr<GDBusMessage> reply(g_dbus_message_new_method_reply(message));

@@ -2,8 +2,9 @@
 
 #include <gio/gio.h>
 
-#include <mutex>
 #include <string>
+
+#include "foundation/Mutex.h"
 
 namespace kelpie {
 
@@ -31,9 +32,9 @@ class FakeDesktop {
 
   GDBusConnection* bus_;
   guint filter_ = 0;
-  mutable std::mutex mutex_;
-  std::string shown_;   // guarded by mutex_, as is
-  std::string closed_;  // what was to be taken back
+  mutable Mutex mutex_;
+  std::string shown_ KELPIE_GUARDED_BY(mutex_);
+  std::string closed_ KELPIE_GUARDED_BY(mutex_);  // what was to be taken back
 };
 
 }  // namespace kelpie
