@@ -153,9 +153,13 @@ BusInterface::~BusInterface() {
   if (registration_ != 0) g_dbus_connection_unregister_object(bus_.get(), registration_);
 }
 
-void BusInterface::began(const ActionInfo& action) { emit("Began", tupleOf(valuesOf(action))); }
+void BusInterface::began(const ActionInfo& action) {
+  thread_.check();
+  emit("Began", tupleOf(valuesOf(action)));
+}
 
 void BusInterface::over(const ActionInfo& action, const ActionOutcome& outcome) {
+  thread_.check();
   Values values;
   addAction(values, action);
   values.text("end", endOf(outcome.end));
@@ -164,10 +168,12 @@ void BusInterface::over(const ActionInfo& action, const ActionOutcome& outcome) 
 }
 
 void BusInterface::told(const std::string& title, const std::string& text) {
+  thread_.check();
   emit("Told", g_variant_new("(ss)", shown(title).c_str(), shown(text).c_str()));
 }
 
 void BusInterface::flush() {
+  thread_.check();
   if (bus_ == nullptr) return;
   g_dbus_connection_flush_sync(bus_.get(), nullptr, nullptr);
 }

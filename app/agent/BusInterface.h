@@ -11,6 +11,7 @@
 #include "agent/actions/ActionInfo.h"
 #include "agent/actions/ActionOutcome.h"
 #include "agent/git/WorkingCopySummary.h"
+#include "foundation/ThreadBound.h"
 #include "linux/base/GLibPointers.h"
 #include "platform/Log.h"
 
@@ -62,6 +63,7 @@ class BusInterface {
   Log& log_;
   Answers answers_;
   guint registration_ = 0;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

@@ -28,10 +28,12 @@ WaitingCopies::~WaitingCopies() {
 }
 
 void WaitingCopies::sayWaiting() {
+  thread_.check();
   notifications_.post(kWaitingNotification, std::to_string(own_));
 }
 
 void WaitingCopies::waiting(const std::string& text) {
+  thread_.check();
   std::int32_t pid = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), pid);
   if (error != std::errc() || end != text.data() + text.size() || pid < 1) return;

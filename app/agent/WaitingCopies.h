@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "foundation/ThreadBound.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/ProcessMonitor.h"
 
@@ -42,6 +43,7 @@ class WaitingCopies {
   std::function<void()> ended_;
   std::map<std::int32_t, std::shared_ptr<ProcessMonitor>> copies_;
   std::unique_ptr<NotificationObservation> observation_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

@@ -23,6 +23,7 @@ WithheldNotices::WithheldNotices(DefaultsFile file, Log& log, Notifier& notifier
 }
 
 void WithheldNotices::changed(const std::string& root, const std::vector<std::string>& programs) {
+  thread_.check();
   if (programs.empty()) {
     if (withheld_.erase(root) == 0) return;
   } else {

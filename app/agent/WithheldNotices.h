@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "agent/desktop/Notifier.h"
+#include "foundation/ThreadBound.h"
 #include "platform/Log.h"
 #include "platform/linux/DefaultsFile.h"
 #include "settings/WithheldPrograms.h"
@@ -31,6 +32,7 @@ class WithheldNotices {
   Notifier& notifier_;
   WithheldPrograms withheld_;
   std::set<std::string> notified_;  // roots
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

@@ -23,9 +23,13 @@ ActionProgress::ActionProgress(MainLoop& loop, Notifier& notifier, Runner runner
                                std::chrono::milliseconds patience)
     : loop_(loop), notifier_(notifier), runner_(std::move(runner)), patience_(patience) {}
 
-void ActionProgress::began(const ActionInfo& action) { waitFor(action.id); }
+void ActionProgress::began(const ActionInfo& action) {
+  thread_.check();
+  waitFor(action.id);
+}
 
 void ActionProgress::over(const ActionInfo& action) {
+  thread_.check();
   const auto watched = watched_.find(action.id);
   if (watched == watched_.end()) return;
   if (watched->second.told) notifier_.withdraw(*watched->second.told);

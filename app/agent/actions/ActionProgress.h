@@ -11,6 +11,7 @@
 
 #include "agent/actions/ActionInfo.h"
 #include "agent/desktop/Notifier.h"
+#include "foundation/ThreadBound.h"
 #include "linux/base/MainLoop.h"
 
 namespace kelpie::agent {
@@ -50,6 +51,7 @@ class ActionProgress {
   Runner runner_;
   const std::chrono::milliseconds patience_;
   std::map<std::uint64_t, Watched> watched_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

@@ -44,6 +44,7 @@ ActionRunner::ActionRunner(ActionJob::Means means, SerialQueues& queues, Log& lo
 ActionRunner::~ActionRunner() { *alive_ = false; }
 
 void ActionRunner::run(const ActionRequest& request, ActionContext context) {
+  thread_.check();
   const std::string_view chosen = request.rule->action;
   if (chosen == kQuit) {
     finish(begin(request, {}), ActionOutcome::done());
@@ -82,10 +83,12 @@ void ActionRunner::post(std::uint64_t id, const ActionRequest& request, ActionCo
 }
 
 void ActionRunner::refuse(const ActionRequest& request, const std::string& why) {
+  thread_.check();
   finish(begin(request, {}), ActionOutcome::failed(why));
 }
 
 std::vector<ActionInfo> ActionRunner::actions() const {
+  thread_.check();
   std::vector<ActionInfo> infos;
   infos.reserve(actions_.size());
   for (const auto& [id, action] : actions_) infos.push_back(infoOf(id, action));
@@ -93,6 +96,7 @@ std::vector<ActionInfo> ActionRunner::actions() const {
 }
 
 bool ActionRunner::cancel(std::uint64_t id) {
+  thread_.check();
   const auto action = actions_.find(id);
   if (action == actions_.end()) return false;
   action->second.control->cancel();
@@ -180,6 +184,7 @@ void ActionRunner::undo(const std::vector<ActionOutcome::Kept>& kept) {
 }
 
 void ActionRunner::withdrawUndo(const std::string& root) {
+  thread_.check();
   const auto offer = std::ranges::find_if(undoOffers_, [&](const UndoOffer& each) {
     return std::ranges::find(each.roots, root) != each.roots.end();
   });

@@ -16,6 +16,7 @@
 #include "agent/actions/ActionRequest.h"
 #include "agent/desktop/ActionControl.h"
 #include "agent/desktop/Notifier.h"
+#include "foundation/ThreadBound.h"
 #include "platform/Log.h"
 #include "platform/SerialQueue.h"
 
@@ -107,6 +108,7 @@ class ActionRunner {
   std::vector<UndoOffer> undoOffers_;
   // Tasks ask it whether this is still there.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

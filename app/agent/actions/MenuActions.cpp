@@ -9,6 +9,7 @@
 namespace kelpie::agent {
 
 void MenuActions::handle(const Object& message, const RepositorySession* session) {
+  thread_.check();
   const std::optional<ActionRequest> request = ActionRequest::fromMessage(message);
   if (!request) return log_.write("port: an action that is none, dropped");
   ActionContext context;

@@ -2,6 +2,7 @@
 
 #include "agent/actions/ActionRunner.h"
 #include "agent/link/ActionHandler.h"
+#include "foundation/ThreadBound.h"
 #include "platform/Log.h"
 
 namespace kelpie::agent {
@@ -17,6 +18,7 @@ class MenuActions final : public ActionHandler {
  private:
   ActionRunner& runner_;
   Log& log_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

@@ -46,11 +46,13 @@ DesktopNotifier::~DesktopNotifier() {
 }
 
 void DesktopNotifier::notify(const std::string& title, const std::string& text) {
+  thread_.check();
   show(0, title, text, {});
 }
 
 Notifier::Key DesktopNotifier::offer(const std::string& title, const std::string& text,
                                      Button button) {
+  thread_.check();
   const Key key = ++lastKey_;
   offers_[key].pressed = std::move(button.pressed);
   if (offers_.size() > kMostOffers) offers_.erase(offers_.begin());
@@ -59,6 +61,7 @@ Notifier::Key DesktopNotifier::offer(const std::string& title, const std::string
 }
 
 void DesktopNotifier::withdraw(Key key) {
+  thread_.check();
   const auto offer = offers_.find(key);
   if (offer == offers_.end()) return;
   const std::uint32_t number = offer->second.number;

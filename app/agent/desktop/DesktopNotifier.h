@@ -8,6 +8,7 @@
 #include <map>
 
 #include "agent/desktop/Notifier.h"
+#include "foundation/ThreadBound.h"
 #include "linux/base/GLibPointers.h"
 #include "platform/Log.h"
 
@@ -59,6 +60,7 @@ class DesktopNotifier final : public Notifier {
   guint signals_ = 0;
   Key lastKey_ = 0;
   std::map<Key, Offer> offers_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

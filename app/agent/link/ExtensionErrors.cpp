@@ -29,6 +29,7 @@ std::string textAt(const nlohmann::json& object, std::string_view key) {
 }  // namespace
 
 bool ExtensionErrors::show(const Object& argument) {
+  thread_.check();
   const std::optional<Error> error = argument.error();
   const Object information = error ? error->userInfo : argument;
   if (!error && !information.isDictionary()) return false;
@@ -46,6 +47,7 @@ bool ExtensionErrors::show(const Object& argument) {
 }
 
 bool ExtensionErrors::showJson(std::string_view text) {
+  thread_.check();
   if (text.size() > kLongestJson) return false;
   const nlohmann::json message = nlohmann::json::parse(text, nullptr, false);
   if (textAt(message, kMessageSelectorKey) != selector::kShowError) return false;
@@ -59,6 +61,7 @@ bool ExtensionErrors::showJson(std::string_view text) {
 }
 
 void ExtensionErrors::show(const std::string& summary, const std::string& detail) {
+  thread_.check();
   const std::string text = "extension: " + fitted(summary) + ": " + fitted(detail);
   log_.write(text);
   const Clock::time_point now = Clock::now();

@@ -7,6 +7,7 @@
 
 #include "agent/desktop/Notifier.h"
 #include "foundation/Object.h"
+#include "foundation/ThreadBound.h"
 #include "platform/Log.h"
 
 namespace kelpie::agent {
@@ -36,6 +37,7 @@ class ExtensionErrors {
   Notifier& notifier_;
   std::string last_;
   std::optional<Clock::time_point> lastShown_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

@@ -17,6 +17,7 @@ ExtensionPort::ExtensionPort(const Services& services, std::string name,
 
 // The newer message goes to the end: what was posted in between may have to come before it.
 void ExtensionPort::post(const Matter& matter, Message message) {
+  thread_.check();
   if (message == nullptr || remote_ == nullptr) return;
   std::erase_if(waiting_, [&](const Letter& letter) { return letter.matter == matter; });
   waiting_.push_back({matter, std::move(message)});

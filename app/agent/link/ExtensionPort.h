@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "agent/link/RepositoryMessages.h"
+#include "foundation/ThreadBound.h"
 #include "linux/base/MainLoop.h"
 #include "platform/MessagePort.h"
 #include "platform/SerialQueue.h"
@@ -81,6 +82,7 @@ class ExtensionPort : public std::enable_shared_from_this<ExtensionPort> {
   bool answered_ = false;  // a message has gone out since the connection was made
   bool silent_ = false;    // the last message did not go out in time
   std::unique_ptr<MainLoop::Source> retry_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

@@ -23,6 +23,7 @@ bool ExtensionPorts::isExtensionPort(std::string_view name) const {
 }
 
 std::shared_ptr<ExtensionPort> ExtensionPorts::connect(const std::string& name) {
+  thread_.check();
   if (const auto found = ports_.find(name); found != ports_.end()) return found->second;
   Log& log = services_.loop.log();
   if (!isExtensionPort(name)) {

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "agent/link/ExtensionPort.h"
+#include "foundation/ThreadBound.h"
 
 namespace kelpie::agent {
 
@@ -42,6 +43,7 @@ class ExtensionPorts {
   const std::string group_;
   ExtensionPort::Callbacks callbacks_;
   std::map<std::string, std::shared_ptr<ExtensionPort>, std::less<>> ports_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

@@ -5,6 +5,7 @@
 namespace kelpie::agent {
 
 bool EarlyFolders::isEcho(const std::string& folder) {
+  thread_.check();
   if (const auto echo = echoes_.extract(folder)) {
     if (echo.mapped()) isEarly_ = !echoes_.empty() || !asked_.empty();
     return true;
@@ -15,19 +16,25 @@ bool EarlyFolders::isEcho(const std::string& folder) {
 }
 
 void EarlyFolders::lookAgain(const std::string& folder) {
+  thread_.check();
   if (asked_.size() + echoes_.size() < kMaximum) asked_.try_emplace(folder, false);
 }
 
 std::vector<std::string> EarlyFolders::take() {
+  thread_.check();
   std::vector<std::string> folders;
   for (const auto& [folder, isOwn] : asked_) folders.push_back(folder);
   echoes_.merge(std::exchange(asked_, {}));
   return folders;
 }
 
-void EarlyFolders::tellAgain() { asked_.merge(std::exchange(echoes_, {})); }
+void EarlyFolders::tellAgain() {
+  thread_.check();
+  asked_.merge(std::exchange(echoes_, {}));
+}
 
 void EarlyFolders::reset() {
+  thread_.check();
   isEarly_ = true;
   asked_.clear();
   echoes_.clear();

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "foundation/ThreadBound.h"
+
 namespace kelpie::agent {
 
 // The folders of one working copy that an extension asked about before it knew the working copy.
@@ -41,6 +43,7 @@ class EarlyFolders {
   // To be looked at again, and the echoes to come: whether the extension had asked by itself.
   std::map<std::string, bool> asked_;
   std::map<std::string, bool> echoes_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

@@ -18,16 +18,19 @@ ReadingLane::~ReadingLane() {
 }
 
 void ReadingLane::changed() {
+  thread_.check();
   pace_.changed(Clock::now());
   schedule();
 }
 
 void ReadingLane::setWanted(bool wanted) {
+  thread_.check();
   wanted_ = wanted;
   schedule();
 }
 
 void ReadingLane::finished(bool foundSomething) {
+  thread_.check();
   stage_ = Stage::Resting;
   pace_.finished(Clock::now(), foundSomething);
   slots_->leave(ticket_);
@@ -52,6 +55,7 @@ void ReadingLane::due() {
 }
 
 void ReadingLane::setUrgency(ReadingSlots::Urgency urgency) {
+  thread_.check();
   if (std::exchange(urgency_, urgency) != urgency && stage_ == Stage::Queued) queueUp();
 }
 

@@ -5,6 +5,7 @@
 
 #include "agent/sessions/ReadingPace.h"
 #include "agent/sessions/ReadingSlots.h"
+#include "foundation/ThreadBound.h"
 #include "linux/base/MainLoop.h"
 
 namespace kelpie::agent {
@@ -50,6 +51,7 @@ class ReadingLane {
   std::unique_ptr<MainLoop::Source> timer_;
   // What waits for a slot asks it whether this is still there.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

@@ -9,11 +9,13 @@ ReadingSlots::ReadingSlots(MainLoop& loop, std::size_t slots, std::chrono::milli
     : loop_(loop), slots_(std::max<std::size_t>(slots, 1)), patience_(patience) {}
 
 void ReadingSlots::enter(Urgency urgency, std::function<void(Ticket ticket)> start) {
+  thread_.check();
   waiting_.at(static_cast<std::size_t>(urgency)).push_back(std::move(start));
   startNext();
 }
 
 void ReadingSlots::leave(Ticket ticket) {
+  thread_.check();
   if (running_.erase(ticket) > 0) startNext();
 }
 

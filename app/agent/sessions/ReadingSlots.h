@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 
+#include "foundation/ThreadBound.h"
 #include "linux/base/MainLoop.h"
 
 namespace kelpie::agent {
@@ -49,6 +50,7 @@ class ReadingSlots {
   std::map<Ticket, std::unique_ptr<MainLoop::Source>> running_;
   std::array<Waiting, 5> waiting_;  // by urgency
   Ticket last_ = 0;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

@@ -30,11 +30,15 @@ StatusReadings::StatusReadings(ReadingContext context)
       indexFolders_(context_.git, context_.workingCopy) {}
 
 void StatusReadings::start(bool find, std::function<void(Result)> done) {
+  thread_.check();
   find_ = find;
   run(shared_from_this(), context_, &StatusReadings::read, std::move(done));
 }
 
-void StatusReadings::cancel() { g_cancellable_cancel(context_.cancellable.get()); }
+void StatusReadings::cancel() {
+  thread_.check();
+  g_cancellable_cancel(context_.cancellable.get());
+}
 
 StatusReadings::Result StatusReadings::read() {
   Result result = readStatus();
@@ -79,10 +83,14 @@ ReferencesReadings::ReferencesReadings(ReadingContext context)
     : context_(std::move(context)), reader_(context_.git, context_.workingCopy) {}
 
 void ReferencesReadings::start(std::function<void(Result)> done) {
+  thread_.check();
   run(shared_from_this(), context_, &ReferencesReadings::read, std::move(done));
 }
 
-void ReferencesReadings::cancel() { g_cancellable_cancel(context_.cancellable.get()); }
+void ReferencesReadings::cancel() {
+  thread_.check();
+  g_cancellable_cancel(context_.cancellable.get());
+}
 
 ReferencesReadings::Result ReferencesReadings::read() {
   Result result;

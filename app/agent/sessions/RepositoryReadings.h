@@ -12,6 +12,7 @@
 #include "agent/git/StatusReader.h"
 #include "agent/git/WorkingCopyFinder.h"
 #include "agent/link/RepositoryMessages.h"
+#include "foundation/ThreadBound.h"
 #include "linux/base/GLibPointers.h"
 #include "platform/FileSystem.h"
 #include "platform/SerialQueue.h"
@@ -67,6 +68,7 @@ class StatusReadings : public std::enable_shared_from_this<StatusReadings> {
   bool find_ = false;  // changed while no reading runs
   StatusReader reader_;
   IndexFolders indexFolders_;
+  ThreadBound thread_;
 };
 
 // The same for the references.
@@ -88,6 +90,7 @@ class ReferencesReadings : public std::enable_shared_from_this<ReferencesReading
 
   ReadingContext context_;
   ReferencesReader reader_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

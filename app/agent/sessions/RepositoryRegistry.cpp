@@ -52,6 +52,7 @@ RepositoryRegistry::RepositoryRegistry(SessionServices services)
 
 void RepositoryRegistry::open(const std::string& folder, const std::shared_ptr<ExtensionPort>& port,
                               bool shallow) {
+  thread_.check();
   shown_.add(folder, port);
   look({port, folder, shallow, false, {}});
 }
@@ -113,11 +114,13 @@ std::optional<RepositoryRegistry::Candidate> RepositoryRegistry::candidateAt(
 }
 
 RepositorySession* RepositoryRegistry::find(const FileIdentifier& identifier) const {
+  thread_.check();
   const auto found = sessions_.find(identifier);
   return found == sessions_.end() ? nullptr : found->second.get();
 }
 
 const RepositorySession* RepositoryRegistry::holding(std::string_view path) const {
+  thread_.check();
   const RepositorySession* best = nullptr;
   for (const auto& [identifier, session] : sessions_) {
     const std::string& root = session->workingCopy().root;
@@ -245,6 +248,7 @@ RepositorySession& RepositoryRegistry::sessionFor(const WorkingCopy& workingCopy
 }
 
 void RepositoryRegistry::open(RepositorySession& session, const Request& request) {
+  thread_.check();
   const std::shared_ptr<ExtensionPort> port = request.port.lock();
   if (port == nullptr) return;
   if (request.again && session.isOpenFor(port->name(), request.folder)) return;
@@ -270,23 +274,28 @@ void RepositoryRegistry::remove(const FileIdentifier& identifier, bool lookAgain
 }
 
 void RepositoryRegistry::pinged(const std::string& portName) {
+  thread_.check();
   for (const auto& [identifier, session] : sessions_) session->distrust(portName);
 }
 
 void RepositoryRegistry::renewed(const std::string& portName) {
+  thread_.check();
   for (const auto& [identifier, session] : sessions_) session->tellAgain(portName);
 }
 
 void RepositoryRegistry::gone(const std::string& portName) {
+  thread_.check();
   shown_.forget(portName);
   for (const auto& [identifier, session] : sessions_) session->forget(portName);
 }
 
 void RepositoryRegistry::readAgain() {
+  thread_.check();
   for (const auto& [identifier, session] : sessions_) session->readAgain();
 }
 
 void RepositoryRegistry::checkGit() {
+  thread_.check();
   services_.queues.makeQueue(kQueueLabel)
       ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(),
               git = services_.git] {

@@ -17,6 +17,7 @@
 #include "agent/sessions/RepositorySession.h"
 #include "agent/sessions/ShownFolders.h"
 #include "foundation/FileIdentifier.h"
+#include "foundation/ThreadBound.h"
 
 namespace kelpie::agent {
 
@@ -127,6 +128,7 @@ class RepositoryRegistry {
   ShownFolders shown_;
   // Tasks ask it whether this is still there.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

@@ -43,6 +43,7 @@ ShownFolders::ShownFolders(MainLoop& loop, DirectoryWatcher& names, Callbacks ca
 ShownFolders::~ShownFolders() { names_.removeClient(client_); }
 
 void ShownFolders::add(const std::string& folder, const std::shared_ptr<ExtensionPort>& port) {
+  thread_.check();
   Folder& shown = folders_[folder];
   shown.ports.insert_or_assign(port->name(), port);
   shown.age = ++lastAge_;
@@ -50,6 +51,7 @@ void ShownFolders::add(const std::string& folder, const std::shared_ptr<Extensio
 }
 
 void ShownFolders::forget(const std::string& portName) {
+  thread_.check();
   for (auto at = folders_.begin(); at != folders_.end();) {
     at->second.ports.erase(portName);
     if (!at->second.ports.empty()) {
@@ -71,6 +73,7 @@ void ShownFolders::forgetOldest() {
 
 std::vector<std::shared_ptr<ExtensionPort>> ShownFolders::extensionsOf(
     const std::string& folder) const {
+  thread_.check();
   std::vector<std::shared_ptr<ExtensionPort>> ports;
   const auto found = folders_.find(folder);
   if (found == folders_.end()) return ports;
@@ -118,6 +121,7 @@ bool ShownFolders::isShownWithin(const std::string& path) const {
 }
 
 void ShownFolders::doubt(const std::string& path) {
+  thread_.check();
   if (!isShownWithin(path) && !folders_.contains(parentOf(path))) return;
   doubted_.insert(path);
   if (timer_ == nullptr) timer_ = loop_.callAfter(kQuietNames, [this] { tell(); });

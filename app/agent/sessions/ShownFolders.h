@@ -12,6 +12,7 @@
 
 #include "agent/link/ExtensionPort.h"
 #include "agent/watch/DirectoryWatcher.h"
+#include "foundation/ThreadBound.h"
 #include "linux/base/MainLoop.h"
 
 namespace kelpie::agent {
@@ -90,6 +91,7 @@ class ShownFolders {
   std::uint64_t lastAge_ = 0;
   std::set<std::string> doubted_;
   std::unique_ptr<MainLoop::Source> timer_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

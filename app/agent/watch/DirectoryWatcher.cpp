@@ -54,12 +54,14 @@ std::size_t DirectoryWatcher::defaultLimit() {
 }
 
 DirectoryWatcher::Client DirectoryWatcher::addClient(Handler handler) {
+  thread_.check();
   const MutexLock lock(mutex_);
   clients_[++lastClient_].handler = std::make_shared<const Handler>(std::move(handler));
   return lastClient_;
 }
 
 void DirectoryWatcher::removeClient(Client client) {
+  thread_.check();
   const MutexLock lock(mutex_);
   const auto found = clients_.find(client);
   if (found == clients_.end()) return;
@@ -151,6 +153,7 @@ std::set<std::string> DirectoryWatcher::foldersOf(Client client) const {
 }
 
 void DirectoryWatcher::dispatch() {
+  thread_.check();
   // Bounded, so that a storm of events leaves the main loop its other work: what is not read now
   // makes the descriptor readable again.
   alignas(inotify_event) std::array<char, 65536> buffer{};

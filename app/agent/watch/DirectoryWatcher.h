@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "foundation/Mutex.h"
+#include "foundation/ThreadBound.h"
 
 namespace kelpie::agent {
 
@@ -105,6 +106,7 @@ class DirectoryWatcher {
   std::unordered_map<int, Watch> watches_ KELPIE_GUARDED_BY(mutex_);
   std::unordered_map<Client, Subscriber> clients_ KELPIE_GUARDED_BY(mutex_);
   Client lastClient_ KELPIE_GUARDED_BY(mutex_) = 0;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

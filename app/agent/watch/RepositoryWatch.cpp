@@ -128,6 +128,7 @@ void RepositoryWatch::setOpaque(const StatusSnapshot& status, Walk& walk) {
 
 void RepositoryWatch::follow(const StatusSnapshot& status,
                              const std::optional<std::vector<std::string>>& trackedFolders) {
+  thread_.check();
   Walk walk;
   walk.git = std::exchange(gitPending_, false);
   if (!workingCopy_.bare) {
@@ -142,6 +143,7 @@ void RepositoryWatch::follow(const StatusSnapshot& status,
 }
 
 void RepositoryWatch::followReferences() {
+  thread_.check();
   Walk walk;
   walk.git = std::exchange(gitPending_, false);
   if (walk.git) start(std::move(walk));

@@ -11,6 +11,7 @@
 #include "agent/git/WorkingCopyFinder.h"
 #include "agent/watch/ChangeRules.h"
 #include "agent/watch/DirectoryWatcher.h"
+#include "foundation/ThreadBound.h"
 #include "platform/SerialQueue.h"
 
 namespace kelpie::agent {
@@ -88,6 +89,7 @@ class RepositoryWatch {
   bool limitReached_ = false;
   // Tasks ask it whether this is still there.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent

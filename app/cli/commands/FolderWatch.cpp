@@ -18,6 +18,7 @@ FolderWatch::FolderWatch(std::string folder)
 }
 
 std::vector<std::string> FolderWatch::newNames() {
+  thread_.check();
   std::vector<std::string> names;
   std::array<char, 65536> buffer{};
   const ssize_t size = ::read(events_.get(), buffer.data(), buffer.size());

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "foundation/ThreadBound.h"
 #include "linux/base/UniqueFd.h"
 
 namespace kelpie::cli {
@@ -22,6 +23,7 @@ class FolderWatch {
  private:
   std::string folder_;
   UniqueFd events_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::cli

@@ -18,6 +18,7 @@ Interrupt::Interrupt() {
 Interrupt::~Interrupt() { pthread_sigmask(SIG_SETMASK, &former_, nullptr); }
 
 bool Interrupt::hasCome() {
+  thread_.check();
   signalfd_siginfo signal = {};
   if (::read(signals_.get(), &signal, sizeof signal) == sizeof signal) came_ = true;
   return came_;

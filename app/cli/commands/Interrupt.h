@@ -2,6 +2,7 @@
 
 #include <csignal>
 
+#include "foundation/ThreadBound.h"
 #include "linux/base/UniqueFd.h"
 
 namespace kelpie::cli {
@@ -24,6 +25,7 @@ class Interrupt {
   sigset_t former_{};
   UniqueFd signals_;
   bool came_ = false;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::cli

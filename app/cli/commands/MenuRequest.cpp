@@ -82,6 +82,7 @@ std::optional<std::string> MenuRequest::checkDeleted() const {
 }
 
 std::optional<std::string> MenuRequest::refresh() {
+  thread_.check();
   std::optional<HostClient::MenuReply> reply;
   session_->client().askMenu(
       question_, [&reply](const HostClient::MenuReply& got) { reply = got; }, Clock::now());
@@ -100,6 +101,7 @@ std::optional<std::string> MenuRequest::refresh() {
 
 std::optional<std::string> MenuRequest::choose(const std::vector<std::size_t>& path,
                                                const std::string& choice) {
+  thread_.check();
   std::optional<std::string> outcome;
   session_->client().choose(
       menu_, path, choice, [&outcome](const std::string& problem) { outcome = problem; },

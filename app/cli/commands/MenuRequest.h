@@ -10,6 +10,7 @@
 #include "cli/commands/Arguments.h"
 #include "cli/link/BadgeCollector.h"
 #include "cli/output/Context.h"
+#include "foundation/ThreadBound.h"
 #include "linux/hostclient/HostClient.h"
 #include "protocol/hostlink/HostLines.h"
 
@@ -56,6 +57,7 @@ class MenuRequest {
   HostClient::MenuQuestion question_;
   std::int64_t menu_ = 0;  // what the menu is chosen from by
   std::vector<hostlink::Item> items_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::cli

@@ -43,6 +43,7 @@ ActionWait::~ActionWait() {
 
 ActionWait::End ActionWait::wait(std::chrono::milliseconds limit,
                                  const std::function<void()>& slow) {
+  thread_.check();
   const auto start = Clock::now();
   const auto deadline = start + limit;
   waitUntil(std::min(deadline, start + kPatience), [this] { return isOver(); });

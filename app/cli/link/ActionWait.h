@@ -7,6 +7,7 @@
 
 #include "cli/link/AgentClient.h"
 #include "cli/link/Deadline.h"
+#include "foundation/ThreadBound.h"
 
 namespace kelpie::cli {
 
@@ -59,6 +60,7 @@ class ActionWait {
   guint owners_ = 0;
   bool isGone_ = false;
   AgentClient::Action action_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::cli

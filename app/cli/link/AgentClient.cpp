@@ -64,6 +64,7 @@ std::optional<AgentClient> AgentClient::connect(std::string& problem) {
 }
 
 std::optional<std::vector<AgentClient::Action>> AgentClient::actions() const {
+  thread_.check();
   std::string ignored;
   const GVariantPtr answer = call("Actions", nullptr, "(aa{sv})", ignored);
   if (!answer) return std::nullopt;
@@ -77,6 +78,7 @@ std::optional<std::vector<AgentClient::Action>> AgentClient::actions() const {
 }
 
 std::optional<bool> AgentClient::cancel(std::uint64_t id) const {
+  thread_.check();
   std::string ignored;
   const GVariantPtr answer = call("Cancel", g_variant_new("(t)", guint64{id}), "(b)", ignored);
   if (!answer) return std::nullopt;
@@ -86,6 +88,7 @@ std::optional<bool> AgentClient::cancel(std::uint64_t id) const {
 }
 
 std::optional<AgentClient::WorkingCopy> AgentClient::workingCopy(const std::string& path) const {
+  thread_.check();
   std::string ignored;
   GVariant* bytes = g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, path.data(), path.size(), 1);
   const GVariantPtr answer =

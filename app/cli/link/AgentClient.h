@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/ThreadBound.h"
 #include "linux/base/GLibPointers.h"
 
 namespace kelpie::cli {
@@ -74,6 +75,7 @@ class AgentClient {
                    std::string& problem) const;
 
   GObjectPtr<GDBusConnection> connection_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::cli

@@ -18,27 +18,34 @@ BadgeCollector::~BadgeCollector() {
 }
 
 void BadgeCollector::showFolder(const std::string& path) {
+  thread_.check();
   if (std::ranges::find(shown_, path) != shown_.end()) return;
   shown_.push_back(path);
   session_.client().showFolder(path);
 }
 
 void BadgeCollector::want(const std::string& path, bool isFolder) {
+  thread_.check();
   if (answered_.size() >= kMaximumItems) return;
   if (!answered_.emplace(path, false).second) return;
   ++unanswered_;
   session_.client().want(path, isFolder);
 }
 
-bool BadgeCollector::ask() { return session_.flush(); }
+bool BadgeCollector::ask() {
+  thread_.check();
+  return session_.flush();
+}
 
 bool BadgeCollector::askAgain() {
+  thread_.check();
   for (const auto& [path, isAnswered] : answered_)
     if (!isBadge(badge(path).value_or(""))) session_.client().askAgain(path);
   return session_.flush();
 }
 
 bool BadgeCollector::settle(std::chrono::milliseconds wait) {
+  thread_.check();
   if (!ask()) return false;
   auto settling = kSettling;
   auto pause = kFirstPause;
@@ -77,10 +84,12 @@ void BadgeCollector::note(const std::vector<std::string>& paths) {
 }
 
 std::vector<BadgeCollector::Change> BadgeCollector::takeChanges() {
+  thread_.check();
   return std::exchange(changes_, {});
 }
 
 std::optional<std::string> BadgeCollector::badge(std::string_view path) const {
+  thread_.check();
   return session_.client().badge(path);
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cli/link/ExtensionSession.h"
+#include "foundation/ThreadBound.h"
 
 namespace kelpie::cli {
 
@@ -72,6 +73,7 @@ class BadgeCollector {
   std::map<std::string, bool, std::less<>> answered_;  // wanted items: whether a badge came
   std::size_t unanswered_ = 0;
   std::vector<Change> changes_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::cli

@@ -31,6 +31,7 @@ std::optional<BusClient> BusClient::connect(std::string& problem) {
 }
 
 std::optional<std::string> BusClient::start(const std::string& name) const {
+  thread_.check();
   std::string problem;
   if (call("StartServiceByName", g_variant_new("(su)", name.c_str(), 0U), "(u)", kStartLimit,
            problem))
@@ -39,6 +40,7 @@ std::optional<std::string> BusClient::start(const std::string& name) const {
 }
 
 std::optional<std::uint32_t> BusClient::ownerProcess(const std::string& name) const {
+  thread_.check();
   std::string ignored;
   const GVariantPtr answer = call("GetConnectionUnixProcessID", g_variant_new("(s)", name.c_str()),
                                   "(u)", kAskLimit, ignored);
@@ -49,6 +51,7 @@ std::optional<std::uint32_t> BusClient::ownerProcess(const std::string& name) co
 }
 
 bool BusClient::canStart(const std::string& name) const {
+  thread_.check();
   std::string ignored;
   const GVariantPtr answer = call("ListActivatableNames", nullptr, "(as)", kAskLimit, ignored);
   if (!answer) return false;

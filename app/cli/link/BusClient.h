@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "foundation/ThreadBound.h"
 #include "linux/base/GLibPointers.h"
 
 namespace kelpie::cli {
@@ -31,6 +32,7 @@ class BusClient {
                    std::string& problem) const;
 
   GObjectPtr<GDBusConnection> connection_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::cli

@@ -74,10 +74,14 @@ ExtensionSession::~ExtensionSession() {
                        std::to_string(dropped));
 }
 
-bool ExtensionSession::flush() { return link_->send(client_.takeOutput()); }
+bool ExtensionSession::flush() {
+  thread_.check();
+  return link_->send(client_.takeOutput());
+}
 
 HostLink::Event ExtensionSession::receive(Clock::time_point deadline,
                                           std::initializer_list<int> others) {
+  thread_.check();
   if (!flush()) return HostLink::Event::Ended;
   std::string bytes;
   const auto event = link_->receive(bytes, deadline, others);
@@ -88,6 +92,7 @@ HostLink::Event ExtensionSession::receive(Clock::time_point deadline,
 }
 
 bool ExtensionSession::receiveUntil(const std::function<bool()>& isDone) {
+  thread_.check();
   while (!isDone()) {
     // Something is due while a question waits; without one there is nothing to wait for.
     const auto due = client_.wakeAt();

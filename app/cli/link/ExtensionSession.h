@@ -11,6 +11,7 @@
 
 #include "cli/link/HostLink.h"
 #include "cli/output/Context.h"
+#include "foundation/ThreadBound.h"
 #include "linux/hostclient/HostClient.h"
 
 namespace kelpie::cli {
@@ -64,6 +65,7 @@ class ExtensionSession {
   HostClient client_{"kelpie", {{}, {}, [this](const std::vector<std::string>& paths) {
                                   if (onBadges_) onBadges_(paths);
                                 }}};
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::cli

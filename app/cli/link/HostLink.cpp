@@ -31,6 +31,7 @@ std::unique_ptr<HostLink> HostLink::connect(const std::string& path, int& error)
 }
 
 bool HostLink::send(std::string_view bytes) {
+  thread_.check();
   const auto deadline = Clock::now() + kSendLimit;
   while (!bytes.empty()) {
     const ssize_t size = ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
@@ -48,6 +49,7 @@ bool HostLink::send(std::string_view bytes) {
 
 HostLink::Event HostLink::receive(std::string& bytes, Clock::time_point deadline,
                                   std::initializer_list<int> others) {
+  thread_.check();
   // poll() passes over what stands for nothing.
   std::array<pollfd, 3> waits = {{{socket_.get(), POLLIN, 0}, {-1, POLLIN, 0}, {-1, POLLIN, 0}}};
   const std::span<pollfd> extra = std::span(waits).subspan(1);

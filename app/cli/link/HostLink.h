@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "cli/link/Deadline.h"
+#include "foundation/ThreadBound.h"
 #include "linux/base/UniqueFd.h"
 
 namespace kelpie::cli {
@@ -36,6 +37,7 @@ class HostLink {
   explicit HostLink(UniqueFd socket) : socket_(std::move(socket)) {}
 
   UniqueFd socket_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::cli

@@ -37,6 +37,7 @@ bool Console::usesColour() const {
 }
 
 std::string Console::paint(Colour colour, std::string_view text) const {
+  thread_.check();
   if (colour == Colour::Plain || !usesColour()) return std::string(text);
   std::string painted = "\033[";
   painted += kRenditions[static_cast<std::size_t>(colour)];
@@ -51,6 +52,7 @@ std::string Console::printable(std::string_view bytes) const {
 }
 
 void Console::complain(std::string_view text) {
+  thread_.check();
   out_.flush();
   err_ << "kelpie: " << text << '\n' << std::flush;
 }

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/ThreadBound.h"
+
 namespace kelpie::cli {
 
 // When colours are used: on a terminal that wants them, or as the user says.
@@ -45,6 +47,7 @@ class Console {
   std::ostream& err_;
   Traits traits_;
   ColourChoice choice_ = ColourChoice::Auto;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::cli
