@@ -90,7 +90,7 @@ class LiveController {
     });
   }
 
-  // How long a menu takes to come. Missing when there is nothing in it.
+  // How long a menu takes to come. Absent when there is nothing in it.
   std::optional<Milliseconds> waitForMenu() {
     const Clock::time_point asked = Clock::now();
     std::optional<Menu> menu;

@@ -11,15 +11,15 @@ namespace kelpie::agent {
 struct AgentConfiguration {
   // [Git] Program: the path of git, or a name that is looked up on PATH.
   std::string gitProgram = "git";
-  // [Folders] WorkingCopies: of the working copies that lie directly in a folder that is shown, and
-  // are not shown themselves, so many have badges at a time; none at 0.
+  // [Folders] WorkingCopies: how many working copies have badges at a time although only the folder
+  // that holds them is shown; 0 for none.
   std::size_t neighbours = 200;
 
   // `$XDG_CONFIG_HOME/kelpie/agent.conf`; below `~/.config` when that variable is missing, empty or
-  // no absolute path.
+  // not an absolute path.
   static std::string file();
-  // What the file says. A missing file, or a key that is not there, leaves what stands above; of a
-  // file that cannot be read, a line in `problems` says why.
+  // The settings in the file. A missing file or key leaves the values above; for a file that cannot
+  // be read, a line in `problems` says why.
   static AgentConfiguration read(const std::string& file, std::vector<std::string>& problems);
 };
 

@@ -31,14 +31,16 @@ class AgentProgram {
   AgentProgram(Log& log, const RuntimeDirectory& runtime);
 
   // From here on nothing returns to a caller: the process ends with ProcessEnd, whatever its queues
-  // do. Git that only answers questions ends with it; what changes a repository comes to its end.
+  // do. A git that only answers questions ends with it; a git that changes a repository runs to its
+  // end.
   [[noreturn]] void serve();
   std::unique_ptr<SessionBus> connectToBus();
   void nameTaken();
   void nameAcquired();
   void watchOwner();
   void startService();
-  // The process of another copy that has the name; missing when none has, or the bus does not say.
+  // The process of another copy that owns the name; absent when there is none, or the bus does not
+  // say.
   std::optional<std::int32_t> pidOfOwner() const;
 
   Log& log_;

@@ -22,7 +22,7 @@
 namespace kelpie::agent {
 namespace {
 
-// As many gits at a time as the machine has use for.
+// How many gits run at a time: as many as the machine can use.
 std::size_t readingsAtATime() { return std::max(4U, std::thread::hardware_concurrency()); }
 
 std::string folderOf(const std::string& file) { return file.substr(0, file.rfind('/')); }
@@ -47,7 +47,7 @@ AgentService::AgentService(MainLoop& loop, const SessionBus& bus,
       refused_(fileIn(runtime, kRefusedRepositoriesFile), loop.log()),
       configuration_(configuration()),
       watcher_(DirectoryWatcher::defaultLimit()),
-      // Of what is left to the user's other programs, a third.
+      // A third of the part that is left to the user's other programs.
       names_(DirectoryWatcher::defaultLimit() / 9, DirectoryWatcher::Interest::Names),
       pool_(loop.log(), readingsAtATime() + 2),
       queues_(loop, pool_),
@@ -123,7 +123,7 @@ AgentService::Configuration AgentService::configuration() const {
   const GitCommand plain(settings.gitProgram, "/");
   const GitCommand git = plain.guardedBy(makeGuard(plain));
   ToolCommands tools = ToolCommands::read(file, problems);
-  // Of a file that cannot be read at all, each part says so.
+  // An unreadable file makes each part report the error.
   problems.erase(std::unique(problems.begin(), problems.end()), problems.end());
   for (const std::string& problem : problems) loop_.log().write(problem);
   return {git, {git, std::move(tools), folderOf(file)}, settings.neighbours};

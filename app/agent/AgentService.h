@@ -31,8 +31,7 @@
 
 namespace kelpie::agent {
 
-// The main application at work: its end of the message link, and all that stands behind it. Main
-// thread.
+// The main application at work: its end of the message link and everything behind it. Main thread.
 class AgentService {
  public:
   // All outlive this. `runtime` is prepared. `quit` is called when the user wants the agent to end.
@@ -42,8 +41,8 @@ class AgentService {
   AgentService& operator=(const AgentService&) = delete;
   ~AgentService() = default;
 
-  // Opens the port, says in the shared settings which version runs, and then tells the extensions
-  // that it does. False, after a log line, when another application has the port.
+  // Opens the port, writes the running version to the shared settings, and then announces itself to
+  // the extensions. False, after a log line, when another application has the port.
   bool start();
   // Tells the extensions to look for this application.
   void announce();
@@ -56,7 +55,8 @@ class AgentService {
     std::size_t neighbours = 0;
   };
   Configuration configuration() const;
-  // The guard of that git, which knows whom the user trusts and tells what is not run.
+  // The guard of that git, which knows which repositories the user trusts and reports programs that
+  // are not run.
   std::shared_ptr<ProgramGuard> makeGuard(const GitCommand& git) const;
   void publish();
   void summarise(const std::string& path, const BusInterface::SummaryTeller& tell);

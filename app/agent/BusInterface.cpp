@@ -84,7 +84,7 @@ GVariant* valuesOf(const ActionInfo& action) {
   return values.end();
 }
 
-// What an action that has ended has to say; of one that opened windows, in which programs.
+// The message of an action that has ended; if it opened windows, the programs that did so.
 std::string messageOf(const ActionOutcome& outcome) {
   if (!outcome.message.empty() || outcome.windows.empty()) return outcome.message;
   std::string message = "Opened:";
@@ -122,7 +122,7 @@ GVariant* valuesOf(const WorkingCopySummary& summary) {
 
 GVariant* tupleOf(GVariant* value) { return g_variant_new_tuple(&value, 1); }
 
-// The path that is the only argument; empty when it is none that anything could have.
+// The path that is the only argument; empty when it is not a possible path.
 std::string pathIn(GVariant* arguments) {
   const GVariantPtr bytes(g_variant_get_child_value(arguments, 0));
   gsize size = 0;
@@ -221,7 +221,7 @@ void BusInterface::tellUndone(GDBusConnection* bus, const std::string& root) {
 }
 
 void BusInterface::tellSummary(GVariant* arguments, GDBusMethodInvocation* call) const {
-  // Whoever answers may let the answer go unused.
+  // A teller may drop the answer without using it.
   const std::shared_ptr<GDBusMethodInvocation> held(call, GObjectUnref());
   const auto tell = [held](const std::optional<WorkingCopySummary>& summary) {
     GVariant* values = summary ? valuesOf(*summary) : Values().end();

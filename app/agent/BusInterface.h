@@ -17,24 +17,23 @@
 
 namespace kelpie::agent {
 
-// What the agent tells on the session bus to whoever asks: the actions under way and how they end,
-// what the user is told, and what is known of a working copy. docs/protocols.md has the interface.
-// Main thread.
+// What the agent publishes on the session bus: the actions under way and how they end, the notices
+// to the user, and a summary of a working copy. docs/protocols.md has the interface. Main thread.
 class BusInterface {
  public:
   using SummaryTeller = std::function<void(const std::optional<WorkingCopySummary>&)>;
   struct Answers {
     std::function<std::vector<ActionInfo>()> actions;
     std::function<bool(std::uint64_t)> cancel;
-    // What was put aside in the working copy with that root (bytes) was brought back by another
-    // program.
+    // Another program has brought back what was put aside in the working copy with that root
+    // (bytes).
     std::function<void(const std::string& root)> undone;
-    // Of the working copy that is open and holds the item at the absolute path (bytes); missing
-    // when none does. Tells it later, on the main thread.
+    // Summarises the open working copy that holds the item at the absolute path (bytes); absent
+    // when there is none. Calls `tell` later, on the main thread.
     std::function<void(const std::string& path, SummaryTeller tell)> summary;
   };
 
-  // `bus` is null where there is none. `log` outlives this. What goes wrong is logged.
+  // `bus` is null where there is none. `log` outlives this. Failures are logged.
   BusInterface(GDBusConnection* bus, Log& log, Answers answers);
   ~BusInterface();
   BusInterface(const BusInterface&) = delete;
@@ -44,11 +43,11 @@ class BusInterface {
   void over(const ActionInfo& action, const ActionOutcome& outcome);
   // The user was told something.
   void told(const std::string& title, const std::string& text);
-  // Waits until all that was told is sent, a second at most: the process is about to end.
+  // Waits until everything is sent, a second at most: the process is about to end.
   void flush();
 
-  // Tells the interface of the agent that runs on that bus, if any, what `undone` is for. Waits
-  // until it knows, two seconds at most.
+  // Calls `undone` of the agent that runs on that bus, if any. Waits until it has answered, two
+  // seconds at most.
   static void tellUndone(GDBusConnection* bus, const std::string& root);
 
  private:

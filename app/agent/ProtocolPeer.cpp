@@ -15,7 +15,7 @@
 namespace kelpie::agent {
 namespace {
 
-// Of a name that comes from outside, so much is logged.
+// How much of a foreign name is logged.
 constexpr std::size_t kLongestLoggedName = 100;
 
 // The path of a file URL that can be that of a folder.
@@ -70,8 +70,8 @@ void ProtocolPeer::selectorMessage(const Object& message) {
   (this->*route->call)(message, message[kMessageArgumentKey]);
 }
 
-// The answer is that the extension is served from now on: it may have been started anew under the
-// name of one that was.
+// In answer the extension is served from now on. It may have been started anew under the name of a
+// former one.
 void ProtocolPeer::ping(const Object& message, const Object& argument) {
   const Object name = argument.isString() ? argument : message[kMessagePortNameKey];
   if (const auto port = services_.extensions.connect(name.stringValue()))
@@ -85,7 +85,7 @@ void ProtocolPeer::openRepository(const Object& message, const Object& argument)
     services_.registry.open(*folder, port, argument[selector::kOpenShallowKey].boolValue());
 }
 
-// The working copy may have been closed just now: the extension learns that on another way.
+// The working copy may have been closed just now; another message tells the extension so.
 void ProtocolPeer::unshallowRepository(const Object& message, const Object& argument) {
   const std::optional<FileIdentifier> identifier = FileIdentifier::fromObject(argument);
   if (!identifier) return drop("a request for the references of nothing");

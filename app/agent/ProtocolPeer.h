@@ -15,12 +15,12 @@
 
 namespace kelpie::agent {
 
-// The main application's end of the message link: takes the extensions' messages and hands each to
-// whom it concerns. What is no message, or asks for what nobody knows, costs one log line. Main
-// thread.
+// The main application's end of the message link: receives the extensions' messages and hands each
+// to the part that it concerns. Anything but a message, and an unknown request, costs one log line.
+// Main thread.
 class ProtocolPeer {
  public:
-  // What it works with; all outlives it.
+  // The parts that it works with; all outlive it.
   struct Services {
     Log& log;
     ExtensionPorts& extensions;
@@ -38,7 +38,7 @@ class ProtocolPeer {
   // application has it.
   bool listen(MessagePorts& ports, std::string_view group);
 
-  // Takes one message.
+  // Handles one message.
   void receive(std::int32_t id, std::shared_ptr<const Bytes> message);
 
  private:

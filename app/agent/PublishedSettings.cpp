@@ -8,7 +8,7 @@
 namespace kelpie::agent {
 namespace {
 
-// A list that somebody has emptied later is the user's own choice.
+// A list that was emptied later is the user's own choice.
 bool hasNoFoldersYet(const Dictionary& values) {
   const Object folders = values[kFoldersPathsKey];
   const bool isFirstStart = values[kApplicationVersionKey].isNil();

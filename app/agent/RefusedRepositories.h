@@ -12,11 +12,11 @@ namespace kelpie::agent {
 // thread.
 class RefusedRepositories {
  public:
-  // `file` is that of kRefusedRepositoriesFile; what a former agent has left in it goes. `log`
+  // `file` is that of kRefusedRepositoriesFile; entries of a former agent are removed. `log`
   // outlives this.
   RefusedRepositories(DefaultsFile file, Log& log);
 
-  // The folder was looked at: what speaks against opening it (bytes), or nothing does any more.
+  // The folder was looked at: why it is not opened (bytes), or empty when it may be opened now.
   void looked(const std::string& folder, const std::string& failure);
 
  private:

@@ -14,8 +14,8 @@
 namespace kelpie::agent {
 
 // The copies of this application that wait for the one that works to end. An extension that looks
-// for the application while there are several takes notice of none, and does not look again by
-// itself: when a copy that waited has ended, it has to be told. Main thread.
+// for the application while several copies run uses none of them, and does not look again by
+// itself: it has to be told when a copy that waited has ended. Main thread.
 class WaitingCopies {
  public:
   // Listens from now on. `ended` is called for each copy that waited and has ended; `own` is the

@@ -10,7 +10,7 @@
 namespace kelpie::agent {
 namespace {
 
-// A folder full of such repositories is told of in the log, and by the doctor.
+// Further repositories are left to the log and to `kelpie doctor`.
 constexpr std::size_t kMostNotified = 20;
 constexpr std::size_t kMostKept = 1000;
 

@@ -13,15 +13,16 @@
 
 namespace kelpie::agent {
 
-// Tells the user, once for each repository, that programs of its own are not run, and keeps the
-// file in which `kelpie doctor` finds it. Main thread.
+// Tells the user, once for each repository, that its own programs are not run, and keeps the file
+// in which `kelpie doctor` finds it. Main thread.
 class WithheldNotices {
  public:
-  // `file` is that of kWithheldProgramsFile; what a former agent has left in it goes. `log` and
+  // `file` is that of kWithheldProgramsFile; entries of a former agent are removed. `log` and
   // `notifier` outlive this.
   WithheldNotices(DefaultsFile file, Log& log, Notifier& notifier);
 
-  // What is not run of the repository at that root has changed; nothing when `programs` is empty.
+  // The programs that are not run of the repository at that root have changed; empty when all are
+  // run.
   void changed(const std::string& root, const std::vector<std::string>& programs);
 
  private:

@@ -60,7 +60,8 @@ Dialogs::Answer ask(AskpassProgram::Kind kind, const std::string& question) {
 
 }  // namespace
 
-// git asks for "Username for '...': " in these words; what is not known to be harmless is a secret.
+// git asks for "Username for '...': " in these words; any question that is not known to be harmless
+// counts as one for a secret.
 AskpassProgram::Kind AskpassProgram::kindOf(const std::string& question, const std::string& hint) {
   if (hint == "confirm") return Kind::Consent;
   if (hint == "none") return Kind::Notice;

@@ -10,8 +10,8 @@ namespace kelpie::askpass {
 // the answer from its standard output; the answer goes nowhere else. Main thread.
 class AskpassProgram {
  public:
-  // The exit status: 0 with an answer, 1 without one, 2 without a question. A question that the
-  // user closes calls off the action of the main application that it belongs to.
+  // The exit status: 0 with an answer, 1 without one, 2 without a question. When the user closes
+  // the question, the action of the main application that it belongs to is called off.
   static int main(std::span<char* const> arguments);
 
   // How a question is to be answered.

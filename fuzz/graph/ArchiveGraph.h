@@ -20,7 +20,7 @@ class ArchiveGraph {
   // Changes the bytes of a text or of data in place, and gives their new number, at most `room`.
   using MutateBytes = std::size_t (*)(std::uint8_t* bytes, std::size_t size, std::size_t room);
 
-  // Missing for anything but a sound binary property list of a moderate number of objects.
+  // Absent for anything but a sound binary property list of a moderate number of objects.
   static std::optional<ArchiveGraph> read(ByteView bytes);
   Bytes write() const;
 

@@ -105,7 +105,7 @@ ArchiveReader::ArchiveReader(ByteView archive, ArchivedValueMaker& maker, Readin
   if (!list) return;
   list_ = *list;
   const Item top = list_.item(list_.topNumber());
-  // A small archive may stand in another one many times: opening it must not take long.
+  // A small archive may occur in another one many times, so opening it must be quick.
   if (!isObject(top) || !list_.isEqualToString(list_.value(top, "$archiver"), kArchiver)) return;
   const Item objects = list_.value(top, "$objects");
   const Item roots = list_.value(top, "$top");
@@ -159,7 +159,7 @@ bool ArchiveReader::hasField(const ArchivedValue& object, std::string_view key) 
 ArchivedContent ArchiveReader::content(const ArchivedValue& value) const {
   const Item item = list_.itemAt(value.offset);
   if (item.type != Type::Dictionary) return {plainKind(item.type), false, item, {}};
-  // A container that stands inline belongs to an opaque object; it is no value of its own.
+  // A container that stands inline is part of an opaque object, not a value of its own.
   if (value.uid == 0 || !isObject(item)) return {};
   chargeKeys(item);
 
@@ -183,7 +183,7 @@ ArchivedContent ArchiveReader::content(const ArchivedValue& value) const {
     case Kind::Dictionary:
       content.item = arrayAt(found.keys);
       content.values = arrayAt(found.objects);
-      // As many keys as values, or nobody knows which belong together.
+      // As many keys as values, or it is unknown which belong together.
       return content.item.type == Type::Array && content.values.type == Type::Array &&
                      content.item.count == content.values.count
                  ? content
@@ -252,12 +252,12 @@ std::string ArchiveReader::string(const ArchivedContent& content) const {
   std::string text = content.item.type == Type::Data
                          ? displayText(textOf(list_.bytes(content.item)))
                          : list_.string(content.item);
-  // By its own size: what stands for a byte that is no text takes three.
+  // By its own size: the replacement for a byte that is not text takes three bytes.
   return budget_->charge(text.size()) ? std::move(text) : std::string();
 }
 
 ByteView ArchiveReader::data(const ArchivedContent& content) const {
-  // Whoever asks for bytes looks at them.
+  // A caller that asks for bytes looks at them.
   return budget_->charge(list_.contentSize(content.item)) ? nestedArchive(content) : ByteView();
 }
 
@@ -273,7 +273,7 @@ std::size_t ArchiveReader::size(const ArchivedContent& content) const {
 
 bool ArchiveReader::isEqualToString(const ArchivedContent& content, std::string_view text) const {
   if (content.kind != Kind::String) return false;
-  // Of a text of another length nothing is looked at, but for one that is not ASCII.
+  // A text of another length is compared only if it is not ASCII.
   if (content.item.type == Type::Data) return string(content) == text;
   const bool isPlain = content.item.type == Type::Ascii && content.item.count != text.size();
   if (!isPlain && !budget_->charge(text.size())) return false;

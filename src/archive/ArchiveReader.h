@@ -73,7 +73,7 @@ class ArchiveReader {
   ArchiveReader(const ArchiveReader&) = delete;
   ArchiveReader& operator=(const ArchiveReader&) = delete;
 
-  // nil when the bytes are no keyed archive.
+  // nil when the bytes are not a keyed archive.
   ArchivedValue root() const { return root_; }
   // How many objects the archive says it has, number 0 included.
   std::uint32_t objectCount() const { return objects_.count; }
@@ -90,7 +90,7 @@ class ArchiveReader {
                         std::size_t index) const {
     return follow(parent.uid, list_.number(item, index));
   }
-  // The value under a key of an object; nil when missing.
+  // The value under a key of an object; nil when absent.
   ArchivedValue field(const ArchivedValue& object, std::string_view key) const;
   // Whether an object has the key.
   bool hasField(const ArchivedValue& object, std::string_view key) const;
@@ -98,7 +98,7 @@ class ArchiveReader {
   // from the object `parentUid`.
   ArchivedValue follow(std::uint32_t parentUid, std::uint32_t number) const;
 
-  // Calls `visit` with each name of the object's class and its ancestors, until it answers false.
+  // Calls `visit` with each name of the object's class and its ancestors, until it returns false.
   void forEachClassName(const ArchivedValue& object,
                         FunctionRef<bool(const std::string& name)> visit) const;
 
@@ -129,20 +129,20 @@ class ArchiveReader {
   std::size_t size(const ArchivedContent& content) const;
   // Whether this is a string of exactly this text.
   bool isEqualToString(const ArchivedContent& content, std::string_view text) const;
-  // The URL, made anew; missing for anything else.
+  // The URL, made anew; absent for anything else.
   std::optional<URL> url(const ArchivedValue& value) const { return url(value, 0); }
-  // The URL of an archived text. Missing when it is no valid one, or relative to a very long one.
+  // The URL of an archived text. Absent when it is invalid, or relative to a very long one.
   std::optional<URL> makeUrl(const ArchivedContent& text, const std::optional<URL>& base) const;
 
  private:
-  // Of the keys that an object may have, those that are looked for all the time.
+  // The keys of an object that are looked for all the time.
   enum class Key : std::uint8_t { Other, OfClass, OfObjects, OfKeys };
   // What a class is, in one byte: a position in kArchiveClasses, or one of these.
   enum : std::uint8_t { kRegistered = 0xFD, kOpaque = 0xFE, kNoClass = 0xFF };
   struct Fields;
 
-  // A few pairs of a number and a byte that is known of it. Whoever comes first enters; two threads
-  // can only enter the same.
+  // A few numbers, each with a byte that is known about it. The first thread to find it enters it;
+  // two threads can only enter the same.
   class Memory {
    public:
     std::optional<std::uint8_t> find(std::uint32_t number) const;
@@ -168,7 +168,7 @@ class ArchiveReader {
   // that no circle leads through it.
   bool isPlainlyFlat(const BinaryPropertyList::Item& object) const;
 
-  // Of a look through the keys of an object.
+  // Charges a look through the keys of an object.
   void chargeKeys(const BinaryPropertyList::Item& object) const {
     constexpr std::uint64_t kKey = 4;
     budget_->charge(kKey * object.count);

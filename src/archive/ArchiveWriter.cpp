@@ -102,7 +102,7 @@ std::uint32_t ArchiveWriter::uidOf(const Object& object) {
     case Kind::Date:
       return addObject(classNames(Kind::Date, false), object);
     case Kind::String: {
-      // The text that stands for nil would be read as nil.
+      // The text "$null" would be read as nil.
       const bool isPlain = !object.isMutable() && !ObjectView(object).isEqualToString(kNull);
       return isPlain ? uidOfString(object) : uidOfShared(object);
     }
@@ -246,7 +246,7 @@ void ArchiveWriter::writeOpaque(const OpaqueObject& object, Fields& fields) {
         fields.add(field.key, references(field.value));
         break;
       case OpaqueObject::Form::Inline:
-        // What cannot stand in a property list did not come from one.
+        // A value that a property list cannot hold did not come from one.
         if (const auto number = plain.add(field.value)) fields.add(field.key, *number);
         break;
     }

@@ -25,7 +25,7 @@ class ArchiveWriter {
   // is the `depth`th inside one another.
   explicit ArchiveWriter(int nesting = 1, int depth = 0) : nesting_(nesting), depth_(depth) {}
 
-  // The archive of `root`; missing when something in it is nested too deep. To be called once.
+  // The archive of `root`; absent when something in it is nested too deep. To be called once.
   std::optional<Bytes> archivedData(const Object& root);
 
  private:
@@ -35,11 +35,11 @@ class ArchiveWriter {
 
   // The number of the object in the archive; a new object is written first.
   std::uint32_t uidOf(const Object& object);
-  // Of a value that stands as itself, by its number in the property list.
+  // The number of a plain value, given its number in the property list.
   std::uint32_t uidOfPlain(Number number);
   std::uint32_t uidOfString(const Object& object);
   std::uint32_t uidOfData(const Object& object);
-  // Of an object of a class.
+  // The number of an object that has a class.
   std::uint32_t uidOfShared(const Object& object);
   std::uint32_t uidOfClass(const ClassNames& names);
   std::uint32_t addObject(const ClassNames& classNames, const Object& object);

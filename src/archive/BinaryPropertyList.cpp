@@ -98,8 +98,8 @@ std::optional<BinaryPropertyList> BinaryPropertyList::open(ByteView bytes) {
 }
 
 std::uint64_t BinaryPropertyList::sized(std::size_t offset, std::size_t size) const {
-  // What is longer than 8 bytes counts by its last 8. Whatever precedes the trailer has 8 bytes
-  // behind it, so that one load serves every size.
+  // Of a longer integer the last 8 bytes count. Whatever precedes the trailer has 8 bytes behind
+  // it, so that one load serves every size.
   const std::uint8_t* at = bytes_.data() + offset;
   if (size > 8) {
     at += size - 8;

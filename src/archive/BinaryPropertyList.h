@@ -18,9 +18,9 @@ namespace kelpie {
 // object's place in the table is its number, and containers hold numbers. All integers are
 // big-endian.
 //
-// Any bytes may come in. What is not there, runs over the end or is of no known type reads as an
-// item of type None, and no count is believed before it is held against the bytes that are left.
-// Borrows the bytes. Any thread.
+// Any bytes may come in. An item that is absent, runs over the end or is of an unknown type reads
+// as an item of type None. No count is believed before it is checked against the bytes that are
+// left. Borrows the bytes. Any thread.
 class BinaryPropertyList {
  public:
   enum class Type : std::uint8_t {
@@ -47,9 +47,9 @@ class BinaryPropertyList {
     std::uint32_t count = 0;
   };
 
-  // Without any object.
+  // A list without any object.
   BinaryPropertyList() = default;
-  // Missing when the bytes are no binary property list, or 4 GiB or more.
+  // Absent when the bytes are not a binary property list, or 4 GiB or more.
   static std::optional<BinaryPropertyList> open(ByteView bytes);
 
   std::size_t byteCount() const { return bytes_.size(); }
@@ -73,7 +73,7 @@ class BinaryPropertyList {
   Item valueAt(const Item& dictionary, std::size_t index) const {
     return item(number(dictionary, dictionary.count + index));
   }
-  // The value under a key of a dictionary; None when missing and for anything else.
+  // The value under a key of a dictionary; None when absent and for anything else.
   Item value(const Item& dictionary, std::string_view key) const;
 
   // How many bytes the contents are.
@@ -99,7 +99,7 @@ class BinaryPropertyList {
  private:
   // A big-endian integer of `size` bytes (at least 1), the low 64 bits of it. Must be in range.
   std::uint64_t sized(std::size_t offset, std::size_t size) const;
-  // The count that stands as an integer object behind a marker; false when it is none.
+  // Reads the count that follows a marker as an integer object; false when something else follows.
   bool readCount(std::uint32_t& contents, std::uint64_t& count) const;
 
   ByteView bytes_;

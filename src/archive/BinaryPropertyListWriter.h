@@ -28,7 +28,7 @@ class BinaryPropertyListWriter {
   Number addUnsigned(std::uint64_t value);
   Number addReal(double value);
   Number addDate(double secondsSinceReferenceDate);
-  // UTF-8; a byte that is none becomes U+FFFD.
+  // UTF-8; a byte that is not becomes U+FFFD.
   Number addString(std::string_view text);
   Number addData(ByteView bytes);
   Number addUid(std::uint32_t uid);
@@ -47,7 +47,7 @@ class BinaryPropertyListWriter {
     std::uint64_t count;  // of bytes, elements or entries
   };
 
-  // Text is looked for without a copy of it.
+  // Looks text up without copying it.
   struct TextHash {
     using is_transparent = void;
     std::size_t operator()(std::string_view text) const {

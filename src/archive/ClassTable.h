@@ -13,7 +13,7 @@
 namespace kelpie {
 
 // The classes beyond the plain values that an archive may hold, by the name that they have there.
-// Each enters from its own folder before the first message is read. Any thread.
+// Each class is entered by its own folder before the first message is read. Any thread.
 class ClassTable {
  public:
   // Makes an object from its archived keys. Null when it cannot be made; the object then reads as

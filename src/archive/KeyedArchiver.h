@@ -11,8 +11,8 @@ namespace kelpie {
 // with `$version` 100000, `$archiver` "NSKeyedArchiver", `$top`/`root` and `$objects`. Any thread.
 class KeyedArchiver {
  public:
-  // The archive of `root` (`archivedDataWithRootObject:`). Missing when `root` is nested deeper
-  // than an archive may be.
+  // The archive of `root` (`archivedDataWithRootObject:`). Absent when `root` is nested deeper than
+  // an archive may be.
   static std::optional<Bytes> archivedData(const Object& root);
 };
 

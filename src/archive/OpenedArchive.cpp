@@ -32,7 +32,7 @@ Object OpenedArchive::whole(const ArchivedValue& value) {
   if (!decoder_) decoder_.emplace(*bytes_, limits_);
   Object result = decoder_->objectOf(value);
   if (!decoder_->isRefused()) return result;
-  // What was remembered may be incomplete.
+  // The remembered objects may be incomplete.
   if (decoder_->isTooDeep()) decoder_.reset();
   return {};
 }

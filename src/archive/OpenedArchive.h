@@ -14,10 +14,9 @@
 
 namespace kelpie {
 
-// An archive that objects are read from on demand: what the parts of it have in common, and keep
-// alive. What is made as a whole (URLs, errors, records and the like) is made once and remembered,
-// so that it is the same object wherever it is met. All that is read draws from one budget. Any
-// thread.
+// An archive that objects are read from on demand: the state that its parts share and keep alive.
+// URLs, errors, records and the like are made once and remembered, so that they are the same object
+// wherever they are met. All that is read draws from one budget. Any thread.
 class OpenedArchive : public ArchivedValueMaker,
                       public std::enable_shared_from_this<OpenedArchive> {
  public:
@@ -25,7 +24,8 @@ class OpenedArchive : public ArchivedValueMaker,
 
   const ArchiveReader& reader() const { return reader_; }
 
-  // A container is a part of this archive, anything else is made. nil for what does not decode.
+  // A container stays a part of this archive; any other object is made. nil for a value that does
+  // not decode.
   Object objectOf(const ArchivedValue& value) override;
 
   // The container of a part, made as a whole; nil when it nests too deep.

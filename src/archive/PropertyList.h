@@ -17,7 +17,7 @@ class PropertyList {
   static Object read(ByteView bytes);
 
   // The property list of `value`: strings, data, numbers, dates, arrays and dictionaries with
-  // string keys. Missing when the value is nil, holds anything else or nests too deep.
+  // string keys. Absent when the value is nil, holds anything else or nests too deep.
   static std::optional<Bytes> write(const Object& value);
 };
 

@@ -45,7 +45,7 @@ Object PropertyListDecoder::made(const BinaryPropertyList::Item& item) {
   switch (item.type) {
     case BinaryPropertyList::Type::Ascii:
     case BinaryPropertyList::Type::Utf16: {
-      // Longer than the bytes where they are no text.
+      // Longer than the bytes where these are not text.
       std::string text = list_.string(item);
       if (!limits_.budget.charge(text.size())) isRefused_ = true;
       return {std::move(text)};

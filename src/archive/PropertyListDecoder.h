@@ -11,8 +11,8 @@
 
 namespace kelpie {
 
-// Makes objects of the plain values of a property list. What is referred to twice is made once. One
-// reading, on one thread.
+// Makes objects of the plain values of a property list. A value that is referred to twice is made
+// once. One reading, on one thread.
 class PropertyListDecoder {
  public:
   // Borrows both.
@@ -36,7 +36,7 @@ class PropertyListDecoder {
   DecodingLimits& limits_;
   ObjectComparison comparison_;
   bool isRefused_ = false;
-  // By the place in the list; missing while it is being made.
+  // By the position in the list; absent while it is being made.
   std::unordered_map<std::uint32_t, std::optional<Object>> known_;
 };
 

@@ -21,7 +21,7 @@ class PropertyListEncoder {
   explicit PropertyListEncoder(BinaryPropertyListWriter& list, int depth = 0)
       : list_(list), depth_(depth) {}
 
-  // The number of the value; missing when a property list cannot hold it or it nests too deep.
+  // The number of the value; absent when a property list cannot hold it or it nests too deep.
   std::optional<Number> add(const Object& value);
 
  private:

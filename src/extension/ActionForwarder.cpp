@@ -22,8 +22,8 @@ void ActionForwarder::remoteRepositoryAction(const Object& sender) {
   }
   const MemoFileSystem files(files_);
   const std::shared_ptr<KPRepository> repository = host_.repositoryForURL(targets.front(), files);
-  // The identifier goes, and the repository with it, when a message that is taken in on another
-  // thread takes it away.
+  // A message that is handled on another thread may take the identifier away, and with it the
+  // repository.
   const std::optional<FileIdentifier> identifier =
       repository != nullptr ? repository->identifier() : std::nullopt;
   if (!identifier) {

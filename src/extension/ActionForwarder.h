@@ -16,8 +16,8 @@ class ActionForwarder {
   ActionForwarder(MenuHost& host, const FileSystem& files) : host_(host), files_(files) {}
 
   // Sends the item, with the object that was left for its action when the menu was built, for the
-  // repository of the first target. Nothing is sent when no repository holds that; one whose
-  // identifier the main application has taken away holds nothing.
+  // repository of the first target. Nothing is sent when no repository holds that target; a
+  // repository whose identifier the main application has taken away holds none.
   void remoteRepositoryAction(const Object& sender);
   // Sends the item as it is, whatever the targets are.
   void applicationAction(const Object& sender);

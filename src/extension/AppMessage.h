@@ -9,7 +9,8 @@ namespace kelpie {
 // message port itself has failed. `suggestion` says what went wrong, UTF-8. Any thread.
 std::string appMessage(std::string_view suggestion);
 
-// `text` as a JSON string, quotes included. What is no UTF-8 becomes U+FFFD, so that the result
+// `text` as a JSON string, quotes included. Bytes that are not UTF-8 become U+FFFD, so that the
+// result
 // is valid whatever comes.
 std::string jsonString(std::string_view text);
 

@@ -80,7 +80,7 @@ constexpr SharedRoute<KPKelpieSync> kActions[] = {
 // -- Names without effect -------------------------------------------------------------------------
 
 constexpr std::string_view kControllerWithoutEffect[] = {
-    // No message can carry a queue, and the controller serves nobody without one.
+    // No message can carry a queue, and the controller cannot work without one.
     "setObserverQueue:",
     // The values of repositories that are not open yet: always absent, so what is set is lost.
     "setReferenceses:", "setStasheses:", "setGitflowInfos:", "setBares:", "setGitlfss:",

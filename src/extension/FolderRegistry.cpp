@@ -23,8 +23,8 @@ namespace kelpie {
 
 namespace {
 
-// Two working copies that change places are opened one soon after the other: more than a few never
-// wait. One that is not remembered gets what is shown as the file manager asks for it again.
+// Two working copies that change places are opened shortly after each other, so only a few wait.
+// One that is forgotten gets its items when the file manager asks for them again.
 constexpr std::size_t kMaximumDisplaced = 1024;
 
 struct ResolvedFolders {
@@ -32,8 +32,7 @@ struct ResolvedFolders {
   std::optional<Error> error;  // the last one that a bookmark gave
 };
 
-// The folders that the bookmarks stand for, as far as they give any. Nothing at all when one of
-// them is no data.
+// The folders that the bookmarks resolve to. Empty when one of the bookmarks is not data.
 std::optional<ResolvedFolders> resolveFolders(const Object& bookmarks, const FileSystem& files) {
   ResolvedFolders folders;
   folders.urls.reserve(bookmarks.size());

@@ -46,9 +46,9 @@ class FolderRegistry {
     FileIdentifier identifier;    // of the working directory
     std::uint64_t clearings = 0;  // RepositoryTable::clearings() when the message came
   };
-  // Makes the repository and enters it, unless the application has gone since it asked for it. One
-  // that was open there, or with this identifier elsewhere, and has lost its place is replaced:
-  // what the file manager shows in the working directory is handed over to the new one.
+  // Makes the repository and enters it, unless the application has gone since it asked for it. It
+  // replaces a repository that was open there, or elsewhere with this identifier, and that has lost
+  // its place: the new one takes over what the file manager shows in the working directory.
   void openRepository(const Opening& opening);
   // The root of an open repository has moved, followed by its file reference: hands over to it what
   // the file manager shows there.
@@ -61,7 +61,7 @@ class FolderRegistry {
   // The main application's process id; -1 while there is none, 0 before the first check.
   std::int32_t applicationPid() const { return applicationPid_; }
   void setApplicationPid(std::int32_t pid);
-  // There was one, and now there is none: what still arrives is from one that is gone.
+  // Whether the application has ended: messages that still arrive come from the ended one.
   bool hasApplicationEnded() const { return hasApplicationEnded_; }
 
   RepositoryTable& repositories() { return repositories_; }
@@ -76,14 +76,14 @@ class FolderRegistry {
 
  private:
   std::shared_ptr<KPRepository> repositoryForURL(const URL& url, const FileSystem& files) const;
-  // Drops the repositories that have lost their place, of those that have this identifier or were
-  // at this path. Whether there were any, or this one was dropped so before, or another one has
+  // Among the repositories with this identifier or at this path, drops those that have lost their
+  // place. Returns whether there were any, or this one was dropped so before, or another one has
   // left this path.
   bool replaceRepositories(const FileIdentifier& identifier, std::string_view path,
                            const FileSystem& files);
   void observe(KPRepository& repository, std::span<const URL> urls, const FileSystem& files);
   void noteFormerPlace(const std::string& place, std::string_view present);
-  // Adds what is shown inside the root to `observed`, as far as no other repository holds it.
+  // Adds the items shown inside the root to `observed`, unless another repository holds them.
   void adoptShownItems(const URL& root, const FileIdentifier& identifier, ObservedPaths& observed,
                        const FileSystem& files);
   void noteFolder(const URL& url, const FileSystem& files);

@@ -24,7 +24,7 @@ class FolderTables {
   using InactiveFolders = std::vector<std::pair<FileIdentifier, std::vector<URL>>>;
 
   void addInactiveFolder(const FileIdentifier& parent, const URL& folder);
-  // Leaves the parent's entry, be it empty.
+  // Keeps the parent's entry, even if it is empty.
   void removeInactiveFolder(const FileIdentifier& parent, const URL& folder);
   // Removes the parent's entry with all that is in it.
   void removeInactiveFolders(const FileIdentifier& parent);
@@ -32,7 +32,7 @@ class FolderTables {
   InactiveFolders inactiveFolders() const;
   void setInactiveFolders(const InactiveFolders& folders);
   // Puts each folder under the identifier that its parent has now, after folders have moved or have
-  // been made anew. One whose parent is gone stays where it is.
+  // been made anew. A folder whose parent is gone keeps its entry.
   void putInactiveFoldersInOrder(const FileSystem& files);
 
   // -- observedDirectories: folders whose repository the main application has been asked for, and

@@ -70,11 +70,11 @@ struct Report {
 // A message up to this length is handled at once, since handling it takes a few milliseconds
 // whatever it says.
 constexpr std::size_t kLongMessage = std::size_t{64} << 10U;
-// What may be read on the main thread, where menus are answered.
+// What may be read of a message on the main thread, where menus are built.
 constexpr std::uint64_t kMainThreadUnits =
     ReadingBudget::kFreeUnits + ReadingBudget::kUnitsPerByte * kLongMessage;
 
-// What an entry of one of the controller's tables takes beyond its texts.
+// The memory that an entry of one of the controller's tables takes beyond its texts.
 constexpr std::uint64_t kTableEntry = 512;
 
 std::vector<URL> urlsOf(const ObjectView& urls) {
@@ -138,7 +138,7 @@ KPKelpieSync::KPKelpieSync(const Platform& platform, KPUserDefaults& defaults)
       observerQueue_(std::make_unique<ObservationQueue>(registry_)),
       presence_(std::make_unique<PresenceMonitor>(
           platform_, defaults, link_, registry_,
-          // What it still had on its way must not mix with what the next application sends.
+          // Messages that it still had on its way must not mix with those of the next application.
           [this](std::int32_t pid) {
             if (receivingPort_ != nullptr) receivingPort_->dropMessagesOf(pid);
           })),
@@ -235,7 +235,7 @@ void KPKelpieSync::setApplicationPid(std::int32_t pid) {
   presence_->setApplicationPid(pid);
 }
 
-// What an application that has ended still had on its way would give badges that nobody takes away.
+// Messages that an ended application still had on its way would set badges that are never removed.
 void KPKelpieSync::openRepositoryWithUrls(const Object& urls) {
   thread_.check();
   if (registry_->hasApplicationEnded()) {
@@ -276,8 +276,8 @@ void KPKelpieSync::openRepositoryWithUrls(const Object& urls) {
   });
 }
 
-// A message that led to work on the observer queue counts as taken when that work has run: the
-// sender's next message is about the repository that is opened there.
+// A message that led to work on the observer queue is done when that work has run: the sender's
+// next message is about the repository that is opened there.
 void KPKelpieSync::receiveMessage(std::int32_t id, std::shared_ptr<const Bytes> message,
                                   LocalMessagePort::Completion done) {
   const Report report{done};
@@ -291,9 +291,9 @@ void KPKelpieSync::receiveMessage(std::int32_t id, std::shared_ptr<const Bytes> 
   }
 }
 
-// What names neither an operation of the controller nor one of an open repository is lost, status
-// and references for a repository that is yet to be opened included: the main application sends
-// them again once it is.
+// A message that names neither an operation of the controller nor one of an open repository is
+// dropped. That includes the status and references of a repository that is not open yet: the main
+// application sends them again once it is.
 void KPKelpieSync::handleSelectorMessage(std::shared_ptr<const Bytes> message) {
   thread_.check();
   if (message == nullptr) {

@@ -26,8 +26,8 @@ class ObservedPaths;
 class PresenceMonitor;
 class RepositoryTable;
 
-// The extension's one controller: what the file manager calls, and what the main application's
-// messages reach. It owns the parts that do the work and hands each call to the part it concerns.
+// The extension's one controller. The file manager calls it, and the main application's messages
+// reach it. It owns the parts that do the work and hands each call to the part it concerns.
 //
 // One per process, made, used and let go on the main thread. Operations marked "any thread" return
 // at once and do their work on the observer queue; work that is still queued there when the
@@ -71,7 +71,7 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
 
   // -- Actions: main thread -----------------------------------------------------------------------
 
-  // What the actions come to: see ActionForwarder.
+  // The actions: see ActionForwarder.
   void remoteRepositoryAction(const Object& sender);
   void applicationAction(const Object& sender);
   void clone();
@@ -83,25 +83,26 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
   void updateFolders();
   // Looks for the main application. Main thread. Raises as setApplicationPid() does.
   void updateApplicationRunning();
-  // The main application is the process `pid`, or, below 1, is gone. Main thread. Raises
-  // std::invalid_argument when there is no receiving port to tell it of; nothing has changed then.
+  // Notes that the main application is the process `pid`, or is gone if that is below 1. Main
+  // thread. Raises std::invalid_argument when there is no receiving port to tell it of; nothing has
+  // changed then.
   void setApplicationPid(std::int32_t pid);
   // The answer to a request for a repository: its working directory first, its git directory last.
-  // Nothing is done for one that is open in its place already. Main thread; the repository is made
-  // on the observer queue.
+  // Does nothing for a repository that is open in its place already. Main thread; the repository is
+  // made on the observer queue.
   void openRepositoryWithUrls(const Object& urls);
   // Decodes one message of the main application and calls the operation that it names: the
   // controller's, else that of the repository it is meant for. Anything else is dropped, and so is
   // a message that says more than its bytes can hold. A long message for a repository is handled on
-  // the repository's update queue, as are those that come while it waits; of any other no more is
-  // read than takes a few milliseconds, so that menus do not wait. Main thread.
+  // the repository's update queue, as are those that come while it waits. Any other message is read
+  // for a few milliseconds at most, so that menus do not wait. Main thread.
   void handleSelectorMessage(std::shared_ptr<const Bytes> message);
 
   // -- Properties ---------------------------------------------------------------------------------
   // Read on any thread but where noted, set on the main thread. Setters that take an Object are
   // reached by messages of the main application: entries that the property cannot hold are left
-  // out, and a value of another class counts as nil. A table that is set to nil is empty; it is not
-  // gone, so that one bad message does not end the extension's work.
+  // out, and a value of another class counts as nil. A table that is set to nil becomes empty, so
+  // that one bad message does not end the extension's work.
 
   // Opened repositories, by identifier. No message can carry a repository, so setting this empties
   // it.
@@ -111,18 +112,18 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
   std::shared_ptr<const ObservedPaths> allObservedFiles() const;
   void setAllObservedFiles(const Object& files);
   // Two properties: `inactiveObservedFiles`, the folders that were shown, by the identifier of
-  // their parent; and `observedDirectories`, the folders whose repository has been asked for and
-  // has not been opened.
+  // their parent; and `observedDirectories`, the folders whose repository was asked for and is not
+  // open yet.
   const FolderTables& folders() const;
   void setInactiveObservedFiles(const Object& folders);
   void setObservedDirectories(const Object& urls);
   // The sending port; null until first needed.
   std::shared_ptr<RemoteMessagePort> port() const;
   void setPort(std::shared_ptr<RemoteMessagePort> port);
-  // The name of the receiving port; missing when it could not be made.
+  // The name of the receiving port; absent when it could not be made.
   std::optional<std::string> portName() const;
   void setPortName(const Object& name);
-  // The watch on the main application; null while nobody is watched. Main thread.
+  // The watch on the main application; null while none runs. Main thread.
   std::shared_ptr<ProcessMonitor> monitor() const;
   void setMonitor(std::shared_ptr<ProcessMonitor> monitor);
   void setSenderObjects(const Object& objects);
@@ -150,8 +151,8 @@ class KPKelpieSync final : public FinderSync, public MenuHost {
   KPKelpieSync(const Platform& platform, KPUserDefaults& defaults);
 
   void start();
-  // Whether the message was read beyond what its bytes can hold, and so must not be taken; then
-  // with a line in the log.
+  // Whether the message was read beyond what its bytes can hold, and so must be dropped. Logs a
+  // line if so.
   bool isRefused(const Object& argument) const;
   void receiveMessage(std::int32_t id, std::shared_ptr<const Bytes> message,
                       LocalMessagePort::Completion done);

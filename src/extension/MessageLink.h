@@ -12,9 +12,9 @@
 
 namespace kelpie {
 
-// The two ends of the link with the main application. What goes wrong with it is told to the user
-// through the main application: through the sending port, and where that is what failed, through a
-// distributed notification. Shared by the controller and the work on the observer queue.
+// The two ends of the link with the main application. Failures are reported to the user by the main
+// application, which is told through the sending port or, if that has failed, through a distributed
+// notification. Shared by the controller and the work on the observer queue.
 class MessageLink {
  public:
   explicit MessageLink(const Platform& platform) : platform_(platform) {}
@@ -37,7 +37,7 @@ class MessageLink {
   // Null lets the port go; the next send opens a new one.
   void setPort(std::shared_ptr<RemoteMessagePort> port);
 
-  // Missing while there is no receiving port. Any thread.
+  // Absent while there is no receiving port. Any thread.
   std::optional<std::string> portName() const;
   void setPortName(std::optional<std::string> name);
 

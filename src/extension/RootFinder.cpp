@@ -67,7 +67,7 @@ RootFinder::Indexes RootFinder::rootsEqualTo(
                          [this](std::size_t root) { return isInPlace(root); });
     return equal;
   }
-  // What is not there equals itself only.
+  // An item that does not exist equals itself only.
   for (const std::size_t root : withoutIdentifier_) {
     if (roots_[root].url.isEqual(url, files_)) {
       equal.push_back(root);
@@ -99,7 +99,7 @@ RootFinder::Holders RootFinder::holdersOf(const URL& folder) const {
     candidates.insert(candidates.end(), found->second.begin(), found->second.end());
   }
   std::ranges::sort(candidates);
-  // clang 14 does not compile what std::ranges::unique() answers.
+  // clang 14 does not compile the result of std::ranges::unique().
   candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
 
   Holders holders;

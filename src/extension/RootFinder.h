@@ -24,7 +24,7 @@ class RootFinder {
   using Indexes = std::vector<std::size_t>;  // of the roots, ascending
   struct Root {
     URL url;
-    std::optional<FileIdentifier> identifier;  // missing when nothing is there
+    std::optional<FileIdentifier> identifier;  // absent when nothing is there
   };
 
   // `files` is borrowed, and best looks at each path once: see MemoFileSystem.
@@ -32,7 +32,7 @@ class RootFinder {
   // Of the roots as they are now.
   RootFinder(const std::vector<URL>& roots, const FileSystem& files);
 
-  // The first root that holds the URL; missing when none does.
+  // The first root that holds the URL; absent when none does.
   std::optional<std::size_t> firstRootOf(const URL& url);
   // All of them.
   Indexes rootsOf(const URL& url);

@@ -9,7 +9,7 @@ namespace kelpie {
 class KeyedEncoder;
 
 // An object of a class that is not a plain value: a menu item, a reference record, a tree node.
-// The codec knows such a class only by what stands here and by its entry in the ClassTable.
+// The codec knows such a class only through this interface and its entry in the ClassTable.
 class Archivable {
  public:
   virtual ~Archivable() = default;

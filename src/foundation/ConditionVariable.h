@@ -22,7 +22,7 @@ class ConditionVariable {
   KELPIE_UNCHECKED void wait(MutexLock& lock, Condition condition) {
     changed_.wait(lock.lock_, condition);
   }
-  // Waits until then at most. What `condition` said last.
+  // Waits until `limit` at most. Returns what `condition` returned last.
   template <class Condition>
   KELPIE_UNCHECKED bool waitUntil(MutexLock& lock, std::chrono::steady_clock::time_point limit,
                                   Condition condition) {

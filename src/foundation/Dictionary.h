@@ -27,21 +27,20 @@ class Dictionary {
 
   // Adds or replaces; a replaced entry keeps its place. Raises std::invalid_argument for nil.
   void set(Object key, Object value);
-  // The same for entries that come from nobody knows where: keys are compared by `comparison`,
-  // whose bound on the work holds. Once that is exhausted nothing is added.
+  // The same for entries of unknown origin: `comparison` compares the keys and bounds the work.
+  // Once that bound is exhausted nothing is added.
   void set(Object key, Object value, ObjectComparison& comparison);
   // Removes the entry if there is one.
   void remove(const Object& key);
 
-  // The value, or nil. (Templates, so that a text is taken for a text and not turned into an
-  // object.)
+  // The value, or nil. (Templates, so that a text is not turned into an object first.)
   Object operator[](std::string_view key) const { return valueAt(find(key)); }
   template <std::same_as<Object> Key>
   Object operator[](const Key& key) const {
     return valueAt(find(key));
   }
   bool contains(const Object& key) const { return findObject(key) != nullptr; }
-  // The value, null when missing. Borrowed until the dictionary changes.
+  // The value, null when absent. Borrowed until the dictionary changes.
   const Object* find(std::string_view key) const;
   template <std::same_as<Object> Key>
   const Object* find(const Key& key) const {
@@ -52,7 +51,7 @@ class Dictionary {
   std::size_t size() const { return entries_.size(); }
   bool empty() const { return entries_.empty(); }
   const std::vector<Entry>& entries() const& { return entries_; }
-  // Of a temporary: handed over, so that a loop over them keeps alive what it reads.
+  // A temporary hands its entries over, so that a loop over them keeps alive what it reads.
   std::vector<Entry> entries() && { return std::move(entries_); }
 
  private:

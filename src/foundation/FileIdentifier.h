@@ -26,7 +26,7 @@ class FileIdentifier {
   explicit FileIdentifier(ByteView bytes);
 
   // The identifier that a message or an archive holds: data stands for itself, an object of any
-  // other class is known by its archived form. Missing for nil.
+  // other class is known by its archived form. Absent for nil.
   static std::optional<FileIdentifier> fromObject(const Object& object);
 
   // The object to put into a message: the data, or the object whose archived form this is.
@@ -35,7 +35,7 @@ class FileIdentifier {
   // The bytes that equality compares. Borrowed from this value.
   ByteView bytes() const;
 
-  // True when `bytes()` is the archived form of an object that is no data.
+  // True when `bytes()` is the archived form of an object other than data.
   bool isArchivedForm() const { return archivedForm_; }
 
   std::size_t hash() const;

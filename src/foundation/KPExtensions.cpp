@@ -15,8 +15,8 @@
 namespace kelpie {
 namespace {
 
-// Beyond what any file system takes as a path. It bounds the walk over the ancestors of a path that
-// somebody made up.
+// Beyond what any file system takes as a path. It bounds the walk over the ancestors of a hostile
+// path.
 constexpr std::size_t kLongestPath = 16384;
 
 // Reads `text` from its start, a token at a time. White space and line breaks before a token do not
@@ -25,7 +25,7 @@ class Scanner {
  public:
   explicit Scanner(std::string_view text) : rest_(text) {}
 
-  // What comes before the next `mark`, or before the end when there is none. May be empty.
+  // The text before the next `mark`, or before the end when there is none. May be empty.
   std::string_view scanUpTo(char mark) {
     skipWhiteSpace();
     const std::string_view token = rest_.substr(0, rest_.find(mark));

@@ -8,7 +8,7 @@ namespace kelpie {
 
 class Bundle;
 
-// The additions to the platform's numbers and images; those to URLs are members of URL.
+// Functions that the platform's numbers and images lack. Those for URLs are members of URL.
 
 // 1, 2, 3, … : a different number for every call in the process. Any thread.
 std::uint64_t uniqueNumber();

@@ -19,14 +19,14 @@ class KeyedEncoder {
   virtual void encodeInteger(std::string_view key, std::int64_t value) = 0;
   virtual void encodeBool(std::string_view key, bool value) = 0;
   virtual void encodeObject(std::string_view key, const Object& value) = 0;
-  // The archive of `root` as data of its own; missing where KeyedArchiver would give nothing, and
-  // beyond the depth that archives may be nested.
+  // The archive of `root` as data of its own; absent where KeyedArchiver returns none, and beyond
+  // the depth to which archives may nest.
   virtual std::optional<Bytes> archivedData(const Object& root) = 0;
 };
 
-// What an Archivable is made from: one object of a keyed archive that is being read. Whatever is
-// read draws from the budget of the message that the archive stands in, and when that is used up
-// reads as missing; the Archivable is then thrown away.
+// What an Archivable is made from: one object of a keyed archive that is being read. Reading draws
+// from the budget of the message that holds the archive. Once that is used up everything reads as
+// absent, and the Archivable is discarded.
 class KeyedDecoder {
  public:
   virtual ~KeyedDecoder() = default;
@@ -37,15 +37,14 @@ class KeyedDecoder {
   virtual bool decodeBool(std::string_view key) const = 0;
   // nil for a missing key and for what does not decode. A text or data counts as copied.
   virtual Object decodeObject(std::string_view key) const = 0;
-  // The elements of an array; none for a missing key and for anything else. The same one may come
-  // any number of times: what is kept of it beyond 64 bytes is to be charged.
+  // The elements of an array; none for a missing key and for a value of another kind. The same
+  // element may come any number of times: the caller charges what it keeps of each beyond 64 bytes.
   virtual void decodeElements(std::string_view key,
                               FunctionRef<void(const Object& element)> visit) const = 0;
-  // Takes from the message's budget, in bytes that are kept. False when it is used up.
+  // Charges the message's budget for `byteCount` bytes that are kept. False once it is used up.
   virtual bool charge(std::uint64_t byteCount) const = 0;
-  // For an array whose elements are data that holds archives: their root objects, nil for what does
-  // not decode or is nested deeper than KeyedUnarchiver::kMaximumNesting. Other elements are left
-  // out.
+  // The root objects of an array of archives (data); nil for an archive that does not decode or is
+  // nested deeper than KeyedUnarchiver::kMaximumNesting. Elements of other kinds are left out.
   virtual void decodeNestedRoots(std::string_view key,
                                  FunctionRef<void(const Object& root)> visit) const = 0;
 };

@@ -7,10 +7,10 @@
 
 namespace kelpie {
 
-// A file system that looks at each path once, for the time of one piece of work that asks many
-// questions about few items: building a menu, finding the repository of a selection. Lives on the
-// stack of that work and is used by its thread alone; what changes on disk meanwhile is not seen.
-// Only single looks are remembered; listings and walks go through.
+// A file system that looks at each path once, during one piece of work that asks many questions
+// about few items, such as building a menu or finding the repository of a selection. Lives on that
+// work's stack and is used by its thread alone; changes on disk are not seen meanwhile. Only looks
+// at single items are remembered; listings and walks are passed on.
 class MemoFileSystem final : public FileSystem {
  public:
   // `files` outlives this.

@@ -25,8 +25,8 @@ std::size_t MenuItem::textSize() const {
 
 std::vector<std::string_view> MenuItem::classNames() const { return {"NSMenuItem", "NSObject"}; }
 
-// The image is left out: AppKit's form of one holds pixels or a path of this machine, and whoever
-// receives a chosen item knows it by its tag, action and represented object.
+// The image is left out: AppKit's form of one holds pixels or a path of this machine, and the
+// receiver of a chosen item knows it by its tag, action and represented object.
 void MenuItem::encodeWithCoder(KeyedEncoder& coder) const {
   coder.encodeObject("NSTitle", title);
   coder.encodeObject("NSAction", action ? Object(*action) : Object());
@@ -35,7 +35,7 @@ void MenuItem::encodeWithCoder(KeyedEncoder& coder) const {
   coder.encodeInteger("NSMnemonicLoc", kNoMnemonic);
   coder.encodeInteger("NSState", state);
   coder.encodeBool("NSIsDisabled", !enabled);
-  // AppKit leaves out a tag of 0, and readers take a missing tag for one.
+  // AppKit leaves out a tag of 0, and readers take an absent tag for 0.
   if (tag != 0) coder.encodeInteger("NSTag", tag);
   coder.encodeObject("NSSubmenu", Object(std::shared_ptr<const Archivable>(submenu)));
   coder.encodeObject("NSRepObject", representedObject);

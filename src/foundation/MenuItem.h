@@ -24,7 +24,7 @@ class MenuItem : public Archivable {
   explicit MenuItem(std::string itemTitle, std::optional<std::string> itemAction = std::nullopt);
 
   std::string title;                  // UTF-8
-  std::optional<std::string> action;  // such as "stage:"; missing for items that only inform
+  std::optional<std::string> action;  // such as "stage:"; absent for items that only inform
   std::string keyEquivalent;          // always empty in this system's menus
   std::int64_t tag = 0;
   int state = 0;  // 0 off, 1 on
@@ -32,8 +32,8 @@ class MenuItem : public Archivable {
   std::optional<Image> image;
   std::shared_ptr<const Menu> submenu;  // shared by copies; a built submenu does not change
   Object representedObject;
-  // What the host calls the user's choice of this item, by which it is told how that ended; empty
-  // in a menu, and where the host does not care. UTF-8.
+  // The host's name for the user's choice of this item, under which the host learns how the action
+  // ended. Empty in a menu, and for a host that does not ask. UTF-8.
   std::string choice;
 
   // How many bytes of text a copy of the item holds.

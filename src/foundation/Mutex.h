@@ -18,7 +18,7 @@ class KELPIE_CAPABILITY("mutex") Mutex {
   std::mutex mutex_;
 };
 
-// Holds a mutex while it lives, but for what lies between unlock() and lock().
+// Holds a mutex while it lives, except between unlock() and lock().
 class KELPIE_SCOPED_CAPABILITY MutexLock {
  public:
   explicit MutexLock(Mutex& mutex) KELPIE_ACQUIRE(mutex) : lock_(mutex.mutex_) {}

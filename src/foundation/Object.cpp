@@ -103,7 +103,7 @@ Object::Value Object::integer(std::uint64_t value) {
 // -- Kind ------------------------------------------------------------------------------------
 
 Object::Kind Object::kind() const {
-  // In the order of the alternatives of Value; a part says itself what it is.
+  // In the order of the alternatives of Value; a part knows its own kind.
   static constexpr std::array kKinds = {
       Kind::Absent, Kind::Boolean,    Kind::Integer, Kind::Integer,    Kind::Real,
       Kind::String, Kind::Data,       Kind::Date,    Kind::Url,        Kind::Array,

@@ -30,10 +30,10 @@ using Objects = std::vector<Object>;
 // The one dynamic value: what a message, a setting or an archive holds. Immutable and cheap to
 // copy; big values are shared. Any thread.
 //
-// Reading is lenient: what is missing or of another class reads as nil, 0, NO or empty. A container
-// that was opened in place (KeyedUnarchiver::open) is read from the archive's bytes on demand and
-// keeps them alive. All reading of one archive draws from one ReadingBudget, so whoever keeps a
-// value for later keeps its whole().
+// Reading is lenient: a value that is absent or of another class reads as nil, 0, NO or empty. A
+// container that was opened in place (KeyedUnarchiver::open) is read from the archive's bytes on
+// demand and keeps them alive. All reading of one archive draws from one ReadingBudget, so a value
+// that is kept for later is kept as its whole().
 class Object {
  public:
   enum class Kind : std::uint8_t {
@@ -73,11 +73,11 @@ class Object {
   Object(OpaqueObject object);
   Object(std::shared_ptr<const Archivable> object);  // null gives nil
   // NOLINTEND(google-explicit-constructor)
-  // A set in the order of `elements`; equal ones are not sought out.
+  // A set in the order of `elements`; duplicates are not looked for.
   static Object set(Objects elements);
   // Seconds since 2001-01-01 00:00 UTC.
   static Object date(double secondsSinceReferenceDate);
-  // nil for a missing URL or identifier.
+  // nil for an absent URL or identifier.
   static Object orNil(const std::optional<URL>& url);
   static Object orNil(const std::optional<FileIdentifier>& identifier);
   // The path as an archive holds it: a string, or data when it is not UTF-8.
@@ -86,7 +86,8 @@ class Object {
   Kind kind() const;
   bool isNil() const { return kind() == Kind::Absent; }
   bool isNumber() const;  // Boolean, Integer or Real
-  // A number below 0; an integer beyond the signed range is none, though integerValue() is.
+  // A number below 0. False for an integer beyond the signed range, although integerValue() is
+  // negative.
   bool isNegative() const;
   bool isString() const { return kind() == Kind::String; }
   bool isArray() const { return kind() == Kind::Array; }
@@ -105,15 +106,15 @@ class Object {
   std::uint64_t unsignedIntegerValue() const;
   std::uint16_t unsignedShortValue() const;
   double doubleValue() const;
-  // Of a date: seconds since 2001-01-01 00:00 UTC; else 0.
+  // The seconds from 2001-01-01 00:00 UTC to a date; 0 for anything else.
   double dateValue() const;
 
   // The text of a string, else "".
   std::string stringValue() const;
   std::optional<std::string> string() const;
-  // The bytes of a path held as a string or as data; missing for anything else.
+  // The bytes of a path held as a string or as data; absent for anything else.
   std::optional<std::string> pathBytes() const;
-  // Copies the bytes of data; missing for anything else.
+  // Copies the bytes of data; absent for anything else.
   std::optional<Bytes> data() const;
   std::optional<URL> url() const;
   std::optional<Error> error() const;
@@ -129,7 +130,7 @@ class Object {
   std::size_t size() const;
   // An element of an array or set; nil beyond its end and for anything else.
   Object at(std::size_t index) const;
-  // The value under a string key of a dictionary; nil when missing and for anything else.
+  // The value under a string key of a dictionary; nil when absent and for anything else.
   Object operator[](std::string_view key) const;
   template <std::same_as<Object> Key>
   Object operator[](const Key& key) const {
@@ -143,19 +144,20 @@ class Object {
   // what is not a plain number. Null for nil, numbers, dates and containers read in place.
   const void* sharedAddress() const;
 
-  // Whether it is of an opened archive of which more was read than its bytes can hold. What has
-  // been read since then is not whole: the message says little very often, and is best dropped.
+  // Whether more was read of the opened archive that it belongs to than the archive's bytes can
+  // hold. What was read since then is incomplete: the message repeats little very often and is best
+  // dropped.
   bool isRefused() const;
 
-  // This; of a container that is read in place, the same value read as a whole: nil when it nests
-  // too deep.
+  // The value read as a whole: this value itself, unless it is a container that is read in place.
+  // nil when it nests too deep.
   Object whole() const;
 
   // Object equality of the platform: numbers by value whatever their width, strings, data and dates
   // by content, URLs by URL::isEqual, containers by content, errors by domain, code and user
   // information, records, nodes and menu items by identity. A mutable value equals an immutable
-  // one. Nil equals nothing, not even nil. What nests beyond 256 levels, or takes very many
-  // comparisons, is unequal.
+  // one. Nil equals nothing, not even nil. Values that nest beyond 256 levels, or take very many
+  // comparisons, are unequal.
   bool isEqual(const Object& other) const;
   // Equal objects have equal hashes, but for URLs (see URL::hash).
   std::size_t hash() const;

@@ -20,7 +20,7 @@ namespace {
 
 // Bytes of a long value that count as one comparison.
 constexpr std::size_t kPiece = 64;
-// What remembering a pair counts for, so that what is remembered is bounded, too.
+// The cost of remembering a pair, so that the memory for pairs is bounded, too.
 constexpr std::uint64_t kPairWork = 64;
 
 // How many elements of a container its hash depends on.
@@ -66,8 +66,8 @@ std::size_t hashOfNumber(const Object& number) {
   return std::isnan(value) ? 1 : std::hash<double>{}(value);
 }
 
-// What an element adds to the hash of its container: nothing where its hash would lead deeper, or
-// is not one of its value alone.
+// The part of an element in its container's hash: nothing for a container, or for an element whose
+// hash depends on more than its value.
 std::size_t hashOfLeaf(const ObjectView& element) {
   switch (element.kind()) {
     case Object::Kind::Boolean:
@@ -121,7 +121,7 @@ bool ObjectComparison::isEqual(const Object& a, const Object& b) {
   using Kind = Object::Kind;
   if (!charge(1)) return false;
   if (a.isNumber() && b.isNumber()) return isEqualNumber(a, b);
-  // A URL is asked even about what is no URL: its rule is its own.
+  // A URL compares itself even with values that are not URLs: it has a rule of its own.
   if (const auto* url = std::get_if<URL>(&a.value_)) return url->isEqual(b);
   if (a.kind() != b.kind()) return false;
   switch (a.kind()) {
@@ -149,7 +149,7 @@ bool ObjectComparison::isEqual(const Object& a, const Object& b) {
 
 bool ObjectComparison::isEqualContainer(const Object& a, const Object& b) {
   const std::pair pair{a.sharedAddress(), b.sharedAddress()};
-  // A part that could not be read whole is nil by now.
+  // A part that could not be read whole became nil.
   if (pair.first == nullptr || pair.second == nullptr) return false;
   if (pair.first == pair.second) return true;
   if (const auto known = known_.find(pair); known != known_.end()) return known->second;
@@ -172,7 +172,7 @@ bool ObjectComparison::isEqualContainer(const Object& a, const Object& b) {
             isEqualSlot(errorA->userInfo, errorB->userInfo);
   }
   --depth_;
-  // What only one container holds is met only when that is compared.
+  // A value with a single holder is met only when that holder is compared.
   if ((isHeldTwice(a) || isHeldTwice(b)) && charge(kPairWork)) known_.emplace(pair, equal);
   return equal;
 }
@@ -247,7 +247,7 @@ std::size_t Object::hashOfString(std::string_view text) {
 }
 
 std::size_t Object::hash() const {
-  // What does not decode is an element in place, and none of the whole.
+  // An element that does not decode counts in a container in place, and is left out of a whole one.
   if (part() != nullptr) return whole().hash();
   switch (kind()) {
     case Kind::Absent:

@@ -9,15 +9,15 @@
 
 namespace kelpie {
 
-// One comparison of two objects by content, whatever shares what inside them: a pair of shared
-// containers is compared once, so the work is in proportion to the containers, not to the paths
-// that lead to them. For one call, on one thread.
+// One comparison of two objects by content. A pair of shared containers is compared once, so the
+// work is in proportion to the containers, not to the paths that lead to them. For one call, on one
+// thread.
 class ObjectComparison {
  public:
   // Containers nested deeper than this are unequal.
   static constexpr int kMaximumDepth = 256;
 
-  // Enough for any two objects that are compared in earnest, and about a second of work.
+  // Enough for any honest comparison, and about a second of work.
   static constexpr std::uint64_t kMaximumWork = std::uint64_t{1} << 27U;
 
   // `maximumWork` bounds the number of values (and of 64-byte pieces of long ones) that are
@@ -27,7 +27,7 @@ class ObjectComparison {
 
   bool isEqual(const Object& a, const Object& b);
 
-  // Whether the work was more than allowed: everything has been unequal since.
+  // Whether the bound was exceeded: everything has counted as unequal since.
   bool isExhausted() const { return workLeft_ == 0; }
 
  private:
@@ -36,7 +36,7 @@ class ObjectComparison {
   bool isEqualSet(const Objects& a, const Objects& b);
   bool isEqualDictionary(const Dictionary& a, const Dictionary& b);
   bool isEqualOpaque(const OpaqueObject& a, const OpaqueObject& b);
-  // Whether more than one place holds the container: a hint, as others may take or leave it.
+  // Whether more than one place holds the container. A hint: other threads may change it.
   static bool isHeldTwice(const Object& object);
   // Equality of two places in a container, either of which may be empty.
   bool isEqualSlot(const Object& a, const Object& b);
@@ -45,8 +45,8 @@ class ObjectComparison {
 
   int depth_ = 0;
   std::uint64_t workLeft_;
-  // What came out for two containers of which one at least is held in several places, by their
-  // addresses.
+  // The results for pairs of containers, by their addresses, of which at least one is held in
+  // several places.
   std::map<std::pair<const void*, const void*>, bool> known_;
 };
 

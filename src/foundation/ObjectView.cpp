@@ -27,7 +27,7 @@ Object::Kind ObjectView::kind() const {
   if (object_ != nullptr) return object_->kind();
   if (reader_ == nullptr) return Kind::Absent;
   const Kind kind = reader_->content(value_).kind;
-  // Whether these are anything shows when they are made.
+  // Whether these decode shows only when they are made.
   if (kind == Kind::Url) return reader_->url(value_) ? kind : Kind::Absent;
   if (kind == Kind::Archivable) return reader_->maker().objectOf(value_).kind();
   return kind;

@@ -18,12 +18,12 @@ class ArchiveReader;
 // A borrowed look at an Object or at a part of an opened archive: trivially copyable, allocates
 // nothing and counts no references, so that a dictionary of a million entries can be walked in
 // place. Valid while the Object that it was made from lives. Reads as leniently as Object does;
-// what is read of an archive draws from its ReadingBudget. Any thread.
+// reading from an archive draws from its ReadingBudget. Any thread.
 class ObjectView {
  public:
   // Of nil.
   ObjectView() = default;
-  // Implicit: whatever takes a view takes an object.
+  // Implicit, so that an object can be passed as a view.
   ObjectView(const Object& object);  // NOLINT(google-explicit-constructor)
 
   Object::Kind kind() const;
@@ -38,15 +38,15 @@ class ObjectView {
   std::string stringValue() const;
   // Whether this is a string of exactly this text. Copies nothing.
   bool isEqualToString(std::string_view text) const;
-  // The bytes of a path held as a string or as data; missing for anything else. Copies.
+  // The bytes of a path held as a string or as data; absent for anything else. Copies.
   std::optional<std::string> pathBytes() const;
-  // The bytes of data, borrowed; missing for anything else.
+  // The bytes of data, borrowed; absent for anything else.
   std::optional<ByteView> data() const;
-  // The URL; missing for anything else. In an opened archive made anew by each call, so that it is
+  // The URL; absent for anything else. In an opened archive made anew by each call, so that it is
   // not the same object as that of another call or of toObject().
   std::optional<URL> url() const;
 
-  // Of a dictionary in an opened archive: the entries that stand there, those included that do not
+  // For a dictionary in an opened archive this counts every entry, including those that do not
   // decode and those whose key comes again.
   std::size_t size() const;
   // How much room to make for the elements before they are seen: size(), but no more than what the
@@ -59,21 +59,21 @@ class ObjectView {
     return valueForKey(key);
   }
 
-  // Calls `visit` for each element of an array or set, in order, until it answers false.
+  // Calls `visit` for each element of an array or set, in order, until it returns false.
   void forEachElement(FunctionRef<bool(ObjectView element)> visit) const;
-  // Calls `visit` for each entry of a dictionary, in the archive's order, until it answers false.
+  // Calls `visit` for each entry of a dictionary, in the archive's order, until it returns false.
   // Where a key stands twice there (no writer does that) the last is the one that counts.
   void forEachEntry(FunctionRef<bool(ObjectView key, ObjectView value)> visit) const;
 
   // An owning object with the same value; parts of an archive share the archive's bytes.
   Object toObject() const;
 
-  // Takes from the budget of the message what somebody makes of the value beyond a copy of its
-  // texts and 64 bytes for an element: see ReadingBudget. False when it is used up. A built value
-  // has no budget, and never refuses.
+  // Charges the message's budget for what the caller makes of the value beyond a copy of its texts
+  // and 64 bytes for an element (see ReadingBudget). False once the budget is used up. A built
+  // value has no budget and never refuses.
   bool charge(std::uint64_t units) const;
-  // Whether more was read of the message than its bytes can hold: something that was read as nil or
-  // empty, or not at all, is perhaps there. Such a message is best dropped.
+  // Whether more was read of the message than its bytes can hold: values that read as nil or empty
+  // may be present all the same. Such a message is best dropped.
   bool isRefused() const;
 
  private:
@@ -84,7 +84,7 @@ class ObjectView {
   ObjectView valueForKey(const Object& key) const;
   // The number; nil for anything else.
   Object number() const;
-  // The value of the last entry of an archived dictionary whose key is what `isKey` looks for.
+  // The value of the last entry of an archived dictionary for whose key `isKey` is true.
   template <class IsKey>
   ObjectView entryWhere(const IsKey& isKey) const;
 

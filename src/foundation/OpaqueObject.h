@@ -8,8 +8,8 @@
 
 namespace kelpie {
 
-// An archived object of a class that nobody here knows, kept so that it can be written back as it
-// came: its class names, most derived first, and its keys in the order of the archive.
+// An archived object of an unknown class, kept so that it can be written back as it came: its class
+// names, most derived first, and its keys in the order of the archive.
 struct OpaqueObject {
   // How a value stands under its key. A reader of the class expects the form that its writer chose.
   enum class Form : std::uint8_t {

@@ -41,7 +41,7 @@ void appendEscaped(std::string& text, std::string_view bytes) {
   }
 }
 
-// Calls `visit` with each sequence, or byte that begins none, and whether it is fit to be shown.
+// Calls `visit` with each sequence, or each byte that begins none, and whether it may be shown.
 template <class Visit>
 void forEachSequence(std::string_view bytes, Visit visit) {
   while (!bytes.empty()) {

@@ -7,7 +7,7 @@ namespace kelpie {
 
 // Many texts kept one behind the other, in blocks that stay where they are: a list of a million
 // paths takes their bytes and hardly more, also while it grows. Texts live as long as this, and
-// stay in their place when it is moved. Not guarded; its owner is.
+// stay in their place when it is moved. Has no lock; its owner guards it.
 class TextBlocks {
  public:
   TextBlocks() = default;
@@ -17,7 +17,7 @@ class TextBlocks {
   TextBlocks& operator=(TextBlocks&&) = default;
   ~TextBlocks() = default;
 
-  // Keeps a copy, and answers where it is.
+  // Keeps a copy, and returns where it is.
   std::string_view add(std::string_view text);
 
  private:

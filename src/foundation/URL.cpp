@@ -64,7 +64,7 @@ std::optional<URL> URL::fromString(std::string_view text, const std::optional<UR
     const auto baseParts = parseUrl(base->absoluteString(), WhiteSpace::AllowedInReferences);
     if (!baseParts) return std::nullopt;
     rep->resolved = resolveUrl(*baseParts, *parts);
-    // The parts of what came out: they also tell whether it is a URL still.
+    // The parts of the result: they also tell whether it still is a URL.
     parts = parseUrl(rep->resolved, WhiteSpace::AllowedInReferences);
     if (!parts) return std::nullopt;
   }

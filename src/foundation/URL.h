@@ -23,7 +23,7 @@ class Object;
 // Any thread.
 class URL {
  public:
-  // The URL with this text (RFC 3986; relative to `base` when there is one). Missing when the text
+  // The URL with this text (RFC 3986; relative to `base` when there is one). Absent when the text
   // is no valid URL: a character that must be percent-encoded, a bad port, an empty text; also when
   // more than 64 bases stand behind one another.
   // Two liberties, so that the address of a git remote such as "user@host:path", as people write
@@ -40,8 +40,8 @@ class URL {
   const std::string& relativeString() const;  // the text as it was given
   std::optional<URL> base() const;
   const std::string& absoluteString() const;  // resolved against the base
-  std::string scheme() const;                 // of the absolute text, lower case; "" when missing
-  std::string host() const;                   // decoded; "" when missing
+  std::string scheme() const;                 // of the absolute text, lower case; "" when absent
+  std::string host() const;                   // decoded; "" when absent
   bool isFileURL() const;
 
   // The percent-decoded bytes of the absolute path, without a trailing slash (but for "/").
@@ -49,8 +49,8 @@ class URL {
   const std::string& path() const;
   // The last component of path(); "/" for the root, "" for an empty path.
   std::string_view lastPathComponent() const;
-  // The file URL of path() without its last component, whether anything exists there or not;
-  // missing for the root and for what is no file URL.
+  // The file URL of path() without its last component, whether anything exists there or not; absent
+  // for the root and for anything but a file URL.
   std::optional<URL> deletingLastPathComponent() const;
 
   bool isSameObject(const URL& other) const { return rep_ == other.rep_; }
@@ -66,20 +66,20 @@ class URL {
   bool isEqual(const Object& object, const FileSystem& files = FileSystem::current()) const;
   bool isEqual(const URL& other, const FileSystem& files = FileSystem::current()) const;
 
-  // What names the file on its volume; missing when nothing is there.
+  // What names the file on its volume; absent when nothing is there.
   std::optional<FileIdentifier> identifier(const FileSystem& files = FileSystem::current()) const;
-  // The icon that the platform shows for the file; missing where the platform has none to offer.
+  // The icon that the platform shows for the file; absent where the platform has none to offer.
   std::optional<Image> icon(const FileSystem& files = FileSystem::current()) const;
   std::optional<std::string> localizedName(const FileSystem& files = FileSystem::current()) const;
   bool isDirectory(const FileSystem& files = FileSystem::current()) const;
   bool isPackage(const FileSystem& files = FileSystem::current()) const;
   bool isSymbolicLink(const FileSystem& files = FileSystem::current()) const;
-  // The folder that holds the file; missing for the root and for what is no file URL.
+  // The folder that holds the file; absent for the root and for anything but a file URL.
   std::optional<URL> parentUrl(const FileSystem& files = FileSystem::current()) const;
   // This is a directory and a strict ancestor of `url`. Ends on any path, also one of links in a
   // loop, since each step makes the path shorter.
   bool isParentOfUrl(const URL& url, const FileSystem& files = FileSystem::current()) const;
-  // The "ssh" URL for scp-like remote syntax (user@host:path), else the receiver itself. Missing
+  // The "ssh" URL for scp-like remote syntax (user@host:path), else the receiver itself. Absent
   // when the parts make no valid URL.
   std::optional<URL> spcSyntaxResolvedUrl() const;
 

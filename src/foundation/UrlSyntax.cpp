@@ -63,14 +63,14 @@ bool isScheme(std::string_view text) {
                      [](char c) { return isIn(c, kAlpha | kDigit | kSchemeMark); });
 }
 
-// An address in brackets, such as "[::1]". What the address says is not looked into.
+// An address in brackets, such as "[::1]". The address itself is not checked.
 bool isIpLiteral(std::string_view host) {
   if (host.size() < 3 || host.front() != '[' || host.back() != ']') return false;
   const std::string_view address = host.substr(1, host.size() - 2);
   return address.find('%') == std::string_view::npos && consistsOf(address, kRegName, ":");
 }
 
-// The host of `[user@]host[:port]`; missing when that is not what `authority` is.
+// The host of `[user@]host[:port]`; absent when that is not what `authority` is.
 std::optional<std::string_view> hostOf(std::string_view authority) {
   if (const std::size_t at = authority.find('@'); at != std::string_view::npos) {
     if (!consistsOf(authority.substr(0, at), kRegName, ":")) return std::nullopt;
@@ -88,7 +88,7 @@ std::optional<std::string_view> hostOf(std::string_view authority) {
   return host;
 }
 
-// Cuts `text` at the first `mark`; what follows the mark, missing when there is none.
+// Cuts `text` at the first `mark`; what follows the mark, absent when there is none.
 std::optional<std::string_view> cutAt(std::string_view& text, char mark) {
   const std::size_t position = text.find(mark);
   if (position == std::string_view::npos) return std::nullopt;

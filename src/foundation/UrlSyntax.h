@@ -21,7 +21,7 @@ struct UrlParts {
 // Whether white space may stand literally in a text that has neither scheme nor authority.
 enum class WhiteSpace { Refused, AllowedInReferences };
 
-// Missing when the text is empty or no URL by RFC 3986, with one extension: what precedes the first
+// Absent when the text is empty or no URL by RFC 3986, with one extension: what precedes the first
 // ":" need not be a scheme; when it cannot be one, the colon belongs to the path.
 std::optional<UrlParts> parseUrl(std::string_view text, WhiteSpace whiteSpace);
 

@@ -35,8 +35,8 @@ bool isRealDirty(const Object& /*items*/, const ItemQuestion& question) {
 
 using Complete = void(MenuItemDraft& draft, const ItemQuestion& question);
 
-// Items with a submenu do not leave their list for their action of themselves; what is reverted,
-// resolved or restored is the list all the same.
+// Items with a submenu do not leave their list for their action by themselves, but the action works
+// on that list all the same.
 void leaveItemsForAction(const MenuItemDraft& draft, const ItemQuestion& question) {
   question.host.senderObjects().set(draft.action, draft.representedObject);
 }

@@ -10,8 +10,8 @@ namespace kelpie {
 
 // The items that work on selected files (tags -1 to -14).
 //
-// What the rule of that tag makes of the question; missing when the item does not apply. `title` is
-// the one of the catalogue.
+// The item that the rule of that tag drafts for the question; absent when the item does not apply.
+// `title` is the one of the catalogue.
 std::optional<MenuItemDraft> draftFileItem(std::int64_t tag, std::string_view title,
                                            const ItemQuestion& question);
 

@@ -17,7 +17,7 @@ class MenuHost;
 
 // What the rows of the item tables speak of.
 
-// What there is to know when an item is asked for. Borrows all of it for the building of one item.
+// The state that decides about an item. Borrows everything while one item is built.
 struct ItemQuestion {
   const KPRepository* repository;  // null: no repository
   bool canCreate;
@@ -25,8 +25,8 @@ struct ItemQuestion {
   MenuHost& host;
 };
 
-// What a rule has settled of an item before the item is made of it. An item has a picker, else a
-// submenu, else an action; with none of them there is no item.
+// A draft of an item, as a rule leaves it. The item becomes a picker, else a submenu, else an
+// action; without any of these there is no item.
 struct MenuItemDraft {
   std::string title;
   std::string_view action;  // empty: none

@@ -8,8 +8,7 @@
 namespace kelpie {
 namespace {
 
-// `format` with `value` in the place of the first `placeholder`. What stands in `value` is never
-// looked at.
+// `format` with `value` in the place of the first `placeholder`. `value` itself is not searched.
 std::string fill(std::string_view format, std::string_view placeholder, std::string_view value) {
   std::string text(format);
   const std::size_t at = text.find(placeholder);

@@ -94,8 +94,8 @@ bool MenuAssembly::canCreateAtTarget(const FileSystem& files) const {
   return targets.size() == 1 && targets.front().isDirectory(files);
 }
 
-// The repository is about to be used: the main application completes what it has left out of it.
-// A message that is taken in on another thread may just have taken the identifier away.
+// The repository is about to be used: the main application sends the parts that it has left out.
+// A message that is handled on another thread may just have taken the identifier away.
 void MenuAssembly::unshallow(const KPRepository& repository) const {
   const std::optional<FileIdentifier> identifier = repository.identifier();
   if (!identifier) return;

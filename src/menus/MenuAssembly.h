@@ -21,11 +21,11 @@ class MenuAssembly {
   MenuAssembly(MenuHost& host, const Platform& platform, KPUserDefaults& defaults)
       : host_(host), platform_(platform), defaults_(defaults) {}
 
-  // The menu; nothing where the file manager is to show none: while the main application does not
-  // run (but for the toolbar, which says so), for the sidebar and for an unknown kind. A menu that
-  // no item applies to is there, and empty. Sets the host's target URLs and sender objects, and
-  // tells the main application which repository is about to be used. Blocks for no longer than
-  // looking at each target once and MenuHost::sendMessage() take.
+  // The menu. Absent where the file manager is to show none: while the main application does not
+  // run (except in the toolbar, whose menu says so), for the sidebar and for an unknown kind. A
+  // menu without any item that applies is present and empty. Sets the host's target URLs and sender
+  // objects, and tells the main application which repository is about to be used. Blocks while each
+  // target is looked at once and as long as MenuHost::sendMessage().
   std::optional<Menu> menuForMenuKind(FIMenuKind kind) const;
 
  private:

@@ -22,8 +22,8 @@ class MenuHost {
   // The main application's process id; negative while it does not run, 0 before the first check.
   virtual std::int32_t applicationPid() const = 0;
 
-  // The open repository that holds the URL, or null. `files` is asked instead of the process's own
-  // file system, so that many targets in one folder cost one look at that folder.
+  // The open repository that holds the URL, or null. Asks `files` instead of the process's own file
+  // system, so that many targets in one folder cost one look at that folder.
   virtual std::shared_ptr<KPRepository> repositoryForURL(const URL& url,
                                                          const FileSystem& files) const = 0;
 

@@ -55,7 +55,8 @@ std::optional<MenuItem> MenuItemRules::menuItemForMenuItemTag(std::int64_t tag,
                                                               const Selection& selection) const {
   const std::optional<std::string_view> title = KPUserDefaults::titleForMenuItemTag(tag, log_);
   if (!title) {
-    // The look-up has said so already; the second line says that an item was to be built of it.
+    // The look-up has logged that already; the second line says that an item was to be built from
+    // it.
     log_.write("Should not get here!!!");
     return std::nullopt;
   }

@@ -20,10 +20,10 @@ class MenuItemRules {
   MenuItemRules(MenuHost& host, Log& log) : host_(host), log_(log) {}
 
   // The item of that tag, or nothing when it does not apply; a tag that the catalogue does not know
-  // is logged. `repository` is the one that all selected items belong to, or null, which answers
-  // every question of a rule with no; `canCreate` says that a repository could be made of the one
-  // selected folder. The item has tag 0 and is enabled: whether the user may choose it is the
-  // assembly's business.
+  // is logged. `repository` is the one that all selected items belong to; null answers every
+  // question of a rule with no. `canCreate` says that a repository could be made of the one
+  // selected folder. The item has tag 0 and is enabled: MenuLayout decides whether the user may
+  // choose it.
   std::optional<MenuItem> menuItemForMenuItemTag(std::int64_t tag, const KPRepository* repository,
                                                  bool canCreate, const Selection& selection) const;
 

@@ -30,7 +30,7 @@ MenuItem headerItem(std::string_view title) {
   return item;
 }
 
-// nil for what is no array, so that it has no elements.
+// nil for anything but an array, so that it has no elements.
 Object arrayOrNil(const Object& value) { return value.isArray() ? value : Object(); }
 
 }  // namespace

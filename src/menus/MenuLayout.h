@@ -27,8 +27,8 @@ class MenuLayout {
 
   // The menu, without a title: repository items, file items and application items, each group under
   // a header, with what the user has put there in a submenu "More". A group without an item shows
-  // nothing. Whatever in the item list is of another class than it should be counts as empty, and a
-  // tag as 0.
+  // nothing. A value of a wrong class in the item list counts as empty, and a tag of a wrong class
+  // as 0.
   Menu menuForItemList(const Object& itemList) const;
 
  private:

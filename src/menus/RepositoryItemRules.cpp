@@ -77,7 +77,7 @@ bool noHotfix(const ItemQuestion& question) {
 
 // -- What an item is made of ----------------------------------------------------------------------
 
-// An item of its own, for an action that works on `object`; on nothing but the repository if null.
+// An item for an action that works on `object`, or on the repository alone if that is null.
 struct Plain {
   Object (*object)(const ItemQuestion& question) = nullptr;
 };
@@ -116,7 +116,7 @@ std::shared_ptr<const Menu> withEntryForAll(const std::shared_ptr<const Menu>& m
   return extended;
 }
 
-// Puts what a row of the table stands for into the draft.
+// Fills the draft as the row of the table says.
 struct Completion {
   MenuItemDraft& draft;
   std::string_view action;

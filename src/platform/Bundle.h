@@ -14,7 +14,7 @@ class Bundle {
   virtual std::string identifier() const = 0;
   // The bundle identifier of the main application, such as "org.kelpie.Kelpie".
   virtual std::string applicationIdentifier() const = 0;
-  // A string of the information dictionary, such as "CFBundleVersion"; missing when it has none.
+  // A string of the information dictionary, such as "CFBundleVersion"; absent when it has none.
   virtual std::optional<std::string> infoString(std::string_view key) const = 0;
   // Whether the running system has the symbol images (macOS 11 and later).
   virtual bool hasSystemSymbols() const = 0;

@@ -31,7 +31,7 @@ struct ResourceValues {
 struct DirectoryEntry {
   std::string_view path;  // absolute, bytes, no trailing slash
   bool isDirectory = false;
-  // What lstat would say; missing when the item is gone or cannot be looked at.
+  // What lstat would say; absent when the item is gone or cannot be looked at.
   std::optional<FileIdentifier> identifier;
 };
 
@@ -58,28 +58,28 @@ class FileSystem {
   // The file system that URLs ask by default: the one installed last, else one in which nothing
   // exists. A process installs its own at its start, before a second thread runs.
   static const FileSystem& current();
-  // Installs `files` (null: the empty one) and answers what was installed before.
+  // Installs `files` (null: the empty one) and returns what was installed before.
   static std::shared_ptr<const FileSystem> install(std::shared_ptr<const FileSystem> files);
 
-  // One look at the file, without a cache. Empty for what is no file URL.
+  // One look at the file, without a cache. Empty for anything but a file URL.
   virtual ResourceValues resourceValues(const URL& url) const = 0;
-  // The name that the platform shows for the file; missing when nothing is there.
+  // The name that the platform shows for the file; absent when nothing is there.
   virtual std::optional<std::string> localizedName(const URL& url) const = 0;
-  // Missing where the platform has no icon to offer.
+  // Absent where the platform has no icon to offer.
   virtual std::optional<Image> icon(const URL& url) const = 0;
-  // The folder that holds the file, by the path alone; missing for the root and no file URL.
+  // The folder that holds the file, by the path alone; absent for the root and no file URL.
   virtual std::optional<URL> parentUrl(const URL& url) const = 0;
-  // A URL that names the file whatever its path is written like; missing when nothing is there.
+  // A URL that names the file whatever its path is written like; absent when nothing is there.
   // Where the platform has file references it is one, and names the file also after that has moved;
   // elsewhere it is the path without links. References are good for every question here.
   virtual std::optional<URL> fileReferenceUrl(const URL& url) const = 0;
-  // The URL of the path that the file has now, for a file reference; missing when its file is gone.
+  // The URL of the path that the file has now, for a file reference; absent when its file is gone.
   // Any other URL as it is.
   virtual std::optional<URL> filePathUrl(const URL& url) const = 0;
   // The immediate contents, hidden items included; empty when they cannot be read.
   virtual std::vector<URL> contentsOfDirectory(const URL& url) const = 0;
   // A walk below the folder. Errors (a folder that cannot be read, or is gone; below the first one
-  // such a one may count as empty) go to `onError`, maybe before this returns; when it answers
+  // such a one may count as empty) go to `onError`, maybe before this returns; when it returns
   // false, next() gives null from then on. Without a handler the walk goes on. Never null.
   virtual std::unique_ptr<DirectoryEnumerator> enumerator(const URL& url,
                                                           ErrorHandler onError) const = 0;

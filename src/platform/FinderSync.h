@@ -39,7 +39,7 @@ class FinderSync {
 
   // -- Menus and actions: main thread -------------------------------------------------------------
 
-  // The menu of that kind for what the FinderSyncController says is selected; missing when there is
+  // The menu of that kind for what the FinderSyncController says is selected; absent when there is
   // none. Raises std::invalid_argument where a message would hold an absent value.
   virtual std::optional<Menu> menuForMenuKind(FIMenuKind kind) = 0;
   // The user has chosen this item of the last menu: calls the operation that its action names.

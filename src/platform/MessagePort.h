@@ -56,8 +56,7 @@ class MessagePorts {
   // Any thread; never blocks. Null when nobody listens under that name.
   virtual std::shared_ptr<RemoteMessagePort> createRemote(std::string_view name) = 0;
   // The keyed archive of a message that is to go out: the core's own, unless the platform has an
-  // archiver that its programs know better. Any thread. Missing when the message cannot be
-  // archived.
+  // archiver that its programs know better. Any thread. Absent when the message cannot be archived.
   virtual std::optional<Bytes> archivedMessage(const Object& message) const;
 };
 

@@ -17,7 +17,7 @@ struct OpenFilesLimit {
 class ResourceLimits {
  public:
   virtual ~ResourceLimits() = default;
-  // Missing when the limit cannot be read.
+  // Absent when the limit cannot be read.
   virtual std::optional<OpenFilesLimit> openFilesLimit() const = 0;
   // False when the system refuses, as it does for a soft limit above the hard one.
   virtual bool setOpenFilesLimit(const OpenFilesLimit& limit) = 0;

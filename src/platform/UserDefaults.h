@@ -39,7 +39,7 @@ class UserDefaults {
                                                        std::function<void()> onChange) = 0;
 
   // Typed reads, converted as the platform does: "YES", "true" and "1" are true, the text of a
-  // number is its string. A stored value of a class that cannot be converted reads as missing (or
+  // number is its string. A stored value of a class that cannot be converted reads as absent (or
   // NO) and does not fall back to the registered one.
   bool boolForKey(std::string_view key) const;
   std::optional<std::string> stringForKey(std::string_view key) const;

@@ -18,7 +18,7 @@ inline constexpr std::string_view kWorkdirTypeChanged = "KPWorkdirTypeChangedBad
 inline constexpr std::string_view kWorkdirRenamed = "KPWorkdirRenamedBadge";
 inline constexpr std::string_view kIgnored = "KPIgnoredBadge";
 inline constexpr std::string_view kConflicted = "KPConflictedBadge";
-// Of an item that must stay bare; it has no image.
+// The badge of an item that must stay bare; it has no image.
 inline constexpr std::string_view kEmpty = "KPEmptyBadge";
 
 }  // namespace kelpie::badge

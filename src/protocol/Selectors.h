@@ -2,14 +2,13 @@
 
 #include <string_view>
 
-// The selectors that the programs' messages name operations with, colons included. Those of menu
-// items stand in the tables of the menus and of the main application's actions, each with what it
-// does.
+// The selectors by which the programs' messages name operations, colons included. The selectors of
+// menu items stand in the tables of the menus and of the main application's actions.
 namespace kelpie::selector {
 
 // -- To the main application ----------------------------------------------------------------------
 
-// An extension is there; the argument is the name of its port.
+// An extension runs; the argument is the name of its port.
 inline constexpr std::string_view kPing = "pingPortName:";
 // The working copy of a folder is wanted; the argument is a dictionary of the two keys below.
 inline constexpr std::string_view kOpenRepository = "openRepository:portName:";
@@ -19,7 +18,7 @@ inline constexpr std::string_view kOpenShallowKey = "shallow";  // without refer
 inline constexpr std::string_view kUnshallowRepository = "unshallowRepository:";
 // An error for the user.
 inline constexpr std::string_view kShowError = "showError:";
-// A repository is to be cloned into, or made in, the folder that the argument is the URL of.
+// A repository is to be cloned into, or made in, a folder; the argument is its URL.
 inline constexpr std::string_view kCloneRepository = "cloneRepositoryWithUrl:portName:";
 inline constexpr std::string_view kCreateRepository = "createRepositoryWithUrl:portName:";
 

@@ -15,8 +15,8 @@ inline constexpr std::string_view kStatusDeletedUrlsKey = "KPStatusDeletedURLs";
 inline constexpr std::string_view kStatusNewCountKey = "KPStatusNewCount";
 inline constexpr std::string_view kStatusRenamedItemsKey = "KPStatusObservedPathsForRenamedItems";
 
-// What a deleted item's path ends with where it is spoken of as if it existed, and no file's does:
-// a blank, the control character SHIFT OUT, and the word.
+// The ending that marks the path of a deleted item, and that no file's path has: a blank, the
+// control character SHIFT OUT, and the word.
 inline constexpr std::string_view kDeletedItemSuffix = " \x0E.kelpieDeleted";
 
 }  // namespace kelpie

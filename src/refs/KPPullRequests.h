@@ -14,7 +14,7 @@
 namespace kelpie {
 
 // The pull requests of a repository. Archived as "KPPullRequests", with the keys of a KPReference.
-// Threads and missing values as in KPReference.
+// Threads and absent values as in KPReference.
 class KPPullRequests : public KPReference {
  public:
   KPPullRequests() : KPPullRequests(std::nullopt) {}
@@ -23,8 +23,8 @@ class KPPullRequests : public KPReference {
   KPPullRequests(std::int64_t type, std::optional<std::string> name);
   explicit KPPullRequests(const KeyedDecoder& coder);
 
-  // The main application's own notes, shared with whoever set them and never archived; null at
-  // first.
+  // The main application's own notes, shared with the code that set them and never archived; null
+  // at first.
   const std::shared_ptr<Dictionary>& comments() const { return comments_; }
   void setComments(std::shared_ptr<Dictionary> comments) { comments_ = std::move(comments); }
 

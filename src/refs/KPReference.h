@@ -24,11 +24,11 @@ struct KPReferenceType {
 };
 
 // What the main application says of one reference of a repository: a branch, a tag, and, as
-// subclasses, a remote, a submodule, the pull requests. Archived as "KPReference". Filled by the
-// one who makes it, then shared as shared_ptr<const KPReference>; from then on any thread.
+// subclasses, a remote, a submodule, the pull requests. Archived as "KPReference". Filled by its
+// maker, then shared as shared_ptr<const KPReference>; from then on any thread.
 //
-// All texts are UTF-8. What an archive does not hold, or holds as a value of another class, is
-// missing, 0 or false.
+// All texts are UTF-8. A value that an archive does not hold, or holds as another class, is absent,
+// 0 or false.
 class KPReference : public Archivable {
  public:
   // A plain reference without a name.
@@ -42,7 +42,7 @@ class KPReference : public Archivable {
   KPReference& operator=(const KPReference&) = delete;
   ~KPReference() override = default;
 
-  // The kind, see KPReferenceType. Nothing here decides by it.
+  // The kind, see KPReferenceType. Nothing here depends on it.
   std::int64_t type() const { return type_; }
   void setType(std::int64_t type) { type_ = type; }
 
@@ -54,7 +54,7 @@ class KPReference : public Archivable {
   const std::optional<std::string>& fullName() const { return fullName_; }
   void setFullName(std::optional<std::string> fullName) { fullName_ = std::move(fullName); }
 
-  // The id of the commit that the reference points to; missing when it points to none. An empty id
+  // The id of the commit that the reference points to; absent when it points to none. An empty id
   // is present.
   const std::optional<Bytes>& oid() const { return oid_; }
   void setOid(std::optional<Bytes> oid) { oid_ = std::move(oid); }
@@ -67,8 +67,8 @@ class KPReference : public Archivable {
   bool isDetached() const { return detached_; }
   void setDetached(bool detached) { detached_ = detached; }
 
-  // The full name of the branch that this branch tracks, such as "refs/remotes/origin/main";
-  // missing when it tracks none.
+  // The full name of the branch that this branch tracks, such as "refs/remotes/origin/main"; absent
+  // when it tracks none.
   const std::optional<std::string>& upstreamName() const { return upstreamName_; }
   void setUpstreamName(std::optional<std::string> name) { upstreamName_ = std::move(name); }
 

@@ -58,7 +58,7 @@ std::string_view nameOf(const KPTreeNode& node) {
   return *record->name();
 }
 
-// The strings of an array, "" for an element of another class; empty for what is no array. One
+// The strings of an array, "" for an element of another class; empty for anything but an array. One
 // text may stand in a list any number of times, and each is kept, and shown by an item of its own.
 std::vector<std::string> titlesOf(const ObjectView& array) {
   std::vector<std::string> titles;

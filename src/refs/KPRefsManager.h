@@ -37,19 +37,18 @@ class KPRefsManager {
  public:
   KPRefsManager(const Bundle& bundle, Log& log);
 
-  // What comes from a message that says more than its bytes can hold changes nothing, and leaves a
-  // line in the log.
+  // A message that says more than its bytes can hold changes nothing and is logged.
 
-  // The root of the references tree; null at first, and for what is no tree node.
+  // The root of the references tree; null at first, and for anything but a tree node.
   std::shared_ptr<const KPTreeNode> references() const;
   void setReferences(const Object& references);
 
-  // A title per stash; missing at first, and for what is no array. An element that is no string is
-  // an empty title, so that the others keep their positions.
+  // A title per stash; absent at first, and for anything but an array. An element other than a
+  // string becomes an empty title, so that the others keep their positions.
   std::optional<std::vector<std::string>> stashes() const;
   void setStashes(const Object& stashes);
 
-  // A dictionary with arrays of branch names; nil at first, and for what is no dictionary.
+  // A dictionary with arrays of branch names; nil at first, and for anything but a dictionary.
   Object gitflowInfo() const;
   void setGitflowInfo(const Object& gitflowInfo);
 
@@ -103,7 +102,7 @@ class KPRefsManager {
  private:
   using Titles = std::vector<std::string>;
 
-  // None of these changes once it is made, so that it is made and read without the lock.
+  // None of these changes once made, so they are made and read without the lock.
   struct References {
     std::shared_ptr<const KPTreeNode> root;  // may be null
     ReferenceOutline outline;                // of root
@@ -126,7 +125,7 @@ class KPRefsManager {
   };
 
   Values values() const;
-  // Puts `value` in the place of the former one, which ends after the lock.
+  // Replaces the former value by `value`; the former one is destroyed after the lock.
   template <class Value>
   void set(Value Values::*place, Value value);
   bool isRefused(const Object& value) const;

@@ -12,7 +12,7 @@
 
 namespace kelpie {
 
-// A remote of a repository. Archived as "KPRemote". Threads and missing values as in KPReference.
+// A remote of a repository. Archived as "KPRemote". Threads and absent values as in KPReference.
 class KPRemote : public KPReference {
  public:
   KPRemote() : KPRemote(std::nullopt) {}
@@ -29,7 +29,7 @@ class KPRemote : public KPReference {
   const std::optional<std::string>& pushUrl() const { return pushUrl_; }
   void setPushUrl(std::optional<std::string> url) { pushUrl_ = std::move(url); }
 
-  // Arrays of strings, or nil: a missing list and an empty one are two things. What is no array is
+  // Arrays of strings, or nil: an absent list differs from an empty one. Anything but an array is
   // set as nil. Values, so that a list that repeats one long text does not cost its copies.
   const Object& fetchRefspecs() const { return fetchRefspecs_; }
   void setFetchRefspecs(const Object& refspecs);

@@ -11,7 +11,7 @@
 
 namespace kelpie {
 
-// A submodule of a repository. Archived as "KPSubmodule". Threads and missing values as in
+// A submodule of a repository. Archived as "KPSubmodule". Threads and absent values as in
 // KPReference. What the three numbers stand for is the main application's business.
 class KPSubmodule : public KPReference {
  public:

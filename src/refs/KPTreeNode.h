@@ -16,11 +16,11 @@ class KeyedDecoder;
 // Archived as "KPTreeNode", each child as an archive of its own inside that of its parent.
 //
 // A tree is built from its leaves to its root and does not change any more, so it has no cycles. It
-// is never deeper than kMaximumDepth levels: whoever walks it may recurse. Nodes are shared, never
-// copied. The tree belongs to whoever holds its root; a node does not keep its parent alive. Any
+// is never deeper than kMaximumDepth levels: walking it may recurse. Nodes are shared, never
+// copied. The tree belongs to the holder of its root; a node does not keep its parent alive. Any
 // thread, once the tree is built.
 class KPTreeNode : public Archivable {
-  struct Private {};  // who cannot name it makes nodes with create() only
+  struct Private {};  // only members can name it, so nodes are made with create()
 
  public:
   using Children = std::vector<std::shared_ptr<const KPTreeNode>>;
@@ -28,9 +28,9 @@ class KPTreeNode : public Archivable {
   // Levels of a tree, the root's included: as deep as archives may be nested.
   static constexpr int kMaximumDepth = 64;
 
-  // A node for `representedObject` (null: for none) above `children`, whose parent it becomes. Left
-  // out is a child that is null, that has a parent already, and one below which the tree would
-  // become too deep. Never null.
+  // A node for `representedObject` (null: for none) above `children`, whose parent it becomes.
+  // Leaves out children that are null, that have a parent already, or that would make the tree too
+  // deep. Never null.
   static std::shared_ptr<const KPTreeNode> create(
       std::shared_ptr<const KPReference> representedObject, Children children = {});
   // From its archived keys. A child that does not decode into a tree node is skipped.
@@ -41,10 +41,10 @@ class KPTreeNode : public Archivable {
   KPTreeNode& operator=(const KPTreeNode&) = delete;
   ~KPTreeNode() override = default;
 
-  // Always null: who asks for a copy of a node gets none.
+  // Always null: nodes are not copied.
   std::shared_ptr<KPTreeNode> copy() const { return nullptr; }
 
-  // The reference, or what names a folder of references; null for none.
+  // The reference, or the record that names a folder of references; null for none.
   const std::shared_ptr<const KPReference>& representedObject() const { return representedObject_; }
   // In order; none of them is null.
   const Children& childNodes() const { return children_; }

@@ -10,8 +10,8 @@ namespace kelpie {
 // The last component; "" of an empty name. Borrowed from `name`.
 std::string_view lastPathComponent(std::string_view name);
 
-// Cuts the first component off `name` and answers it; "" when there is none left. Borrowed from
-// `name`, like what is left.
+// Cuts the first component off `name` and returns it; "" when none is left. Borrowed from `name`,
+// like what is left.
 std::string_view cutFirstPathComponent(std::string_view& name);
 
 }  // namespace kelpie

@@ -11,8 +11,8 @@
 namespace kelpie {
 namespace {
 
-// Whether the item's full name is `name`. What is missing equals nothing, not even what is missing
-// as well. The size settles it for nearly all items without a look at their records.
+// Whether the item's full name is `name`. An absent value equals nothing, not even another absent
+// value as well. The size settles it for nearly all items without a look at their records.
 bool isFullName(const ReferenceEntry& item, const std::optional<std::string>& name) {
   return name && item.fullNameSize == name->size() && item.record->fullName() == name;
 }
@@ -45,7 +45,7 @@ bool isUpstreamOrReference(const ReferenceEntry& item, const KPReference* refere
 
 std::string lastComponent(const ReferenceEntry& item) { return std::string(item.title); }
 
-// `main to "origin/main"`: the upstream goes without what stands before the remote's name.
+// `main to "origin/main"`: the upstream is shown without the part before the remote's name.
 std::string nameToUpstream(const ReferenceEntry& item) {
   if (!item.hasUpstream) return lastComponent(item);
   std::string_view upstream = item.upstreamName;

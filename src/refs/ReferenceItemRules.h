@@ -8,11 +8,10 @@ namespace kelpie {
 class KPReference;
 struct ReferenceEntry;
 
-// How one reference shows in a reference picker, by the action that its item will send. Main
-// thread.
+// How a reference picker shows a reference, by the action that the item will send. Main thread.
 struct ReferenceItemRule {
   // Asks about the item's own reference and the one that the menu was asked for, or null. A
-  // comparison with what is missing is false.
+  // comparison with an absent value is false.
   using Test = bool (*)(const ReferenceEntry& item, const KPReference* reference);
   // The title of the item.
   using Title = std::string (*)(const ReferenceEntry& item);
@@ -24,7 +23,7 @@ struct ReferenceItemRule {
   Title title;
 };
 
-// The rule of the action with that name, or the one of all other actions.
+// The rule of the action with that name, or the common rule of all other actions.
 const ReferenceItemRule& ruleForAction(std::string_view action);
 
 }  // namespace kelpie

@@ -9,7 +9,7 @@
 namespace kelpie {
 namespace {
 
-// What is read of a node that has no record.
+// The record of a node that has none.
 const KPReference& recordOf(const KPTreeNode& node) {
   static const KPReference kNoRecord;
   return node.representedObject() != nullptr ? *node.representedObject() : kNoRecord;

@@ -38,7 +38,7 @@ using ReferenceEntries = std::span<const ReferenceEntry>;
 class ReferenceOutline {
  public:
   ReferenceOutline() = default;
-  // Of what is below `root`, without `root` itself.
+  // An outline of the nodes below `root`, without `root` itself.
   explicit ReferenceOutline(const KPTreeNode& root);
 
   ReferenceOutline(const ReferenceOutline&) = delete;
@@ -50,7 +50,7 @@ class ReferenceOutline {
 
   // Borrowed from this outline, like what is in them.
   ReferenceEntries entries() const { return entries_; }
-  // What is below the root's child at `position`; empty when there is no such child.
+  // The entries below the root's child at `position`; empty without such a child.
   ReferenceEntries entriesBelowChild(std::uint64_t position) const;
 
  private:
@@ -59,7 +59,7 @@ class ReferenceOutline {
     std::size_t text = 0;
   };
 
-  // How much the node and those below it will take.
+  // The room that the node and those below it will take.
   static void measure(const KPTreeNode& node, Sizes& sizes);
   void add(const KPTreeNode& node);
 

@@ -12,7 +12,7 @@
 namespace kelpie {
 
 // The settings that the extension shares with the main application through the application group.
-// One per process, made by whoever makes the controller. Any thread.
+// One per process, made together with the controller. Any thread.
 class KPUserDefaults {
  public:
   explicit KPUserDefaults(const Platform& platform);
@@ -22,14 +22,14 @@ class KPUserDefaults {
 
   // The defaults of the application group, with the extension's own defaults registered and old
   // item lists migrated. Opened by the first call, exactly once; other first calls wait for it.
-  // Null for good when the application group cannot be read or its defaults cannot be opened. Lives
-  // as long as this.
+  // Null for good when the application group cannot be read or its defaults do not open. Lives as
+  // long as this.
   UserDefaults* sharedApplicationGroupDefaults();
 
-  // The factory choice of items for one menu.
+  // The items that one menu has in a fresh installation.
   static Dictionary defaultFinderMenuItems();
 
-  // The catalogue's title of an item, UTF-8. A retired or unknown tag is logged and has none.
+  // The catalogue's title of an item, UTF-8. A retired or unknown tag is logged and has no title.
   static std::optional<std::string_view> titleForMenuItemTag(std::int64_t tag, Log& log);
 
  private:

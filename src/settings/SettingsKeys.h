@@ -16,7 +16,7 @@ inline constexpr std::string_view kToolbarItemMenuItemsKey = "KPToolbarItemMenuI
 inline constexpr std::string_view kFoldersPathsKey = "KPFoldersPaths";
 // String: the build version of the running main application.
 inline constexpr std::string_view kApplicationVersionKey = "KPApplicationVersion";
-// Array of paths: the repositories whose own programs may be run. Of no concern to the extension.
+// Array of paths: the repositories whose own programs may be run. The extension does not use it.
 inline constexpr std::string_view kTrustedRepositoriesKey = "KPTrustedRepositories";
 
 // Inside an item list: the items of the menu itself, and of the "More" submenus.

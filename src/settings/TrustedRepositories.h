@@ -12,7 +12,7 @@ namespace kelpie {
 // working folders, as the shared settings hold them under kTrustedRepositoriesKey. A value.
 class TrustedRepositories {
  public:
-  // Elements that are no absolute paths are passed over.
+  // Elements that are not absolute paths are skipped.
   static TrustedRepositories fromObject(const Object& list);
   Object toObject() const;
 

@@ -16,7 +16,7 @@ class Ancestry {
   // Asks `cache`, which outlives this.
   Ancestry(const URL& receiver, FolderCache& cache);
 
-  // Whether the receiver is a parent of the item with this identifier (missing when nothing is
+  // Whether the receiver is a parent of the item with this identifier (absent when nothing is
   // there) in this folder (null when there is none).
   bool isParentOf(const std::optional<FileIdentifier>& item, const FolderCache::Folder* folder);
 
@@ -24,7 +24,7 @@ class Ancestry {
   bool isUpward(const FolderCache::Folder* folder);
 
   FolderCache& cache_;
-  std::optional<FileIdentifier> receiver_;  // missing when it is parent of nothing
+  std::optional<FileIdentifier> receiver_;  // absent when it is parent of nothing
   std::optional<FileIdentifier> stop_;      // its own parent, at which the way up ends
   std::unordered_map<const FolderCache::Folder*, bool> known_;
 };

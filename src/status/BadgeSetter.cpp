@@ -17,7 +17,7 @@ void BadgeSetter::set(std::string_view badge, const URL& url) {
   if (stopped_) changed_.notifyAll();
 }
 
-// A file manager that stops it while it is handed a badge must not wait for itself.
+// A file manager may stop this while it is handed a badge; it must not wait for itself then.
 void BadgeSetter::stop() {
   const auto isOwn = [self = std::this_thread::get_id()](std::thread::id thread) {
     return thread == self;

@@ -10,7 +10,7 @@ namespace kelpie {
 
 // Makes the ending, when the process makes its first repository; later calls do nothing.
 void makeDeletedFilesSuffix();
-// The ending: a blank, the control character SHIFT OUT, ".kelpieDeleted". Missing until it is made.
+// The ending: a blank, the control character SHIFT OUT, ".kelpieDeleted". Absent until it is made.
 // Any thread.
 std::optional<std::string_view> deletedFilesSuffix();
 // Whether the path ends so. False until the ending is made.

@@ -12,12 +12,12 @@
 
 namespace kelpie {
 
-// What one piece of work has seen of the folders above the items that it is about: each is looked
-// at once, when it is first asked about, however many items lie below it and however often ancestry
-// is asked. Takes memory in proportion to the paths that it is given. One thread at a time.
+// A cache of the folders above the items of one piece of work. Each folder is looked at once, when
+// it is first asked about, however many items lie below it and however often ancestry is asked.
+// Takes memory in proportion to the paths that it is given. One thread at a time.
 class FolderCache {
  public:
-  // One folder, by its path. Whether it exists and is a folder is a question of its own.
+  // One folder, by its path. It may not exist, or not be a folder: see valuesOf().
   class Folder {
    public:
     // The folder that holds it; null for the root.
@@ -43,42 +43,42 @@ class FolderCache {
 
   const FileSystem& files() const { return files_; }
 
-  // The folder that holds the item, or where that is not there perhaps one further up, above which
-  // are all that are there; null for the root and for what is no file URL. Valid while this lives.
+  // The folder that holds the item. Where that does not exist, perhaps a folder further up that has
+  // all existing ones above it. Null for the root and for anything but a file URL. Valid while this
+  // lives.
   const Folder* parentOf(const URL& url);
   // The same for the file URL of an absolute path.
   const Folder* parentOfPath(std::string_view path);
-  // The item itself, taken for a folder. Null for what is no absolute path, and perhaps for what is
-  // not there.
+  // The item itself as a folder. Null for a path that is not absolute, and perhaps for one where
+  // nothing exists.
   const Folder* folderAt(std::string_view path);
 
-  // What has been seen of the item already, as a folder; null for nothing.
+  // What was seen of the item already, as a folder; null when nothing was.
   const ResourceValues* seenAt(std::string_view path);
 
-  // The look at the folder. Nothing is there when the path is longer than any that a system takes.
-  // Valid while this lives.
+  // What is seen of the folder, by one look. For a path that is longer than any system takes it
+  // shows nothing there. Valid while this lives.
   const ResourceValues& valuesOf(const Folder& folder);
-  // Somebody else has just looked at the folder, and saw this.
+  // The caller has just looked at the folder and saw `values`.
   void remember(const Folder& folder, const ResourceValues& values);
   const std::optional<FileIdentifier>& identifierOf(const Folder& folder) {
     return valuesOf(folder).identifier;
   }
 
  private:
-  // A message may hold paths of any length, and looking at all the folders on the way takes time in
-  // proportion to the square of it.
+  // A message may hold paths of any length, and looking at all folders on the way takes time in
+  // proportion to the square of that length.
   static constexpr std::size_t kMaximumPath = 4096;
 
-  // A message may name folders that are nowhere, a new one in every two bytes. So far down a path
-  // is taken as it is; from there on a folder is taken in only where the one that holds it is
-  // there.
+  // A message may name folders that do not exist, a new one in every two bytes. Down to this level
+  // folders are added as a path names them; below it only inside folders that exist.
   static constexpr int kLevelsTaken = 6;
 
   struct Way {
     const Folder* folder = nullptr;
-    bool isWhole = false;  // it leads to where it was to lead
+    bool isWhole = false;  // it leads to the folder that was asked for
   };
-  // As far towards the folder as it is worth going.
+  // Goes towards the folder as far as is worthwhile.
   Way wayTo(std::string_view path);
 
   struct Step {
@@ -106,7 +106,7 @@ class FolderCache {
 
   const FileSystem& files_;
   Folder root_{nullptr, 0};
-  // From a folder and a name in it. Not by path: a path of n folders would then take n paths.
+  // By a folder and a name in it. With paths as keys a path of n folders would take n paths.
   std::unordered_map<Step, Folder, StepHash, StepEqual> folders_;
   std::string lastPath_;  // items come folder by folder
   Way last_;              // to lastPath_

@@ -15,7 +15,7 @@ std::string_view folderOfPath(std::string_view path) {
   return path.substr(0, std::max<std::size_t>(slash, 1));
 }
 
-// No folder is below itself: the root, which holds itself by its path, included.
+// No folder is below itself. That includes the root, which holds itself by its path.
 bool isBelow(std::string_view path, std::string_view folder) {
   if (folder == "/") return path.size() > 1 && path.starts_with('/');
   return path.size() > folder.size() && path[folder.size()] == '/' && path.starts_with(folder);
@@ -91,7 +91,7 @@ class FolderContents::Walk {
       if (!failed) {
         settle(*met, State::Walked);
       } else {
-        // Its own walk would end at the same error, or has to be made.
+        // Its own walk would end at the same error, or is still to be made.
         const bool holdsError = errorPath_ == path || isBelow(errorPath_, path);
         settle(*met, holdsError ? State::Failed : State::NotWalked);
       }

@@ -48,7 +48,7 @@ class FolderContents {
   // That folder will be asked about. Not saying so costs it a walk of its own.
   void announce(std::string_view path);
 
-  // The number of files below the folder, in ignored folders below it excepted; missing when the
+  // The number of files below the folder, in ignored folders below it excepted; absent when the
   // walk met an error.
   std::optional<std::size_t> count(const URL& folder);
   // Hands those files to `visit`, some at a time. Nothing when the walk met an error.

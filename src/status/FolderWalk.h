@@ -27,7 +27,7 @@ class FolderWalk {
   // Leaves out what lies below the item that next() gave last.
   void skipDescendants() { enumerator_->skipDescendants(); }
 
-  // What ended the walk; missing as long as nothing went wrong.
+  // What ended the walk; absent as long as nothing went wrong.
   const std::optional<Error>& error() const { return error_; }
   // Where that was.
   const std::string& errorPath() const { return errorPath_; }

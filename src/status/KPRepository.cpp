@@ -124,7 +124,7 @@ std::string KPRepository::rootPath() const {
   return rootPath_;
 }
 
-// With nothing at the root's place there is nothing either that could get a wrong badge.
+// With nothing at the root's place no item there can get a wrong badge.
 bool KPRepository::isDisplacedBy(const ResourceValues& root) const {
   return rootIdentifier_ && root.identifier && root.identifier != rootIdentifier_;
 }
@@ -256,8 +256,8 @@ bool KPRepository::isRefused(const Object& argument) const {
 
 void KPRepository::applyStatus(const Object& info) {
   checkIsOn(*updateQueue_);
-  // Whatever is at the root's place now, what is shown there is not of this repository. Once
-  // another one is opened there, this one has ended.
+  // The items now shown at the root's place are not this repository's. Once another repository is
+  // opened there, this one ends.
   const ResourceValues rootSeen = url_ ? platform_.files.resourceValues(*url_) : ResourceValues();
   if (isDisplacedBy(rootSeen)) {
     if (observedPaths_ != nullptr) clearBadges(*observedPaths_, badges_);
@@ -304,7 +304,7 @@ void KPRepository::observeRenamedItems(const Object& pathsOfFolders) {
     const auto set = observedPaths_->find(*identifier);
     if (set == nullptr || paths.kind() != Object::Kind::Array) return true;
     paths.forEachElement([&set](ObjectView element) {
-      // Beyond the reading: each folder keeps a path of its own, which is looked at then.
+      // On top of the reading: each folder keeps a path of its own, which is looked at later.
       const std::optional<std::string> path = element.pathBytes();
       if (path && element.charge(path->size())) set->add(*path);
       return true;
@@ -414,8 +414,8 @@ void KPRepository::addObservedURLs(std::span<const URL> urls, const FileSystem& 
       set = observedPathsAround(url, files);
     }
     if (set != nullptr) set->add(path);
-    // A status that comes in while the badge is chosen and set has perhaps set the right one
-    // already, which the one chosen before must not replace for good.
+    // A status that comes in while the badge is chosen and set may have set the right badge
+    // already; the one chosen before must not replace that for good.
     for (bool isRight = false; !isRight;) {
       const std::uint64_t changes = status_.changes();
       if (cache == nullptr || cache->places().number != status_.placesNumber()) {
@@ -564,7 +564,7 @@ void KPRepository::updateFolder(const URL& folder, const std::shared_ptr<const U
     if (cache.isDisplaced(rootIdentifier_)) return;
     const StatusWord word = statusOfFolder(folder, dirtyUrls, status_, cache);
     const std::optional<FileIdentifier> identifier = cache.identifierOf(folder);
-    // Recorded first: whoever is about to set the badge of the former entry looks at it again.
+    // Recorded first: a thread that is about to set the badge of the former entry looks again.
     if (identifier && !status_.record(*identifier, word, changes)) continue;
     badges_.set(badgeIdentifierForStatus(word), folder);
     return;

@@ -36,7 +36,7 @@ class KPUserDefaults;
 
 // What is known of one open working copy: the status word of every item that the main application
 // has named, a few values beside them, and the references. It runs no git and reads no repository;
-// it answers the menus' questions and chooses the badges.
+// it serves the menus and chooses the badges.
 //
 // Owned by the controller, which ends it when it drops it; work that waits on the update queue goes
 // with it. The platform and the settings must outlive it.
@@ -47,21 +47,21 @@ class KPUserDefaults;
 class KPRepository : public std::enable_shared_from_this<KPRepository> {
  public:
   // A repository with the root folder `url` and the git directory `gitUrl`, for the items of
-  // `observedPaths`, which it shares with the caller. Each may be missing. The first one made in
-  // the process makes the deleted-item suffix.
+  // `observedPaths`, which it shares with the caller. Each may be absent. The first one made in the
+  // process makes the deleted-item suffix.
   static std::shared_ptr<KPRepository> create(std::optional<URL> url, std::optional<URL> gitUrl,
                                               std::shared_ptr<ObservedPaths> observedPaths,
                                               const Platform& platform, KPUserDefaults& settings);
   ~KPRepository();
-  // Nothing comes of this repository any more: what waits on the update queue is dropped, no badge
-  // is set and nothing recorded. Waits for a badge that another thread is about to set, not for its
-  // work.
+  // Ends the repository: work that waits on the update queue is dropped, no badge is set and
+  // nothing is recorded any more. Waits for a badge that another thread is setting, but not for the
+  // work on the update queue.
   void end();
   KPRepository(const KPRepository&) = delete;
   KPRepository& operator=(const KPRepository&) = delete;
 
   // The ending of the path of a placeholder that stands for a deleted item: a blank, the control
-  // character SHIFT OUT, and a name. Missing before the process has made its first repository; then
+  // character SHIFT OUT, and a name. Absent before the process has made its first repository; then
   // no path is a placeholder.
   static std::optional<std::string_view> deletedFilesSuffix();
 
@@ -69,25 +69,25 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
 
   // The root folder, as it was opened. A file reference follows the folder when that moves.
   const std::optional<URL>& url() const { return url_; }
-  // What the root folder's identifier was when the repository was made, whatever a message makes of
-  // identifier(). Missing when nothing was there.
+  // The root folder's identifier when the repository was made; messages do not change it, unlike
+  // identifier(). Absent when nothing was there.
   const std::optional<FileIdentifier>& rootIdentifier() const { return rootIdentifier_; }
-  // Whether `url` still names the folder that it named when the repository was made. One that has
-  // lost its place is not open any more, and answers for nothing. One look at the file.
+  // Whether `url` still names the folder that it named when the repository was made. A repository
+  // that has lost its place is not open any more. Costs one look at the file.
   bool isInPlace(const FileSystem& files = FileSystem::current()) const;
-  // Whether the root folder, followed by its reference, has another path than it had when the
-  // repository was made, or when relocate() was last called; which takes note of it.
+  // Whether the root folder, followed by its reference, has moved since the repository was made or
+  // relocate() was last called. relocate() takes note of the new path.
   bool hasMoved(const FileSystem& files = FileSystem::current()) const;
   void relocate(const FileSystem& files = FileSystem::current());
   // That path; empty when nothing was there.
   std::string rootPath() const;
   // The root folder's identifier when the repository was made; "KPMessageTarget" of its messages.
-  // One that cannot be put into a message, since reading it there would take too much, is none.
+  // Absent as well when it is too large to be read from a message.
   std::optional<FileIdentifier> identifier() const;
   void setIdentifier(const Object& identifier);
   std::optional<URL> gitUrl() const;
   void setGitUrl(const Object& url);
-  // The very table that the repository was made with; null when it was made without.
+  // The table that the repository was made with, itself; null when it was made without one.
   const std::shared_ptr<ObservedPaths>& observedPaths() const { return observedPaths_; }
   // The state of the repository; 0 is the normal one.
   std::int64_t state() const;
@@ -103,7 +103,7 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // Menus show the repository's items disabled.
   bool isDisabled() const;
   void setDisabled(const Object& disabled);
-  // Kept as it came; nothing here reads it.
+  // Kept as it came; not read here.
   Object createdDirectoriesForDeletedItems() const;
   void setCreatedDirectoriesForDeletedItems(const Object& urls);
   // The changed items, the ignored items, and the placeholders of deleted items. Never null.
@@ -120,21 +120,22 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
 
   // -- Messages -----------------------------------------------------------------------------------
 
-  // Handles a message of the main application on the update queue: a long one, or one that comes
-  // while such waits, so that they are handled in the order of their coming. Every operation that a
-  // message can name may be called there. Dropped with the repository, and with a lost queue.
+  // Handles a message of the main application on the update queue. For long messages, and for those
+  // that come while a long one waits, so that all are handled in order. Every operation that a
+  // message can name may be called there. The message is dropped when the repository ends or the
+  // queue is lost.
   void handleLater(std::function<void(KPRepository& self)> handle);
   bool hasWaitingMessages() const { return waitingMessages_.use_count() > 1; }
 
   // -- Status intake: each returns at once, and works on the update queue ------------------------
 
-  // Takes a status dictionary in and gives every item that the file manager has shown its badge
-  // anew. Of a bare repository's it takes the state only. Nothing is taken once another folder
-  // stands in the root's place: the items there are not this repository's.
+  // Replaces the status by the one in the dictionary, and sets the badge of every item that the
+  // file manager has shown anew. A bare repository uses only the state in it. Does nothing once
+  // another folder stands in the root's place: the items there are not this repository's.
   void setStatusInfo(const Object& info);
   // The items of these URLs have just been staged, or unstaged: changes their entries and badges
-  // ahead of the next status. A word without any bit would never end: the queue is lost then, for
-  // good, and it alone. A lost queue holds nothing.
+  // ahead of the next status. A word without any bit would be searched for ever: the update queue
+  // is then lost for good, but nothing else is. A lost queue holds nothing.
   void updateStagedStatus(const Object& urls);
   void updateUnstagedStatus(const Object& urls);
 
@@ -145,16 +146,16 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
 
   // -- Questions about one item, on the caller's thread -------------------------------------------
 
-  // The key of the item's entry: its identifier, else its path if that is a placeholder's; missing
+  // The key of the item's entry: its identifier, else its path if that is a placeholder's; absent
   // for anything else.
   std::optional<ItemKey> identifierForUrl(const URL& url,
                                           const FileSystem& files = FileSystem::current()) const;
-  // The item's status word; missing when it has no entry. Ask this once, and then the functions of
+  // The item's status word; absent when it has no entry. Ask this once, and then the functions of
   // StatusWord.h, where several of the questions below would look the same item up.
   std::optional<StatusWord> statusOfItemAtURL(
       const URL& url, const FileSystem& files = FileSystem::current()) const;
 
-  // False (0) for an item without an entry; else what StatusWord.h says of its word.
+  // As in StatusWord.h, by the item's word; false (0) without an entry.
   bool isStagedItemAtURL(const URL& url, const FileSystem& files = FileSystem::current()) const;
   bool isUnstagedItemAtURL(const URL& url, const FileSystem& files = FileSystem::current()) const;
   bool isDiffableItemAtURL(const URL& url, const FileSystem& files = FileSystem::current()) const;
@@ -182,25 +183,25 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
 
   // -- Folders ------------------------------------------------------------------------------------
 
-  // Works out the state of a folder from what lies in it, records it and sets its badge. Returns at
-  // once, and works on the update queue; of all that it reads only the changed items are those of
-  // the moment of the call.
+  // Works out the state of a folder from its contents, records it and sets its badge. Returns at
+  // once and works on the update queue. Only the list of changed items is that of the moment of the
+  // call; everything else is read later.
   void updateStatusOfDirectoryURL(const URL& folder);
   // Whether a folder above the item and below the root is ignored. On the caller's thread.
   bool isParentIgnoredUrl(const URL& url) const;
 
   enum Enumeration : int { kEnumerated = 0, kEnumerationStopped = 1, kEnumerationFailed = -1 };
-  // Hands every item below the folder that is no folder to `handler`, leaving out what lies in
-  // ignored folders. Stops when it finds `exitCondition` true before an item, fails at the first
-  // error; `error` (may be null) gets that error, or nothing. On the caller's thread.
+  // Calls `handler` for every item below the folder that is not a folder, leaving out ignored
+  // folders. Stops when `exitCondition` is true before an item, and fails at the first error;
+  // `error` (may be null) receives that error, or nothing. On the caller's thread.
   Enumeration enumerateUrl(const URL& folder, FunctionRef<void(const URL& url)> handler,
                            const bool& exitCondition, std::optional<Error>* error) const;
 
  private:
-  // What the folders of one message, or of one burst of requests, have in common.
+  // The state that the folders of one message, or of one burst of requests, share.
   struct Work {
     std::vector<std::string> folders;    // the paths of those that were given to the update queue
-    std::unique_ptr<LookupCache> cache;  // made when the first of them is due
+    std::unique_ptr<LookupCache> cache;  // made for the first of them
   };
   using WordChange = StatusWord (*)(StatusWord word);
 
@@ -211,12 +212,12 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // On the update queue, unless the repository is gone by then.
   void post(std::function<void(KPRepository& self)> task);
   void loseUpdateQueue();
-  // Whether what was seen at the root's place is another folder than the repository's own.
+  // Whether another folder than the repository's own was seen at the root's place.
   bool isDisplacedBy(const ResourceValues& root) const;
   LookupCache& cacheFor(Work& work) const;
 
-  // Whether the message was read beyond what its bytes can hold, and so must not be taken; then
-  // with a line in the log.
+  // Whether the message was read beyond what its bytes can hold, and so must be dropped. Logs a
+  // line if so.
   bool isRefused(const Object& argument) const;
 
   // On the update queue.
@@ -227,16 +228,16 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
 
   // The badge of an item without an entry.
   struct Choice {
-    std::optional<std::string_view> badge;  // missing for a folder, whose badge follows
+    std::optional<std::string_view> badge;  // absent for a folder, whose badge follows
     bool isOutdated = false;                // another status has come in: nothing was recorded
   };
 
   static std::optional<ItemKey> keyOf(const URL& url, const ResourceValues& item);
   // The set of the folder that holds the item; null when there is none or nothing is noted.
   std::shared_ptr<PathSet> observedPathsAround(const URL& url, const FileSystem& files) const;
-  // Decides the item's badge and sets it. False when what it rests on is not what there was when
-  // status_.changes() gave `changes`: it is to be decided again then. `work` is null for a request
-  // that belongs to no message.
+  // Decides the item's badge and sets it. False when the status has changed since status_.changes()
+  // returned `changes`: the badge must then be decided again. `work` is null for a request that
+  // belongs to no message.
   bool updateBadge(const URL& url, const ResourceValues& item, LookupCache& cache,
                    const std::shared_ptr<Work>& work, std::uint64_t changes);
   // The same for work on the update queue, as often as needed.
@@ -262,7 +263,7 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   std::optional<FileIdentifier> identifier_ KELPIE_GUARDED_BY(mutex_);
   std::string rootPath_ KELPIE_GUARDED_BY(mutex_);
   bool disabled_ KELPIE_GUARDED_BY(mutex_) = false;
-  // Of the requests that wait and none of which has begun.
+  // The requests that wait, none of which has begun.
   std::shared_ptr<Work> openWork_ KELPIE_GUARDED_BY(mutex_);
 };
 

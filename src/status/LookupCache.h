@@ -16,8 +16,8 @@
 
 namespace kelpie {
 
-// What the badges of one piece of work look up in the file system, each thing once: the answers are
-// those that the items would get one by one. One thread at a time.
+// The look-ups in the file system that the badges of one piece of work need, each made once. The
+// results are those that each item would get by itself. One thread at a time.
 class LookupCache {
  public:
   // `files` outlives this.
@@ -27,16 +27,17 @@ class LookupCache {
   const ItemPlaces& places() const { return places_; }
   FolderCache& folders() { return folders_; }
 
-  // What the file URL names; missing when nothing is there and for what is no file URL.
+  // The identifier of the file at the URL; absent when nothing is there and for anything but a file
+  // URL.
   std::optional<FileIdentifier> identifierOf(const URL& url);
 
-  // A look at an item. It is not remembered, unless it is a folder: the others are met once.
+  // Looks at an item. Only folders are remembered: other items are met once.
   ResourceValues look(const URL& item);
 
-  // Somebody else has just looked at the root, and saw this.
+  // The caller has just looked at the root and saw `values`.
   void rememberRoot(const ResourceValues& values);
   // Whether another folder than the one with this identifier stands in the root's place. False when
-  // nothing does, and without an identifier.
+  // nothing stands there, and without an identifier.
   bool isDisplaced(const std::optional<FileIdentifier>& root);
   // Whether the item with this identifier is the root or lies inside it.
   bool isInRoot(const URL& url, const std::optional<FileIdentifier>& identifier);

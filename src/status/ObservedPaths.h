@@ -12,8 +12,8 @@
 namespace kelpie {
 
 // What the file manager has shown: for each folder, by its identifier, the set of paths of the
-// items in it. The sets are shared; a set that is removed here lives on with whoever else holds it.
-// Any thread.
+// items in it. The sets are shared; a set that is removed here lives on while others hold it. Any
+// thread.
 class ObservedPaths {
  public:
   ObservedPaths() = default;

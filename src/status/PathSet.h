@@ -13,8 +13,7 @@
 namespace kelpie {
 
 // The paths of the items that the file manager has shown in one folder. The controller and the
-// repository whose root the folder is share one set: what either adds, the other has. Paths are
-// bytes. Any thread.
+// repository that has the folder as its root share one set. Paths are bytes. Any thread.
 //
 // A folder may hold a hundred thousand items, and each costs its path and a few bytes here: the
 // paths stand one after the other in one text, and a table of their positions finds them.
@@ -27,12 +26,12 @@ class PathSet {
   // Adds; a path that is there already stays once.
   void add(std::string_view path);
 
-  // Takes paths out, those that are not there left aside.
+  // Removes paths; unknown ones are ignored.
   void remove(const std::vector<std::string>& paths);
 
   bool contains(std::string_view path) const;
   std::size_t size() const;
-  // Missing when there is none.
+  // Absent when there is none.
   std::optional<std::string> first() const;
   // Whether `test`, which is called with a lock held, holds for all paths.
   bool allOf(FunctionRef<bool(std::string_view path)> test) const;

@@ -20,9 +20,9 @@
 
 namespace kelpie {
 
-// The values of a repository that its update queue writes while the controller's queue and the main
-// queue read and write them as well, behind one lock. Nothing is asked of the file system and
-// nothing handed to the file manager while it is held. Any thread.
+// The values of a repository that its update queue writes while the observer queue and the main
+// thread read and write them as well, behind one lock. While the lock is held, neither the file
+// system nor the file manager is called. Any thread.
 class RepositoryStatus {
  public:
   RepositoryStatus(std::optional<URL> root, std::optional<URL> gitUrl)
@@ -51,7 +51,7 @@ class RepositoryStatus {
   // Replaces all that a status dictionary brings but the state, at once; `info` is left with what
   // was there before. Does nothing after end().
   void exchange(StatusInfo& info);
-  // There are no entries any more, and never will be.
+  // Drops all entries for good.
   void end();
   // Does nothing after end().
   void setTable(std::optional<StatusTable> table);
@@ -59,18 +59,19 @@ class RepositoryStatus {
   // As in StatusTable. Without a table there is no entry and nothing is recorded.
   std::optional<StatusWord> wordOf(const StatusTable::Key& key) const;
   std::optional<StatusWord> wordOrZeroOf(const StatusTable::Key& key) const;
-  // Changes the word of an entry that there is.
+  // Changes the word of an existing entry; does nothing without one.
   void change(const StatusTable::Key& key, StatusWord word);
-  // Both record what was worked out while changes() gave `changes`, and do nothing when that is no
-  // longer so: what rests on another status is wrong now. False then.
+  // Both record a word that was worked out while changes() returned `changes`. They do nothing, and
+  // record() returns false, when changes() differs by now: the word was worked out from another
+  // status.
   bool record(const StatusTable::Key& key, StatusWord word, std::uint64_t changes);
-  // The word that the item has then; missing when nothing was done.
+  // Returns the word that the item has then; absent when nothing was done.
   std::optional<StatusWord> recordIfMissing(const StatusTable::Key& key, StatusWord word,
                                             std::uint64_t changes);
 
-  // Calls `visit` with the word of each of `count` items, missing without an entry. `keyOf` gives
-  // the key of each by its position; an item without one is left out. Lets others in every now and
-  // then; both are called with the lock held.
+  // Calls `visit` with the word of each of `count` items, absent without an entry. `keyOf` returns
+  // the key of the item at a position; items without a key are left out. Both are called with the
+  // lock held, which is released now and then so that others get in.
   void forEachWord(std::size_t count,
                    FunctionRef<std::optional<StatusTable::Key>(std::size_t position)> keyOf,
                    FunctionRef<void(std::optional<StatusWord> word)> visit) const;
@@ -78,8 +79,8 @@ class RepositoryStatus {
   // Where the items lie.
   ItemPlaces places() const;
   std::uint64_t placesNumber() const;
-  // A number that changes whenever many items may have got another badge than was chosen before: a
-  // status came in, items were staged, the places changed. Recording an entry does not change it.
+  // A number that changes whenever many badges may be outdated: a status came in, items were
+  // staged, the places changed. Recording an entry does not change it.
   std::uint64_t changes() const;
 
  private:
@@ -88,7 +89,7 @@ class RepositoryStatus {
   std::int64_t state_ KELPIE_GUARDED_BY(mutex_) = 0;
   bool dirty_ KELPIE_GUARDED_BY(mutex_) = false;
   bool realDirty_ KELPIE_GUARDED_BY(mutex_) = false;
-  std::optional<StatusTable> table_ KELPIE_GUARDED_BY(mutex_);  // missing before the first status
+  std::optional<StatusTable> table_ KELPIE_GUARDED_BY(mutex_);  // absent before the first status
   Object createdDirectories_ KELPIE_GUARDED_BY(mutex_);
   std::optional<URL> gitUrl_ KELPIE_GUARDED_BY(mutex_);
   std::shared_ptr<const UrlList> dirtyUrls_ KELPIE_GUARDED_BY(mutex_) =

@@ -12,7 +12,7 @@ struct Change {
   StatusWord to;
 };
 
-// The highest bit of the working folder that an item has, and what staging makes of it.
+// The highest bit of the working folder in a word, and the word after staging.
 constexpr Change kStaging[] = {
     {KPStatusWorkdirNew, KPStatusIndexNew},
     {KPStatusWorkdirModified, KPStatusIndexModified},
@@ -21,7 +21,7 @@ constexpr Change kStaging[] = {
     {KPStatusWorkdirRenamed, KPStatusIndexRenamed},
 };
 
-// The highest bit of the index that an item has, and what unstaging makes of it.
+// The highest bit of the index in a word, and the word after unstaging.
 constexpr Change kUnstaging[] = {
     {KPStatusIndexNew, KPStatusWorkdirNew},
     {KPStatusIndexModified, KPStatusWorkdirModified},
@@ -42,7 +42,7 @@ StatusWord changed(const Change (&changes)[size], unsigned bit) {
 }
 
 [[noreturn]] void parkForever() {
-  // Both live on this thread's stack and so are never destroyed while it waits.
+  // Both live on this thread's stack, so they are never destroyed while it waits.
   std::mutex mutex;
   std::condition_variable never;
   std::unique_lock lock(mutex);

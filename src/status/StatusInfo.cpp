@@ -58,8 +58,8 @@ class TableReader {
     }
   }
 
-  // Of a key that the archive keeps: its place in the table is on its way to the processor while
-  // the next entries are read. Entries are recorded in their order.
+  // Records an entry whose key the archive keeps, a few entries later: its place in the table is
+  // fetched while the next entries are read. Entries are recorded in order.
   void recordSoon(const StatusTable::Key& key, const ObjectView& entry) {
     table_.prefetch(key);
     waiting_.emplace_back(key, entry);

@@ -14,10 +14,11 @@
 
 namespace kelpie {
 
-// What a repository keeps of one status dictionary (but for its state), read out of the archive in
-// one go, so that nothing of the archive is kept. What is missing or of another class is empty.
+// What a repository keeps of one status dictionary (except the state), read out of the archive in
+// one go, so that the archive itself is not kept. A value that is absent or of another class reads
+// as empty.
 struct StatusInfo {
-  // Without a table there is nothing to record entries in.
+  // Absent: there is no table, and entries are not recorded.
   std::optional<StatusTable> status;
   Object createdDirectories;
   std::shared_ptr<const UrlList> dirtyUrls = std::make_shared<const UrlList>();
@@ -26,8 +27,8 @@ struct StatusInfo {
   std::uint64_t newCount = 0;
 
   static StatusInfo read(const ObjectView& info);
-  // The table of a dictionary from item keys to arrays of status word and path; missing for
-  // anything else. An entry that is no array is left out, as is a key that names no item.
+  // The table of a dictionary from item keys to arrays of status word and path; absent for anything
+  // else. An entry other than an array is left out, as is a key that names no item.
   static std::optional<StatusTable> readTable(const ObjectView& entries);
   // An array as it came, without what it was read from.
   static Object detached(const ObjectView& array);

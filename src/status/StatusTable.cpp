@@ -21,7 +21,7 @@ struct Seeds {
   std::uint64_t second;
 };
 
-// Another for every process, so that nobody can send keys that all fall onto one slot.
+// Differs for every process, so that a message cannot hold keys that all fall onto one slot.
 const Seeds& seeds() {
   static const Seeds value = [] {
     std::random_device device;
@@ -60,7 +60,7 @@ std::size_t capacityFor(std::size_t entries, std::size_t loadPercent) {
 
 }  // namespace
 
-// The kind takes part in the comparison only: no two kinds have the same bytes in earnest.
+// The kind takes part in the comparison only: honest keys of two kinds never have the same bytes.
 StatusTable::Key::Key(Kind kind, ByteView bytes)
     : kind_(kind), bytes_(bytes), hash_(hashOfBytes(bytes)) {}
 

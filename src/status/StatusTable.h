@@ -15,9 +15,9 @@
 namespace kelpie {
 
 // The status words of a working copy's items, flat: a table of a hundred thousand items is one
-// block of memory and not a hundred thousand objects. Of an entry only the word is kept, since
-// nobody reads the path beside it. Keys come from messages, so they are hashed with a seed of the
-// process's own. Not guarded; its owner is.
+// block of memory and not a hundred thousand objects. Only the word of an entry is kept, since the
+// path beside it is never read. Keys come from messages, so they are hashed with a seed of the
+// process's own. Has no lock; its owner guards it.
 class StatusTable {
  public:
   // A borrowed item key.
@@ -41,18 +41,18 @@ class StatusTable {
   };
 
   StatusTable() = default;
-  // Room for `entries` without growing; those that the badges add later included in it as a rule.
+  // Makes room for `entries` without growing, as a rule including those that the badges add later.
   explicit StatusTable(std::size_t entries);
 
   std::size_t size() const { return size_; }
 
-  // The entry's word; missing without an entry, and for one that holds none.
+  // The entry's word; absent without an entry, and for one that holds none.
   std::optional<StatusWord> wordOf(const Key& key) const;
   // The same, but 0 for an entry that holds no word: staging meets it all the same.
   std::optional<StatusWord> wordOrZeroOf(const Key& key) const;
 
-  // The entry will be asked for soon: fetches its place into the processor's cache, since a large
-  // table lies far away. Changes nothing.
+  // Fetches the entry's place into the processor's cache, for an entry that will be asked for soon:
+  // a large table is not in the cache. Changes nothing.
   void prefetch(const Key& key) const;
 
   // Adds or replaces the entry.

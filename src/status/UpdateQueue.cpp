@@ -9,7 +9,8 @@ UpdateQueue::UpdateQueue(std::shared_ptr<SerialQueue> queue)
 
 UpdateQueue::~UpdateQueue() { close(); }
 
-// What goes to the queue below is small and holds no task: that queue cannot be emptied.
+// The tasks given to the queue below are small and hold no task of ours: that queue cannot be
+// emptied.
 void UpdateQueue::post(std::function<void()> task) {
   const MutexLock lock(state_->mutex);
   if (state_->closed) return;

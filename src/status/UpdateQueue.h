@@ -9,8 +9,8 @@
 
 namespace kelpie {
 
-// A serial queue that can be closed: what waits is let go of then, and what is posted later is
-// dropped at once, so that a queue which will never run anything again holds nothing. Any thread.
+// A serial queue that can be closed. Closing drops the tasks that wait, and tasks that are posted
+// later are dropped at once, so that a closed queue holds nothing. Any thread.
 class UpdateQueue final : public SerialQueue {
  public:
   // Runs its tasks on `queue`.

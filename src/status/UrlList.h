@@ -15,10 +15,10 @@ namespace kelpie {
 class UrlList {
  public:
   UrlList() = default;
-  // Of an array; anything else reads as an empty one.
+  // Made from an array; anything else counts as an empty one.
   explicit UrlList(const ObjectView& array);
 
-  // How many elements the array had, also those that are no URLs.
+  // How many elements the array had, also those that are not URLs.
   std::size_t count() const { return count_; }
 
   // The elements that are URLs, in order.

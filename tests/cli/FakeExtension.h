@@ -13,7 +13,7 @@
 
 namespace kelpie::cli {
 
-// An extension by script: listens on a socket, on a thread of its own, and answers the lines of its
+// An extension by script: listens on a socket, on a thread of its own, and returns the lines of its
 // hosts, one host at a time. Badges, menu and welcome are what the test says.
 class FakeExtension {
  public:

@@ -20,7 +20,7 @@ class GitSession : public ProcessHost {
 
   // -- Repositories -------------------------------------------------------------------------------
 
-  // Runs git in the folder, which may be an absolute one, and answers what it printed, without the
+  // Runs git in the folder, which may be an absolute one, and returns what it printed, without the
   // line end. Fails the test when git fails.
   std::string git(std::string_view folder, const std::vector<std::string>& arguments) const;
   // A new repository with these files committed; the absolute path.
@@ -49,7 +49,7 @@ class GitSession : public ProcessHost {
   std::unique_ptr<ChildProcess> startAgent();
   // The log line, or the part of one, has been written.
   static testing::AssertionResult hasLogged(ChildProcess& program, std::string_view text);
-  // What the programs have left in the runtime directory, but for the lock.
+  // The programs' files in the runtime directory, except the lock.
   std::vector<std::string> sockets() const;
 };
 

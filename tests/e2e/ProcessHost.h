@@ -57,7 +57,7 @@ class ProcessHost {
 
   // -- Waiting ------------------------------------------------------------------------------------
 
-  // Runs the main loop until `done` answers true. False when that does not come.
+  // Runs the main loop until `done` returns true. False when that does not come.
   bool waitUntil(const std::function<bool()>& done);
   // Runs the main loop for a moment, before something that tells nobody is asked again.
   void letTimePass();

@@ -37,7 +37,7 @@ class TestApplication {
   void announce();
 
   // Runs the main loop until a message of that selector is there, and takes it; those before it are
-  // dropped. Missing when none comes.
+  // dropped. Absent when none comes.
   std::optional<Received> waitFor(const std::string& selector);
   // How many messages of that selector have been sent and were neither taken nor dropped: also
   // those that are still on their way.

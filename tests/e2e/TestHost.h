@@ -22,7 +22,7 @@ class TestHost {
   // Sends one line.
   void send(const nlohmann::json& message);
   void sendText(std::string_view text);
-  // Says hello and answers the welcome.
+  // Says hello and returns the welcome.
   nlohmann::json hello();
   // Runs the main loop until a message of that type is there, and takes it; those before it are
   // dropped. null when none comes.
@@ -44,13 +44,13 @@ class TestHost {
 
   // -- Menus --------------------------------------------------------------------------------------
 
-  // Asks for the menu of these URLs and answers it; null when there is none.
+  // Asks for the menu of these URLs and returns it; null when there is none.
   nlohmann::json menu(int kind, const std::vector<std::string>& selected);
   // Chooses the item at that index path of the last menu, and waits until its action has run; null
   // when it does not.
   nlohmann::json choose(const std::vector<std::size_t>& path);
   // Asks for the contextual menu of these paths until it has the enabled item at the end of these
-  // titles, and answers the item; null when that does not come. What the menu offers follows the
+  // titles, and returns the item; null when that does not come. What the menu offers follows the
   // repository, so that it may take a while.
   nlohmann::json waitForItem(const std::vector<std::string>& paths,
                              const std::vector<std::string>& titles, int kind = 0);

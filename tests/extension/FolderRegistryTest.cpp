@@ -14,7 +14,7 @@ using Paths = std::vector<std::string>;
 
 class FolderRegistryTest : public ControllerFixture {
  protected:
-  // The paths noted for the folder; missing when there is no entry.
+  // The paths noted for the folder; absent when there is no entry.
   std::optional<Paths> observed(std::string_view folder) const {
     const auto identifier = URL::fileURLWithPath(folder).identifier(*fakes.files);
     const auto set = identifier ? controller->allObservedFiles()->find(*identifier) : nullptr;
@@ -26,7 +26,7 @@ class FolderRegistryTest : public ControllerFixture {
     return paths;
   }
 
-  // The folders noted under the parent; missing when there is no entry.
+  // The folders noted under the parent; absent when there is no entry.
   std::optional<Paths> inactive(std::string_view parent) const {
     const auto identifier = URL::fileURLWithPath(parent).identifier(*fakes.files);
     for (const auto& [key, folders] : controller->folders().inactiveFolders()) {

@@ -145,7 +145,7 @@ TEST_F(KPKelpieSyncTest, TheLimitOnOpenFilesBecomesTheSameWhateverItWas) {
   struct Case {
     const char* why;
     std::optional<OpenFilesLimit> before;
-    std::optional<OpenFilesLimit> after;  // missing when there is no controller
+    std::optional<OpenFilesLimit> after;  // absent when there is no controller
   };
   const Case cases[] = {
       {"raised", OpenFilesLimit{256, 524288}, OpenFilesLimit{10240, 524288}},

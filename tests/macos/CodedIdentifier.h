@@ -2,7 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
-// An identifier of a file that is no data, as the platform is free to give one.
+// An identifier of a file that is not data, as the platform is free to give one.
 @interface CodedIdentifier : NSObject <NSCoding, NSCopying> {
  @private
   NSString* _name;

@@ -23,7 +23,7 @@ class FolderContentsTest : public testing::Test {
     return UrlList(Object(urls));
   }
 
-  // The paths of the files that the contents give for the folder; missing when its walk failed.
+  // The paths of the files that the contents give for the folder; absent when its walk failed.
   std::optional<std::vector<std::string>> filesOf(FolderContents& contents,
                                                   const std::string& folder) {
     const std::optional<std::size_t> count = contents.count(url(folder));

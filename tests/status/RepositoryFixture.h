@@ -84,7 +84,7 @@ class RepositoryFixture : public testing::Test {
     repository->setStatusInfo(info);
     platform.runAll();
   }
-  // The badge that the item gets when the file manager asks for it; missing when none is set.
+  // The badge that the item gets when the file manager asks for it; absent when none is set.
   std::optional<std::string> ask(std::string_view path) {
     platform.finder.forgetBadges();
     repository->addObservedURL(url(path));

@@ -52,7 +52,7 @@ inline std::string badge(unsigned s) {
 }
 
 // The bit on which the search for the index bit settles: from 4 down, then from 31 down, modulo
-// 32. Missing where it goes round for ever.
+// 32. Absent where it goes round for ever.
 inline std::optional<int> indexBit(unsigned s) {
   int position = 4;
   for (int step = 0; step < 64; ++step) {
@@ -69,7 +69,7 @@ inline std::optional<int> workdirBit(unsigned s) {
   return std::nullopt;
 }
 
-// Missing where the call does not return.
+// Absent where the call does not return.
 inline std::optional<unsigned> afterStaging(unsigned s) {
   const std::optional<int> w = workdirBit(s);
   const std::optional<int> i = indexBit(s);

@@ -10,8 +10,8 @@
 
 namespace kelpie {
 
-// What an object is, as the descriptions in tests/fixtures/keyed-archives say it (see the README
-// there). Entries of dictionaries and members of sets are in an order of their own, so that two
+// The description of an object in the form of tests/fixtures/keyed-archives (see the README there).
+// Entries of dictionaries and members of sets are in an order of their own, so that two
 // descriptions compare as the objects do.
 nlohmann::json archiveJson(const Object& object);
 

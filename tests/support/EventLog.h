@@ -9,8 +9,8 @@
 
 namespace kelpie {
 
-// What all fakes of one platform were asked, in the order of asking, a line an event: so a test can
-// tell what came before what across them. The header of each fake says which lines it writes.
+// The calls of all fakes of one platform in order, one line each, so that a test can check the
+// order across them. The header of each fake says which lines it writes.
 // Any thread.
 class EventLog {
  public:

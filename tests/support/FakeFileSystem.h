@@ -30,7 +30,7 @@ class FakeFileSystem final : public FileSystem {
 
   // -- The tree -----------------------------------------------------------------------------------
 
-  // Each answers the item's URL. An item that is there already keeps its identity and contents.
+  // Each returns the item's URL. An item that is there already keeps its identity and contents.
   URL addFile(std::string_view path);
   URL addFolder(std::string_view path);
   // A directory that users see as one file.
@@ -45,9 +45,9 @@ class FakeFileSystem final : public FileSystem {
   // Replaces the 16 bytes that every item gets. Any object that an identifier may be made from;
   // nil makes the item one that cannot be looked at.
   void setIdentifier(std::string_view path, const Object& identifier);
-  // A folder that cannot be listed.
+  // Makes a folder one that cannot be listed.
   void setUnreadable(std::string_view path);
-  // An item that a listing or a walk still names, but that is gone when it is looked at.
+  // Makes an item one that a listing or a walk still names, but that is gone when it is looked at.
   void setVanishing(std::string_view path);
   void setLocalizedName(std::string_view path, std::string_view name);
   void setIcon(std::string_view path, const Image& icon);
@@ -55,7 +55,7 @@ class FakeFileSystem final : public FileSystem {
   // A bookmark that resolves to the path when something is there, and fails with an error
   // otherwise.
   Bytes addBookmark(std::string_view path);
-  // What the bookmark gives from now on, whatever the tree holds.
+  // Makes the bookmark resolve so from now on, whatever the tree holds.
   void setBookmark(const Bytes& bookmark, BookmarkResolution resolution);
 
   // Whether file references follow a file that moves, as on macOS, or are the paths without links,

@@ -31,7 +31,7 @@ class FakeFinder final : public FinderSyncController {
 
   std::vector<BadgeImage> badgeImages() const;  // in the order of registration
   std::vector<Badge> badges() const;            // in the order of setting
-  // The badge that was set last for the path; missing when none was.
+  // The badge that was set last for the path; absent when none was.
   std::optional<std::string> badgeFor(std::string_view path) const;
   void forgetBadges();
   // How often setDirectoryURLs() was called.

@@ -39,7 +39,7 @@ class FakeMessagePorts final : public MessagePorts {
 
   // Whether somebody listens under that name; a port that is gone makes sends fail with kIsInvalid.
   void setListening(std::string_view name, bool listening);
-  // What the next sends answer instead of kSuccess; they are recorded all the same.
+  // What the next sends return instead of kSuccess; they are recorded all the same.
   void failSends(std::int32_t status);
   // Makes createLocal() fail.
   void refuseLocal(bool refuse);

@@ -12,7 +12,7 @@ class FakeResourceLimits final : public ResourceLimits {
  public:
   explicit FakeResourceLimits(EventLog& events) : events_(events) {}
 
-  // What is in force; missing makes reading fail.
+  // The limit in force; absent makes reading fail.
   std::optional<OpenFilesLimit> limit = OpenFilesLimit{1024, 524288};
 
   std::optional<OpenFilesLimit> openFilesLimit() const override;

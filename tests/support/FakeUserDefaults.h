@@ -21,7 +21,7 @@ class FakeUserDefaults final : public UserDefaults {
 
   // Stores a value (nil removes it) and tells the observers when it differs from the former one.
   void changeFromOutside(std::string_view key, const Object& value);
-  // What is stored, the registered values left out.
+  // The stored values, without the registered ones.
   Object storedValue(std::string_view key) const;
   // How many observations are held at present.
   std::size_t observations() const;

@@ -10,8 +10,8 @@
 
 namespace kelpie {
 
-// A message of the main application put together by hand, which says little very often: for an
-// operation, or for one key of a status.
+// Puts together messages of the main application that repeat little very often: for an operation,
+// or for one key of a status.
 class HostileMessage {
  public:
   using Number = RawPropertyList::Number;

@@ -21,13 +21,13 @@ class ManualQueue final : public SerialQueue {
 
   const std::string& label() const { return label_; }
   std::size_t pending() const;
-  // The number of the task that is next, missing when there is none.
+  // The number of the task that is next, absent when there is none.
   std::optional<std::uint64_t> nextOrder() const;
   // False when there is nothing to run.
   bool runOne();
   // Runs until nothing is left, what the tasks post included, and fails the test after a million.
   void runAll();
-  // Lets go of what waits, without running it.
+  // Drops the waiting tasks without running them.
   void dropAll();
 
   void post(std::function<void()> task) override;

@@ -26,9 +26,9 @@ class MessageHarness {
   Bytes target() const;
   std::vector<Bytes> shownFolders() const;
 
-  // What the main thread does with the message when it comes.
+  // Does the main thread's part of handling the message.
   void handle(const Bytes& message);
-  // What it has left to the queues.
+  // Does the part that was left to the queues.
   void runQueues();
   // The menus of the repository's folder, as they are now. The number of their items, submenus
   // included.

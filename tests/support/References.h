@@ -12,7 +12,7 @@
 
 namespace kelpie {
 
-// What tests say of a reference; all else is as in a new record.
+// The fields of a reference that tests set; all others are as in a new record.
 struct ReferenceFields {
   std::optional<std::string> name = {};
   std::optional<std::string> fullName = {};

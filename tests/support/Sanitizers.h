@@ -2,9 +2,9 @@
 
 namespace kelpie {
 
-// With which sanitizer the tests and the programs are built. The thread sanitizer's runtime has a
-// thread of its own in every process; each of them keeps memory of its own. Everything takes ten to
-// twenty times as long: what goes through many cases of one kind goes through a tenth of them
+// The sanitizer that the tests and the programs are built with. The thread sanitizer's runtime has
+// a thread of its own in every process; each of them keeps memory of its own. Everything takes ten
+// to twenty times as long: what goes through many cases of one kind goes through a tenth of them
 // there, and through all in the optimised build.
 #if defined(__SANITIZE_THREAD__)
 inline constexpr bool kHasThreadSanitizer = true;

@@ -19,7 +19,7 @@ class TemporaryFolder {
   // The path of something in it.
   std::string operator/(std::string_view name) const;
 
-  // Each makes the folders above as well and answers the absolute path. `name` is relative.
+  // Each makes the folders above as well and returns the absolute path. `name` is relative.
   std::string addFolder(std::string_view name) const;
   std::string addFile(std::string_view name, std::string_view contents = "") const;
   std::string addLink(std::string_view name, std::string_view target) const;

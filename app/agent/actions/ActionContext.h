@@ -9,7 +9,7 @@
 
 namespace kelpie::agent {
 
-// What an action is carried out on. A value; any thread.
+// The working copy that an action is carried out on. A value; any thread.
 struct ActionContext {
   // With an empty root where the request concerns no working copy.
   WorkingCopy workingCopy;

@@ -6,12 +6,12 @@
 
 namespace kelpie::agent {
 
-// The rules of the actions, by what they are about. Each group stands in a source file that is
-// named as the group; ActionRules puts them together.
+// The rules of the actions in groups, by subject. Each group stands in a source file of the same
+// name; ActionRules puts them together.
 
 std::span<const ActionRule> fileActions();
-// What replaces files: discarding, reverting, and bringing back what they replaced. These ask
-// first, and touch what they asked about.
+// Actions that replace files: discarding, reverting, and bringing back what they replaced. They ask
+// first, and touch only what they asked about.
 std::span<const ActionRule> discardActions();
 std::span<const ActionRule> conflictActions();  // between versions of a file
 std::span<const ActionRule> stashActions();

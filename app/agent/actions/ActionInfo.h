@@ -6,7 +6,7 @@
 
 namespace kelpie::agent {
 
-// An action that somebody has chosen, as it is spoken of while it waits, runs and ends. A value.
+// A chosen action, as it is described while it waits, runs and ends. A value.
 struct ActionInfo {
   enum class State {
     Waiting,  // for another action of the same working copy
@@ -19,7 +19,7 @@ struct ActionInfo {
   std::string label;     // what the action is called
   std::string title;     // of the menu item; empty where the message had none
   std::string folder;    // the working copy's root, or the folder that is to be one; may be empty
-  std::string choice;    // what the host called its choice; may be empty
+  std::string choice;    // the host's name for the choice; may be empty
   State state = State::Waiting;
   std::chrono::steady_clock::time_point since;  // when it was chosen
 };

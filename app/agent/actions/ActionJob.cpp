@@ -41,7 +41,7 @@ ActionJob::ActionJob(ActionRequest request, ActionContext context,
       terminal_(rule().terminal) {}
 
 ActionOutcome ActionJob::run() {
-  // Also for what is not done by git; each change by git looks again.
+  // For changes that are not made by git as well; each change by git checks again.
   if (const std::string why = git_.objection(); !why.empty())
     return ActionOutcome::failed(why + " Nothing was done.");
   std::variant<ActionTarget, std::string> found =

@@ -21,7 +21,7 @@ namespace kelpie::agent {
 // on a queue that belongs to its working copy, and on one thread at a time.
 class ActionJob {
  public:
-  // What all jobs share. `git` may be that of any folder.
+  // The state that all jobs share. `git` may be that of any folder.
   struct Means {
     GitCommand git{"git", ""};
     ToolCommands tools;
@@ -41,15 +41,17 @@ class ActionJob {
   std::string_view label() const { return rule().label; }
   // Runs in the root of the working copy; for a creation, in the folder.
   const GitCommand& git() const { return git_; }
-  // The references, those of now when nobody told them; null when git does not tell them either.
+  // The references of the context, or else the present ones; null when git does not tell them
+  // either.
   const ReferencesSnapshot* references();
-  // The status that the menu was made of, or that of now; null when git does not tell it.
+  // The status that the menu was made from, or else the present one; null when git does not tell
+  // it.
   const StatusSnapshot* status();
-  // The status of now, since what is destroyed by it must be there; null when git does not tell it.
+  // The present status, for actions that destroy what it lists; null when git does not tell it.
   const StatusSnapshot* freshStatus();
   bool hasHeadCommit() const;
-  // How git is told of the target's reference where a message will say its name: the short name
-  // when that means this very reference, else the full one. Begins with no "-".
+  // The name of the target's reference for git commands whose messages show it: the short name when
+  // it means this very reference, otherwise the full one. Does not begin with "-".
   std::string spokenName() const;
 
   // Has git change something.
@@ -57,18 +59,19 @@ class ActionJob {
   ActionOutcome changePaths(const Arguments& arguments, const std::vector<std::string>& paths,
                             GitCommand::Paths how = GitCommand::Paths::FromInput) const;
 
-  // Asks for consent to something that cannot be undone. Missing when it was given; else how the
-  // action ends.
+  // Asks for consent to something that cannot be undone. Absent if the user agreed; otherwise the
+  // action's outcome.
   std::optional<ActionOutcome> refused(const std::string& question) const;
-  // How the action ends when a dialog gave no answer that it needs.
+  // The action's outcome when a dialog gave no answer that it needs.
   ActionOutcome unanswered(const Dialogs::Answer& answer) const;
 
   // Opens the window of the user's program for the action, or of `fallback`, which is written like
-  // the rules' own. The second form is for other paths than the target's, and for a web address.
+  // the rules' own. The second form is for paths other than the target's, and for a web address.
   ActionOutcome openWindow(std::string_view fallback) const;
   ActionOutcome openWindow(std::string_view fallback, const std::vector<std::string>& paths,
                            const std::string& address = {}) const;
-  // What a terminal runs instead of the rule's own where the window's program is not installed.
+  // The command for a terminal, in place of the rule's own, where the window's program is not
+  // installed.
   void setTerminal(std::string_view command) { terminal_ = command; }
   // The same in another folder.
   ActionOutcome openWindowIn(const std::string& folder, std::string_view fallback) const;
@@ -77,7 +80,7 @@ class ActionJob {
   const ActionRule& rule() const { return *request_.rule; }
   ActionOutcome carryOut();
   ToolCommands::Values values() const;
-  // In place of a window whose program is not there, for the reason given.
+  // The outcome in place of a window whose program is not installed, for the reason given.
   ActionOutcome openTerminal(const std::string& lack, const ToolCommands::Values& values) const;
 
   ActionRequest request_;

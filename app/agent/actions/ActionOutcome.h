@@ -18,11 +18,11 @@ struct ActionOutcome {
   };
 
   End end = End::Done;
-  // Of a failure: what went wrong, in git's words where git said it. For people.
+  // What went wrong, in git's words where git said it. For people; empty unless the action failed.
   std::string message;
-  // Programs with a window, which are to be started and left to the user.
+  // Programs with a window to start and to leave to the user.
   std::vector<ProgramCall> windows;
-  // What it destroyed was put aside in these working copies: the action "undoDiscard:" brings it
+  // The working copies where it put aside what it destroyed; the action "undoDiscard:" brings it
   // back.
   struct Kept {
     WorkingCopy workingCopy;

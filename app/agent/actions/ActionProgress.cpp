@@ -6,7 +6,7 @@
 namespace kelpie::agent {
 namespace {
 
-// What an action waits for, for people: the one of the same folder that has begun.
+// What an action waits for, for people: the running one of the same folder.
 std::string reasonOf(const ActionInfo& waiting, const std::vector<ActionInfo>& actions) {
   const auto first = std::ranges::find_if(actions, [&](const ActionInfo& each) {
     return each.folder == waiting.folder && each.state != ActionInfo::State::Waiting;
@@ -44,7 +44,7 @@ void ActionProgress::look(std::uint64_t id) {
   const std::vector<ActionInfo> actions = runner_.actions();
   const auto action = std::ranges::find(actions, id, &ActionInfo::id);
   if (action == actions.end()) return;
-  // A question on the screen tells of itself; what holds the action up after it does not.
+  // A question on the screen needs no notice; a delay after it does.
   if (action->state == ActionInfo::State::Asking) return waitFor(id);
   const bool waits = action->state == ActionInfo::State::Waiting;
   const std::string title = action->label + (waits ? " has to wait" : " is still running");

@@ -24,7 +24,7 @@ class ActionProgress {
     std::function<std::vector<ActionInfo>()> actions;  // those that have not ended
     std::function<void(std::uint64_t)> cancel;
   };
-  // An action is told of when it has not ended after so long.
+  // How long an action may run before the user is told of it.
   static constexpr std::chrono::milliseconds kPatience{2000};
 
   // Both outlive this.

@@ -26,8 +26,8 @@ struct CreationMessage {
 constexpr std::array<CreationMessage, 2> kCreations = {
     {{selector::kCloneRepository, "clone:"}, {selector::kCreateRepository, "createRepository:"}}};
 
-// The path of a file URL, of a deleted item's placeholder without its ending. Missing for what is
-// no such URL, and for a path that no system call takes.
+// The path of a file URL, of a deleted item's placeholder without its ending. Absent for any other
+// URL, and for a path that no system call accepts.
 std::optional<std::string> pathOf(const Object& object) {
   const std::optional<URL> url = object.url();
   if (!url || !url->isFileURL()) return std::nullopt;
@@ -37,7 +37,7 @@ std::optional<std::string> pathOf(const Object& object) {
   return path;
 }
 
-// The items that a menu item was made for. Missing when there is something else in their place.
+// The items that a menu item was made for. Absent when there is something else in their place.
 std::optional<std::vector<std::string>> pathsOf(const Object& object) {
   std::vector<std::string> paths;
   if (object.isNil()) return paths;

@@ -15,7 +15,7 @@ enum class ActionKind {
   Creation,     // one for a folder that lies in none
 };
 
-// What the chosen menu item must name for an action to begin.
+// The subject that the chosen menu item must name for an action to begin.
 enum class ActionSubject {
   None,
   Files,        // its paths, at least one
@@ -38,7 +38,7 @@ enum class ActionSubject {
   Hotfix,
 };
 
-// How one action is carried out: by what is set of `work`, `window` and `git`, the first of them.
+// How one action is carried out: by the first of `work`, `window` and `git` that is set.
 //
 // `git` and `window` are words with single blanks between them. Placeholders:
 //   %full     the reference's full name          %name   the short name, or the entry's name
@@ -57,7 +57,7 @@ struct ActionRule {
   std::string_view window = {};
   // What a terminal runs where the window's program is not installed; written as `window` is.
   std::string_view terminal = {};
-  // What is asked before anything is done, since it cannot be undone; "%@" names the subject.
+  // The question before something that cannot be undone; "%@" names the subject.
   std::string_view question = {};
   ActionOutcome (*work)(ActionJob& job) = nullptr;
   ActionKind kind = ActionKind::Repository;

@@ -11,7 +11,7 @@ namespace kelpie::agent {
 // The rules of all actions. Any thread.
 class ActionRules {
  public:
-  // Null for an action that nobody knows.
+  // Null for an unknown action.
   static const ActionRule* find(std::string_view action);
   // All of them, by group.
   static std::vector<std::span<const ActionRule>> all();

@@ -73,9 +73,9 @@ void ActionRunner::post(std::uint64_t id, const ActionRequest& request, ActionCo
     ActionOutcome outcome = ActionOutcome::cancelled();
     const ActionControl::Work work(*control);
     if (!control->isCancelled()) outcome = ActionJob(request, context, means).run();
-    // What fails because its programs were ended has not failed.
+    // An action whose programs were ended because it was called off has not failed.
     if (control->isCancelled() && !outcome.isDone()) outcome = ActionOutcome::cancelled();
-    // Only the main thread may ask whether `this` is there.
+    // Only the main thread may check whether `this` still exists.
     main->post([this, id, request, context, alive, outcome] {
       if (*alive) ended(id, request, context, outcome);
     });
@@ -100,7 +100,7 @@ bool ActionRunner::cancel(std::uint64_t id) {
   const auto action = actions_.find(id);
   if (action == actions_.end()) return false;
   action->second.control->cancel();
-  // Whether it has begun is asked second: one that begins later finds itself called off.
+  // Checked after calling it off, so that an action that begins in between finds itself called off.
   if (!action->second.control->hasBegun()) finish(id, ActionOutcome::cancelled());
   return true;
 }

@@ -29,11 +29,12 @@ class ActionRunner {
   struct Callbacks {
     // The user wants the agent to end.
     std::function<void()> quit = {};
-    // An action has ended; one that opens a window, when that was started. May be empty.
+    // An action has ended; an action that opens a window ends when the window's program was
+    // started. May be empty.
     std::function<void(const ActionRequest&, const ActionContext&, const ActionOutcome&)> ended =
         {};
-    // Every request that comes is told of, and then how it ended, also one that is turned away or
-    // called off before its turn. May be empty.
+    // Called for every request, first when it comes and then when it ends, also if it is turned
+    // away or called off before its turn. May be empty.
     std::function<void(const ActionInfo&)> began = {};
     std::function<void(const ActionInfo&, const ActionOutcome&)> over = {};
   };
@@ -41,7 +42,7 @@ class ActionRunner {
   // `queues`, `log` and `notifier` outlive this.
   ActionRunner(ActionJob::Means means, SerialQueues& queues, Log& log, Notifier& notifier,
                Callbacks callbacks);
-  // Actions under way go on; nobody hears of how they end.
+  // Actions under way go on, but no callback is called any more.
   ~ActionRunner();
   ActionRunner(const ActionRunner&) = delete;
   ActionRunner& operator=(const ActionRunner&) = delete;
@@ -49,21 +50,21 @@ class ActionRunner {
   // Returns at once. Too many that wait for the same working copy are turned away with a message,
   // and so is a window where too many are open.
   void run(const ActionRequest& request, ActionContext context);
-  // The request cannot be carried out at all: that is told as the end of an action is.
+  // The request cannot be carried out: reports that like the end of an action.
   void refuse(const ActionRequest& request, const std::string& why);
 
-  // Takes the offer back to undo the last action of the working copy with that root: it was undone
-  // in another way, or would bring back something else by now.
+  // Withdraws the offer to undo the last action of the working copy with that root, because it was
+  // undone in another way or would bring back something else by now.
   void withdrawUndo(const std::string& root);
 
   // The actions that have not ended, in the order in which they were chosen.
   std::vector<ActionInfo> actions() const;
-  // Calls an action off. One that waits has ended when this returns; one that runs ends as soon as
-  // its programs have. False when there is no such action any more.
+  // Calls an action off. An action that waits has ended when this returns; a running one ends as
+  // soon as its programs have. False when there is no such action any more.
   bool cancel(std::uint64_t id);
 
  private:
-  // The actions of one working copy, or of one folder to be.
+  // The actions of one working copy, or of one folder that is to become one.
   struct Lane {
     std::shared_ptr<SerialQueue> queue;
     std::size_t waiting = 0;
@@ -100,13 +101,13 @@ class ActionRunner {
   std::uint64_t lastId_ = 0;
   std::map<std::uint64_t, Action> actions_;
   std::size_t windows_ = 0;  // that are open
-  // What offers to undo an action, with the roots of the working copies that it concerns.
+  // An offer to undo an action, with the roots of the working copies that it concerns.
   struct UndoOffer {
     Notifier::Key key;
     std::vector<std::string> roots;
   };
   std::vector<UndoOffer> undoOffers_;
-  // Tasks ask it whether this is still there.
+  // Tasks check it to see whether this still exists.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   ThreadBound thread_;
 };

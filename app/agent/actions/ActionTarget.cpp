@@ -69,8 +69,9 @@ class TargetFinder {
   Failure findFiles(bool mayBeNone);
   Failure findReference(const KindsOfSubject& kinds);
   Failure findEntry(ActionSubject subject);
-  // The entry of the list at the tag's position, when it bears the title: a menu's message has
-  // nothing else of an entry, and a position alone names another one as soon as the list changes.
+  // The entry of the list at the tag's position, when it bears the title: a menu's message says
+  // nothing else about an entry, and a position alone names another entry as soon as the list
+  // changes.
   template <class Item, class Name>
   Failure entry(const std::vector<Item>& list, Name name, std::optional<Item>& into);
 

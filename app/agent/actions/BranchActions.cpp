@@ -69,7 +69,7 @@ std::variant<SafeReplacement::Sites, ActionOutcome> planHardReset(const ActionJo
   for (const auto& [path, entry] : tree->entries())
     if (index->at(path).empty()) incoming.insert(path);
   for (const std::string& path : incoming) add(path);
-  // What goes is not in the way of what comes.
+  // A file that is removed is not in the way of one that comes.
   for (const auto& [path, entries] : index->entries())
     if (tree->find(path) == nullptr && givesWay(path, incoming))
       site.plan.targets.emplace(path, std::nullopt);
@@ -158,11 +158,11 @@ ActionOutcome renameBranch(ActionJob& job) {
   return job.change({"branch", "-m", "--", before, name.text});
 }
 
-// How many commits no other branch or tag has; missing when git does not tell.
+// How many commits no other branch or tag has; absent when git does not tell.
 std::optional<std::string> commitsOfOnly(const ActionJob& job, const Reference& reference) {
   Arguments arguments = {"rev-list", "--count", reference.fullName, "--not",
                          "--exclude=" + reference.shortName};
-  // What is excluded is so from the next kind only.
+  // An exclusion applies to the next kind only.
   if (reference.kind == ReferenceKind::Tag)
     arguments.insert(arguments.end(), {"--tags", "--branches", "--remotes", "--"});
   else
@@ -221,7 +221,7 @@ ActionOutcome exportTree(ActionJob& job) {
   const Dialogs::Answer file = Dialogs::saveFile(
       "Export " + reference.shortName + " (.zip, .tar, .tar.gz)", beside.string());
   if (!file.given()) return job.unanswered(file);
-  // The format is told by how the name ends.
+  // The name's ending tells the format.
   return job.change(
       {"archive", "--prefix=" + name + "/", "--output=" + file.text, reference.fullName});
 }

@@ -48,7 +48,7 @@ constexpr const char* kNoConflict = "There is no conflict there any more. Nothin
 constexpr const char* kSubmodule =
     "A conflict of submodules is resolved by checking out a commit in the submodule.";
 
-// The conflicts that the target names or holds. Missing when git does not tell.
+// The conflicts that the target names or holds. Absent when git does not tell.
 std::optional<IndexListing> conflictsOf(const ActionJob& job) {
   const PathScope scope(job.target().paths);
   return IndexListing::read(
@@ -79,7 +79,7 @@ bool holdsConflictMarks(const fs::path& path) {
   return false;
 }
 
-// Of the conflicts, those whose files still show both versions.
+// The conflicts whose files still show both versions.
 Paths unresolvedOf(const ActionJob& job, const IndexListing& conflicts) {
   WorkingFiles files(job.workingCopy().root);
   Paths unresolved;
@@ -125,7 +125,7 @@ ActionOutcome markAsResolved(ActionJob& job) {
     if (!conflicts) return ActionOutcome::noStatus();
     if (conflicts->entries().empty()) return ActionOutcome::failed(kNoConflict);
     const Paths unresolved = unresolvedOf(job, *conflicts);
-    // Also what was asked about is looked at again after the answer.
+    // The files that were asked about are looked at again after the answer.
     if (std::ranges::includes(agreed, unresolved)) return stageConflicts(job, *conflicts);
     std::string question =
         "Mark " + job.target().name + " as resolved?\n\n" + std::to_string(unresolved.size()) +

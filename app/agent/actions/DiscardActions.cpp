@@ -90,7 +90,7 @@ ActionOutcome discard(ActionJob& job) {
             .carryOut = [&](const Sites& sites) { return discardNow(job, sites); }});
 }
 
-// Ends a merge or pick of which nothing is left; one whose files were changed anew goes on.
+// Ends a merge or pick of which nothing is left; it goes on if its files were changed anew.
 ActionOutcome endMerge(const ActionJob& job) {
   const auto& names = KeptChanges::stateFiles();
   const bool isUnderWay = std::ranges::any_of(names, [&](const std::string& name) {
@@ -117,7 +117,7 @@ ActionOutcome discardAll(ActionJob& job) {
 
 // -- Reverting -----------------------------------------------------------------------------------
 
-// The selected paths that the commit has nothing at; git would refuse them, too.
+// The selected paths that the commit does not have; git would refuse them, too.
 std::optional<std::string> missingIn(const TreeListing& tree, const Paths& paths) {
   std::set<std::string> there = {"."};
   for (const auto& [path, entry] : tree.entries())

@@ -50,7 +50,7 @@ bool DiscardPlanner::plan(const WorkingCopy& workingCopy, const std::vector<std:
   const PathScope scope(within);
   for (const StatusItem& item : site.status->items()) {
     if (item.word == KPStatusIgnored || !scope.contains(item.path)) continue;
-    // What is new in a submodule does not hinder it from going back.
+    // New files in a submodule do not prevent it from going back.
     if (isSubmodule && what_ == InSubmodules::TrackedOnly && item.word == KPStatusWorkdirNew)
       continue;
     add(site, item, files);

@@ -22,7 +22,7 @@ class DiscardPlanner {
   explicit DiscardPlanner(const GitCommand& git, InSubmodules what = InSubmodules::TrackedOnly)
       : git_(git), what_(what) {}
 
-  // Adds the changes at or below the paths `within`, relative to the root. False when git does not
+  // Adds the changes at or below the paths `within`, relative to the root. False when git fails to
   // tell something.
   bool plan(const WorkingCopy& workingCopy, const std::vector<std::string>& within);
   // The same of everything in a submodule.
@@ -30,7 +30,7 @@ class DiscardPlanner {
   SafeReplacement::Sites take() && { return std::move(sites_); }
 
  private:
-  // With the commit that a submodule goes back to; empty: it stays at its own.
+  // With the commit that a submodule goes back to; empty when it stays at its own.
   bool plan(const WorkingCopy& workingCopy, const std::vector<std::string>& within, int depth,
             const std::string& commit);
   static void add(SafeReplacement::Site& site, const StatusItem& item, WorkingFiles& files);

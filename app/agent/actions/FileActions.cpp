@@ -76,7 +76,7 @@ constexpr ActionRule kFileActions[] = {
      .label = "Exclude",
      .subject = ActionSubject::Files,
      .work = exclude},
-    // Without force: git itself refuses when that would lose staged content.
+    // Without force: git itself refuses if that would lose staged content.
     {.action = "untrackItems:",
      .label = "Untrack",
      .subject = ActionSubject::Files,

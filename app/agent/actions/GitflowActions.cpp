@@ -15,7 +15,7 @@ struct Kind {
   const char* word;  // as the program git-flow calls it
   std::string Gitflow::*prefix;
   std::string Gitflow::*base;  // the branch that it starts from
-  // It ends in a version: merged to the master branch as well, and tagged there.
+  // It ends in a version: it is merged to the master branch as well, and tagged there.
   bool isVersion;
 };
 constexpr Kind kFeature = {"feature", &Gitflow::featurePrefix, &Gitflow::develop, false};
@@ -77,7 +77,7 @@ ActionOutcome finishByGit(ActionJob& job, const Gitflow& flow, const Kind& kind,
     if (ActionOutcome outcome = tagVersion(job, flow, name); !outcome.isDone()) return outcome;
   }
   if (ActionOutcome outcome = mergeInto(job, flow.develop, full); !outcome.isDone()) return outcome;
-  // All of it is in the other branches now.
+  // All its commits are in the other branches now.
   return job.change({"branch", "-q", "-D", "--", branch});
 }
 

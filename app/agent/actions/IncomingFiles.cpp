@@ -20,12 +20,12 @@ using Entries = IncomingFiles::Entries;
 using Source = IncomingFiles::Source;
 using Sites = SafeReplacement::Sites;
 
-// More than these in the way of one file are not looked through.
+// How many items in the way of one file are looked through.
 constexpr std::size_t kMostInAFolder = 10'000;
 // Submodules in submodules, and how many of them in all.
 constexpr int kDeepestSubmodule = 8;
 constexpr std::size_t kMostSubmoduleSites = 200;
-// So that no path is taken for a pattern.
+// Prevents a path from being taken for a pattern.
 constexpr std::string_view kHere = "./";
 constexpr const char* kUnreadable =
     "What it would bring into the working folder could not be read. Nothing was done.";
@@ -74,15 +74,15 @@ bool hasRepository(const std::string& folder) {
   return fs::exists(fs::symlink_status(folder + "/.git", ignored));
 }
 
-// What is there where an entry is to come, or where a folder for it is needed, and is no part of
-// the index.
+// The items outside the index that stand where an entry is to come, or where a folder for it is
+// needed.
 class Obstacles {
  public:
   Obstacles(const GitCommand& git, const IndexListing& index)
       : git_(git), index_(index), files_(git.folder()) {}
 
   void look(const std::string& path, const TreeEntry& entry);
-  // What git ignores among them is what it would replace; by what stands in its way.
+  // The ignored ones among them, which git would replace; by the item that stands in the way.
   std::string addIgnored(const Entries& entries, PathPlan& plan) const;
 
  private:
@@ -118,7 +118,7 @@ std::string Obstacles::addIgnored(const Entries& entries, PathPlan& plan) const 
   std::string input;
   for (const std::string& path : found_) input += std::string(kHere) + path + '\0';
   const ProgramResult answer = git_.ask({"check-ignore", "-z", "--stdin"}, std::move(input));
-  // With the status 1 none is.
+  // The status 1 means that none is.
   if (answer.end != ProgramResult::End::Exited || answer.status > 1) return kUnreadable;
   for (std::string_view rest = answer.output; !rest.empty();) {
     const std::string_view answered = rest.substr(0, rest.find('\0'));
@@ -132,12 +132,12 @@ std::string Obstacles::addIgnored(const Entries& entries, PathPlan& plan) const 
   return {};
 }
 
-// What is brought into a working copy, and into those of its submodules that follow.
+// The files brought into a working copy, and into those of its submodules that follow.
 class Planning {
  public:
   explicit Planning(const ActionJob& job) : job_(job) {}
 
-  // What went wrong, or an empty text.
+  // Returns what went wrong, or an empty text.
   std::string plan(const WorkingCopy& workingCopy, const Source& source, int depth);
   // Without a site while nothing is in the way anywhere.
   std::variant<Sites, ActionOutcome> take() &&;
@@ -206,7 +206,7 @@ std::optional<Source> IncomingFiles::byCheckout(const GitCommand& git, const std
 std::optional<Source> IncomingFiles::byMerge(const GitCommand& git, const std::string& commit) {
   if (!hasHead(git)) return Source{{{"", commit}}, {}};
   const ProgramResult bases = git.ask({"merge-base", "--all", "--end-of-options", "HEAD", commit});
-  // With the status 1 there is none.
+  // The status 1 means that there is none.
   if (bases.end != ProgramResult::End::Exited || bases.status > 1) return std::nullopt;
   Source source;
   for (std::string& base : linesIn(bases.output))

@@ -23,13 +23,13 @@ struct IndexEntry {
 // What the index has. A value; any thread.
 class IndexListing {
  public:
-  // Those paths (relative to the root) that `wanted` accepts, or of those the conflicts only.
-  // Missing when git does not tell. Blocks while git answers; `git` runs in the root.
+  // The entries of those paths (relative to the root) that `wanted` accepts, or only the conflicts
+  // among them. Absent when git does not tell. Blocks while git answers; `git` runs in the root.
   enum class Stages { All, Conflicts };
   static std::optional<IndexListing> read(const GitCommand& git, const TreeListing::Filter& wanted,
                                           Stages stages = Stages::All);
 
-  // By stage; empty for a path that the index does not have.
+  // The versions by stage; empty for a path that the index does not have.
   const std::vector<IndexEntry>& at(const std::string& path) const;
   const std::unordered_map<std::string, std::vector<IndexEntry>>& entries() const {
     return entries_;

@@ -8,8 +8,8 @@
 
 namespace kelpie::agent {
 
-// While a git changes an index, a file beside it keeps every other git out, which then fails at
-// once. Most of them are done in a moment.
+// While git changes an index, a lock file beside it makes every other git fail at once. Most
+// changes are done in a moment.
 class IndexLock {
  public:
   IndexLock() = delete;

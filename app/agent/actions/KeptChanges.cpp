@@ -27,7 +27,7 @@ constexpr std::string_view kState = "state/";
 constexpr std::string_view kManifest = "items";
 constexpr std::string_view kLabel = "label";
 constexpr std::string_view kHead = "head";
-// A file of the git directory that is larger than this is none that git wrote.
+// A larger file in the git directory was not written by git.
 constexpr std::size_t kLargestState = std::size_t{1} << 20U;
 // How much content is read from git at a time; a larger file comes alone.
 constexpr std::uint64_t kBatch = std::uint64_t{16} << 20U;
@@ -47,7 +47,7 @@ class Scratch {
 
   bool exists() const { return !path_.empty(); }
   std::string path(std::string_view name) const { return path_ + "/" + std::string(name); }
-  // A new file with that content; its path, empty when it cannot be written.
+  // Makes a new file with that content. Returns its path; empty when it cannot be written.
   std::string write(std::string_view content) {
     std::string file = path("content-" + std::to_string(++files_));
     std::ofstream out(file, std::ios::binary);
@@ -243,7 +243,7 @@ std::string Keeper::write(const std::string& label) {
                {"GIT_COMMITTER_EMAIL", "kelpie@localhost"}});
 }
 
-// Cuts the text before `mark` off `rest`; missing without a mark.
+// Cuts the text before `mark` off `rest`; absent without a mark.
 std::optional<std::string_view> cutUpTo(std::string_view& rest, char mark) {
   const std::size_t end = rest.find(mark);
   if (end == std::string_view::npos) return std::nullopt;
@@ -259,7 +259,7 @@ bool toNumber(std::string_view text, Number& number) {
   return read.ec == std::errc() && read.ptr == end;
 }
 
-// Reads one record. What is in a repository may come from anyone.
+// Reads one record. A repository's content may come from anyone.
 class RecordReader {
  public:
   RecordReader(const GitCommand& git, KeptChanges::Record& record) : git_(git), record_(record) {}

@@ -16,14 +16,14 @@
 
 namespace kelpie::agent {
 
-// What was put aside before an action destroyed it: a commit for each such action, kept from git's
-// garbage collection by a reference "refs/kelpie/kept/<working tree>/<number>". In the commit's
-// tree, "files/" has the content that the working folder had, byte for byte, "index/<stage>/" what
-// was staged, and "state/" what else is needed to bring it back. Any thread; blocks while git
-// works.
+// Changes that were put aside before an action destroyed them: a commit for each such action, kept
+// from git's garbage collection by a reference "refs/kelpie/kept/<working tree>/<number>". In the
+// commit's tree, "files/" has the content that the working folder had, byte for byte,
+// "index/<stage>/" what was staged, and "state/" what else is needed to bring it back. Any thread;
+// blocks while git works.
 class KeptChanges {
  public:
-  // What one path was.
+  // The state of one path.
   struct Item {
     enum class Kind : char {
       File = 'F',
@@ -47,7 +47,7 @@ class KeptChanges {
     std::string label;  // what the action was called
     std::string head;   // the commit that was checked out, empty for none
     std::map<std::string, Item> items;
-    // The files of the git directory that say of an unfinished merge or pick, by name.
+    // The files of the git directory that describe an unfinished merge or pick, by name.
     std::map<std::string, std::string> state;
   };
 
@@ -55,21 +55,21 @@ class KeptChanges {
   KeptChanges(const GitCommand& git, WorkingCopy workingCopy)
       : git_(git.in(workingCopy.root)), workingCopy_(std::move(workingCopy)) {}
 
-  // Puts aside what is at the plan's paths. The record's `oid`, which no other one ever has; empty
-  // when nothing is kept, and `problem` says why. Forgets the oldest when there are more than
+  // Puts aside what is at the plan's paths. Returns the record's `oid`, which is never used again;
+  // empty when nothing is kept, and `problem` says why. Forgets the oldest when there are more than
   // kMostRecords.
   std::string keep(const std::string& label, const PathPlan& plan, const PathSurvey& survey,
                    std::string& problem) const;
   // The newest record of this working tree, nothing when there is none, or what went wrong.
   std::variant<std::optional<Record>, std::string> newest() const;
-  // The content of blobs: calls `onBlob` with each, in that order, until it answers false. False
+  // The content of blobs: calls `onBlob` with each, in that order, until it returns false. False
   // when that did, or when git does not tell.
   bool readBlobs(const std::vector<std::pair<std::string, std::uint64_t>>& blobs,
                  const std::function<bool(std::string_view)>& onBlob) const;
   ProgramResult forget(const Record& record) const;
 
   static constexpr std::size_t kMostRecords = 20;
-  // The files of `state`: what a reset takes away.
+  // The files of the git directory that `state` keeps, which a reset removes.
   static const std::vector<std::string>& stateFiles();
 
  private:

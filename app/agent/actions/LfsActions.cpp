@@ -10,7 +10,7 @@
 namespace kelpie::agent {
 namespace {
 
-// How the action ends where there is no git-lfs; missing where there is one.
+// The action's outcome where git-lfs is not installed; absent where it is.
 std::optional<ActionOutcome> missing(const ActionJob& job) {
   if (job.git().ask({"lfs", "version"}).succeeded()) return std::nullopt;
   return ActionOutcome::failed("git-lfs is not installed.");

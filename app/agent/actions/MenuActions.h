@@ -7,7 +7,7 @@
 
 namespace kelpie::agent {
 
-// Turns what the extension sends of the user's choices into actions. Main thread.
+// Turns the user's choices, which the extension sends, into actions. Main thread.
 class MenuActions final : public ActionHandler {
  public:
   // Both outlive this.

@@ -10,15 +10,15 @@
 
 namespace kelpie::agent {
 
-// What an action is going to make of files. Paths are relative to the root of the working copy. A
-// value.
+// The changes that an action is going to make to files. Paths are relative to the root of the
+// working copy. A value.
 struct PathPlan {
-  // What becomes of each path that is touched, in the index and in the working folder: the entry,
-  // or nothing. A submodule's folder is left as it is.
+  // The new entry of each path that is touched, in the index and in the working folder, or nothing
+  // if it is removed. A submodule's folder is left as it is.
   std::map<std::string, std::optional<TreeEntry>> targets;
-  // Those of them that the question counts: the others are there on account of these.
+  // The paths that the question counts: the others are consequences of these.
   std::set<std::string> items;
-  // Why nothing can be planned, for people; empty: it can.
+  // Why nothing can be planned, for people; empty when it can.
   std::string failure;
 
   static PathPlan failed(std::string why) {

@@ -6,10 +6,10 @@
 namespace kelpie::agent {
 namespace {
 
-// More than these in the way of one file are not looked through.
+// How many items in the way of one file are looked through.
 constexpr std::size_t kMostInTheWay = 10'000;
 
-// Whether the file is as the index has it, by what git's status says of it.
+// Whether the file is as the index has it, according to git's status.
 bool isUnchangedInFolder(const StatusItem* item) {
   constexpr StatusWord kIndexOnly =
       KPStatusIndexNew | KPStatusIndexModified | KPStatusIndexRenamed | KPStatusIndexTypeChanged;
@@ -51,7 +51,7 @@ void PathSurvey::judge(const std::string& path, State& state, const StatusSnapsh
       (isTracked && committed != nullptr && state.index.front().entry == *committed) ||
       state.isIntended;
   if ((state.presence.isContent() && !state.isClean) || !isCommitted) atStake_.insert(path);
-  // Whatever git finds there, a pipe has nothing that could be kept.
+  // Whatever git reports, a pipe has no content that could be kept.
   if (state.presence.kind == WorkingFiles::Kind::Other) {
     atStake_.insert(path);
     unkeepable_.insert(path);

@@ -14,7 +14,7 @@
 
 namespace kelpie::agent {
 
-// What there is at the paths of a plan, and what of it git could not give back. A value.
+// The present state of a plan's paths, and which of it git could not restore. A value.
 class PathSurvey {
  public:
   struct State {
@@ -31,7 +31,7 @@ class PathSurvey {
     }
   };
 
-  // Missing when git does not tell. `status` is that of now, `git` runs in the root. Blocks.
+  // Absent when git does not tell. `status` is that of now, `git` runs in the root. Blocks.
   static std::optional<PathSurvey> of(const GitCommand& git, const PathPlan& plan,
                                       const StatusSnapshot& status);
 
@@ -45,13 +45,14 @@ class PathSurvey {
   // Folders that the plan takes out of the index, and that stay: they have a repository of their
   // own.
   const std::set<std::string>& stayingFolders() const { return stayingFolders_; }
-  // What stands in the way of a path and is not part of the plan, in words; empty: nothing.
+  // What stands in the way of a path and is not part of the plan, for people; empty when nothing
+  // does.
   const std::string& obstruction() const { return obstruction_; }
 
-  // Whether a path is another than it was in `before`, which has all of them.
+  // Whether a path differs from its state in `before`, which has all of them.
   bool differsFrom(const PathSurvey& before) const;
 
-  // A file beyond the first, or files beyond the second in all, are not put aside.
+  // A file larger than the first limit, and files beyond the second in total, are not put aside.
   static constexpr std::uint64_t kLargestFile = std::uint64_t{128} << 20U;
   static constexpr std::uint64_t kLargestWhole = std::uint64_t{1} << 30U;
 

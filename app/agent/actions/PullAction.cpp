@@ -22,8 +22,7 @@ std::string PullAction::setting(const std::string& key) const {
   return truth.empty() ? answerOf({"config", "--get", key}) : truth;
 }
 
-// git refuses to guess how two histories are brought together where nothing is said of it; here
-// they are merged then.
+// Without a setting, git refuses to guess how to combine two histories; here they are merged.
 void PullAction::readSettings() {
   const std::string head = answerOf({"symbolic-ref", "--quiet", "--short", "HEAD"});
   std::string rebase = head.empty() ? std::string() : setting("branch." + head + ".rebase");
@@ -40,8 +39,8 @@ void PullAction::readSettings() {
   if (fastForward_ == kFastForwardOnly || !job_.hasHeadCommit()) rebase_ = Rebase::No;
 }
 
-// Where the branch here began, by what is known of the other before it is fetched: commits that
-// were taken away there are not brought back.
+// Where the local branch forked from the remote one as it was known before the fetch: commits that
+// were removed there are not brought back.
 std::string PullAction::forkPoint() const {
   return answerOf({"merge-base", "--fork-point", job_.target().reference->fullName, "HEAD"});
 }

@@ -9,8 +9,8 @@
 
 namespace kelpie::agent {
 
-// A pull as git does it, by the user's settings for it, but in two steps: what has been fetched is
-// looked at before it is brought into the working folder. On the job's queue.
+// A pull as git does it, by the user's settings for it, but in two steps: the fetched commits are
+// examined before they are brought into the working folder. On the job's queue.
 class PullAction {
  public:
   // `branch` is the full name there; the job's target is what is known of it here.
@@ -23,7 +23,7 @@ class PullAction {
   enum class Rebase { No, Yes, WithMerges };
 
   std::string answerOf(const Arguments& arguments) const;
-  // The setting's value, "true" or "false" for whatever git takes for that; empty: not set.
+  // The setting's value, "true" or "false" for any spelling that git knows; empty when not set.
   std::string setting(const std::string& key) const;
   void readSettings();
   std::string forkPoint() const;

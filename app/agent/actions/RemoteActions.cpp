@@ -110,7 +110,7 @@ ActionOutcome pull(ActionJob& job) {
   return PullAction(job, branch.remote.name, branch.name).run();
 }
 
-// A branch goes where it comes from, and under its own name where it comes from nowhere.
+// A branch is pushed to its upstream, or under its own name if it has none.
 ActionOutcome push(ActionJob& job) {
   const Reference& reference = *job.target().reference;
   if (reference.isDetached)

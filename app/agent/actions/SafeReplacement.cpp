@@ -17,7 +17,7 @@ using Site = SafeReplacement::Site;
 using Paths = std::vector<std::string>;
 
 constexpr const char* kRestless = "The files keep changing. Nothing was done.";
-// A person who agrees so often does not see what changes.
+// A person who agrees that often does not see what changes.
 constexpr int kMostQuestions = 5;
 constexpr std::size_t kMostNames = 5;
 
@@ -31,7 +31,7 @@ class Replacing {
  private:
   std::optional<ActionOutcome> look(Sites& sites) const;
   std::optional<ActionOutcome> ask();
-  // Missing while everything is as it was; sites_ is brought up to date.
+  // Absent while everything is as it was; sites_ is brought up to date.
   enum class News { None, Changed };
   std::variant<News, ActionOutcome> lookAgain();
   std::string keep();
@@ -98,7 +98,8 @@ std::optional<ActionOutcome> Replacing::ask() {
   return job_.refused(question);
 }
 
-// Leaves out of the new plan what the question did not count. True when something was left out.
+// Removes from the new plan everything that the question did not count. True when something was
+// removed.
 bool restrict(Sites& now, const Sites& before) {
   bool hasMore = false;
   std::erase_if(now, [&](const Site& site) {
@@ -199,7 +200,7 @@ ActionOutcome SafeReplacement::setIndex(const GitCommand& git, const Paths& remo
                                         const std::string& entries) {
   std::string input;
   if (!removed.empty()) {
-    // As long as this repository's names of objects are.
+    // As long as object names in this repository.
     const ProgramResult empty = git.ask({"hash-object", "--stdin"});
     if (!empty.succeeded()) return ActionOutcome::of(empty);
     const std::string none(empty.output.find('\n'), '0');

@@ -17,9 +17,9 @@
 namespace kelpie::agent {
 
 // How an action replaces files that git may not be able to give back: it asks, looks again after
-// the answer, puts aside what is in no commit, and only then touches exactly what the question
-// counted. What is new since the question stays; what has changed meanwhile is asked about again.
-// Blocks while git, or the user, answers.
+// the answer, puts aside content that is in no commit, and only then touches exactly what the
+// question counted. Files that are new since the question stay; files that have changed since are
+// asked about again. Blocks while git, or the user, answers.
 class SafeReplacement {
  public:
   // One working copy that is touched: that of the action, or one of its submodules.
@@ -32,18 +32,19 @@ class SafeReplacement {
   using Sites = std::vector<Site>;
 
   struct Parts {
-    // What is to be done, as things are now, that of the action's own working copy first; or how
-    // the action ends.
+    // The plans by the present state, that of the action's own working copy first; or the action's
+    // outcome.
     std::function<std::variant<Sites, ActionOutcome>()> plan;
     // The question that comes before. Empty: nothing needs to be asked, unless something cannot
     // be put aside.
     std::function<std::string(const Sites&)> question;
     // Carries it out.
     std::function<ActionOutcome(const Sites&)> carryOut;
-    // Whether more is touched than the plan of the time of the question: then everything new is
+    // Whether more is touched than the plan at the time of the question: then everything new is
     // asked about, too.
     bool touchesAll = false;
-    // Missing: what PathSurvey::atStake() says. Of those, the ones that the action may destroy.
+    // The paths at stake (PathSurvey::atStake()) that the action may destroy; all of them when this
+    // is null.
     std::function<std::set<std::string>(const Site&)> stakes = nullptr;
   };
 
@@ -52,13 +53,13 @@ class SafeReplacement {
   // The first few of the paths, as a question names them.
   static std::string named(const std::vector<std::string>& paths);
 
-  // The status of now; null when git does not tell it.
+  // The present status; null when git does not tell it.
   static std::shared_ptr<const StatusSnapshot> statusOf(const GitCommand& git,
                                                         const WorkingCopy& workingCopy);
   // Gives the index and the working folder the entries of the plan. Nothing outside the plan is
   // touched. The index comes first, so that an index that is locked leaves all files alone.
   static ActionOutcome replace(const GitCommand& git, const Site& site);
-  // What the index has at these paths becomes `entries`, by git's own format.
+  // Sets the index at these paths to `entries`, in git's own format.
   static ActionOutcome setIndex(const GitCommand& git, const std::vector<std::string>& removed,
                                 const std::string& entries);
 };

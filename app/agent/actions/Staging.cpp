@@ -74,7 +74,7 @@ ActionOutcome Staging::stage(const Paths& paths) const {
 
 ActionOutcome Staging::stageFiles(const Paths& files) const {
   if (ActionOutcome outcome = refuseStrangers(files); !outcome.isDone()) return outcome;
-  // What is gone, also behind a link that has taken the place of its folder, is told apart.
+  // Deleted files are told apart, also those behind a link that has replaced their folder.
   WorkingFiles there(git_.folder());
   Paths present;
   Paths gone;
@@ -88,7 +88,7 @@ ActionOutcome Staging::stageFiles(const Paths& files) const {
   return SafeReplacement::setIndex(git_, gone, "");
 }
 
-// What the plumbing would take, or pass over, without a word.
+// Paths that the plumbing would accept, or skip, without a word.
 ActionOutcome Staging::refuseStrangers(const Paths& files) const {
   const std::set<std::string, std::less<>> wanted(files.begin(), files.end());
   // A folder that became a file is known by what it held.

@@ -8,20 +8,20 @@
 
 namespace kelpie::agent {
 
-// Puts files into the index and takes them out again, in time of their number: git tries each path
-// that it is given as a pattern on every file. Any thread; blocks while git works.
+// Puts files into the index and takes them out again, in time proportional to their number: git
+// itself matches each given path against every file. Any thread; blocks while git works.
 class Staging {
  public:
   // `git` runs in the root of the working copy, to which all paths are relative.
   explicit Staging(const GitCommand& git) : git_(git) {}
 
   // As `git add --all` does: new, changed and deleted files, folders with all that is in them.
-  // Refuses ignored files, and paths where nothing is, and does nothing then.
+  // Refuses ignored files and paths where nothing exists, and does nothing then.
   ActionOutcome stage(const std::vector<std::string>& paths) const;
-  // As `git reset` does: the index has of these paths, and below them, what the last commit has.
+  // As `git reset` does: the index gets the last commit's entries for these paths and below them.
   ActionOutcome unstage(const std::vector<std::string>& paths) const;
 
-  // So many paths git is given as they are.
+  // Up to this number paths are given to git as they are.
   static constexpr std::size_t kFewPaths = 100;
 
  private:

@@ -22,7 +22,7 @@ bool holdsUntracked(const StatusSnapshot& status, const std::vector<std::string>
 
 ActionOutcome saveStash(ActionJob& job) {
   const Dialogs::Answer message = Dialogs::ask("Stash as:", "Work in progress");
-  // A stash can do without words of the user's.
+  // A stash needs no message of the user's.
   if (message.end == Dialogs::End::Cancelled) return ActionOutcome::cancelled();
   Arguments arguments = {"stash", "push", "-q"};
   if (message.given()) arguments.insert(arguments.end(), {"-m", message.text});

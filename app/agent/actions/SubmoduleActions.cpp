@@ -15,7 +15,7 @@
 namespace kelpie::agent {
 namespace {
 
-// What git would call the folder of a clone.
+// The name that git would give the folder of a clone.
 std::string folderNameOf(std::string_view url) {
   while (url.ends_with('/')) url.remove_suffix(1);
   if (url.ends_with(".git")) url.remove_suffix(4);
@@ -32,7 +32,7 @@ ActionOutcome addSubmodule(ActionJob& job) {
   return job.change({"submodule", "--quiet", "add", "--", url.text, path.text});
 }
 
-// What the submodule holds that is in no commit of it.
+// The content of the submodule that is in none of its commits.
 std::variant<SafeReplacement::Sites, ActionOutcome> changesIn(const ActionJob& job,
                                                               const std::string& path) {
   const std::string root = job.workingCopy().root + "/" + path;

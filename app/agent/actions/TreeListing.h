@@ -10,7 +10,7 @@
 
 namespace kelpie::agent {
 
-// What git keeps at one path: of a commit, or of the index.
+// The entry of a commit or of the index at one path.
 struct TreeEntry {
   std::string mode;  // as git writes it, such as "100644"
   std::string oid;
@@ -24,7 +24,7 @@ class TreeListing {
  public:
   using Filter = std::function<bool(std::string_view path)>;
   // Those paths (relative to the root) of `commit`, a full reference name, "HEAD" or an object's
-  // name, that `wanted` accepts. Empty for a "HEAD" without a commit. Missing when git does not
+  // name, that `wanted` accepts. Empty for a "HEAD" without a commit. Absent when git does not
   // tell. Blocks while git answers; `git` runs in the root.
   static std::optional<TreeListing> read(const GitCommand& git, const std::string& commit,
                                          const Filter& wanted);

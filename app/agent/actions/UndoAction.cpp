@@ -38,7 +38,7 @@ bool isAsLeft(const Item& item, const PathSurvey::State& now) {
   return item.target ? now.isClean : !now.presence.isContent();
 }
 
-// What the working folder is to have; a submodule's entry where it is left alone.
+// The entry that the working folder is to have; for a submodule that is left alone, its entry.
 std::optional<TreeEntry> targetOf(const Item& item) {
   switch (item.kind) {
     case Item::Kind::File:
@@ -115,7 +115,7 @@ ActionOutcome Restoring::restoreIndex(const Site& site) const {
 std::string Restoring::write(const std::string& path, std::string_view content, const Site& site) {
   const Item& item = record_.items.at(path);
   WorkingFiles::Presence before = site.survey.at(path).presence;
-  // A folder that was there is empty, and gone by now; so is what was in the way.
+  // A former folder was empty and is gone by now, and so is what was in the way.
   if (!before.isContent()) before = {};
   return item.kind == Item::Kind::Link ? files_.writeLink(path, std::string(content), before)
                                        : files_.writeFile(path, content, item.mode, before);

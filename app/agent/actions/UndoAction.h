@@ -6,8 +6,9 @@ namespace kelpie::agent {
 
 class ActionJob;
 
-// Brings back what the last action of this working copy put aside: files, what was staged, and the
-// merge that it ended. Asks where something was changed since, which it puts aside in turn. Blocks.
+// Brings back what the last action of this working copy put aside: files, staged content, and the
+// merge that it ended. Asks where something was changed since then, and puts that aside in turn.
+// Blocks.
 ActionOutcome undoDiscard(ActionJob& job);
 
 }  // namespace kelpie::agent

@@ -7,7 +7,7 @@
 namespace kelpie::agent {
 
 // The page that a server most likely shows for the repository at a remote's address (https, ssh or
-// user@host:path), without a user's name or password. Missing for an address of another kind, such
+// user@host:path), without a user's name or password. Absent for an address of another kind, such
 // as a folder. Any thread.
 std::optional<std::string> webAddress(std::string_view remoteUrl);
 

@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// One window per file: more than these nobody looks at.
+// One window per file, but no more than a person looks at.
 constexpr std::size_t kMostWindows = 8;
 
 // Against the last commit, where there is one: staged changes are changes, too.

@@ -175,7 +175,7 @@ WorkingFiles::Presence WorkingFiles::look(const std::string& path) {
 bool WorkingFiles::isReadable(const std::string& path) {
   const Place place = placeOf(path);
   if (place.folder < 0) return false;
-  // It may have become a pipe meanwhile, which must not hold this up.
+  // It may have become a pipe meanwhile, which must not block this.
   const int file =
       openat(place.folder, place.name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
   if (file < 0) return false;

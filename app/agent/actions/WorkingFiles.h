@@ -21,9 +21,9 @@ class WorkingFiles {
     Link,
     Folder,
     Other,    // a pipe, a socket, a device
-    Blocked,  // one of the folders above is there, and is no folder
+    Blocked,  // one of the folders above exists but is not a folder
   };
-  // What tells one state of a file from another. Empty for all but files and links.
+  // The traits that tell one state of a file from another. Empty for anything but files and links.
   struct Print {
     std::uint64_t device = 0;
     std::uint64_t number = 0;
@@ -36,7 +36,7 @@ class WorkingFiles {
   struct Presence {
     Kind kind = Kind::Missing;
     Print print;
-    std::string blockedBy;  // the path that is no folder
+    std::string blockedBy;  // the path that is not a folder
 
     bool isContent() const { return kind == Kind::File || kind == Kind::Link; }
     friend bool operator==(const Presence&, const Presence&) = default;
@@ -51,24 +51,24 @@ class WorkingFiles {
   Presence look(const std::string& path);
   // Whether the content of a file can be read.
   bool isReadable(const std::string& path);
-  // Missing for anything but a link.
+  // Absent for anything but a link.
   std::optional<std::string> linkTarget(const std::string& path);
-  // The files, links and other things in a folder and the folders below, at most `limit`; missing
+  // The files, links and other things in a folder and the folders below, at most `limit`; absent
   // when there are more, or when it cannot be read.
   std::optional<std::vector<std::string>> contents(const std::string& folder, std::size_t limit);
 
-  // Each answers what went wrong, or an empty text.
+  // Each returns what went wrong, or an empty text.
   // Removes a file or link that is still as it was, and the folders above that are empty then.
   std::string remove(const std::string& path, const Print& print);
   // Removes a folder with nothing but empty folders in it; leaves everything else.
   void removeEmptyFolders(const std::string& folder);
-  // Puts a file with that content and those permissions there, or a link to it; folders above are
-  // made. What is there is replaced only if it is still `before`.
+  // Writes a file with that content and those permissions, or a link to that content; makes the
+  // folders above. Replaces an item there only if it is still `before`.
   std::string writeFile(const std::string& path, std::string_view content, std::uint32_t mode,
                         const Presence& before);
   std::string writeLink(const std::string& path, const std::string& target, const Presence& before);
 
-  // Whether a path stays below the folder and out of every git directory, as those of git do.
+  // Whether a path stays below the folder and outside every git directory, as git's own paths do.
   static bool isSafe(std::string_view path);
 
  private:

@@ -21,7 +21,7 @@ class ActionControl {
   void cancel() { g_cancellable_cancel(cancellable_.get()); }
   bool isCancelled() const { return g_cancellable_is_cancelled(cancellable_.get()) == TRUE; }
 
-  // Whether its turn has come; stays so when it is over.
+  // Whether its turn has come; stays true when it is over.
   bool hasBegun() const { return hasBegun_; }
   // Whether a dialog of it is open.
   bool isAsking() const { return isAsking_; }

@@ -13,7 +13,7 @@ class Askpass {
  public:
   Askpass() = delete;
 
-  // Which action of the agent a git belongs to, for kelpie-askpass.
+  // Names the action of the agent that a git belongs to, for kelpie-askpass.
   static constexpr const char* kActionVariable = "KELPIE_ACTION";
 
   // The variables for a git of the action with that number. What the user has set, in the

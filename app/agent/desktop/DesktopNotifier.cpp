@@ -79,7 +79,7 @@ void DesktopNotifier::show(Key key, const std::string& title, const std::string&
   }
   const std::string shownTitle = printableText(shortened(title));
   const std::string shownText = printableLines(shortened(text));
-  // The body may be markup, and a file name is none.
+  // The body may be markup, but a file name is not.
   const GCharPtr body(
       g_markup_escape_text(shownText.data(), static_cast<gssize>(shownText.size())));
   GVariantBuilder actions;

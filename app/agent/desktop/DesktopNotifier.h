@@ -23,7 +23,7 @@ class DesktopNotifier final : public Notifier {
 
   // `bus` is null where there is none. `log` outlives this.
   DesktopNotifier(GDBusConnection* bus, Log& log);
-  // What is under way is given up.
+  // Calls under way are given up.
   ~DesktopNotifier() override;
   DesktopNotifier(const DesktopNotifier&) = delete;
   DesktopNotifier& operator=(const DesktopNotifier&) = delete;
@@ -34,7 +34,7 @@ class DesktopNotifier final : public Notifier {
   Key offer(const std::string& title, const std::string& text, Button button) override;
   void withdraw(Key key) override;
 
-  // Of so many with a button it keeps account; those before them stay, but their buttons do
+  // Keeps account of this many notifications with a button; older ones stay, but their buttons do
   // nothing.
   static constexpr std::size_t kMostOffers = 64;
 
@@ -47,7 +47,7 @@ class DesktopNotifier final : public Notifier {
 
   void show(Key key, const std::string& title, const std::string& text, const std::string& label);
   void close(std::uint32_t number);
-  // The offer with the desktop's number; the end when there is none.
+  // The offer with the desktop's number; the end iterator when there is none.
   std::map<Key, Offer>::iterator offerOf(std::uint32_t number);
   static void answered(GObject* bus, GAsyncResult* result, gpointer call);
   static void heard(GDBusConnection* bus, const gchar* sender, const gchar* path,

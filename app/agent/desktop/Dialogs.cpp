@@ -18,10 +18,10 @@ namespace kelpie::agent {
 namespace {
 
 constexpr const char* kTitle = "Kelpie";
-// Both programs answer so when the user has agreed; by one of the others when not.
+// The exit status of both programs when the user has agreed; other ones mean no.
 constexpr int kAgreed = 0;
 constexpr int kLastRefusal = 2;
-// What they say where there is no display after all.
+// Their message where there is no display after all.
 constexpr std::array<std::string_view, 2> kNoDisplay = {"open display", "connect to display"};
 
 enum class Program { None, Zenity, Kdialog };
@@ -54,7 +54,7 @@ std::string forZenityLabel(const std::string& text, bool isMarkup) {
   return label;
 }
 
-// What may be picked from, one line each. No word may pass for an option.
+// The choices, one line each. No word may pass for an option.
 std::string asChoice(const std::string& text) {
   const std::string shown = printableText(text);
   return shown.starts_with('-') ? " " + shown : shown;
@@ -77,7 +77,7 @@ Dialogs::End endOf(const ProgramResult& result) {
   const bool noDisplay = std::ranges::any_of(kNoDisplay, [&](std::string_view words) {
     return result.errors.find(words) != std::string::npos;
   });
-  // Whatever else they end with, it is no consent.
+  // Any other exit status is not a consent.
   return result.status > kLastRefusal || noDisplay ? Dialogs::End::Unavailable
                                                    : Dialogs::End::Cancelled;
 }
@@ -96,7 +96,7 @@ Dialogs::Answer run(Arguments arguments) {
   return answer;
 }
 
-// An answer of no text is none.
+// An empty text is not an answer.
 Dialogs::Answer needingText(Dialogs::Answer answer) {
   if (answer.given() && answer.text.empty()) answer.end = Dialogs::End::Cancelled;
   return answer;
@@ -182,7 +182,7 @@ Dialogs::Answer Dialogs::askSecret(const std::string& prompt) {
   return {};
 }
 
-// Both programs answer with the number that stands for the choice.
+// Both programs return the number that stands for the choice.
 Dialogs::Answer Dialogs::choose(const std::string& prompt,
                                 const std::vector<std::string>& choices) {
   Arguments arguments;

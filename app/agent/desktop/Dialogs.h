@@ -7,19 +7,19 @@
 namespace kelpie::agent {
 
 // Asks the user through zenity or kdialog, whichever is found on PATH. Each question blocks until
-// it is answered, so no main loop asks one. Texts may hold any bytes; what could pass for something
-// else is shown as printableLines() has it, so that only a line end in a name, which goes through
-// printableText() before, could still forge a question. Any thread.
+// it is answered, so none is asked on the main thread. Texts may hold any bytes; misleading
+// characters are shown as by printableLines(), so that only a line end in a name, which goes
+// through printableText() before, could still forge a question. Any thread.
 class Dialogs {
  public:
   enum class End {
     Answered,
     Cancelled,
-    Unavailable,  // there is no such program, or no display to show it on
+    Unavailable,  // no such program, or no display to show it on
   };
   struct Answer {
     End end = End::Unavailable;
-    // What was typed or picked.
+    // The text that was typed or picked.
     std::string text;
     std::size_t choice = 0;
 

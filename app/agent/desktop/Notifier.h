@@ -6,7 +6,7 @@
 
 namespace kelpie::agent {
 
-// Tells the user something that nobody asked for. Main thread; nothing here waits.
+// Tells the user something without being asked. Main thread; nothing here waits.
 class Notifier {
  public:
   // Names a notification that can be taken back.
@@ -22,7 +22,7 @@ class Notifier {
   virtual void notify(const std::string& title, const std::string& text) = 0;
   // The same with a button, where the desktop has buttons.
   virtual Key offer(const std::string& title, const std::string& text, Button button) = 0;
-  // Takes a notification back; its button is never called again. Nothing for one that is gone.
+  // Takes a notification back; its button is never called again. Does nothing for one that is gone.
   virtual void withdraw(Key key) = 0;
 };
 

@@ -16,11 +16,11 @@ namespace kelpie::agent {
 class ToolCommands {
  public:
   ToolCommands() = default;
-  // `file` is a GKeyFile; one that is not there says nothing. What is wrong with it is added to
-  // `problems`, a line each, and the rest counts.
+  // `file` is a GKeyFile; an absent file says nothing. Mistakes in it are added to `problems`, a
+  // line each, and the rest counts.
   static ToolCommands read(const std::string& file, std::vector<std::string>& problems);
 
-  // What the placeholders of a command stand for.
+  // The values for the placeholders of a command.
   struct Values {
     std::string root;
     std::vector<std::string> paths;  // relative to the root
@@ -31,12 +31,12 @@ class ToolCommands {
     std::string address;  // of a page on the web
   };
 
-  // Whether the user has a command of his own for the action.
+  // Whether the user has set a command for the action.
   bool isOverridden(std::string_view action) const { return own_.contains(key(action)); }
   // The user's own command of that key; null when there is none.
   const std::vector<std::string>* own(std::string_view action) const;
   // The program to start for the action, in the root. There is no shell: a word with a placeholder
-  // stays one word. Missing when a placeholder of the command has nothing to stand for.
+  // stays one word. Absent when a placeholder of the command has no value.
   std::optional<ProgramCall> call(std::string_view action, std::string_view fallback,
                                   const Values& values) const;
 

@@ -7,16 +7,16 @@
 
 namespace kelpie::agent {
 
-// The state of some files at one time, missing ones included, which tells later whether they are
-// still the same. Of a folder only that it is the same one. A value.
+// The state of some files at one time, also of files that do not exist, to tell later whether they
+// have changed. A folder counts as unchanged while it is the same folder. A value.
 class FileStamps {
  public:
   FileStamps() = default;
   // Looks at the files now; absolute paths.
   explicit FileStamps(std::vector<std::string> files);
 
-  // Whether each file is as it was. False as well for as long as a file is so young that another
-  // change might leave the same traces.
+  // Whether each file is as it was. False as well while a file is so young that another change
+  // might leave the same times.
   bool stillHold() const;
 
  private:

@@ -18,9 +18,9 @@ using Arguments = std::vector<std::string>;
 // Names and values of variables.
 using Environment = std::vector<std::pair<std::string, std::string>>;
 
-// The `git` program, run in one folder. Every call blocks until git has ended, so no main loop
-// makes one. What the environment says of another repository (GIT_DIR and its like) is kept from
-// git. Any thread; cheap to copy.
+// The `git` program, run in one folder. Every call blocks until git has ended, so none is made on
+// the main thread. Variables that name another repository (GIT_DIR and the like) are kept from git.
+// Any thread; cheap to copy.
 class GitCommand {
  public:
   // `program` is the path of git, or a name that is looked up on PATH.
@@ -30,15 +30,15 @@ class GitCommand {
   const std::string& folder() const { return folder_; }
   // The same git in another folder.
   GitCommand in(std::string folder) const;
-  // The same git, whose questions run nothing that a repository names for itself and does not have
-  // the user's trust for. Without a guard only what can be switched off in every repository is.
+  // The same git, whose questions run no program that a repository names for itself unless the user
+  // trusts it. Without a guard, only the programs that can be switched off in every repository are.
   GitCommand guardedBy(std::shared_ptr<ProgramGuard> guard) const;
   GitCommand unguarded() const { return {program_, folder_}; }
-  // The same git in the root of the working copy, which changes nothing anywhere else: before each
-  // change it is looked at whether the folder still is that working copy.
+  // The same git in the root of the working copy, and for changes there only: each change first
+  // checks that the folder still is that working copy.
   GitCommand within(const WorkingCopy& workingCopy) const;
 
-  // The same git with further variables where it changes something.
+  // The same git with further variables for its changes.
   GitCommand withVariables(Environment variables) const;
 
   // Asks git something: it takes no lock that could hinder the user's own git, answers in English,
@@ -58,7 +58,7 @@ class GitCommand {
   // without a guard.
   std::vector<std::string> settingsFiles() const;
 
-  // Why nothing may be changed here now, for people; empty when there is nothing against it.
+  // Why nothing may be changed here now, for people; empty when changes are allowed.
   std::string objection() const;
 
   // Has git change something. It never waits for a terminal or an editor: a message that would be

@@ -13,13 +13,13 @@ namespace kelpie::agent {
 // and variable in lower case, a subsection as it is written. All bytes.
 class GitConfig {
  public:
-  // What does not look like such output reads as no settings.
+  // Text that is not such output reads as no settings.
   static GitConfig parse(std::string_view output);
 
-  // The value that counts, which is the last one; missing when the key is not set.
+  // The effective value, which is the last one; absent when the key is not set.
   std::optional<std::string> get(std::string_view key) const;
   std::vector<std::string> all(std::string_view key) const;
-  // As git reads a boolean; `fallback` when the key is not set or no boolean.
+  // As git reads a boolean; `fallback` when the key is not set or not a boolean.
   bool getBool(std::string_view key, bool fallback) const;
   // The subsections of a section, such as the remotes of "remote", in the order of the settings.
   std::vector<std::string> subsections(std::string_view section) const;

@@ -9,7 +9,7 @@ namespace {
 constexpr std::string_view kPrefix = "git version ";
 constexpr std::chrono::milliseconds kLimit = std::chrono::seconds(10);
 
-// Takes a number from the beginning of the text.
+// Cuts a number off the beginning of the text.
 std::optional<int> cutNumber(std::string_view& text) {
   int number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);

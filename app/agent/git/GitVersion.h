@@ -19,8 +19,8 @@ struct GitVersion {
   }
 
   std::string text() const { return std::to_string(major) + "." + std::to_string(minor); }
-  // What `git --version` printed, such as "git version 2.39.5 (some vendor)". Missing for anything
-  // else.
+  // Parses the output of `git --version`, such as "git version 2.39.5 (some vendor)". Absent for
+  // anything else.
   static std::optional<GitVersion> parse(std::string_view text);
 };
 
@@ -28,7 +28,7 @@ struct GitVersion {
 // each setting is ("config --show-scope").
 inline constexpr GitVersion kOldestGit{2, 26};
 
-// Why git cannot be used: it is not there, or it is too old. Missing when it can. Blocks while git
+// Why git cannot be used: it is not installed, or too old. Absent when it can. Blocks while git
 // answers. Any thread.
 std::optional<std::string> problemOfGit(const GitCommand& git);
 

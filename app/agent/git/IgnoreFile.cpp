@@ -17,14 +17,14 @@ namespace kelpie::agent {
 namespace {
 
 constexpr std::string_view kSpecial = "\\*?[";
-// Nobody writes a larger one.
+// No real version has a larger one.
 constexpr std::size_t kLargestFile = std::size_t{16} << 20U;
 
 std::string systemError(const std::string& file) {
   return file + ": " + std::generic_category().message(errno);
 }
 
-// Missing when the file is too large or cannot be read.
+// Absent when the file is too large or cannot be read.
 std::optional<std::string> contentOf(int fd) {
   std::string content;
   std::array<char, 65536> buffer{};

@@ -15,7 +15,7 @@ constexpr std::string_view kMonitor = "core.fsmonitor";
 // extensions.
 constexpr std::string_view kLfsExtension = "lfs.extension.";
 constexpr std::string_view kLfs = "lfs";
-// More names than these nobody wants to read.
+// The most names that anybody wants to read.
 constexpr std::size_t kMostNamed = 20;
 
 // section.subsection.variable, where the subsection may hold dots of its own.
@@ -33,7 +33,7 @@ KeyParts partsOf(std::string_view key) {
   return {key.substr(0, first), key.substr(first + 1, last - first - 1), key.substr(last + 1)};
 }
 
-// A path from the working folder: the repository supplies the program, whoever names it.
+// A path into the working folder: the repository supplies the program, even if the user names it.
 bool isFromWorkingFolder(const std::string& command) {
   const std::string_view word = std::string_view{command}.substr(0, command.find_first_of(" \t"));
   constexpr std::string_view kElsewhere = "/~$\"'";
@@ -41,7 +41,7 @@ bool isFromWorkingFolder(const std::string& command) {
          kElsewhere.find(word.front()) == std::string_view::npos;
 }
 
-// git takes these for whether its own monitor is used, which is no program of the repository.
+// With these values git uses its own monitor or none, not a program of the repository's.
 bool isBoolean(const std::string& value) {
   constexpr std::array<const char*, 9> kSwitches = {"",      "true", "yes", "on", "1",
                                                     "false", "no",   "off", "0"};
@@ -113,7 +113,7 @@ void Collector::switchOff(const std::string& filter, bool hasProcess) {
   // As soon as there is one, even an empty one, git does not look at the other.
   if (hasProcess) found_.settings.emplace_back(prefix + "process", process);
   const bool runs = !process.empty() || (!hasProcess && !clean.empty());
-  // A filter that must run and is none would make git fail.
+  // A required filter without a command would make git fail.
   std::string required = runs ? config_.usersValue(prefix + "required") : std::string();
   found_.settings.emplace_back(prefix + "required", required.empty() ? "false" : required);
   if (!runs) found_.filters.push_back(filter);
@@ -121,7 +121,7 @@ void Collector::switchOff(const std::string& filter, bool hasProcess) {
 
 OwnPrograms Collector::collect() && {
   for (const ScopedConfig::Entry& entry : config_.entries()) collect(entry);
-  // Whatever stands there by the time git reads it.
+  // Holds whatever the file says by the time git reads it.
   found_.settings.emplace_back(kMonitor, usersCommand(config_, kMonitor));
   for (const auto& [filter, hasProcess] : filters_) switchOff(filter, hasProcess);
   return std::move(found_);

@@ -8,8 +8,8 @@
 
 namespace kelpie::agent {
 
-// The programs that a repository's own configuration has git run while it answers questions, and
-// what switches them off. A value.
+// The programs that a repository's own configuration makes git run for a question, and the settings
+// that switch them off. A value.
 struct OwnPrograms {
   static OwnPrograms of(const ScopedConfig& config);
 
@@ -18,7 +18,7 @@ struct OwnPrograms {
   std::vector<std::pair<std::string, std::string>> settings;
   // The filter drivers that are switched off by them.
   std::vector<std::string> filters;
-  // What would be run otherwise, a line each, such as "filter.x.clean: /bin/x". Bytes.
+  // The programs that would be run otherwise, a line each, such as "filter.x.clean: /bin/x". Bytes.
   std::vector<std::string> programs;
   // Whether git would fetch missing objects from a remote.
   bool isPartialClone = false;

@@ -7,14 +7,14 @@
 
 namespace kelpie::agent {
 
-// What a selection of paths (relative to the root, "." for the root itself) holds: each of them,
+// The scope of a selection of paths (relative to the root, "." for the root itself): each of them
 // and everything below it. Any thread.
 class PathScope {
  public:
   // `paths` outlives this.
   explicit PathScope(const std::vector<std::string>& paths);
 
-  // In time of the path's length, however many paths were selected.
+  // Takes time proportional to the path's length, however many paths were selected.
   bool contains(std::string_view path) const;
 
  private:

@@ -22,9 +22,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Beyond these what is known is forgotten, and asked again.
+// The most folders that are remembered; beyond these everything is forgotten and asked again.
 constexpr std::size_t kMostRecords = 4000;
-// Beyond these git is not let into submodules.
+// The most submodules that git is let into.
 constexpr std::size_t kMostSubmodules = 1000;
 constexpr std::size_t kDeepest = 8;
 // So many settings still go into one call.
@@ -51,7 +51,7 @@ bool isTrusted(const WorkingCopy& workingCopy, const std::vector<std::string>& t
 
 }  // namespace
 
-// What comes of a folder's repository and of its submodules'.
+// The result for a folder's repository and its submodules.
 struct ProgramGuard::Visit {
   ReadingRules rules{{}, {}, {}, true, true};
   std::vector<std::string> trusted;
@@ -132,7 +132,7 @@ void ProgramGuard::visit(const std::string& folder, std::size_t depth, Visit& vi
       return;
     }
     if (!record->failure.empty()) visit.rules.refusal = record->failure;
-    // A ".git" that is none: git looks no further in a submodule.
+    // Not a valid ".git": git looks no further in a submodule.
     if (!record->workingCopy || (depth > 0 && record->workingCopy->root != folder)) return;
     add(*record, visit);
     submodules = record->submodules;
@@ -173,8 +173,8 @@ void ProgramGuard::readConfiguration(Record& record, const std::string& folder) 
   record.failure = std::move(finding.failure);
   record.isElsewhere = finding.isElsewhere;
   if (!record.workingCopy) return;
-  // What changes while git reads is seen the next time; so the files are looked at before, and what
-  // is new among them is read once more.
+  // A change while git reads is seen the next time, since the files are looked at before; new ones
+  // among them are read once more.
   std::vector<std::string> files = filesOfUser();
   const WorkingCopy& copy = *record.workingCopy;
   // An "includeIf" may ask for the branch.

@@ -17,17 +17,18 @@
 
 namespace kelpie::agent {
 
-// Sees to it that looking at a repository runs no program that the repository names for itself,
-// unless the user trusts it, and that nothing is changed outside the folder that was shown. What a
-// configuration says is kept for as long as none of its files has changed, which a question then
-// costs some looks at the file system. Any thread; blocks while git answers.
+// Makes sure that looking at a repository runs no program that the repository names for itself,
+// unless the user trusts it, and that nothing is changed outside the folder that was shown. A
+// configuration is remembered until one of its files changes; checking that costs each question
+// some looks at the file system. Any thread; blocks while git answers.
 class ProgramGuard {
  public:
   struct Callbacks {
-    // The repositories that the user trusts, by the paths of their roots; asked for each reading.
+    // Returns the repositories that the user trusts, by the paths of their roots; called for each
+    // reading.
     std::function<std::vector<std::string>()> trusted;
-    // The programs of the repository at that root are not run, a line each; none: there is nothing
-    // any more that is not run. Called on a change, on the thread that reads.
+    // Receives the programs of the repository at that root that are not run, a line each; empty
+    // when none is withheld any more. Called on a change, on the thread that reads.
     std::function<void(const std::string& root, const std::vector<std::string>& programs)> withheld;
   };
 
@@ -40,12 +41,12 @@ class ProgramGuard {
   // How git may be asked in the folder now.
   ReadingRules rulesFor(const std::string& folder);
 
-  // What else than the configuration in its git directory the repository itself names, and each of
-  // its submodules: see ownSettingsFiles(). None outside every repository.
+  // The files, besides the configuration in its git directory, that the repository itself and each
+  // of its submodules names: see ownSettingsFiles(). None outside every repository.
   std::vector<std::string> settingsFilesOf(const std::string& folder);
 
-  // Why nothing may be changed in the working copy: it is not as it was found any more, or the work
-  // tree of one of its submodules is elsewhere. Empty when there is nothing against it.
+  // Why nothing may be changed in the working copy: it has changed since it was found, or the work
+  // tree of one of its submodules is elsewhere. Empty when changes are allowed.
   std::string objectionTo(const WorkingCopy& workingCopy);
 
  private:
@@ -55,8 +56,8 @@ class ProgramGuard {
     FileStamps configurationStamps KELPIE_GUARDED_BY(mutex);
     std::vector<std::string> configurationFiles KELPIE_GUARDED_BY(mutex);
     std::vector<std::string> ownFiles KELPIE_GUARDED_BY(mutex);  // see settingsFilesOf()
-    std::string failure KELPIE_GUARDED_BY(mutex);                // not empty: why nothing is known
-    bool isElsewhere KELPIE_GUARDED_BY(mutex) = false;           // since its work tree is elsewhere
+    std::string failure KELPIE_GUARDED_BY(mutex);                // why nothing is known, or empty
+    bool isElsewhere KELPIE_GUARDED_BY(mutex) = false;           // its work tree is elsewhere
     // Missing in a folder outside every repository.
     std::optional<WorkingCopy> workingCopy KELPIE_GUARDED_BY(mutex);
     OwnPrograms programs KELPIE_GUARDED_BY(mutex);

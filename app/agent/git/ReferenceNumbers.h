@@ -6,9 +6,9 @@
 
 namespace kelpie::agent {
 
-// The numbers by which menu items name references. A reference keeps its number for as long as it
-// is there, and no number is given twice, in another repository or by an agent that ran before
-// neither, so that an item of an old menu never names another reference. One thread at a time.
+// The numbers by which menu items name references. A reference keeps its number as long as it
+// exists. No number is ever given twice, not in another repository and not by a former run of the
+// agent, so that an item of an old menu never names another reference. One thread at a time.
 class ReferenceNumbers {
  public:
   // The number of the reference, a new one at first.

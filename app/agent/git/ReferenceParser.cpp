@@ -44,7 +44,7 @@ bool isNumber(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-// The component of `name` that stands for the pattern's last '*'; missing when it does not match.
+// The component of `name` that stands for the pattern's last '*'; absent when it does not match.
 std::optional<std::string_view> numberIn(std::string_view name, std::string_view pattern) {
   const std::vector<std::string_view> want = fieldsOf(pattern, '/');
   const std::vector<std::string_view> have = fieldsOf(name, '/');

@@ -22,7 +22,7 @@ struct ListedReference {
 inline constexpr const char* kReferenceFormat =
     "--format=%(refname)%00%(objectname)%00%(*objectname)%00%(upstream)%00%(HEAD)%00%(symref)";
 
-// What git printed with that format. Missing when the text is not such output.
+// Parses git's output in that format. Absent when the text is not such output.
 std::optional<std::vector<ListedReference>> parseReferences(std::string_view output);
 
 // The patterns under which forges keep the heads of pull requests, for `git for-each-ref`.
@@ -30,18 +30,18 @@ std::vector<std::string> pullRequestPatterns();
 inline constexpr const char* kPullRequestFormat =
     "--format=%(refname)%00%(objectname)%00%(contents:subject)";
 
-// What git printed for the patterns with that format. Lines that it would not print are left out.
+// Parses git's output for the patterns in that format. Other lines are left out.
 std::vector<PullRequest> parsePullRequests(std::string_view output);
 
-// What `git stash list -z` printed with "--format=%H%x00%gs", newest first.
+// Parses the output of `git stash list -z --format=%H%x00%gs`, newest first.
 inline constexpr const char* kStashFormat = "--format=%H%x00%gs";
 std::vector<Stash> parseStashes(std::string_view output);
 
-// What the configuration says of remotes.
+// The remotes in the configuration.
 std::vector<Remote> remotesOf(const GitConfig& config);
-// What `.gitmodules`, read as a configuration, says of submodules; one without a path is left out.
+// The submodules in `.gitmodules`, read as a configuration; those without a path are left out.
 std::vector<Submodule> submodulesOf(const GitConfig& modules);
-// Missing when the repository is not set up for git-flow. The lists are still empty.
+// Absent when the repository is not set up for git-flow. The lists are still empty.
 std::optional<Gitflow> gitflowOf(const GitConfig& config);
 
 }  // namespace kelpie::agent

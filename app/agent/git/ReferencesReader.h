@@ -26,7 +26,7 @@ class ReferencesReader {
   Reading read(GCancellable* cancellable = nullptr);
 
  private:
-  // Each fills a part of the snapshot; an empty text, or why it could not.
+  // Each fills a part of the snapshot; returns an empty text, or why it could not.
   std::string readReferences(ReferencesSnapshot& into, bool& hasStash);
   std::string readHead(ReferencesSnapshot& into);
   void readStashes(ReferencesSnapshot& into);

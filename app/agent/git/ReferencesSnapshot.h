@@ -20,7 +20,7 @@ struct Reference {
   std::string upstream;   // full name; empty when it tracks none
   bool isHead = false;
   bool isDetached = false;
-  // What a menu item names the reference by. The same for as long as the repository is open.
+  // What a menu item names the reference by. Stays the same while the repository is open.
   std::int64_t number = 0;
 };
 
@@ -79,16 +79,16 @@ struct ReferencesSnapshot {
   std::vector<PullRequest> pullRequests;
   std::vector<Stash> stashes;
   std::optional<Gitflow> gitflow;
-  // What is checked out; of a repository without a commit, the branch to be. Missing when HEAD
+  // What is checked out; in a repository without a commit, the branch to be. Absent when HEAD
   // cannot be read.
   std::optional<Reference> headBranch;
   bool hasHeadCommit = false;
   bool bare = false;
   bool hasGitlfs = false;
-  // Where a branch is pushed to that has no remote of its own.
+  // The remote that a branch without one of its own is pushed to.
   std::string pushDefault;
 
-  // The reference that a menu item names; null when there is none any more.
+  // The reference that a menu item names; null when it is gone.
   const Reference* referenceWithNumber(std::int64_t number) const;
   const Reference* referenceNamed(std::string_view fullName) const;
   // The remote that a branch of a remote belongs to: the longest name that fits. Null for none.

@@ -5,8 +5,8 @@
 
 namespace kelpie::agent {
 
-// What a repository is in the middle of. The numbers are those that the extension is sent as
-// "KPRepositoryState"; 0 is the normal state.
+// The operation that a repository is in the middle of. The numbers are those that the extension is
+// sent as "KPRepositoryState"; 0 is the normal state.
 enum class RepositoryState : std::int64_t {
   None = 0,
   Merge = 1,
@@ -22,8 +22,8 @@ enum class RepositoryState : std::int64_t {
   ApplyMailboxOrRebase = 11,
 };
 
-// By the files that git keeps in the git directory (of a linked working tree: its own) for as long
-// as an operation is under way. Any thread.
+// Found by the files that git keeps in the git directory (a linked working tree's own) while an
+// operation is under way. Any thread.
 RepositoryState repositoryState(const std::string& gitDirectory);
 
 }  // namespace kelpie::agent

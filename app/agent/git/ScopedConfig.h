@@ -10,7 +10,7 @@
 
 namespace kelpie::agent {
 
-// The settings that count in a folder, and whose each is. A value.
+// The effective settings in a folder, and the owner of each. A value.
 class ScopedConfig {
  public:
   struct Entry {
@@ -20,15 +20,15 @@ class ScopedConfig {
     bool isOwn = false;  // the repository's own, not the user's or the system's
   };
 
-  // Asks git in the folder of `git`, which runs nothing. Missing when git does not tell; `failure`
+  // Asks git in the folder of `git`, which runs nothing. Absent when git does not tell; `failure`
   // says why then.
   static std::optional<ScopedConfig> read(const GitCommand& git, std::string& failure);
 
   const std::vector<Entry>& entries() const { return entries_; }
   // The last value that the user or the system gives to the key; empty without one.
   std::string usersValue(std::string_view key) const;
-  // The files that the settings come from, and those that are to be included should they come to
-  // be. Absolute.
+  // The files that the settings come from, and files to be included that do not exist yet.
+  // Absolute.
   std::vector<std::string> files() const;
 
  private:

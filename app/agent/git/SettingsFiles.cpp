@@ -53,7 +53,7 @@ bool namesAFile(std::string_view key) {
   return key == "core.excludesfile" || key == "core.attributesfile";
 }
 
-// What one file of configuration names. A file that git cannot read names nothing.
+// The files that one file of configuration names. A file that git cannot read names nothing.
 void readListed(const GitCommand& git, const std::string& file, Files& files) {
   const ProgramResult listed = git.ask({"config", "--file", file, "--list", "-z"});
   if (!listed.succeeded()) return;

@@ -9,15 +9,14 @@
 
 namespace kelpie::agent {
 
-// The files of the user and of the system that have a say in every status: configuration, what it
+// The files of the user and of the system that influence every status: configuration, what it
 // includes, and the lists of ignored files and of attributes that it names. Absolute paths, each
-// once, whether there is such a file or not; as many as kMaximumSettingsFiles. Any thread; blocks
-// while git answers.
+// once, existing or not; at most kMaximumSettingsFiles. Any thread; blocks while git answers.
 std::vector<std::string> settingsFiles(const GitCommand& git);
 
-// Those that the repository's own settings are in, or name, but for the configuration in its git
-// directory: what that includes, and its own lists of ignored files and of attributes. In the same
-// way; `config` is what counts in the root of the working copy. Any thread.
+// The same for the repository's own settings, except the configuration in its git directory: the
+// files which that includes, and its lists of ignored files and of attributes. `config` holds the
+// settings of the working copy's root. Any thread.
 std::vector<std::string> ownSettingsFiles(const ScopedConfig& config,
                                           const WorkingCopy& workingCopy);
 

@@ -9,8 +9,8 @@
 namespace kelpie::agent {
 namespace {
 
-// What one letter of git's two stands for, in the index and in the working folder. A copy is a new
-// file; an item that was only announced to the index (".A") is as new as before.
+// The meaning of each of git's two letters, for the index and for the working folder. A copy is a
+// new file; an item that was only announced to the index (".A") is as new as before.
 struct Letter {
   char letter;
   StatusWord index;
@@ -34,7 +34,7 @@ const Letter* letterOf(char letter) {
 // A conflict without a common ancestor.
 constexpr StatusWord kWithoutAncestor = 0x1000;
 
-// Cuts the next field off `line`, which stands before a blank. Missing when there is no blank.
+// Cuts the next field off `line`, which stands before a blank. Absent when there is no blank.
 std::optional<std::string_view> cutField(std::string_view& line) {
   const std::size_t end = line.find(' ');
   if (end == std::string_view::npos) return std::nullopt;
@@ -107,7 +107,7 @@ bool Parser::parseChange(std::string_view fields, int fieldsAfterSub, bool renam
   item.path = fields;
   item.word = static_cast<StatusWord>(index->index | workdir->workdir);
   item.isFolder = submodule->front() == 'S';
-  // What was taken out of the index and announced to it again ("DA") is there.
+  // An item that was removed from the index and announced to it again ("DA") exists.
   item.isGone = workdir->letter == 'D' || (index->letter == 'D' && workdir->letter == '.');
   if (renamed) {
     const std::optional<std::string_view> before = cutLine();

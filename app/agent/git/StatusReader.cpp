@@ -20,8 +20,9 @@ bool wantsUntracked(const GitCommand& git, GCancellable* cancellable) {
   return std::ranges::find(kNo, setting.output) == kNo.end();
 }
 
-// What the user does not want to see, as lines of ignored items: each untracked item that lies
-// directly in a folder with tracked ones. Nothing in an untracked folder is looked at.
+// The untracked items that the user does not want to see, as lines of ignored items: each untracked
+// item that lies directly in a folder with tracked ones. Nothing in an untracked folder is looked
+// at.
 std::string untrackedAsIgnored(const GitCommand& git, GCancellable* cancellable) {
   const ProgramResult others =
       git.ask({"ls-files", "-z", "--others", "--directory"}, {}, cancellable);

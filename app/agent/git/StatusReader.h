@@ -10,9 +10,9 @@
 
 namespace kelpie::agent {
 
-// Reads the status of one working copy. Where a filter of the repository's own is not run, git
-// takes a file for modified that may be as it was; such an item has the word kStatusUnknown. Any
-// thread, but one reading at a time; blocks while git works.
+// Reads the status of one working copy. Where a filter of the repository's own is not run, git may
+// report an unchanged file as modified; such an item has the word kStatusUnknown. Any thread, but
+// one reading at a time; blocks while git works.
 class StatusReader {
  public:
   StatusReader(const GitCommand& git, WorkingCopy workingCopy)
@@ -25,7 +25,8 @@ class StatusReader {
  private:
   Arguments statusArguments(const ReadingRules& rules, GCancellable* cancellable,
                             bool& untrackedShown) const;
-  // Takes back that files have changed of which git cannot know, since their filter is not run.
+  // Replaces the word of files whose filter is not run, since git cannot know whether they have
+  // changed.
   void doubtFiltered(const ReadingRules& rules, std::vector<StatusItem>& items,
                      GCancellable* cancellable) const;
 

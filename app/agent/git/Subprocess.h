@@ -11,23 +11,23 @@
 
 namespace kelpie::agent {
 
-// One program to run, and how far it may go. All texts are bytes.
+// One program to run, and its limits. All texts are bytes.
 struct ProgramCall {
   // The program, by its absolute path or by a name that is looked up on PATH, and its arguments.
   // There is no shell in between.
   std::vector<std::string> arguments;
-  std::string folder;  // where it runs; empty: where the agent runs
+  std::string folder;  // where it runs; empty for where the agent runs
   // Variables on top of the agent's own, and variables that it must not see.
   std::vector<std::pair<std::string, std::string>> environment;
   std::vector<std::string> withoutVariables;
   std::string input;  // what it reads from its standard input
   // A program that writes more than this is ended.
   std::size_t maximumOutput = std::size_t{64} << 20U;
-  // False: what it writes to its standard output goes nowhere.
+  // When false, its standard output goes nowhere.
   bool outputMatters = true;
-  // A program that runs longer is ended; 0: as long as it wants.
+  // A program that runs longer is ended; 0 for no limit.
   std::chrono::milliseconds timeLimit{0};
-  // It has no use without the agent, and ends with it.
+  // It is useless without the agent, and ends with it.
   bool endsWithAgent = false;
 };
 
@@ -55,10 +55,10 @@ struct ProgramResult {
 // Runs programs.
 class Subprocess {
  public:
-  // Runs the program to its end and blocks meanwhile, so no main loop calls this. It has no
-  // terminal. What is still running when a limit is met or `cancellable` is cancelled gets SIGTERM
-  // and then SIGKILL, with all that it started itself; where that is cancelled already, nothing is
-  // started. Without a `cancellable` the one that is current on the thread counts, if any (see
+  // Runs the program to its end and blocks meanwhile, so it is never called on the main thread. It
+  // has no terminal. What is still running when a limit is met or `cancellable` is cancelled gets
+  // SIGTERM and then SIGKILL, with all that it started itself; if it is cancelled already, nothing
+  // is started. Without a `cancellable` the one that is current on the thread counts, if any (see
   // ActionControl). Any thread.
   static ProgramResult run(const ProgramCall& call, GCancellable* cancellable = nullptr);
 };

@@ -9,8 +9,8 @@
 namespace kelpie::agent {
 
 // Finds the working copy that holds a folder. A folder whose ".git" leads to a repository that has
-// its work tree elsewhere is in none: what is done there would be done to other files than those
-// that are shown. Any thread; blocks while git answers, which runs nothing of the repository's.
+// its work tree elsewhere is in none: actions there would change other files than those that are
+// shown. Any thread; blocks while git answers, and runs no program of the repository's.
 class WorkingCopyFinder {
  public:
   // `git` may be that of any folder.
@@ -18,16 +18,16 @@ class WorkingCopyFinder {
 
   struct Finding {
     std::optional<WorkingCopy> workingCopy;
-    // Why nothing can be done with the working copy that is there: in git's words, or because its
-    // work tree is elsewhere. Empty when there is none.
+    // Why the working copy found cannot be used: in git's words, or because its work tree is
+    // elsewhere. Empty when there is no such reason.
     std::string failure;
-    // It is the latter.
+    // The failure is that its work tree is elsewhere.
     bool isElsewhere = false;
   };
   Finding find(const std::string& folder) const;
 
   // The nearest folder, from `folder` upwards, that has a ".git" or looks like a bare repository;
-  // missing when git would find nothing either. Asks the file system only, so that a thousand
+  // absent when git would find nothing either. Asks the file system only, so that a thousand
   // folders outside every repository start no git.
   static std::optional<std::string> candidate(const std::string& folder);
   // Why no git should be run in the working copy with that root, for people; empty when it may be.

@@ -12,8 +12,8 @@
 
 namespace kelpie::agent {
 
-// What there is to say of a working copy in one line, and what is changed in it. A value; names and
-// paths are bytes.
+// A summary of a working copy for one line, and the changes in it. A value; names and paths are
+// bytes.
 struct WorkingCopySummary {
   struct Distance {
     std::uint64_t ahead = 0;  // commits that the upstream does not have
@@ -23,7 +23,7 @@ struct WorkingCopySummary {
     std::string path;  // relative to the root
     bool isDeleted = false;
   };
-  // Of changes, so many are listed; there may be more.
+  // At most so many changes are listed.
   static constexpr std::size_t kMostChanges = 100'000;
 
   std::string root;
@@ -31,7 +31,7 @@ struct WorkingCopySummary {
   std::string upstream;  // short name; empty when there is none
   std::string commit;    // abbreviated; empty before the first one
   bool isDetached = false;
-  std::optional<Distance> distance;  // missing without an upstream
+  std::optional<Distance> distance;  // absent without an upstream
   std::string operation;             // that is under way, such as "merge"; empty for none
   bool hasReferences = false;        // whether the menus have them already
   std::vector<Change> changes;       // in git's order, without what is ignored

@@ -10,9 +10,9 @@ class RepositorySession;
 class ActionHandler {
  public:
   virtual ~ActionHandler() = default;
-  // A message that asks for an action or a creation, as the extension sent it; anything may be in
-  // it. `session` is that of the working copy that the message names, null when it names none that
-  // is open.
+  // Handles a message that asks for an action or a creation, as the extension sent it; it may hold
+  // anything. `session` is that of the working copy that the message names; null when that is not
+  // open.
   virtual void handle(const Object& message, const RepositorySession* session) = 0;
 };
 

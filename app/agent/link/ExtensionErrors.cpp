@@ -10,7 +10,7 @@
 namespace kelpie::agent {
 namespace {
 
-// What is longer is no text for people.
+// A longer text is not for people.
 constexpr std::size_t kLongestSummary = 4096;
 constexpr std::size_t kLongestJson = 64 * 1024;
 

@@ -12,14 +12,14 @@
 
 namespace kelpie::agent {
 
-// The errors that the extension has for the user: each is logged, and shown unless the same has
-// been shown a moment ago. Main thread.
+// The extension's errors for the user: each is logged, and shown unless the same was shown a moment
+// ago. Main thread.
 class ExtensionErrors {
  public:
   ExtensionErrors(Log& log, Notifier& notifier) : log_(log), notifier_(notifier) {}
 
-  // The argument of "showError:": an error, or a dictionary of what it would tell the user. False,
-  // and nothing shown, for anything else.
+  // The argument of "showError:": an error, or a dictionary of its texts. False, and nothing shown,
+  // for anything else.
   bool show(const Object& argument);
   // The same message as JSON text, which comes when the port has failed. False, and nothing shown,
   // for anything else.

@@ -16,14 +16,14 @@
 
 namespace kelpie::agent {
 
-// The way to one running extension. Messages go out in order, on a queue of their own, so that an
-// extension that does not read holds up nobody; of those that still wait, a newer one about the
-// same matter takes the place of the older, so that what waits stays small. Main thread.
+// The sending port to one running extension. Messages go out in order, on a queue of their own, so
+// that an extension that does not read delays nothing else. A newer message about the same matter
+// replaces one that still waits, so that the queue stays small. Main thread.
 class ExtensionPort : public std::enable_shared_from_this<ExtensionPort> {
  public:
-  // What a message is about: a working copy, by a number of its own, and a selector; and where it
-  // is about one of its folders, that. What is said of a folder comes after all that is said of the
-  // working copy, which the extension must know by then.
+  // The matter of a message: a working copy, by a number of its own, a selector, and possibly one
+  // of its folders. Messages about a folder are sent after all those about the working copy, which
+  // the extension must know by then.
   struct Matter {
     std::uint64_t repository = 0;
     std::string_view selector;  // of static storage
@@ -38,13 +38,13 @@ class ExtensionPort : public std::enable_shared_from_this<ExtensionPort> {
     MessagePorts& ports;
   };
   struct Callbacks {
-    // Nobody listens any more. The port is of no use from then on.
+    // Nobody listens any more; the port is useless from then on.
     std::function<void(const std::string& name)> gone;
     // The connection had ended and was made anew: what was sent before may be lost.
     std::function<void(const std::string& name)> renewed;
   };
 
-  // `remote` is the open port of that name. What is referred to outlives this.
+  // `remote` is the open port of that name. Everything referred to outlives this.
   ExtensionPort(const Services& services, std::string name,
                 std::shared_ptr<RemoteMessagePort> remote, Callbacks callbacks);
 
@@ -53,7 +53,7 @@ class ExtensionPort : public std::enable_shared_from_this<ExtensionPort> {
   // the extension does not read is tried again until it does or is gone.
   void post(const Matter& matter, Message message);
 
-  // What has not gone out yet.
+  // How many messages have not gone out yet.
   std::size_t waiting() const { return waiting_.size() + (sending_ ? 1U : 0U); }
 
   static constexpr std::chrono::milliseconds kTimeout{1000};

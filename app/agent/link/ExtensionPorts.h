@@ -22,8 +22,8 @@ class ExtensionPorts {
   void setCallbacks(ExtensionPort::Callbacks callbacks) { callbacks_ = std::move(callbacks); }
 
   // The port of that name, which is connected when it is new. Null, after a log line, when the name
-  // is none of an extension's port, nobody listens there, or there are too many already. A new
-  // extension often takes the place of one that has ended: those that are gone are forgotten.
+  // is not that of an extension's port, nobody listens there, or there are too many already. A new
+  // extension often replaces one that has ended, so ended ones are forgotten.
   std::shared_ptr<ExtensionPort> connect(const std::string& name);
 
   std::size_t count() const { return ports_.size(); }
@@ -32,7 +32,7 @@ class ExtensionPorts {
   // user can send.
   bool isExtensionPort(std::string_view name) const;
 
-  // Extensions at a time; there is one for each user.
+  // How many extensions there may be at a time; usually one for each user.
   static constexpr std::size_t kMaximumPorts = 8;
 
  private:

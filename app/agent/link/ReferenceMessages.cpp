@@ -28,7 +28,7 @@ using Node = std::shared_ptr<const KPTreeNode>;
 // section and remote take three levels more of those that a tree may have.
 constexpr std::size_t kMaximumFolders = KPTreeNode::kMaximumDepth - 8;
 
-// The numbers that records carry for git's words; what is not listed is 0, unless the field says
+// The numbers that records carry for git's words; other words are 0, unless the field says
 // otherwise.
 struct NumberOfWord {
   std::string_view word;
@@ -59,7 +59,7 @@ int hexDigit(char digit) {
   return -1;
 }
 
-// Missing for an empty text and for what is no object id.
+// Absent for an empty text and for anything but an object id.
 std::optional<Bytes> oidBytes(std::string_view hex) {
   if (hex.empty() || hex.size() % 2 != 0) return std::nullopt;
   Bytes bytes;

@@ -17,7 +17,7 @@
 
 namespace kelpie::agent {
 
-// An archived message, made once for all who are told. Null for one that cannot be archived.
+// An archived message, made once for all its receivers. Null for a message that cannot be archived.
 using Message = std::shared_ptr<const Bytes>;
 
 // The messages that tell an extension of one working copy. Immutable; any thread.
@@ -35,15 +35,15 @@ class RepositoryMessages {
   Message lookAgain(const std::string& folder) const;
   // "setStatusInfo:". Blocks while the file system tells the identifier of each item.
   Message status(const StatusSnapshot& snapshot, const FileSystem& files) const;
-  // Takes the working copy from an extension, in this order: everything counts as part of the git
-  // directory, and so bears no badge; what was shown is badged anew; and the repository, without an
-  // identifier, holds nothing any more.
+  // Takes the working copy away from an extension, in this order: everything counts as part of the
+  // git directory and so has no badge; the shown items get their badges anew; and the repository,
+  // without an identifier, holds nothing any more.
   struct Step {
     std::string_view selector;
     Message message;
   };
   std::array<Step, 3> withdrawal(const FileSystem& files) const;
-  // Gives it back where it was taken, before the status.
+  // Gives a working copy back that was taken away, before the status.
   std::array<Step, 2> restoration() const;
 
   // The messages about references, in the order in which they are to be sent.

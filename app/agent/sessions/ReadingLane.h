@@ -10,8 +10,8 @@
 
 namespace kelpie::agent {
 
-// One kind of reading of one repository: one at a time, at its pace, and only while somebody wants
-// it. A change that comes while a reading runs leads to one more. Main thread.
+// One kind of reading of one repository: one at a time, at its pace, and only while it is wanted. A
+// change that comes while a reading runs leads to one more. Main thread.
 class ReadingLane {
  public:
   // `begin` starts a reading, whose end is to be told with finished(). `loop` outlives this.
@@ -23,11 +23,11 @@ class ReadingLane {
 
   // There is something to read.
   void changed();
-  // What was read last is known to be out of date.
+  // The last reading is known to be out of date.
   bool isBehind() const { return pace_.hasChanged(); }
-  // Also of a reading that waits for its turn.
+  // Applies to a reading that waits for its turn as well.
   void setUrgency(ReadingSlots::Urgency urgency);
-  // Whether anybody wants to know. What changes meanwhile is read when somebody does.
+  // Whether the reading is wanted. Changes in between are read once it is.
   void setWanted(bool wanted);
   // `foundSomething`: the reading differed from the one before.
   void finished(bool foundSomething);
@@ -49,7 +49,7 @@ class ReadingLane {
   Stage stage_ = Stage::Resting;
   ReadingSlots::Ticket ticket_ = 0;
   std::unique_ptr<MainLoop::Source> timer_;
-  // What waits for a slot asks it whether this is still there.
+  // Tasks that wait for a slot check it to see whether this still exists.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   ThreadBound thread_;
 };

@@ -13,11 +13,11 @@ class ReadingPace {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // A burst is over when nothing has changed for so long.
+  // How long nothing must change for a burst to be over.
   static constexpr std::chrono::milliseconds kQuiet{50};
-  // A burst is looked into after so long even if it goes on.
+  // How long a burst may go on before it is read anyway.
   static constexpr std::chrono::milliseconds kPatience{1000};
-  // The longest pause that is made to spare the machine.
+  // The longest pause that spares the machine.
   static constexpr std::chrono::milliseconds kLongestRest{2000};
 
   void changed(Clock::time_point now);
@@ -27,7 +27,7 @@ class ReadingPace {
 
   // Something has changed since the last reading started.
   bool hasChanged() const { return firstChange_.has_value(); }
-  // When to start the next reading; missing while one runs and when nothing has changed.
+  // When to start the next reading; absent while one runs and when nothing has changed.
   std::optional<Clock::time_point> next() const;
 
  private:

@@ -24,8 +24,7 @@ class ReadingSlots {
   // `loop` outlives this. At least one slot.
   ReadingSlots(MainLoop& loop, std::size_t slots, std::chrono::milliseconds patience = kPatience);
 
-  // What is waited for, the first of these first: what is on screen, and then, one after the other
-  // to the end, what may never be.
+  // What is waited for, the most urgent first: items on screen, then items that may never be.
   enum class Urgency { Finding, Status, References, LaterStatus, LaterFinding };
 
   // Calls `start` with a ticket: at once, or when the turn has come. Every ticket is given back.
@@ -40,13 +39,13 @@ class ReadingSlots {
   using Waiting = std::deque<std::function<void(Ticket)>>;
 
   void startNext();
-  // Where somebody waits, the most urgent; null when nobody does.
+  // The most urgent queue that is not empty; null when all are.
   Waiting* nextWaiting();
 
   MainLoop& loop_;
   const std::size_t slots_;
   const std::chrono::milliseconds patience_;
-  // With the time at which each is no longer waited for.
+  // Each with the timer after which it no longer counts.
   std::map<Ticket, std::unique_ptr<MainLoop::Source>> running_;
   std::array<Waiting, 5> waiting_;  // by urgency
   Ticket last_ = 0;

@@ -19,7 +19,7 @@
 
 namespace kelpie::agent {
 
-// What readings of one working copy need, whoever may be gone meanwhile.
+// What readings of one working copy need, even when their session is gone.
 struct ReadingContext {
   WorkingCopy workingCopy;
   GitCommand git;
@@ -35,7 +35,7 @@ struct ReadingContext {
 class StatusReadings : public std::enable_shared_from_this<StatusReadings> {
  public:
   struct Result {
-    // Either a snapshot with its message, or a failure in git's words.
+    // A snapshot with its message, or a failure in git's words.
     std::shared_ptr<const StatusSnapshot> snapshot;
     Message message;
     std::string failure;
@@ -52,16 +52,16 @@ class StatusReadings : public std::enable_shared_from_this<StatusReadings> {
 
   explicit StatusReadings(ReadingContext context);
 
-  // `find`: git is to say first whether the working copy is still the one that was opened. `done`
-  // runs on the main thread, unless the readings were cancelled meanwhile.
+  // `find`: git first checks whether the working copy is still the one that was opened. `done` runs
+  // on the main thread, unless the readings were cancelled meanwhile.
   void start(bool find, std::function<void(Result)> done);
-  // Stops what runs; nothing is started any more.
+  // Stops the reading that runs; none is started any more.
   void cancel();
 
  private:
   Result read();
   Result readStatus();
-  // What git finds where the working copy was is another one, or none. False where git cannot say.
+  // Git finds another working copy at the place, or none. False where git cannot say.
   bool isGone() const;
 
   ReadingContext context_;

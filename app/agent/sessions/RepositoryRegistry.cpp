@@ -11,10 +11,10 @@
 namespace kelpie::agent {
 namespace {
 
-// Beyond these, what was said is forgotten, and may be said again.
+// The most complaints that are remembered; beyond these they may be made again.
 constexpr std::size_t kMaximumComplaints = 1000;
 constexpr std::size_t kMaximumTaken = 10000;
-// Of a folder that is shown, so many entries are looked at.
+// How many entries of a shown folder are looked at.
 constexpr std::size_t kMaximumEntries = 10000;
 constexpr std::string_view kQueueLabel = "org.kelpie.Kelpie.SearchQueue";
 
@@ -57,8 +57,8 @@ void RepositoryRegistry::open(const std::string& folder, const std::shared_ptr<E
   look({port, folder, shallow, false, {}});
 }
 
-// Each look at the file system has a queue of its own: a folder on a file system that does not
-// answer holds up nobody else.
+// Each look at the file system has a queue of its own: a file system that does not answer delays
+// nothing else.
 void RepositoryRegistry::look(const Request& request) {
   services_.queues.makeQueue(kQueueLabel)
       ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), request,
@@ -159,7 +159,7 @@ bool RepositoryRegistry::hasRoomForNeighbourIn(const std::string& folder) {
   for (const auto& [path, search] : searches_)
     searching += search.waiting.front().neighbourIn.empty() ? 0U : 1U;
   if (neighbours_.size() + searching < services_.neighbours) return true;
-  // What was shown before makes room for what is shown now.
+  // Older folders make room for the one that is shown now.
   const auto elsewhere =
       std::find_if(neighbours_.rbegin(), neighbours_.rend(),
                    [&](const auto& neighbour) { return neighbour.second != folder; });
@@ -210,7 +210,7 @@ void RepositoryRegistry::search(const std::string& candidate, ReadingSlots::Tick
 void RepositoryRegistry::searched(const std::string& candidate, const Found& found) {
   const auto search = searches_.extract(candidate);
   problemFound(found.problemOfGit);
-  // Of one that nobody has asked for there is nothing to say.
+  // A working copy that was not shown itself needs no complaint.
   const bool isAskedFor =
       !search.empty() && !std::ranges::all_of(search.mapped().waiting, [](const Request& request) {
         return !request.neighbourIn.empty();
@@ -218,7 +218,7 @@ void RepositoryRegistry::searched(const std::string& candidate, const Found& fou
   if (services_.looked) services_.looked(candidate, found.failure);
   if (isAskedFor && !found.failure.empty()) complainOnce(candidate, found.failure);
   if (search.empty() || !found.workingCopy || !found.identifier) return;
-  // Another one is in the place of the one that was there.
+  // Another working copy has replaced the former one.
   if (const auto known = known_.find(candidate);
       known != known_.end() && known->second.session != *found.identifier)
     remove(FileIdentifier(known->second.session), false);

@@ -21,9 +21,9 @@
 
 namespace kelpie::agent {
 
-// The sessions of all working copies that an extension has opened, one for each, and of some that
-// lie in a folder that one shows. Working copies come and go: what an extension shows is looked at
-// again then. Main thread.
+// The sessions of all working copies that extensions have opened, one for each, and of some that
+// lie in a shown folder. When working copies come or go, the shown folders are looked at again.
+// Main thread.
 class RepositoryRegistry {
  public:
   explicit RepositoryRegistry(SessionServices services);
@@ -32,8 +32,8 @@ class RepositoryRegistry {
   ~RepositoryRegistry() = default;
 
   // An extension shows the folder (absolute, bytes): the working copy that holds it is opened for
-  // the extension. Quietly nothing when none does; a log line and a notice, once, when git will not
-  // work with it or there is no git to work with.
+  // the extension. Does nothing when none holds it. Logs and tells the user once when git refuses
+  // to work with it or is not installed.
   void open(const std::string& folder, const std::shared_ptr<ExtensionPort>& port, bool shallow);
   // The session of the working copy with that identifier; null when none is open.
   RepositorySession* find(const FileIdentifier& identifier) const;
@@ -41,15 +41,15 @@ class RepositoryRegistry {
   // by its spelling; null when none does.
   const RepositorySession* holding(std::string_view path) const;
 
-  // An extension has presented itself, has lost its connection for a moment, is gone.
+  // An extension has presented itself, has lost its connection for a moment, or is gone.
   void pinged(const std::string& portName);
   void renewed(const std::string& portName);
   void gone(const std::string& portName);
 
-  // Something that the working copies themselves do not tell has changed: all are read again.
+  // Reads all working copies again, after a change that cannot be seen in them.
   void readAgain();
 
-  // Looks whether there is a git to work with, and says so when there is none.
+  // Checks whether git can be used, and tells the user when it cannot.
   void checkGit();
 
   std::size_t count() const { return sessions_.size(); }
@@ -67,12 +67,12 @@ class RepositoryRegistry {
     std::string path;
     std::optional<FileIdentifier> identity;
   };
-  // What there is at and in a folder that is shown.
+  // The working copies at and in a shown folder.
   struct View {
     std::optional<Candidate> holder;  // the nearest, upwards
     std::vector<Candidate> within;    // directly in it, where no working copy holds it
   };
-  // What a search came to.
+  // The result of a search.
   struct Found {
     std::optional<WorkingCopy> workingCopy;
     std::optional<FileIdentifier> identifier;
@@ -88,15 +88,15 @@ class RepositoryRegistry {
   static std::optional<Candidate> candidateAt(const std::string& folder, const FileSystem& files);
   void folderLooksLike(const Candidate& candidate, const Request& request);
   void neighbourLooksLike(const Candidate& candidate, const std::string& folder);
-  // Whether one more may be opened, perhaps after another one was closed for it.
+  // Whether one more may be opened, perhaps after closing another one.
   bool hasRoomForNeighbourIn(const std::string& folder);
   void queueSearch(const std::string& candidate, ReadingSlots::Urgency urgency);
   void search(const std::string& candidate, ReadingSlots::Ticket ticket);
   void searched(const std::string& candidate, const Found& found);
   RepositorySession& sessionFor(const WorkingCopy& workingCopy, const FileIdentifier& identifier);
   void open(RepositorySession& session, const Request& request);
-  // Lets go of the session, and of what led to it; `lookAgain`: what is shown of it is looked at
-  // again.
+  // Removes the session and everything that led to it. With `lookAgain`, its shown folders are
+  // looked at again.
   void remove(const FileIdentifier& identifier, bool lookAgain);
   void problemFound(const std::optional<std::string>& problem);
   void complainOnce(const std::string& candidate, const std::string& failure);
@@ -104,7 +104,7 @@ class RepositoryRegistry {
   const SessionServices services_;
   std::unordered_map<FileIdentifier, std::unique_ptr<RepositorySession>> sessions_;
   // The folders with a ".git" that have led to a session, and those for which git is to be asked,
-  // with who waits for it.
+  // with the requests that wait for it.
   struct Known {
     std::optional<FileIdentifier> identity;  // of the folder then
     FileIdentifier session;
@@ -117,16 +117,18 @@ class RepositoryRegistry {
   };
   std::map<std::string, Known> known_;
   std::map<std::string, Search> searches_;
-  // The sessions that nobody has asked for, with the folder that is shown; the last one first.
+  // The sessions of working copies that were not shown themselves, each with the shown folder that
+  // holds it; the latest first.
   std::list<std::pair<FileIdentifier, std::string>> neighbours_;
-  // The working copies that were taken from the extensions, and may come back in the same place.
+  // The working copies that were taken away from the extensions and may come back at the same
+  // place.
   std::unordered_set<FileIdentifier> taken_;
-  // What has been complained of already.
+  // The complaints that were made already.
   std::set<std::string> complaints_;
   std::string problem_;  // of git, as it was said last
   bool gitIsGood_ = false;
   ShownFolders shown_;
-  // Tasks ask it whether this is still there.
+  // Tasks check it to see whether this still exists.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   ThreadBound thread_;
 };

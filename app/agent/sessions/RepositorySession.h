@@ -38,13 +38,12 @@ struct SessionServices {
   Notifier& notifier;
   GitCommand git;
   std::shared_ptr<ReadingSlots> slots;
-  // A session that nobody uses is closed after so long.
+  // How long an unused session stays open.
   std::chrono::milliseconds idleTime = std::chrono::minutes(10);
-  // Of the working copies that lie in folders that are shown and were not shown themselves, so many
-  // are open at a time.
+  // How many working copies are open at a time although only the folder that holds them is shown.
   std::size_t neighbours = 200;
-  // A folder that may be a working copy was looked at: why it is not opened, or an empty text. May
-  // be empty.
+  // Called after a folder that may be a working copy was looked at, with the reason why it is not
+  // opened, or an empty text. May be empty.
   std::function<void(const std::string& folder, const std::string& failure)> looked = {};
 };
 

@@ -39,7 +39,7 @@ void SettingsWatch::find() {
   });
 }
 
-// Of what is not there, the nearest folder above that is tells when it comes.
+// The nearest existing folder above tells when an absent item comes.
 SettingsWatch::Places SettingsWatch::watchAll(const std::vector<std::string>& files,
                                               DirectoryWatcher& names,
                                               DirectoryWatcher::Client client) {

@@ -13,13 +13,12 @@
 
 namespace kelpie::agent {
 
-// Watches files that have a say in a status, and that lie anywhere. A file that is not there is
-// watched for, and of a link both it and what it leads to. Main thread; files are looked for on a
-// queue.
+// Watches files anywhere that influence a status. A file that does not exist is watched for; of a
+// link, both the link and its target are watched. Main thread; files are looked for on a queue.
 class SettingsWatch {
  public:
   struct Callbacks {
-    // Which files there are to watch, absolute; asked at first and after each change, on the queue.
+    // Returns the files to watch, absolute; called at first and after each change, on the queue.
     std::function<std::vector<std::string>()> files;
     // Called soon after a change, once.
     std::function<void()> changed;
@@ -51,7 +50,7 @@ class SettingsWatch {
   Places places_;
   bool isWatching_ = false;
   std::unique_ptr<MainLoop::Source> timer_;
-  // Tasks ask it whether this is still there.
+  // Tasks check it to see whether this still exists.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 

@@ -63,7 +63,7 @@ void ShownFolders::forget(const std::string& portName) {
   }
 }
 
-// What else was watched for it is let go of when something happens there.
+// Other watches that were made for it are removed when something happens there.
 void ShownFolders::forgetOldest() {
   const auto oldest =
       std::ranges::min_element(folders_, {}, [](const auto& entry) { return entry.second.age; });
@@ -101,13 +101,13 @@ void ShownFolders::happened(const Event& event) {
     names_.removeWithin(client_, event.folder);
     return doubt(event.folder);
   }
-  // Of a git directory that is being made, everything counts.
+  // While a git directory is being made, every change counts.
   if (event.folder.ends_with(kGit))
     return doubt(event.folder.substr(0, event.folder.size() - kGit.size()));
   if (std::ranges::find(kNames, event.name) != kNames.end()) doubt(event.folder);
   if (!event.isFolder || event.kind == Event::Kind::Changed) return;
   const std::string path = joined(event.folder, event.name);
-  // What was watched there is elsewhere now.
+  // The watched items are elsewhere now.
   names_.removeWithin(client_, path);
   doubt(path);
 }

@@ -17,9 +17,9 @@
 
 namespace kelpie::agent {
 
-// The folders that extensions show, as far as this application can know: it is not told when one
-// goes out of sight. Watches, by names alone, whether a working copy comes into being or goes at a
-// folder, above it, or directly in it. Main thread.
+// The folders that extensions show, as far as this application knows: it is not told when a folder
+// is hidden. Watches, by names alone, whether a working copy comes into being or goes at a folder,
+// above it, or directly in it. Main thread.
 class ShownFolders {
  public:
   struct Callbacks {
@@ -43,16 +43,16 @@ class ShownFolders {
   std::vector<std::shared_ptr<ExtensionPort>> extensionsOf(const std::string& folder) const;
   std::size_t count() const { return folders_.size(); }
 
-  // At that path, a working copy may have come or gone: what is shown there and below is doubted
-  // soon, once.
+  // A working copy may have come or gone at that path: the folders shown there and below are
+  // doubted soon, once.
   void doubt(const std::string& path);
 
-  // The way to watch on a queue of one's own, where the file system may keep one waiting. It may
-  // outlive the folders, but not the watcher. Any thread.
+  // Watches folders on another queue, where the file system may block. May outlive the
+  // ShownFolders, but not the watcher. Any thread.
   class Watches {
    public:
-    // Watches a folder that is shown, and those above it. To be called before one looks which
-    // working copy holds it.
+    // Watches a folder that is shown, and those above it. To be called before looking which working
+    // copy holds it.
     void addAround(const std::string& folder) const;
     // Watches one more folder, such as one in a folder that is shown. False when it cannot be
     // watched.
@@ -68,7 +68,7 @@ class ShownFolders {
   };
   Watches watches() const { return {names_, client_}; }
 
-  // Beyond these the one that was shown first is forgotten.
+  // The most folders that are kept; the oldest is forgotten first.
   static constexpr std::size_t kMaximum = 1000;
 
  private:

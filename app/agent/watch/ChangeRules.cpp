@@ -11,8 +11,8 @@ constexpr Change kStatus{true, false};
 constexpr Change kReferences{false, true};
 constexpr Change kBoth{true, true};
 
-// Whose business a change in a git directory is: a linked working tree has an index and a HEAD of
-// its own, and shares the rest with the others.
+// Which working trees a change in a git directory concerns: a linked working tree has an index and
+// a HEAD of its own, and shares the rest with the others.
 enum class Of { Own, Shared };
 
 // `name` in the folder `folder` of a git directory. An empty name stands for any.
@@ -24,7 +24,7 @@ struct Rule {
   bool andBelow = false;  // also in the folders below
 };
 
-// The first row that fits counts; what no row names means nothing.
+// The first row that fits counts; a file that no row names means nothing.
 constexpr Rule kRules[] = {
     {"", "index", Of::Own, kStatus},
     {"", "HEAD", Of::Own, kBoth},
@@ -46,17 +46,17 @@ constexpr Rule kRules[] = {
     // The commit that a branch points to is what the index is compared with.
     {"refs", "heads", Of::Shared, kBoth},
     {"refs/heads", "", Of::Shared, kBoth, true},
-    // What was put aside before it was discarded, which nobody is shown.
+    // Changes that were put aside before they were discarded, which no menu shows.
     {"refs", "kelpie", Of::Shared, kNothing},
     {"refs/kelpie", "", Of::Shared, kNothing, true},
     {"refs", "", Of::Shared, kReferences, true},
     {"reftable", "", Of::Shared, kBoth},
-    // Of stashes but the newest only their log tells.
+    // Only their log tells of stashes other than the newest.
     {"logs/refs", "stash", Of::Shared, kReferences},
     {"info", "exclude", Of::Shared, kStatus},
     {"info", "attributes", Of::Shared, kBoth},
     {"info", "sparse-checkout", Of::Own, kStatus},
-    // Of a submodule's git directory, what decides whether the submodule counts as changed.
+    // The files in a submodule's git directory that decide whether the submodule counts as changed.
     {"modules", "HEAD", Of::Shared, kStatus, true},
     {"modules", "index", Of::Shared, kStatus, true},
     {"modules", "config", Of::Shared, kStatus, true},

@@ -7,14 +7,14 @@
 
 namespace kelpie::agent {
 
-// What has to be read anew after a change.
+// Which parts have to be read anew after a change.
 struct Change {
   bool status = false;
   bool references = false;
-  // Names in the working folder have come or gone: what an extension keeps of them by itself may be
-  // wrong, even where the status is the same as before.
+  // Names in the working folder have come or gone: an extension's own conclusions about them may be
+  // wrong, even if the status is the same as before.
   bool names = false;
-  // What is at the place of the working copy, or of its git directory, may be another one, or none.
+  // Another working copy or git directory, or none, may be at the place now.
   bool place = false;
 
   bool any() const { return status || references || names || place; }
@@ -29,7 +29,8 @@ struct Change {
 };
 
 // What a change of the entry `name` in `folder` (absolute, a watched folder) means for the working
-// copy. What git itself writes all the time and nobody reads, such as its locks, means nothing.
+// copy. Files that git writes all the time and that affect nothing here, such as its locks, mean
+// nothing.
 Change changeOf(const WorkingCopy& workingCopy, std::string_view folder, std::string_view name);
 
 // Whether `path` is `folder` or lies below it.

@@ -14,12 +14,12 @@
 namespace kelpie::agent {
 namespace {
 
-// What is written through a mapping is told of by no other event than the end of the file's use.
+// Writing through a mapping raises no event but the one when the file is closed.
 constexpr std::uint32_t kMask = IN_CREATE | IN_DELETE | IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB |
                                 IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF |
                                 IN_ONLYDIR | IN_DONT_FOLLOW | IN_EXCL_UNLINK;
 
-// What neither makes nor removes a name, nor ends the writing of a file.
+// Events that neither make nor remove a name, nor end the writing of a file.
 constexpr std::uint32_t kChangesOfEntries = IN_MODIFY | IN_ATTRIB;
 
 constexpr std::size_t kFallbackLimit = 6144;
@@ -154,8 +154,8 @@ std::set<std::string> DirectoryWatcher::foldersOf(Client client) const {
 
 void DirectoryWatcher::dispatch() {
   thread_.check();
-  // Bounded, so that a storm of events leaves the main loop its other work: what is not read now
-  // makes the descriptor readable again.
+  // Bounded, so that a storm of events leaves the main loop its other work: the descriptor stays
+  // readable for the rest.
   alignas(inotify_event) std::array<char, 65536> buffer{};
   const ssize_t size = read(inotify_, buffer.data(), buffer.size());
   for (ssize_t at = 0; at < size;) {

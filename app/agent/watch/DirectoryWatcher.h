@@ -40,7 +40,7 @@ class DirectoryWatcher {
   enum class Outcome {
     Watched,  // from now on
     WatchedBefore,
-    NotThere,      // nothing is there, or no folder, or it must not be read
+    NotThere,      // nothing is there, it is not a folder, or it is not readable
     LimitReached,  // no more folders can be watched
   };
 

@@ -17,7 +17,7 @@ bool isInGit(const WorkingCopy& workingCopy, std::string_view path) {
   return isWithin(path, workingCopy.gitDirectory) || isWithin(path, workingCopy.commonDirectory);
 }
 
-// What git keeps of the working copy, as far as changeOf() reads it.
+// The part of git's own files that changeOf() reads.
 void watchGit(TreeWatching& walk, const WorkingCopy& workingCopy) {
   walk.watchFolder(workingCopy.gitDirectory);
   walk.watchFolder(workingCopy.commonDirectory);
@@ -65,7 +65,7 @@ void RepositoryWatch::happened(const Event& event) {
 void RepositoryWatch::folderGone(const std::string& folder) {
   watcher_.removeWithin(client_, folder);
   const bool isRoot = folder == workingCopy_.root;
-  // Of any other folder, the one above tells.
+  // For any other folder, the one above it tells.
   if (!isRoot && folder != workingCopy_.gitDirectory && folder != workingCopy_.commonDirectory)
     return;
   // Something may be in its place already, or come there, even the same folder.
@@ -76,7 +76,7 @@ void RepositoryWatch::folderGone(const std::string& folder) {
 
 void RepositoryWatch::inGit(const Event& event) {
   const Change change = changeOf(workingCopy_, event.folder, event.name);
-  // Most folders that git makes are of no interest, but one for references is.
+  // Most folders that git makes do not matter, but one for references does.
   if (event.isFolder && event.kind == Event::Kind::Appeared) gitPending_ = true;
   if (change.any()) callbacks_.changed(change);
 }
@@ -97,7 +97,7 @@ void RepositoryWatch::inWorkingCopy(const Event& event) {
 
 void RepositoryWatch::folderHappened(const Event& event, const std::string& path) {
   if (event.name == ".git") {
-    // What is around it may have become, or have been, a repository of its own.
+    // The folder around it may have become, or have been, a repository of its own.
     if (event.kind != Event::Kind::Changed) pending_.insert(event.folder);
     return;
   }

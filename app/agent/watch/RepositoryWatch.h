@@ -37,7 +37,7 @@ class RepositoryWatch {
 
   // After each status: watches the folders that have come into being or are ignored no more, and
   // lets go of those that are ignored now. The first call watches the whole working copy. Where the
-  // user does not want to see untracked files, only `trackedFolders` (absolute; missing when they
+  // user does not want to see untracked files, only `trackedFolders` (absolute; absent when they
   // are the same as before) are watched. When something was not watched before, it counts as
   // changed once more, since what happened to it until now went unseen.
   void follow(const StatusSnapshot& status,
@@ -46,14 +46,14 @@ class RepositoryWatch {
   // After the references were read: watches the folders that git has made for new ones.
   void followReferences();
 
-  // Whether it leaves half of all watches to others.
+  // Whether it leaves half of the watches to others.
   void setModest(bool modest) { watcher_.setModest(client_, modest); }
 
   // Every folder that should be watched is, or will be once the walk under way has ended.
   bool isComplete() const { return !limitReached_; }
 
  private:
-  // What the walking queue is to watch, and what came of it.
+  // What the walking queue is to watch, and the result.
   struct Walk {
     bool git = false;
     std::vector<std::string> trees;
@@ -87,7 +87,7 @@ class RepositoryWatch {
   std::set<std::string, std::less<>> pending_;
   bool gitPending_ = true;  // the git directories are to be walked, too
   bool limitReached_ = false;
-  // Tasks ask it whether this is still there.
+  // Tasks check it to see whether this still exists.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   ThreadBound thread_;
 };

@@ -9,9 +9,9 @@
 
 namespace kelpie::agent {
 
-// Watches a folder and all below it, each folder before it is read, so that nothing that comes into
-// being meanwhile is missed. Links are not followed; ".git" is left out, and of a submodule the git
-// directory is watched as well. Any thread; blocks while the file system answers.
+// Watches a folder and all below it, each folder before it is read, so that no new item is missed.
+// Links are not followed; ".git" is left out, and of a submodule the git directory is watched as
+// well. Any thread; blocks while the file system answers.
 class TreeWatching {
  public:
   // `opaque`: folders (absolute) that git treats as one item; what lies in them is left out.

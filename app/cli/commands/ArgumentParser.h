@@ -9,7 +9,7 @@
 namespace kelpie::cli {
 
 // Reads the words of one command line. Options may stand anywhere; "--" ends them, and a number
-// with a minus sign is no option. Used once.
+// with a minus sign is not an option. Used once.
 class ArgumentParser {
  public:
   explicit ArgumentParser(const CommandInfo& command) : command_(command) {}
@@ -17,7 +17,7 @@ class ArgumentParser {
   Arguments::Parsed parse(const std::vector<std::string>& words);
 
  private:
-  // Each answers false when something is wrong, with `problem_` set.
+  // Each returns false when something is wrong, with `problem_` set.
   bool parseOption(const std::vector<std::string>& words, std::size_t& position);
   bool checkValue(const OptionInfo& option, std::string_view value);
   bool chooseForm();

@@ -15,7 +15,7 @@ namespace kelpie::cli {
 // The arguments of one command, checked against the table of commands.
 class Arguments {
  public:
-  // What a command line says.
+  // The parsed command line.
   struct Parsed;
 
   // Reads the words after the name of the command.

@@ -10,7 +10,7 @@ namespace kelpie::cli {
 class Arguments;
 struct Context;
 
-// What stands for an operand or for the value of an option; says how the shells complete it.
+// The kind of an operand or of an option's value; decides how the shells complete it.
 enum class ValueKind : std::uint8_t { None, Path, Folder, Title, Setting, Value, Number, Choice };
 
 // One option of a command. All texts are ASCII.

@@ -246,7 +246,7 @@ std::string fishLine(const std::string& condition, const std::string& rest) {
   return "complete -c kelpie -n " + fishWord(condition) + ' ' + rest + '\n';
 }
 
-// What is offered as an operand of that kind; empty when nothing is.
+// The completions of an operand of that kind; empty when there are none.
 std::string fishOperand(ValueKind kind) {
   switch (kind) {
     case ValueKind::Path:

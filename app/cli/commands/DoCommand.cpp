@@ -128,7 +128,7 @@ int DoCommand::outcomeOf(ActionWait& wait, std::chrono::milliseconds limit) {
 int DoCommand::tell(const AgentClient::Action& action) {
   std::string text = console_.printable(action.label);
   text += action.end == "done" ? ": done" : action.end == "failed" ? " failed" : " was cancelled";
-  // What git says has lines.
+  // Git's messages have several lines.
   std::istringstream lines(action.message);
   for (std::string line; std::getline(lines, line);) text += "\n  " + console_.printable(line);
   if (action.end == "done") {

@@ -24,7 +24,7 @@ class DoCommand {
 
  private:
   void awaitItem(MenuRequest& menu, const MenuPath& wanted);
-  // Each answers the exit status.
+  // Each returns the exit status.
   int choose(MenuRequest& menu, const MenuPath::Match& match);
   int outcomeOf(ActionWait& wait, std::chrono::milliseconds limit);
   int tell(const AgentClient::Action& action);

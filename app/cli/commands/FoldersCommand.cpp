@@ -10,7 +10,7 @@
 namespace kelpie::cli {
 namespace {
 
-// What is to be said of an entry beside its path.
+// A remark about an entry, beside its path.
 std::string_view remarkOn(FolderList::State state) {
   constexpr std::string_view kRemarks[] = {
       "", "  (another folder stands there now)", "  (nothing is there)",
@@ -72,8 +72,8 @@ bool FoldersCommand::add(SettingsSnapshot& settings, const std::string& operand)
 }
 
 bool FoldersCommand::remove(SettingsSnapshot& settings, const std::string& operand) {
-  // An entry is named by its own path, also where a link stands there by now; else the link's
-  // target is meant, also where that is gone.
+  // An entry is named by its own path, even if a link stands there by now; otherwise by the link's
+  // target, even if that is gone.
   for (const std::string& path :
        {FilePath::spelled(operand), FilePath::locate(operand).path, FilePath::targetOf(operand)})
     if (FolderList::remove(settings, path)) return true;

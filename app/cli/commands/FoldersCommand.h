@@ -20,7 +20,7 @@ class FoldersCommand {
   int list();
   // Adds or removes the operands, all of them in one step.
   int change();
-  // Each takes one operand; a complaint and false when that cannot be done.
+  // Each applies one operand; complains and returns false when that fails.
   bool add(SettingsSnapshot& settings, const std::string& operand);
   bool remove(SettingsSnapshot& settings, const std::string& operand);
 

@@ -74,7 +74,7 @@ std::optional<std::string> MenuRequest::open(const Kind& kind, std::chrono::mill
 std::optional<std::string> MenuRequest::checkDeleted() const {
   for (const auto& [operand, placeholder] : deleted_) {
     const auto badge = badges_.badge(placeholder);
-    // Whatever else is unchanged.
+    // Any other item is unchanged.
     if (!badge || !isBadge(*badge) || *badge == "KPCurrentBadge")
       return operand + ": nothing is there";
   }

@@ -42,20 +42,20 @@ class MenuRequest {
   explicit MenuRequest(std::unique_ptr<ExtensionSession> session)
       : session_(std::move(session)), badges_(*session_) {}
 
-  // Each answers what is wrong, or nothing.
+  // Each returns what is wrong, or nothing.
   std::optional<std::string> locate(const std::vector<std::string>& operands, const Kind& kind);
   std::optional<std::string> open(const Kind& kind, std::chrono::milliseconds wait);
-  // Whether what is not there was deleted, as far as the badges tell. What is wrong, or nothing.
+  // Checks by the badges that absent items were deleted. Returns what is wrong, or nothing.
   std::optional<std::string> checkDeleted() const;
 
   std::unique_ptr<ExtensionSession> session_;
   BadgeCollector badges_;
   std::string place_;
   bool isSidebar_ = false;
-  // Operands of which nothing is there, by the paths that stand for them.
+  // Operands where nothing exists, by the paths of their placeholders.
   std::vector<std::pair<std::string, std::string>> deleted_;
   HostClient::MenuQuestion question_;
-  std::int64_t menu_ = 0;  // what the menu is chosen from by
+  std::int64_t menu_ = 0;  // the menu's id for choose()
   std::vector<hostlink::Item> items_;
   ThreadBound thread_;
 };

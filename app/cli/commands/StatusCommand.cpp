@@ -122,7 +122,7 @@ bool StatusCommand::addKnowledge(std::vector<Section>& sections, BadgeCollector&
   return isMore;
 }
 
-// Of a folder as it is shown, deleted items are all that the disk does not tell.
+// Deleted items are the only ones in a folder that the disk does not tell.
 void StatusCommand::addChanges(Section& section) const {
   const bool all = arguments_.has("changed");
   for (const AgentClient::WorkingCopy::Change& change : section.workingCopy->changes) {

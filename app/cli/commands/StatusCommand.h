@@ -41,7 +41,7 @@ class StatusCommand {
   std::optional<Section> sectionOf(const std::string& operand, const ExtensionSession& session);
   void want(const Section& section, BadgeCollector& badges) const;
   // Adds what only the main application can tell: the working copy, and items that are deleted, or
-  // all that is changed. Whether there is more to show by that.
+  // all that is changed. Returns whether that adds something to show.
   bool addKnowledge(std::vector<Section>& sections, BadgeCollector& badges);
   void addChanges(Section& section) const;
   std::string headOf(const AgentClient::WorkingCopy& copy) const;

@@ -21,7 +21,7 @@ class TrustCommand {
   int list();
   // Adds or removes the operands, all of them in one step.
   int change();
-  // A complaint and false when the folder is no repository's.
+  // Complains and returns false when the folder is not a repository's.
   bool isRepository(const std::string& path);
 
   const Arguments& arguments_;

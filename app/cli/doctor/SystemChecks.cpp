@@ -42,7 +42,7 @@ struct KeyFileUnref {
   void operator()(GKeyFile* file) const { g_key_file_unref(file); }
 };
 
-// What actions open their windows with: any of the programs will do.
+// The programs that actions open their windows with; any of them will do.
 struct Tool {
   const char* what;
   std::array<const char*, 12> programs;

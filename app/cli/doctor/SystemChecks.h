@@ -7,7 +7,8 @@
 
 namespace kelpie::cli {
 
-// What is installed, stored and allowed. Main thread; blocks for some seconds at the most.
+// The installation: what is installed, stored and allowed. Main thread; blocks for some seconds at
+// the most.
 class SystemChecks {
  public:
   explicit SystemChecks(DoctorReport& report) : report_(report) {}

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kTopic = "trust";
 
-// What the main application has left in the file of that name.
+// The entries that the main application has left in the file of that name.
 WithheldPrograms contentOf(std::string_view name) {
   const DefaultsFile file(RuntimeDirectory().path() + "/" + std::string(name));
   return withheldProgramsOf(file.read().values);

@@ -10,7 +10,7 @@
 namespace kelpie::cli {
 namespace {
 
-// When an action has not ended after this long, whoever waits is told which one it is.
+// When an action has not ended after this long, the user is told which one it is.
 constexpr std::chrono::seconds kPatience(2);
 // How long the main application may take to hear of an action: it may have much else to do.
 constexpr std::chrono::seconds kHearing(30);

@@ -11,8 +11,8 @@
 
 namespace kelpie::cli {
 
-// Listens from its beginning on to how actions end, so that none is missed that is chosen later.
-// Main thread.
+// Listens to how actions end from the moment it is made, so that the end of an action that is
+// chosen later is not missed. Main thread.
 class ActionWait {
  public:
   enum class End : std::uint8_t {
@@ -22,7 +22,7 @@ class ActionWait {
     Gone,     // the main application has ended before the action has
   };
 
-  // What tells an action from those that others have chosen.
+  // The traits that tell the chosen action from others.
   struct Chosen {
     std::string choice;
     std::string selector;

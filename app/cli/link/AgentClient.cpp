@@ -10,7 +10,7 @@ constexpr int kAnswerLimit = 10'000;  // milliseconds
 
 std::string nameOfAgent() { return std::string(kApplicationIdentifier); }
 
-// The values of a dictionary; what is missing or of another kind reads as empty.
+// The values of a dictionary; a value that is absent or of another kind reads as empty.
 class Values {
  public:
   explicit Values(GVariant* dictionary) : dictionary_(dictionary) {}

@@ -12,21 +12,21 @@
 
 namespace kelpie::cli {
 
-// What the main application tells on the session bus. Texts are UTF-8 of others, paths and names
+// What the main application tells on the session bus. Texts are foreign UTF-8, paths and names are
 // bytes; none of it is printable yet. Main thread; blocks for some seconds at the most, where
 // nothing else is said.
 class AgentClient {
  public:
-  // An action that somebody has chosen.
+  // A chosen action.
   struct Action {
     std::uint64_t id = 0;
     std::string action;  // the selector
     std::string label;
-    std::string title;  // of the menu item; empty where nobody knows it
+    std::string title;  // of the menu item; empty where unknown
     std::string folder;
     std::string choice;
-    std::string state;  // "waiting", "running", "asking"; of one that has ended: empty
-    std::string end;    // "done", "cancelled", "failed"; of one that has not: empty
+    std::string state;  // "waiting", "running", "asking"; empty once it has ended
+    std::string end;    // "done", "cancelled", "failed"; empty before that
     std::string message;
     std::chrono::milliseconds age{0};
   };
@@ -51,11 +51,11 @@ class AgentClient {
   // nobody who answers there.
   static std::optional<AgentClient> connect(std::string& problem);
 
-  // The actions that have not ended; missing when nobody answers.
+  // The actions that have not ended; absent when nobody answers.
   std::optional<std::vector<Action>> actions() const;
-  // Calls an action off. False when there is none of that number; missing when nobody answers.
+  // Calls an action off. False when there is none of that number; absent when nobody answers.
   std::optional<bool> cancel(std::uint64_t id) const;
-  // The working copy that holds the item at the absolute path. Missing when none is open.
+  // The working copy that holds the item at the absolute path. Absent when none is open.
   std::optional<WorkingCopy> workingCopy(const std::string& path) const;
 
   GDBusConnection* connection() const { return connection_.get(); }

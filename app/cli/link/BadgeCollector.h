@@ -17,7 +17,7 @@ namespace kelpie::cli {
 // does. Leaves the folders when it goes. Main thread.
 class BadgeCollector {
  public:
-  // After the last answer it listens this long for another: a folder's badge depends on those of
+  // How long it listens for another answer after the last one: a folder's badge depends on those of
   // its files, and follows them.
   static constexpr std::chrono::milliseconds kSettling{200};
   // The same when a working copy was opened meanwhile: its items look unchanged until its status
@@ -27,7 +27,7 @@ class BadgeCollector {
   // long each time.
   static constexpr std::chrono::milliseconds kFirstPause{200};
 
-  // It keeps account of so many items; further ones are left out.
+  // The most items that it keeps account of; further ones are left out.
   static constexpr std::size_t kMaximumItems = 1'100'000;
 
   // `session` outlives it.
@@ -47,22 +47,22 @@ class BadgeCollector {
   bool settle(std::chrono::milliseconds wait);
   // Sends the questions that have gathered. False when the connection has ended.
   bool ask();
-  // Asks again about the items that have no badge: of what was asked before its working copy was
-  // open, the extension remembers only what lies in the topmost folder. False when the connection
-  // has ended.
+  // Asks again about the items that have no badge: of the questions from before the working copy
+  // was open, the extension remembers only those about the topmost folder. False when the
+  // connection has ended.
   bool askAgain();
   // A badge that came or changed.
   struct Change {
     std::string path;
     std::string badge;  // the identifier; empty when it is known no more
   };
-  // Those of the wanted items since the last call, in their order. Of badges that the extension has
-  // set at once, which is in one line, an item's last counts.
+  // The changes of wanted items since the last call, in order. Of several badges of an item in one
+  // line of the extension, the last counts.
   std::vector<Change> takeChanges();
 
   // Whether items are wanted, and none of them has got a badge.
   bool isWithoutAnswer() const { return !answered_.empty() && unanswered_ == answered_.size(); }
-  // The identifier of the item's badge; missing when none came.
+  // The identifier of the item's badge; absent when none came.
   std::optional<std::string> badge(std::string_view path) const;
 
  private:

@@ -19,7 +19,7 @@ class BusClient {
 
   // Has the bus start the service of that name, or finds it running. What went wrong, or nothing.
   std::optional<std::string> start(const std::string& name) const;
-  // The process that owns the name; missing when nobody does.
+  // The process that owns the name; absent when nobody does.
   std::optional<std::uint32_t> ownerProcess(const std::string& name) const;
   // Whether the bus knows how to start a service of that name.
   bool canStart(const std::string& name) const;

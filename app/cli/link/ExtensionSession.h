@@ -33,12 +33,12 @@ class ExtensionSession {
   ~ExtensionSession();
   ExtensionSession(const ExtensionSession&) = delete;
   ExtensionSession& operator=(const ExtensionSession&) = delete;
-  // Where it says that; nowhere at first. `console` outlives it.
+  // Sets where it says that; nowhere at first. `console` outlives it.
   void reportTo(Console& console) { console_ = &console; }
 
   // The host's end of the conversation. What it has to say is sent by flush() and receive().
   HostClient& client() { return client_; }
-  // Who is told of badges that come or change; nobody at first.
+  // Sets who is told of badges that come or change; nobody at first.
   using BadgeHandler = std::function<void(const std::vector<std::string>& paths)>;
   void tellOfBadges(BadgeHandler handler) { onBadges_ = std::move(handler); }
   // Whether the item lies in an observed folder; only there are badges and menus asked for.
@@ -46,7 +46,7 @@ class ExtensionSession {
 
   // Sends what the client has to say. False when the connection has ended.
   bool flush();
-  // Does so, and hands the client what comes until `deadline`; returns with the first of it, and
+  // Sends it, and hands the client what comes until `deadline`; returns after the first bytes, or
   // when one of the `others` is readable (see HostLink::receive()).
   HostLink::Event receive(Clock::time_point deadline, std::initializer_list<int> others = {});
   // The same until `isDone` holds. False when the connection ends first.
@@ -61,7 +61,7 @@ class ExtensionSession {
   std::unique_ptr<HostLink> link_;
   Console* console_ = nullptr;
   BadgeHandler onBadges_;
-  // It is not told of the end of the connection: what came before stays to be printed.
+  // It is not told of the end of the connection, so that earlier badges are still printed.
   HostClient client_{"kelpie", {{}, {}, [this](const std::vector<std::string>& paths) {
                                   if (onBadges_) onBadges_(paths);
                                 }}};

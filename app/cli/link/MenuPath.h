@@ -22,8 +22,8 @@ class MenuPath {
     std::string path;                  // the titles that lead there, written as above
   };
   // The items that it means. Exact titles count before those that differ in case or in a final
-  // ellipsis, these before titles that only begin so; of the best kind all are answered. Headers
-  // are no items.
+  // ellipsis, these before titles that only begin so; all of the best kind are returned. Headers
+  // are not items.
   std::vector<Match> find(const std::vector<hostlink::Item>& menu) const;
 
   // Whether the item would be inside another one.

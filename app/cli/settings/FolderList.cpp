@@ -24,7 +24,7 @@ FolderList::Entry entryOf(const Object& element) {
   return {*path, resolution.isStale ? FolderList::State::Replaced : FolderList::State::Present};
 }
 
-// Keeps the entries for which `keep` holds. How many were taken away.
+// Keeps the entries for which `keep` holds. Returns how many were removed.
 template <class Keep>
 std::size_t filter(SettingsSnapshot& settings, const Keep& keep) {
   Objects elements = settings.arrayForKey(kFoldersPathsKey).elements();

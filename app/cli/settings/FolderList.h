@@ -32,9 +32,9 @@ class FolderList {
   // Adds the folder at the absolute path. False when it is there already, or nothing can be
   // bookmarked there.
   static bool add(SettingsSnapshot& settings, const std::string& path);
-  // Takes the folder away. False when it is not there.
+  // Removes the folder. False when it is not in the list.
   static bool remove(SettingsSnapshot& settings, const std::string& path);
-  // Takes away what is no bookmark. How many entries that were.
+  // Removes entries that are not bookmarks. Returns how many there were.
   static std::size_t dropStrangers(SettingsSnapshot& settings);
 };
 

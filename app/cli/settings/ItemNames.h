@@ -26,7 +26,7 @@ class ItemNames {
   // In the order of the menu.
   static std::span<const ItemGroup> groups();
   static const ItemGroup& groupOf(std::int64_t tag);
-  // The tag that a title or number names; missing for what the catalogue does not have.
+  // The tag that a title or number names; absent for what the catalogue does not have.
   static std::optional<std::int64_t> tagOf(std::string_view word);
   // The title; "unknown item" for a tag that the catalogue does not have. UTF-8.
   static std::string_view titleOf(std::int64_t tag);

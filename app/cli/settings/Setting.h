@@ -35,8 +35,8 @@ class Setting {
   // A boolean, or an array of tags and titles.
   OrderedJson json(const SettingsSnapshot& settings) const;
 
-  // Takes the value that the user wrote. What is wrong with it, in one line, or nothing; the
-  // settings are as they were then.
+  // Sets the value that the user wrote. Returns what is wrong with it, in one line, or nothing; a
+  // wrong value leaves the settings unchanged.
   std::optional<std::string> set(SettingsSnapshot& settings,
                                  const std::vector<std::string>& words) const;
   // Goes back to the default.

@@ -18,7 +18,7 @@ class SettingsSnapshot final : public UserDefaults {
   void removeObject(std::string_view key) override;
   void registerDefaults(const Dictionary& defaults) override;
   Dictionary dictionaryRepresentation() const override;
-  // Nobody else changes a snapshot: never calls.
+  // Nobody else changes a snapshot, so observers are never called.
   std::unique_ptr<DefaultsObservation> observe(std::string_view key,
                                                std::function<void()> onChange) override;
 

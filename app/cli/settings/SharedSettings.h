@@ -15,7 +15,7 @@ class SharedSettings {
 
   // Reads them. Missing, with `problem` saying why in one line, when they cannot be read.
   static std::optional<SettingsSnapshot> read(std::string& problem);
-  // Lets `change` alter them and writes them back, in one step; nothing is written when it answers
+  // Lets `change` alter them and writes them back, in one step; nothing is written when it returns
   // false. What went wrong, in one line, or nothing.
   static std::optional<std::string> update(
       const std::function<bool(SettingsSnapshot& settings)>& change);

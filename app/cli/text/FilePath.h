@@ -14,19 +14,19 @@ class FilePath {
   FilePath() = delete;
 
   struct Place {
-    std::string path;       // absolute; without links, but that the item itself may be one
-    bool exists = false;    // a link that leads nowhere does
+    std::string path;       // absolute; without links, except that the item itself may be one
+    bool exists = false;    // true for a link that leads nowhere
     bool isFolder = false;  // or a link to one; then `path` is that of the folder
   };
 
-  // What an operand of the command line names.
+  // An operand of the command line, looked up.
   static Place locate(const std::string& operand);
   // The absolute path of an operand, without links above the item itself, which need not exist.
   static std::string spelled(const std::string& operand);
   // The same with every link followed as far as it leads.
   static std::string targetOf(const std::string& operand);
-  // The names in a folder, sorted by bytes, without "." and ".."; missing when it cannot be read.
-  // At most kMaximumItems, the rest is left out.
+  // The names in a folder, sorted by bytes, without "." and ".."; absent when it cannot be read. At
+  // most kMaximumItems, the rest is left out.
   static constexpr std::size_t kMaximumItems = 1'000'000;
   static std::optional<std::vector<std::string>> namesIn(const std::string& folder);
   // `folder`/`name`.

@@ -5,7 +5,7 @@
 
 namespace kelpie::cli {
 
-// What --json prints keeps the order in which it was put together.
+// JSON output keeps the order in which it was put together.
 using OrderedJson = nlohmann::ordered_json;
 
 // Prints the value, indented, and ends the line. What is not ASCII is escaped, so that nothing in

@@ -5,7 +5,7 @@
 
 namespace kelpie::cli {
 
-// How well what the user wrote fits a title of a menu; the less, the better.
+// How well the user's text fits a menu title; the smaller, the better.
 enum class TitleFit : std::uint8_t {
   Exact,
   Alike,   // but for case (of ASCII) and a final ellipsis, which may be three full stops

@@ -10,13 +10,13 @@
 namespace kelpie {
 
 // A well-known name on the session bus that this process owns, or waits for in the name's queue: it
-// replaces nobody and lets nobody replace it. Main thread.
+// neither replaces the owner nor allows replacement. Main thread.
 class BusName {
  public:
   // Both are called on the main thread, as often as it happens.
   struct Handlers {
     std::function<void()> acquired;
-    // Somebody else has the name. The end of the bus is SessionBus's to tell.
+    // Another process has the name. SessionBus reports the end of the bus.
     std::function<void()> lost;
   };
 

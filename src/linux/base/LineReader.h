@@ -17,7 +17,7 @@ class LineReader {
 
   // Takes the next bytes of the stream. Calls `onLine` for each line that they complete (without
   // its "\n"; borrowed for the call) and `onOverlong` once for each line beyond the limit. Either
-  // answers whether to go on; what is left over after a "no" is dropped.
+  // returns whether to go on; what is left over after a "no" is dropped.
   void feed(std::string_view bytes, FunctionRef<bool(std::string_view line)> onLine,
             FunctionRef<bool()> onOverlong);
 

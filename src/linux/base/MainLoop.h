@@ -35,10 +35,10 @@ class MainLoop {
   MainLoop(const MainLoop&) = delete;
   MainLoop& operator=(const MainLoop&) = delete;
 
-  // Main thread. Runs until quit() is called, and answers the status given there.
+  // Main thread. Runs until quit() is called, and returns the status given there.
   int run();
-  // Main thread. Runs until `done` answers true or `limit` has passed; what `done` answered last.
-  // For tests and for the end of a program: callbacks run inside it.
+  // Main thread. Runs until `done` returns true or `limit` has passed; returns what `done` returned
+  // last. For tests and for the end of a program: callbacks run inside it.
   bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit);
   // Any thread.
   void quit(int status);

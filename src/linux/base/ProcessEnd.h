@@ -5,7 +5,7 @@
 
 namespace kelpie {
 
-// The end of the process, which waits for nobody: threads are left where they are.
+// The end of the process, which waits for no thread: threads are left where they are.
 class ProcessEnd {
  public:
   ProcessEnd() = delete;

@@ -11,7 +11,7 @@ class RegularFile {
  public:
   RegularFile() = delete;
 
-  // The first `limit` bytes of the file, which may be a link to one. Missing when there is none,
+  // The first `limit` bytes of the file, which may be a link to one. Absent when there is none,
   // when it is anything but a file, such as a pipe that would be waited for, or when it cannot be
   // read. Any thread.
   static std::optional<std::string> read(const std::string& path, std::size_t limit);

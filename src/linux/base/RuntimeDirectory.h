@@ -10,7 +10,7 @@ namespace kelpie {
 // The folder of this user's sockets and lock. Nobody else has access to it.
 class RuntimeDirectory {
  public:
-  // `$XDG_RUNTIME_DIR/kelpie`; `/tmp/kelpie-<uid>` when that variable is missing, empty or no
+  // `$XDG_RUNTIME_DIR/kelpie`; `/tmp/kelpie-<uid>` when that variable is missing, empty or not an
   // absolute path.
   RuntimeDirectory();
   // At another path, for tests.
@@ -21,11 +21,11 @@ class RuntimeDirectory {
   std::string finderSocket() const { return path_ + "/finder"; }
   std::string lockFile() const { return path_ + "/lock"; }
 
-  // Makes the folder and the one of the ports, 0700, or checks those that are there: directories of
-  // this user without access for others. What is wrong, in one line, or nothing.
+  // Makes the folder and that of the ports, 0700, or checks existing ones: they must be directories
+  // of this user without access for others. Returns what is wrong, in one line, or nothing.
   std::optional<std::string> prepare() const;
 
-  // What taking the lock gave. The lock lasts as long as `file` is open.
+  // The result of taking the lock. The lock lasts as long as `file` is open.
   struct Lock {
     UniqueFd file;                       // empty when the lock was not taken
     bool isHeldByOther = false;          // another process has it

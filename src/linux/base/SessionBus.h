@@ -16,7 +16,7 @@ namespace kelpie {
 // on the main thread, where it delivers.
 class SessionBus {
  public:
-  // What connecting gave: a connection, or why there is none, in one line.
+  // The result of connecting: a connection, or why there is none, in one line.
   struct Attempt {
     std::unique_ptr<SessionBus> bus;
     std::string problem;
@@ -38,8 +38,8 @@ class SessionBus {
   void setClosedHandler(std::function<void()> onClosed) { onClosed_ = std::move(onClosed); }
 
   // Calls a method of the bus itself with one string, and waits for the answer, at most `limit`;
-  // no event is delivered meanwhile. The values of the answer, of that D-Bus type such as "(as)";
-  // null when there is none in time or it is another one. Any thread.
+  // no event is delivered meanwhile. Returns the values of the answer, which has that D-Bus type,
+  // such as "(as)"; null when no answer comes in time or it has another type. Any thread.
   GVariantPtr callBus(const char* method, const std::string& argument, const char* answerType,
                       std::chrono::milliseconds limit) const;
 

@@ -7,16 +7,16 @@
 
 namespace kelpie {
 
-// The socket files that this process has made, so that they can be taken away when it ends, on
-// whatever thread that is decided. Any thread.
+// The socket files that this process has made, so that they can be removed when it ends, on any
+// thread. Any thread.
 class SocketFiles {
  public:
   static SocketFiles& shared();
 
   void add(const std::string& path);
-  // Takes the file away.
+  // Removes the file.
   void remove(const std::string& path);
-  // Takes all away, and from then on each that is added at once: the process ends.
+  // Removes all files, and from then on each that is added, at once: the process ends.
   void removeAllForGood();
 
  private:

@@ -12,8 +12,8 @@ namespace kelpie {
 // The log of a program of this system: a file descriptor, standard error by default, a line an
 // event. Control characters, marks of direction, backslashes and bytes that are not UTF-8 are
 // escapes such as "\n" and "\xFF", so that what came from outside can neither break a line nor
-// reach the terminal. It never waits for whoever reads: when the reader does not keep up, lines are
-// left out, and the next one that goes out says how many.
+// reach the terminal. It never waits for its reader: when the reader does not keep up, lines are
+// left out, and the next line that is written says how many.
 class StderrLog final : public Log {
  public:
   // Longer lines are cut and end in "...": one write() of so much arrives in one piece.

@@ -13,14 +13,14 @@ namespace kelpie {
 // A small number of threads that all serial queues share. Threads are made when there is work for
 // them and then wait without waking up. A task that keeps its thread for longer than the pool's
 // patience while other work waits is given up: the pool makes up for the thread and takes it back,
-// or lets it go, when the task returns after all. So work that never returns costs its own queue
-// only.
+// or lets it go, when the task returns after all. Work that never returns therefore costs only its
+// own queue.
 class ThreadPool {
  public:
   // `log` outlives the process's threads. `threads` is how many run at once, given-up ones not
   // counted; at least 1.
   ThreadPool(Log& log, std::size_t threads);
-  // Runs what was posted, and waits for that, but not for tasks that were given up.
+  // Runs the posted tasks and waits for them, but not for tasks that were given up.
   ~ThreadPool();
   ThreadPool(const ThreadPool&) = delete;
   ThreadPool& operator=(const ThreadPool&) = delete;

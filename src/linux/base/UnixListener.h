@@ -13,7 +13,7 @@ namespace kelpie {
 // file goes with it, and with the process (SocketFiles). Main thread.
 class UnixListener {
  public:
-  // Takes over a connection of this user, non-blocking.
+  // Receives a connection of this user, non-blocking.
   using Handler = std::function<void(UniqueFd connection)>;
 
   // Null, with `problem` saying why in one line, when the path is taken, too long, or the socket

@@ -14,7 +14,7 @@ class UnixSocket {
  public:
   UnixSocket() = delete;
 
-  // What a call gave: a socket, or the system's error number.
+  // The result of a call: a socket, or the system's error number.
   struct Result {
     UniqueFd socket;
     int error = 0;
@@ -23,15 +23,15 @@ class UnixSocket {
   // Connects without waiting: ENOENT or ECONNREFUSED when nobody listens, EAGAIN when the queue of
   // the listener is full, ENAMETOOLONG when the path is too long for an address.
   static Result connect(const std::string& path);
-  // Takes away a socket's file when nobody listens on it. Whether nothing is at the path then.
+  // Removes a socket's file when nobody listens on it. Returns whether the path is free then.
   static bool removeStale(const std::string& path);
-  // A listening socket, its file 0600. What stands there already is replaced if it is a socket that
-  // nobody listens on, else this fails with EADDRINUSE.
+  // A listening socket, its file 0600. A socket that nobody listens on is replaced; anything else
+  // at the path makes this fail with EADDRINUSE.
   static Result listen(const std::string& path);
 
-  // Who is at the other end of a connection: the user id; missing when the system does not say.
+  // Who is at the other end of a connection: the user id; absent when the system does not say.
   static std::optional<uid_t> peerUser(int connection);
-  // The process that connected; missing when the system does not say.
+  // The process that connected; absent when the system does not say.
   static std::optional<pid_t> peerProcess(int connection);
 };
 

@@ -16,7 +16,7 @@ std::string urlOf(const std::string& path, bool isFolder) {
   return URL::fileURLWithPath(path, isFolder).absoluteString();
 }
 
-// The path of a file URL; missing for anything else.
+// The path of a file URL; absent for anything else.
 std::optional<std::string> pathOf(const std::string& text) {
   const auto url = URL::fromString(text);
   if (!url || !url->isFileURL()) return std::nullopt;

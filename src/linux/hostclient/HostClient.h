@@ -29,11 +29,11 @@ class HostClient {
   using Clock = std::chrono::steady_clock;
   using Time = Clock::time_point;
 
-  // Between two attempts to connect, doubled after each that fails.
+  // The pause between two attempts to connect, doubled after each failure.
   static constexpr std::chrono::milliseconds kFirstPause{1'000};
   static constexpr std::chrono::milliseconds kLongestPause{60'000};
-  // How long the extension may take for a welcome or a menu, and for an action, which may have much
-  // to hand on.
+  // How long the extension may take for a welcome or a menu, and for an action, which may take
+  // longer.
   static constexpr std::chrono::milliseconds kAnswerLimit{10'000};
   static constexpr std::chrono::milliseconds kActionLimit{60'000};
 
@@ -65,11 +65,11 @@ class HostClient {
     std::vector<hostlink::Item> items;
   };
   using MenuHandler = std::function<void(const MenuReply& reply)>;
-  // "" when the action has run; else why not, in one line.
+  // "" when the action has run, otherwise why not, in one line.
   using ChoiceHandler = std::function<void(const std::string& problem)>;
 
-  // One step to an item of a menu: its title, and which one it is of those of its level that have
-  // that title.
+  // One step to an item of a menu: its title, and its number among the items of its level with that
+  // title.
   struct Step {
     std::string title;
     std::size_t nth = 0;
@@ -84,7 +84,7 @@ class HostClient {
   // -- The connection -----------------------------------------------------------------------------
 
   bool wantsConnection(Time now) const { return state_ == State::Apart && now >= nextAttempt_; }
-  // The owner connects. It says how that went with one of the next two.
+  // The owner starts to connect. It reports the result with one of the next two.
   void connecting() { state_ = State::Connecting; }
   void connected(Time now);
   void connectionFailed(Time now);
@@ -98,18 +98,18 @@ class HostClient {
   std::string takeOutput(std::size_t maximumQuestions = std::numeric_limits<std::size_t>::max());
   // Whether the owner is to close the connection and to call ended().
   bool shouldClose() const { return shouldClose_; }
-  // What is due by now: a question without an answer is given up.
+  // Does what is due by now: gives up questions that were not answered in time.
   void tick(Time now);
-  // When to look at wantsConnection() or call tick() next; missing when nothing is due by itself.
+  // When to look at wantsConnection() or call tick() next; absent when nothing is due by itself.
   std::optional<Time> wakeAt() const;
 
   // Whether the extension has answered the greeting.
   bool isReady() const { return state_ == State::Ready; }
-  // Why the last connection came to nothing, in one line; "" when the extension just left.
+  // Why the last connection failed, in one line; "" when the extension just left.
   const std::string& problem() const { return problem_; }
-  // How many lines were dropped: too long, or no message.
+  // How many lines were dropped because they were too long or not understood.
   std::size_t droppedLines() const { return dropped_; }
-  // Of the last welcome.
+  // From the last welcome.
   const hostlink::Welcome& welcome() const { return welcome_; }
   // The paths of the observed folders.
   const std::vector<std::string>& directories() const { return directories_; }
@@ -118,14 +118,14 @@ class HostClient {
 
   // -- Folders and badges -------------------------------------------------------------------------
 
-  // A window shows the folder (once more); one shows it no longer.
+  // One more window shows the folder; one window less does.
   void showFolder(const std::string& path);
   void hideFolder(const std::string& path);
   // The badge of the item is wanted: asks for it, once, and from then on is told of changes.
   void want(const std::string& path, bool isFolder);
   // Asks once more for an item that is wanted.
   void askAgain(const std::string& path);
-  // The identifier of the item's badge; missing when none came.
+  // The identifier of the item's badge; absent when none came.
   std::optional<std::string> badge(std::string_view path) const;
 
   // -- Menus --------------------------------------------------------------------------------------
@@ -134,15 +134,15 @@ class HostClient {
   // ends, or at once when there is none.
   void askMenu(const MenuQuestion& question, MenuHandler handler, Time now);
   // Chooses the item at that index path of the menu `menu`, which must be the newest of all hosts.
-  // The main application knows it as `choice`; "" when the host does not care.
+  // The main application knows it as `choice`; "" when the host does not ask.
   void choose(std::int64_t menu, const std::vector<std::size_t>& path, const std::string& choice,
               ChoiceHandler handler, Time now);
-  // The same of a menu that has been on screen for a while: asks for it anew and chooses the item
-  // at these titles, if it is there, can be chosen, and has the action that the user saw.
+  // The same for a menu that has been on screen for a while: asks for it anew and chooses the item
+  // at these titles, if it is present, enabled, and has the action that the user saw.
   void chooseByTitles(const MenuQuestion& question, std::vector<Step> steps,
                       std::optional<std::string> action, ChoiceHandler handler, Time now);
 
-  // Where the item at these steps stands; missing when there is none.
+  // Where the item at these steps stands; absent when there is none.
   static std::optional<std::vector<std::size_t>> find(const std::vector<hostlink::Item>& items,
                                                       const std::vector<Step>& steps);
 

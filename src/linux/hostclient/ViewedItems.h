@@ -17,14 +17,14 @@ namespace kelpie {
 // bytes. One thread.
 class ViewedItems {
  public:
-  // Below what the extension remembers for a host (100,000): a badge that is kept here is one that
-  // the extension still tells of when it changes.
+  // Less than the extension remembers for a host (100,000), so that the extension still reports
+  // changes of every badge that is kept here.
   static constexpr std::size_t kMaximumUnshown = 50'000;
 
   struct Item {
     bool isFolder = false;
     bool isAsked = false;              // on this connection
-    std::optional<std::string> badge;  // the identifier; missing until one comes
+    std::optional<std::string> badge;  // the identifier; absent until one comes
     std::uint64_t order = 0;           // of its entry in unshown_; 0 while its folder is in view
   };
 
@@ -33,7 +33,7 @@ class ViewedItems {
 
   // The folder is shown (once more). True for the first time.
   bool show(const std::string& folder);
-  // The folder is shown once less. True when it is in view no longer; its items are forgotten then.
+  // One window less shows the folder. True when it leaves the view; its items are forgotten then.
   bool hide(const std::string& folder);
   // The folders in view, in no order.
   std::vector<std::string> folders() const;
@@ -47,8 +47,8 @@ class ViewedItems {
   std::vector<std::string> paths() const;
   std::size_t size() const { return items_.size(); }
 
-  // The connection has ended: no badge is known any more, and nothing is asked. The items that had
-  // a badge.
+  // The connection has ended: no badge is known any more, and no question is open. Returns the
+  // items that had a badge.
   std::vector<std::string> forgetBadges();
 
   // The folder of a path, by its text; that of the root is "".

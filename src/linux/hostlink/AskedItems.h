@@ -26,8 +26,8 @@ class AskedItems {
 
   // The host shows the folder (once more). True for the first time.
   bool show(const URL& folder);
-  // The host shows the folder once less. True when it no longer shows it; its items are forgotten
-  // then. False also for a folder that it does not show.
+  // One window less of the host shows the folder. True when the host no longer shows it; its items
+  // are forgotten then. False also for a folder that it does not show.
   bool hide(const std::string& folder);
   bool shows(const std::string& folder) const { return shown_.contains(folder); }
   // Every folder shown, once each, as the host spelled it first.
@@ -35,7 +35,8 @@ class AskedItems {
 
   // The host asked for a badge of the item, spelled `url`.
   void ask(const std::string& path, std::string url);
-  // How the host spelled the item when it asked; missing when it did not, or was forgotten.
+  // The host's own spelling of the item when it asked; absent when it did not ask, or the item was
+  // forgotten.
   std::optional<std::string_view> spelling(const std::string& path) const;
 
   // The folder of the path, by its text; "" for the root.

@@ -18,11 +18,12 @@ namespace kelpie {
 // read what it is sent is cut off when too much waits for it. Main thread.
 class HostConnection {
  public:
-  // How much may wait for a host that does not read, in bytes.
+  // How many bytes may wait for a host that does not read.
   static constexpr std::size_t kMaximumWaiting = std::size_t{64} << 20U;
 
   struct Handlers {
-    // One line, without its "\n". False ends the connection once what was sent is written.
+    // One line, without its "\n". Returning false ends the connection once the sent bytes are
+    // written.
     std::function<bool(std::string_view line)> onLine;
     // A line beyond the limit was begun; it is skipped to its end.
     std::function<void()> onOverlong;

@@ -21,7 +21,7 @@ class HostSession;
 // of badges and folders. Main thread.
 class HostLinkHub {
  public:
-  // What is borrowed must outlive the hub. Listens to `finder` for as long as it lives.
+  // Borrowed objects outlive the hub. Listens to `finder` for as long as it lives.
   HostLinkHub(FinderSync& extension, LinuxFinderSyncController& finder,
               hostlink::ImageFile imageFile);
   ~HostLinkHub();
@@ -35,9 +35,9 @@ class HostLinkHub {
   FinderSync& extension() { return extension_; }
   hostlink::Welcome welcome() const;
 
-  // A host shows the folder, for the first time; it shows it no longer. A folder counts as in view
-  // while at least one host shows it: the first and the last reach the extension. The session is
-  // one that shows the folder, and does not any more.
+  // A host begins to show the folder, or stops. A folder counts as in view while at least one host
+  // shows it: only the first beginning and the last end reach the extension. `session` is that
+  // host's.
   void beginObserving(const HostSession& session, const URL& url);
   void endObserving(const HostSession& session, const URL& url);
 
@@ -46,9 +46,9 @@ class HostLinkHub {
   std::optional<Menu> menu(const HostSession& session, const hostlink::Number& id,
                            std::int64_t kind, std::vector<URL> selected,
                            std::optional<URL> targeted);
-  // Runs the action of an item of the session's menu `id`. `choice` is what the host calls this;
-  // empty when it does not care. Missing when that is done, else why it was not. Raises
-  // std::invalid_argument as the extension does.
+  // Runs the action of an item of the session's menu `id`. `choice` is the host's name for this
+  // choice; empty when the host does not ask. Absent when that is done, otherwise the reason why
+  // not. Raises std::invalid_argument as the extension does.
   std::optional<std::string> choose(const HostSession& session, const hostlink::Number& id,
                                     const std::vector<std::size_t>& path,
                                     const std::string& choice);

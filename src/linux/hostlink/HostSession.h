@@ -27,7 +27,7 @@ class HostSession {
   HostSession& operator=(const HostSession&) = delete;
 
   // Serves one line of the host, without its "\n". False when the conversation is over and the
-  // connection should end once what was sent is written.
+  // connection should end once the sent bytes are written.
   bool handleLine(std::string_view line);
   // The host sent a line beyond the limit.
   void handleOverlongLine();
@@ -40,7 +40,7 @@ class HostSession {
   bool shows(const std::string& folder) const { return asked_.shows(folder); }
 
  private:
-  // Each serves a line of its type, and answers whether the conversation goes on.
+  // Each serves a line of its type, and returns whether the conversation goes on.
   bool serve(const hostlink::Hello& line);
   bool serve(const hostlink::BeginObserving& line);
   bool serve(const hostlink::EndObserving& line);
@@ -49,7 +49,7 @@ class HostSession {
   bool serve(const hostlink::Choose& line);
 
   void send(const hostlink::ExtensionLine& message);
-  // About the line that is being served.
+  // Sends an error about the line that is being served.
   void sendError(std::string_view message);
 
   HostLinkHub& hub_;

@@ -18,7 +18,7 @@ namespace kelpie::hostlink {
 // The absolute path of the file of an image.
 using ImageFile = std::function<std::string(const Image& image)>;
 
-// The file URL that the text spells; missing for anything else, and for files of another machine.
+// The file URL that the text spells; absent for anything else, and for files of another machine.
 std::optional<URL> fileURL(const std::string& text);
 std::vector<std::string> textsOf(const std::vector<URL>& urls);
 

@@ -142,7 +142,7 @@ std::optional<std::string> SyncProgram::openHostLink() {
   return std::nullopt;
 }
 
-// Last: whoever sees the name can connect to the host link.
+// Last: a program that sees the name can connect to the host link.
 void SyncProgram::claimName() {
   if (!bus_) return;
   const auto lost = [this] {

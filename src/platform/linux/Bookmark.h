@@ -14,7 +14,7 @@ class Bookmark {
  public:
   Bookmark() = delete;
 
-  // A bookmark of what is at the absolute path now; missing when nothing is there.
+  // A bookmark of what is at the absolute path now; absent when nothing is there.
   static std::optional<Bytes> make(const std::string& path);
 
   // The path when something exists there, stale when that is another item than the one bookmarked.

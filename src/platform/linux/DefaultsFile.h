@@ -18,7 +18,7 @@ namespace kelpie {
 class DefaultsFile {
  public:
   // `$XDG_CONFIG_HOME/kelpie/<suite>.plist`; below `~/.config` when that variable is missing, empty
-  // or no absolute path. Missing when the suite's name cannot be that of a file.
+  // or not an absolute path. Absent when the suite's name cannot be that of a file.
   static std::optional<DefaultsFile> ofSuite(std::string_view suite);
   // Another file: an absolute path.
   explicit DefaultsFile(std::string path);
@@ -55,7 +55,7 @@ class DefaultsFile {
   Reading read() const;
 
   // Lets `change` alter the values and puts a file of the result in the place of this one, in one
-  // step, while no other update() is under way; nothing is written when `change` answers false. The
+  // step, while no other update() is under way; nothing is written when `change` returns false. The
   // folder is made when it is missing. What went wrong, in one line, or nothing; the former file
   // stays then. A file that cannot be read is not replaced.
   std::optional<std::string> update(const std::function<bool(Dictionary& values)>& change) const;

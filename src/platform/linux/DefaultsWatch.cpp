@@ -43,7 +43,7 @@ void DefaultsWatch::watchFolder() {
   if (folder_ < 0) loop_.log().write(systemErrorText("cannot watch " + file_.folder(), errno));
 }
 
-// What is there now in one go; should more come meanwhile, the loop calls again.
+// Reads the events that are there, in one go; the loop calls again for later ones.
 void DefaultsWatch::readEvents() {
   std::array<char, 8192> buffer{};
   const ssize_t count = ::read(events_.get(), buffer.data(), buffer.size());

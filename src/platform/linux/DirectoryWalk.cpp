@@ -49,7 +49,7 @@ void DirectoryWalk::skipDescendants() { enterNext_ = false; }
 void DirectoryWalk::enter(std::string folder, bool followLink) {
   Level level;
   const int error = level.listing.read(folder, followLink, identity_);
-  // Git, for one, makes and removes folders all the time: what is there no more holds nothing.
+  // Git, for one, makes and removes folders all the time: a folder that is gone counts as empty.
   const bool isStart = followLink;
   if (error == ENOENT && !isStart) return;
   if (error != 0) {

@@ -27,7 +27,7 @@ class FolderListing {
   struct Item {
     std::string_view name;  // bytes, borrowed from the listing
     bool isDirectory = false;
-    std::optional<FileIdentifier> identifier;  // missing when the item is gone, or with None
+    std::optional<FileIdentifier> identifier;  // absent when the item is gone, or with None
   };
 
   // Reads the folder at `path`, which must be absolute; a link at its end is followed with

@@ -25,7 +25,7 @@ const std::string* usablePath(const URL& url) {
   return usable ? &path : nullptr;
 }
 
-// The walk over what cannot be walked.
+// The walk over a folder that cannot be walked.
 class NoWalk final : public DirectoryEnumerator {
  public:
   const DirectoryEntry* next() override { return nullptr; }

@@ -10,7 +10,7 @@
 namespace kelpie {
 namespace {
 
-// Whether the name is that of one file in the folder, whoever made it up.
+// Whether the name, which may be hostile, is that of one file in the folder.
 bool isFileName(std::string_view name) {
   return !name.empty() && name != "." && name != ".." &&
          name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;

@@ -15,7 +15,7 @@ constexpr const char* kInterface = "org.kelpie.DistributedNotificationCenter";
 constexpr const char* kMember = "Posted";
 constexpr const char* kArguments = "(ss)";
 
-// The bus refuses what is no UTF-8, and a NUL would end the text.
+// The bus refuses text that is not UTF-8, and a NUL would end the text.
 GVariant* stringOf(std::string_view text) {
   const GCharPtr valid(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
   return g_variant_new_string(valid.get());

@@ -16,7 +16,7 @@ namespace kelpie {
 // Notifications as signals on the session bus: path /org/kelpie/DistributedNotificationCenter,
 // interface org.kelpie.DistributedNotificationCenter, member Posted, arguments the name and the
 // object, both strings. It listens from the moment it is made: what is posted from then on reaches
-// whoever observes when the main loop delivers it.
+// those who observe when the main loop delivers it.
 class LinuxNotificationCenter final : public DistributedNotificationCenter {
  public:
   // Main thread. Without a bus (null) nothing is heard, and posting fails. Both are borrowed.
@@ -30,7 +30,7 @@ class LinuxNotificationCenter final : public DistributedNotificationCenter {
   // `prepare` runs before each notification is handed to its observers: for what must be handled
   // first. Main thread.
   void setBeforeDelivery(std::function<void()> prepare);
-  // Text that is not UTF-8 is posted with U+FFFD for what is wrong in it.
+  // Bytes that are not UTF-8 are posted as U+FFFD.
   void post(std::string_view name, std::string_view object) override;
 
  private:

@@ -8,8 +8,8 @@
 namespace kelpie {
 namespace {
 
-// What waits for a disk does not keep the others from running; more threads than a few would only
-// get into each other's way.
+// More than one, so that work that waits for a disk does not stop the rest; few, since more would
+// only get into each other's way.
 std::size_t poolThreads() {
   return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 2, 4);
 }
@@ -36,8 +36,8 @@ LinuxPlatform::LinuxPlatform(MainLoop& loop, const RuntimeDirectory& runtime, co
       queues_(loop, pool_),
       platform_{finder_,        ports_,  defaults_, entitlements_, applications_, monitors_,
                 notifications_, *files_, queues_,   bundle_,       limits_,       loop.log()} {
-  // A main application that has ended and come again: the end of the one that was must not be taken
-  // for the end of the one that is.
+  // A main application may end and start again: the former one's end must not be taken for the new
+  // one's.
   notifications_.setBeforeDelivery([this] { monitors_.handleEnds(); });
 }
 

@@ -25,8 +25,8 @@ namespace kelpie {
 // All facilities of this system for one process. Main thread.
 class LinuxPlatform {
  public:
-  // Installs the file system for the process. `bus` may be null; what is borrowed outlives this.
-  // The runtime directory is prepared, and `imagesFolder` an absolute path.
+  // Installs the file system for the process. `bus` may be null; borrowed objects outlive this. The
+  // runtime directory is prepared, and `imagesFolder` an absolute path.
   LinuxPlatform(MainLoop& loop, const RuntimeDirectory& runtime, const SessionBus* bus,
                 std::string imagesFolder);
   LinuxPlatform(const LinuxPlatform&) = delete;

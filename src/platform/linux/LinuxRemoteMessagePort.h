@@ -37,7 +37,7 @@ class LinuxRemoteMessagePort final : public RemoteMessagePort {
   const std::uint64_t longestPayload_;
   Mutex mutex_;
   ConditionVariable free_;
-  bool busy_ KELPIE_GUARDED_BY(mutex_) = false;  // whoever sets it has what follows for himself
+  bool busy_ KELPIE_GUARDED_BY(mutex_) = false;  // the thread that sets it owns the members below
   UniqueFd socket_;                              // empty after a frame that went out in part
   bool closed_ = false;                          // by the other end
 };

@@ -18,7 +18,7 @@ struct MessageFrame {
   std::uint64_t length = 0;
 
   Head toBytes() const;
-  // Missing when the magic is another one. Any length passes.
+  // Absent when the magic is another one. Any length passes.
   static std::optional<MessageFrame> fromBytes(const Head& bytes);
 };
 

@@ -27,7 +27,7 @@ class PortConnection : public std::enable_shared_from_this<PortConnection> {
                  LocalMessagePort::Handler handler, EndHandler onEnd);
 
   void start();
-  // The process that connected; missing when the system does not say.
+  // The process that connected; absent when the system does not say.
   std::optional<std::int32_t> sender() const;
 
  private:

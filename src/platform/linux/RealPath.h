@@ -5,7 +5,7 @@
 
 namespace kelpie {
 
-// The path without links, "." and ".."; missing when nothing is there, or for a path that is not
+// The path without links, "." and ".."; absent when nothing is there, or for a path that is not
 // absolute or holds a NUL. Any thread; blocks as the file system does.
 std::optional<std::string> realPath(const std::string& path);
 

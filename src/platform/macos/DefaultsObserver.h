@@ -4,9 +4,9 @@
 
 #include <functional>
 
-// The one observer of all settings of this process. It lives for ever, since whoever changes a
-// setting on another thread may still be on his way to an observer that is being removed. The
-// context of a registration says whose handler is meant; a context is never used twice.
+// The one observer of all settings of this process. It lives for ever, since a thread that changes
+// a setting may still be on its way to an observer that is being removed. The context of a
+// registration identifies the handler; a context is never used twice.
 @interface KPDefaultsObserver : NSObject
 
 + (KPDefaultsObserver*)sharedObserver;
@@ -18,7 +18,8 @@
 + (void)forgetContext:(void*)context;
 
 // Calls the handler of the context on the main thread: at once when that is where the change was
-// made, else later, which is how changes by other processes come. What it raises is logged.
+// made, else later, which is how changes by other processes come. Exceptions from the handler are
+// logged.
 - (void)observeValueForKeyPath:(NSString*)keyPath
                       ofObject:(id)object
                         change:(NSDictionary*)change

@@ -21,11 +21,11 @@ namespace kelpie {
 // raises comes out of here; it is logged, and the call has had no effect. Main thread but where
 // noted; let go on the main thread.
 //
-// It is there before the controller is: what the Finder says meanwhile, while the instance is being
-// made, is kept and handed on once there is a controller.
+// It exists before the controller does: calls that the Finder makes while the instance is being
+// made are kept and handed on once there is a controller.
 class ExtensionEdge {
  public:
-  // So many early calls are kept; the rest is lost, which is logged.
+  // How many early calls are kept; the rest is dropped, which is logged.
   static constexpr std::size_t kMostEarlyCalls = 10'000;
 
   // KPKelpieSync::initialize().
@@ -42,12 +42,12 @@ class ExtensionEdge {
   // borrowed for the life of the process.
   bool open(const Platform& platform, KPUserDefaults& defaults) noexcept;
 
-  // The Finder's callbacks. A missing URL is ignored. Any thread.
+  // The Finder's callbacks. An absent URL is ignored. Any thread.
   void beginObservingDirectoryAtURL(const std::optional<URL>& url) noexcept;
   void endObservingDirectoryAtURL(const std::optional<URL>& url) noexcept;
   void requestBadgeIdentifierForURL(const std::optional<URL>& url) noexcept;
 
-  // The menu, borrowed until the next one is built; null where there is to be none.
+  // The menu, borrowed until the next one is built; null where none is to be shown.
   const Menu* menuForMenuKind(std::uint64_t kind) noexcept;
   // Performs the item of the menu that was built last that has this action and tag and no submenu,
   // wherever it stands there. The Finder hands over copies of the items, of which nothing else can

@@ -11,8 +11,7 @@
 // written here it has a method for each action that a menu item can bear, made when the class is
 // set up.
 //
-// What is missing or foreign (a nil URL, an item of no menu of ours) has no effect. No exception
-// leaves it.
+// A nil URL, or an item of a foreign menu, has no effect. No exception leaves it.
 @interface KPKelpieSync : FIFinderSync {
  @private
   std::shared_ptr<kelpie::ExtensionEdge> _edge;  // null before init only

@@ -10,8 +10,9 @@ class MacMessagePorts final : public MessagePorts {
   std::unique_ptr<LocalMessagePort> createLocal(std::string_view name,
                                                 LocalMessagePort::Handler handler) override;
   std::shared_ptr<RemoteMessagePort> createRemote(std::string_view name) override;
-  // By the platform's archiver, so that a chosen item is archived as AppKit archives its own. What
-  // the platform has no object for (a reference record) makes the core's archiver write it all.
+  // By the platform's archiver, so that a chosen item is archived as AppKit archives its own. A
+  // message with a value that the platform has no object for (a reference record) is written by the
+  // core's archiver.
   std::optional<Bytes> archivedMessage(const Object& message) const override;
 };
 

@@ -12,8 +12,8 @@ namespace {
 constexpr unsigned long kEvents = DISPATCH_PROC_EXIT | DISPATCH_PROC_SIGNAL;
 static_assert(kEvents == 0x88000000);
 
-// The source's own handlers hold the monitor, so that it lives and can be cancelled whoever else
-// lets it go; libdispatch lets them go once the cancel handler has run.
+// The source's own handlers hold the monitor, so that it lives and can be cancelled when nobody
+// else holds it; libdispatch lets them go once the cancel handler has run.
 class MacProcessMonitor final : public ProcessMonitor,
                                 public std::enable_shared_from_this<MacProcessMonitor> {
  public:

@@ -26,7 +26,7 @@ NSImage* fileIcon(NSString* url) {
   return [icon isKindOfClass:[NSImage class]] ? icon : nil;
 }
 
-// "" for what is missing or no text: a menu must not be handed nil.
+// "" for an object that is absent or not a text: a menu must not be handed nil.
 NSString* titleOf(const std::string& text) {
   NSString* const title = nsString(text);
   return title == nil ? @"" : title;

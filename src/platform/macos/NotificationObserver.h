@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-// Hands the notifications that it is registered for to a function, with the object that they were
-// posted with: its text, or "" for what is none. What the function raises is logged.
+// Calls a function for each notification that it is registered for, with the text that was posted
+// as its object, or "" for an object of another kind. Exceptions from the function are logged.
 @interface KPNotificationObserver : NSObject {
  @private
   std::shared_ptr<const std::function<void(const std::string&)>> _handler;

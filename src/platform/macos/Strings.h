@@ -9,9 +9,9 @@ namespace kelpie {
 
 // UTF-8 and the platform's strings. Any thread.
 
-// Autoreleased; nil when `text` is no UTF-8.
+// Autoreleased; nil when `text` is not UTF-8.
 NSString* nsString(std::string_view text);
-// "" for nil and for what has no UTF-8 form (half of a surrogate pair).
+// "" for nil and for a string without a UTF-8 form (half of a surrogate pair).
 std::string stdString(NSString* text);
 
 }  // namespace kelpie

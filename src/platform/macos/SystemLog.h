@@ -6,8 +6,8 @@
 
 namespace kelpie {
 
-// Writes one event as one line to the system log. Control characters are escaped, what is no UTF-8
-// shows as U+FFFD, and a line of more than 4 KB is cut. Any thread.
+// Writes one event as one line to the system log. Control characters are escaped, bytes that are
+// not UTF-8 show as U+FFFD, and a line of more than 4 KB is cut. Any thread.
 void writeSystemLog(std::string_view line);
 
 // The system log. Any thread.

@@ -15,9 +15,9 @@ namespace kelpie {
 
 // Autoreleased; nil when the platform takes the text for no URL.
 NSURL* nsUrl(const URL& url);
-// Missing for nil, for what is no URL, and for a reference to a file that is gone.
+// Absent for nil, for anything but a URL, and for a reference to a file that is gone.
 std::optional<URL> urlOf(NSURL* url);
-// Those of an array or a set that are URLs.
+// The URLs in an array or a set; other elements are left out.
 std::vector<URL> urlsOf(id<NSFastEnumeration> urls);
 
 }  // namespace kelpie

@@ -17,10 +17,10 @@ const json kNull;
 
 // -- Reading --------------------------------------------------------------------------------------
 
-// The object of a line; missing when it is none, or nests deeper than that.
+// The object of a line; absent when it is not an object, or nests deeper than that.
 std::optional<json> objectOf(std::string_view text, int nesting) {
   bool tooDeep = false;
-  // Answering false drops the value, so that a line of brackets costs no memory.
+  // Returning false drops the value, so that a line of brackets costs no memory.
   const auto keep = [&tooDeep, nesting](int depth, json::parse_event_t event, json&) {
     const bool opens =
         event == json::parse_event_t::object_start || event == json::parse_event_t::array_start;
@@ -70,8 +70,8 @@ std::vector<std::string> texts(const json& list) {
 
 // -- Lines of a host ------------------------------------------------------------------------------
 
-// Each reads the object of a line of its type; missing, with `problem` saying why, when what it
-// needs is not there.
+// Each reads the object of a line of its type; absent, with `problem` saying why, when a required
+// member is absent or wrong.
 using HostReader = std::optional<HostLine> (*)(const json& object, std::string& problem);
 
 std::optional<HostLine> readHello(const json& object, std::string& /*problem*/) {
@@ -323,7 +323,7 @@ json objectOf(const Error& line) {
 template <class Line>
 std::string textOf(const Line& message) {
   const json object = std::visit([](const auto& line) { return objectOf(line); }, message);
-  // What comes from the file system or from others may hold any byte; the other end gets a line.
+  // Texts from the file system or from others may hold any byte; the other end must get a line.
   return object.dump(-1, ' ', false, json::error_handler_t::replace) + '\n';
 }
 

@@ -11,15 +11,15 @@
 #include <vector>
 
 // What the lines of the host link say: one struct for each type of line. URLs are texts as they
-// stand in the line; who reads one judges it. Texts are UTF-8 of others.
+// stand in the line; their reader judges them. Texts are foreign UTF-8.
 namespace kelpie::hostlink {
 
 inline constexpr int kVersion = 1;
 // In bytes, without the "\n" at its end.
 inline constexpr std::size_t kMaximumLineLength = std::size_t{16} << 20U;
 
-// What JSON calls a number, kept as it came, or null: a host may number its lines as it likes, and
-// the answer bears the very same.
+// A JSON number, kept as it came, or null: a host numbers its lines as it likes, and the answer
+// bears the same number.
 using Number = nlohmann::json;
 
 // -- What a host says -----------------------------------------------------------------------------
@@ -55,12 +55,13 @@ struct MenuRequest {
   bool hasOthers = false;  // whether `selected` or `targeted` held anything but texts
 };
 
-// The item at the index path of the menu that `menu` was the id of was chosen; answered by Done.
+// The user chose the item at an index path of the menu with the id `menu`; answered by Done.
 struct Choose {
   Number id;
   Number menu;
   std::vector<std::size_t> path;
-  // What the host calls this choice towards the main application; empty when it does not care.
+  // The host's name for this choice, which the main application is told; empty when the host does
+  // not ask.
   std::string choice = {};
 };
 
@@ -131,7 +132,7 @@ struct Error {
   std::string message;
 };
 
-// A line of a type that is not known here, which is passed over.
+// A line of an unknown type, which is skipped.
 struct OtherLine {};
 
 using ExtensionLine =

@@ -32,7 +32,7 @@ class BadgeWatch {
 
   // Connects the file manager, also anew. False when nobody serves it.
   bool connect(int step);
-  // What the programs knew, they know no more.
+  // The programs have forgotten everything.
   void programsStarted(int step) { startedAt_ = step; }
   // Waits until every badge is what git says now, and, where `lasting`, still is after a while.
   // Otherwise fails the test and says what differs.

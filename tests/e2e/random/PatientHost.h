@@ -34,7 +34,7 @@ class PatientHost {
   using Items = std::map<std::string, Item>;  // by path
 
   // `top` are folders that are shown whenever they are there; of the folders below them those for
-  // which `shows` answers true.
+  // which `shows` returns true.
   PatientHost(std::string socketPath, std::vector<std::string> top,
               std::function<bool(const std::string& folder)> shows);
   ~PatientHost();
@@ -52,7 +52,7 @@ class PatientHost {
   // most until `end`.
   std::uint64_t received() const;
   void waitForMore(std::uint64_t known, Clock::time_point end) const;
-  // What was answered that is an error, or no JSON; empty as a rule.
+  // Answers that were errors, or not JSON; empty as a rule.
   std::string complaints() const;
 
  private:

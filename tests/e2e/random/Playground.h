@@ -39,7 +39,7 @@ class Playground {
   // Files, links among them, and folders, without what git keeps; sorted.
   std::vector<std::string> files() const;
   std::vector<std::string> folders() const;  // the root ("") first
-  // Missing when there is none.
+  // Absent when there is none.
   std::optional<std::string> aFile();
   std::optional<std::string> aPlainFile();  // no link
   std::optional<std::string> aTrackedFile();

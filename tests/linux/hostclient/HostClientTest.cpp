@@ -19,7 +19,7 @@ using Texts = std::vector<std::string>;
 // A client whose time and whose other end the test has in hand.
 class HostClientTest : public testing::Test {
  protected:
-  // Connects and answers the greeting; what the client says to that is in said().
+  // Connects and returns the greeting; what the client says to that is in said().
   void meet(const Texts& directories = {"file:///r/"}) {
     client.connecting();
     client.connected(now);

@@ -20,7 +20,7 @@ class ChildProcess {
   // How long a condition is waited for: no test takes that long unless it fails.
   static constexpr std::chrono::seconds kLongEnough{30};
 
-  // Changes to the environment that the program inherits: a missing value takes a variable away.
+  // Changes to the environment that the program inherits: an absent value removes a variable.
   using Environment = std::map<std::string, std::optional<std::string>>;
 
   // `command` is the program, as an absolute path or by its name, and its arguments. A program that
@@ -34,12 +34,12 @@ class ChildProcess {
   pid_t pid() const { return pid_; }
   void signal(int number) const;
 
-  // Waits for the end: the status, or 128 and the number of the signal that ended it; missing when
+  // Waits for the end: the status, or 128 and the number of the signal that ended it; absent when
   // it still runs after `limit`. May be asked again.
   std::optional<int> waitForEnd(std::chrono::milliseconds limit = kLongEnough);
   bool isRunning() { return !waitForEnd(std::chrono::milliseconds(0)).has_value(); }
 
-  // What it has written so far to standard output, to standard error.
+  // What it has written so far to standard output, and to standard error.
   const std::string& output();
   const std::string& errors();
   // Wait until that holds `text`. False when it does not within kLongEnough, or ends without it.
@@ -52,10 +52,10 @@ class ChildProcess {
     UniqueFd file;
     std::string text;
 
-    // Takes what is there. False at the end.
+    // Reads what is there. False at the end.
     bool read();
   };
-  // Waits for output, or for the end of the process, and takes it. False when `end` has come.
+  // Waits for output, or for the end of the process, and reads it. False when `end` has come.
   bool waitAndRead(std::chrono::steady_clock::time_point end);
   bool waitFor(const Stream& stream, std::string_view text);
 
