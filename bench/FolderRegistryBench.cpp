@@ -53,9 +53,8 @@ class WorkingCopy {
  public:
   WorkingCopy() {
     folder_.addFolder("repository/.git");
-    for (std::size_t item = 0; item < kItems; ++item) {
+    for (std::size_t item = 0; item < kItems; ++item)
       folder_.addFile("repository/results/measurement-" + std::to_string(item) + ".json");
-    }
   }
 
   std::string root() const { return folder_ / "repository"; }

@@ -59,9 +59,8 @@ class ArchiveFile {
   }
   static Object key(int i) {
     Bytes bytes(16, 0);
-    for (std::size_t n = 0; n < 4; ++n) {
+    for (std::size_t n = 0; n < 4; ++n)
       bytes[8 + n] = static_cast<std::uint8_t>(static_cast<unsigned>(i) >> (8 * n));
-    }
     return Object(std::move(bytes));
   }
 
@@ -74,9 +73,8 @@ class ArchiveFile {
 double peakMemory() {
   std::ifstream status("/proc/self/status");
   std::string line;
-  while (std::getline(status, line)) {
+  while (std::getline(status, line))
     if (line.starts_with("VmHWM:")) return std::atof(line.c_str() + 6) * 1024;
-  }
   return 0;
 }
 

@@ -83,9 +83,8 @@ KPTreeNode::Children folders(const std::string& kind, const std::string& prefix,
 std::shared_ptr<const KPTreeNode> referencesTree() {
   constexpr int kBranches = kReferences * 2 / 5;
   KPTreeNode::Children tags;
-  for (int i = 0; i < kReferences - 2 * kBranches; ++i) {
+  for (int i = 0; i < kReferences - 2 * kBranches; ++i)
     tags.push_back(makeLeaf({.name = "v1." + std::to_string(i), .oid = Bytes(20, 1), .tag = i}));
-  }
   return makeReferencesTree({{},
                              folders("heads", "", kBranches),
                              std::move(tags),
@@ -169,9 +168,8 @@ class Extension {
 // How many items a menu has, submenus included.
 std::size_t countItems(const Menu& menu) {
   std::size_t count = menu.items.size();
-  for (const MenuItem& item : menu.items) {
+  for (const MenuItem& item : menu.items)
     if (item.submenu != nullptr) count += countItems(*item.submenu);
-  }
   return count;
 }
 
@@ -200,9 +198,8 @@ void MenuOfSelection(benchmark::State& state, int folderCount, int repositories)
   for (auto _ : state) {
     auto start = Clock::now();
     struct stat status = {};
-    for (const std::string& path : extension.paths()) {
+    for (const std::string& path : extension.paths())
       benchmark::DoNotOptimize(::lstat(path.c_str(), &status));
-    }
     floorTime += millisecondsSince(start);
 
     start = Clock::now();

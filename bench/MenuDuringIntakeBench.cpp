@@ -156,9 +156,8 @@ void MenuDuringIntake(benchmark::State& state) {
     const Clock::time_point begin = Clock::now();
     live.handle(message);
     const std::future<void> end = live.endOfIntake();
-    while (isAnswered && end.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+    while (isAnswered && end.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
       isAnswered = ask();
-    }
     const Milliseconds intake = Clock::now() - begin;
     const double longest = std::ranges::max(waits);
     const std::size_t menus = waits.size();

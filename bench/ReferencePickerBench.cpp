@@ -52,9 +52,8 @@ std::shared_ptr<const KPTreeNode> reference(const std::string& kind, const std::
 // All of them tags.
 std::shared_ptr<const KPTreeNode> flatTree() {
   Nodes tags;
-  for (int i = 0; i < kReferences; ++i) {
+  for (int i = 0; i < kReferences; ++i)
     tags.push_back(reference("tags", "build-2024-11-" + std::to_string(i), i));
-  }
   return makeReferencesTree({{}, {}, std::move(tags)});
 }
 
@@ -78,9 +77,8 @@ std::shared_ptr<const KPTreeNode> nestedTree() {
   Nodes tags;
   for (int i = 0; i < 10'000; ++i) tags.push_back(reference("tags", "v1." + std::to_string(i), i));
   Nodes remotes;
-  for (const std::string name : {"origin", "upstream"}) {
+  for (const std::string name : {"origin", "upstream"})
     remotes.push_back(makeFolder(name, folders("remotes", name + "/", 10'000)));
-  }
   return makeReferencesTree(
       {{}, folders("heads", "", 20'000), std::move(tags), std::move(remotes)});
 }

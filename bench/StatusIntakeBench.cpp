@@ -59,9 +59,8 @@ struct Screen {
  private:
   static Object otherIdentifier(int index) {
     Bytes bytes(16, 0xEE);
-    for (std::size_t i = 0; i < 4; ++i) {
+    for (std::size_t i = 0; i < 4; ++i)
       bytes[8 + i] = static_cast<std::uint8_t>(static_cast<unsigned>(index) >> (8 * i));
-    }
     return Object(std::move(bytes));
   }
 };
@@ -87,9 +86,8 @@ bool badgesAreRight(const BenchRepository& bench, const Screen& screen) {
     const auto word = static_cast<StatusWord>(i % 2 == 0 ? wordOf(static_cast<int>(i) / 2) : 0);
     const auto found = bench.finder.badges.find(screen.shown[i]);
     if (found == bench.finder.badges.end() ||
-        found->second != KPRepository::badgeIdentifierForStatus(word)) {
+        found->second != KPRepository::badgeIdentifierForStatus(word))
       return false;
-    }
   }
   return true;
 }

@@ -25,9 +25,7 @@ constexpr int kMaximumDepth = 16;
 // Looks at everything a rule could look at. The budget keeps a value that is shared a million times
 // from being walked a million times.
 void walk(ObjectView view, int depth, int& budget) {
-  if (depth > kMaximumDepth || --budget < 0) {
-    return;
-  }
+  if (depth > kMaximumDepth || --budget < 0) return;
   (void)view.integerValue();
   (void)view.stringValue();
   (void)view.data();
@@ -45,9 +43,7 @@ void walk(ObjectView view, int depth, int& budget) {
 }
 
 void require(bool holds) {
-  if (!holds) {
-    std::abort();
-  }
+  if (!holds) std::abort();
 }
 
 }  // namespace
@@ -66,9 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   (void)inPlace.description();
 
   const std::optional<kelpie::Bytes> written = kelpie::KeyedArchiver::archivedData(whole);
-  if (!written) {
-    return 0;
-  }
+  if (!written) return 0;
   const Object again = kelpie::KeyedUnarchiver::unarchiveObject(*written);
   require(again.kind() == whole.kind());
   require(again.size() == whole.size());

@@ -210,11 +210,10 @@ class Graph {
   // Several objects, or one many times.
   Number references() {
     std::vector<Number> numbers;
-    if (draw_.below(2) == 0) {
+    if (draw_.below(2) == 0)
       numbers.assign(draw_.count(), reference());
-    } else {
+    else
       for (std::size_t left = 1 + draw_.below(6); left > 0; --left) numbers.push_back(reference());
-    }
     last_ = archive_.list.array(numbers);
     return last_;
   }
@@ -307,12 +306,10 @@ Cost costOf(MessageHarness& harness, const Bytes& message) {
 }
 
 void check(std::string_view selector, const Bytes& message, const Cost& cost) {
-  if (cost.peak > kFreeBytes + kBytesPerByte * message.size()) {
+  if (cost.peak > kFreeBytes + kBytesPerByte * message.size())
     fail(selector, "bytes of memory", cost.peak, message.size());
-  }
-  if (cost.steps > kFreeSteps + kStepsPerByte * message.size()) {
+  if (cost.steps > kFreeSteps + kStepsPerByte * message.size())
     fail(selector, "steps", cost.steps, message.size());
-  }
 }
 
 // With KELPIE_HOSTILE_TABLE=SIZE in the environment: what the messages of the tests cost, by name.
@@ -430,11 +427,10 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   constexpr std::string_view kMagic = "bplist00";
   const Bytes input(data, data + size);
-  if (size > kMagic.size() && std::equal(kMagic.begin(), kMagic.end(), data)) {
+  if (size > kMagic.size() && std::equal(kMagic.begin(), kMagic.end(), data))
     send(input);
-  } else {
+  else
     sendDrawn(data, size);
-  }
   return 0;
 }
 
@@ -444,9 +440,8 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
   ArchiveGraph::Random random(seed);
   std::optional<ArchiveGraph> graph = ArchiveGraph::read({data, size});
   if (!graph) return LLVMFuzzerMutate(data, size, maxSize);
-  for (auto count = 1 + random() % 3; count > 0; --count) {
+  for (auto count = 1 + random() % 3; count > 0; --count)
     graph->mutate(random, maxSize > size ? maxSize - size : 0, kWords, LLVMFuzzerMutate);
-  }
   const std::size_t written = give(graph->write(), data, maxSize);
   return written != 0 ? written : size;
 }

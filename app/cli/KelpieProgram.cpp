@@ -13,13 +13,12 @@ int KelpieProgram::run(const std::vector<std::string>& words) {
   std::ostream& out = context_.console.out();
   if (words.empty()) return refuse("it takes a command; see: kelpie --help");
   int status = kSuccess;
-  if (words.front() == "--help" || words.front() == "-h") {
+  if (words.front() == "--help" || words.front() == "-h")
     out << generalHelp();
-  } else if (words.front() == "--version") {
+  else if (words.front() == "--version")
     out << kVersion << '\n';
-  } else {
+  else
     status = runCommand(words);
-  }
   out.flush();
   if (out.good()) return status;
   context_.console.complain("cannot write to standard output");

@@ -168,9 +168,8 @@ Bytes ArchiveGraph::write() const {
       case Node::Kind::Dictionary: {
         const std::size_t count = node.uses.size() / 2;
         std::vector<std::pair<RawPropertyList::Number, RawPropertyList::Number>> entries;
-        for (std::size_t index = 0; index < count; ++index) {
+        for (std::size_t index = 0; index < count; ++index)
           entries.emplace_back(node.uses[index], node.uses[count + index]);
-        }
         list.dictionary(entries);
         break;
       }
@@ -210,9 +209,8 @@ void ArchiveGraph::mutate(Random& random, std::size_t room,
       const std::size_t size = node->bytes.size();
       node->bytes.resize(size + std::min<std::size_t>(room, 64));
       node->bytes.resize(mutateBytes(node->bytes.data(), size, node->bytes.size()));
-      for (std::uint8_t& byte : node->bytes) {
+      for (std::uint8_t& byte : node->bytes)
         if (node->kind == Node::Kind::Text) byte &= 0x7fU;
-      }
       return;
     }
   }
@@ -233,9 +231,8 @@ void ArchiveGraph::graft(const ArchiveGraph& other, Random& random) {
     node.uid += uidShift;
   }
   Node* const reference = any(random, Node::Kind::Reference, Node::Kind::Reference);
-  if (reference != nullptr) {
+  if (reference != nullptr)
     reference->uid = uidShift + static_cast<std::uint32_t>(below(random, count));
-  }
   std::move(copy.nodes_.begin(), copy.nodes_.end(), std::back_inserter(nodes_));
 }
 
@@ -297,11 +294,10 @@ void ArchiveGraph::referElsewhere(Random& random) {
   const Node* const all = objects();
   Node* const reference = any(random, Node::Kind::Reference, Node::Kind::Reference);
   if (all == nullptr || reference == nullptr) return;
-  if (below(random, 2) == 0) {
+  if (below(random, 2) == 0)
     reference->uid = static_cast<std::uint32_t>(below(random, all->uses.size() + 1));
-  } else {
+  else
     reference->uid = any(random, Node::Kind::Reference, Node::Kind::Reference)->uid;
-  }
 }
 
 void ArchiveGraph::lengthen(Random& random, std::size_t room) {
@@ -310,9 +306,8 @@ void ArchiveGraph::lengthen(Random& random, std::size_t room) {
   if (node->bytes.empty()) node->bytes.push_back('/');
   const std::size_t size = node->bytes.size();
   const std::size_t longer = size + times(random, room);
-  for (std::size_t index = size; index < longer; ++index) {
+  for (std::size_t index = size; index < longer; ++index)
     node->bytes.push_back(node->bytes[index - size]);
-  }
 }
 
 void ArchiveGraph::putArchiveInside(Random& random, std::size_t room) {

@@ -37,9 +37,8 @@ class ArchiveCycles::Search {
 
   // The component of each object; empty when the archive has more references than it may.
   std::vector<std::uint32_t> components() {
-    for (std::uint32_t uid = 0; uid < order_.size(); ++uid) {
+    for (std::uint32_t uid = 0; uid < order_.size(); ++uid)
       if (order_[uid] == kUnseen) visitFrom(uid);
-    }
     if (reader_.budget().isUsedUp()) low_.clear();
     return std::move(low_);
   }
@@ -88,11 +87,10 @@ class ArchiveCycles::Search {
     while (!visits_.empty()) {
       const std::uint32_t uid = visits_.back().uid;
       if (const auto target = next(visits_.back())) {
-        if (order_[*target] == kUnseen) {
+        if (order_[*target] == kUnseen)
           enter(*target);
-        } else if (order_[*target] != kDone) {
+        else if (order_[*target] != kDone)
           low_[uid] = std::min(low_[uid], order_[*target]);
-        }
         continue;
       }
       visits_.pop_back();

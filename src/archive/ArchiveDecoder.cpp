@@ -101,9 +101,8 @@ Object ArchiveDecoder::root() {
 
 Object ArchiveDecoder::unarchive(ByteView archive) {
   if (limits_.nesting == KeyedUnarchiver::kMaximumNesting ||
-      !limits_.budget.charge(ReadingBudget::kOpening)) {
+      !limits_.budget.charge(ReadingBudget::kOpening))
     return {};
-  }
   ++limits_.nesting;
   Object result = ArchiveDecoder(archive, limits_).root();
   --limits_.nesting;
@@ -192,9 +191,8 @@ Objects ArchiveDecoder::elements(const ArchivedValue& value, const Item& item) {
   Objects result;
   if (!limits_.budget.charge(item.count * ReadingBudget::kSlot)) return result;
   result.reserve(item.count);
-  for (std::size_t index = 0; index < item.count; ++index) {
+  for (std::size_t index = 0; index < item.count; ++index)
     result.push_back(objectOf(reader_.element(value, item, index)));
-  }
   return result;
 }
 
@@ -211,9 +209,7 @@ Object ArchiveDecoder::makeDictionary(const ArchivedValue& value, const Archived
     if (!limits_.budget.charge(kEntry)) break;
     Object key = objectOf(reader_.element(value, content.item, index));
     Object entry = objectOf(reader_.element(value, content.values, index));
-    if (!key.isNil() && !entry.isNil()) {
-      entries.set(std::move(key), std::move(entry), comparison_);
-    }
+    if (!key.isNil() && !entry.isNil()) entries.set(std::move(key), std::move(entry), comparison_);
   }
   return entries;
 }
@@ -274,14 +270,12 @@ OpaqueObject::Field ArchiveDecoder::opaqueField(const ArchivedValue& value, cons
   const BinaryPropertyList& list = reader_.list();
   const std::uint32_t number = list.number(object, object.count + index);
   const Item item = list.item(number);
-  if (item.type == Type::Uid) {
+  if (item.type == Type::Uid)
     return {{}, objectOf(reader_.follow(value.uid, number)), OpaqueObject::Form::Reference};
-  }
   if (item.type == Type::Array && limits_.budget.charge(list.contentSize(item))) {
     bool areReferences = true;
-    for (std::size_t element = 0; element < item.count && areReferences; ++element) {
+    for (std::size_t element = 0; element < item.count && areReferences; ++element)
       areReferences = list.item(list.number(item, element)).type == Type::Uid;
-    }
     if (areReferences) return {{}, elements(value, item), OpaqueObject::Form::References};
   }
   PropertyListDecoder decoder(list, limits_);

@@ -141,11 +141,9 @@ ArchivedValue ArchiveReader::field(const ArchivedValue& object, std::string_view
   const Item item = list_.itemAt(object.offset);
   if (!isObject(item)) return {};
   chargeKeys(item);
-  for (std::size_t index = 0; index < item.count; ++index) {
-    if (list_.isEqualToString(list_.keyAt(item, index), key)) {
+  for (std::size_t index = 0; index < item.count; ++index)
+    if (list_.isEqualToString(list_.keyAt(item, index), key))
       return follow(object.uid, list_.number(item, item.count + index));
-    }
-  }
   return {};
 }
 
@@ -354,11 +352,10 @@ std::uint8_t ArchiveReader::findClass(std::uint32_t classUid) const {
     const auto* const own =
         std::find_if(std::begin(kArchiveClasses), std::end(kArchiveClasses),
                      [&](const ArchiveClass& candidate) { return candidate.name == name; });
-    if (own != std::end(kArchiveClasses)) {
+    if (own != std::end(kArchiveClasses))
       found = static_cast<std::uint8_t>(own - std::begin(kArchiveClasses));
-    } else {
+    else
       found = ClassTable::shared().find(name) != nullptr ? kRegistered : kOpaque;
-    }
     return found == kOpaque && budget_->charge(kName + name.size());
   });
   return found;
@@ -424,9 +421,8 @@ bool ArchiveReader::isPlainlyFlat(const Item& object) const {
     if (elements.type != Type::Array || elements.count > kFew) return false;
     for (std::size_t index = 0; index < elements.count; ++index) {
       const std::uint64_t uid = list_.uid(list_.item(list_.number(elements, index)));
-      if (uid < objects_.count && isContainer(objectItem(static_cast<std::uint32_t>(uid)))) {
+      if (uid < objects_.count && isContainer(objectItem(static_cast<std::uint32_t>(uid))))
         return false;
-      }
     }
     return true;
   };

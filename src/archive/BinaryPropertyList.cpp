@@ -72,9 +72,8 @@ bool isPossibleSize(Type type, std::uint64_t size) {
 std::optional<BinaryPropertyList> BinaryPropertyList::open(ByteView bytes) {
   if (bytes.size() < kHeaderSize + kTrailerSize ||
       bytes.size() > std::numeric_limits<std::uint32_t>::max() ||
-      !textOf(bytes).starts_with(kMagic)) {
+      !textOf(bytes).starts_with(kMagic))
     return std::nullopt;
-  }
   const std::size_t end = bytes.size() - kTrailerSize;
 
   BinaryPropertyList list;
@@ -88,9 +87,8 @@ std::optional<BinaryPropertyList> BinaryPropertyList::open(ByteView bytes) {
   const auto isSize = [](std::uint8_t size) { return 1 <= size && size <= 8; };
   if (!isSize(list.offsetSize_) || !isSize(list.referenceSize_) || tableOffset < kHeaderSize ||
       tableOffset > end || objectCount > (end - tableOffset) / list.offsetSize_ ||
-      topNumber >= objectCount) {
+      topNumber >= objectCount)
     return std::nullopt;
-  }
   list.objectCount_ = static_cast<std::uint32_t>(objectCount);
   list.topNumber_ = static_cast<std::uint32_t>(topNumber);
   list.tableOffset_ = static_cast<std::uint32_t>(tableOffset);
@@ -150,9 +148,8 @@ BinaryPropertyList::Item BinaryPropertyList::itemAt(std::uint32_t offset) const 
                                                            : marker.elementSize;
       break;
   }
-  if (!isPossibleSize(marker.type, count) || count > (tableOffset_ - contents) / elementSize) {
+  if (!isPossibleSize(marker.type, count) || count > (tableOffset_ - contents) / elementSize)
     return {};
-  }
   return {marker.type, offset, contents, static_cast<std::uint32_t>(count)};
 }
 
@@ -168,9 +165,8 @@ bool BinaryPropertyList::readCount(std::uint32_t& contents, std::uint64_t& count
 BinaryPropertyList::Item BinaryPropertyList::value(const Item& dictionary,
                                                    std::string_view key) const {
   if (dictionary.type != Type::Dictionary) return {};
-  for (std::size_t index = 0; index < dictionary.count; ++index) {
+  for (std::size_t index = 0; index < dictionary.count; ++index)
     if (isEqualToString(keyAt(dictionary, index), key)) return valueAt(dictionary, index);
-  }
   return {};
 }
 
@@ -220,21 +216,17 @@ ByteView BinaryPropertyList::bytes(const Item& item) const {
 }
 
 std::string BinaryPropertyList::string(const Item& item) const {
-  if (item.type == Type::Utf16) {
+  if (item.type == Type::Utf16)
     return utf8FromUtf16(bytes_.subspan(item.contents, contentSize(item)));
-  }
   const std::string_view text = textOf(bytes(item));
-  if (item.type != Type::Ascii || isAscii(text)) {
+  if (item.type != Type::Ascii || isAscii(text))
     return item.type == Type::Ascii ? std::string(text) : std::string();
-  }
   std::string result;
-  for (const char c : text) {
-    if (static_cast<unsigned char>(c) < 0x80) {
+  for (const char c : text)
+    if (static_cast<unsigned char>(c) < 0x80)
       result += c;
-    } else {
+    else
       result += kReplacementCharacter;
-    }
-  }
   return result;
 }
 
@@ -247,9 +239,8 @@ bool BinaryPropertyList::isEqualToString(const Item& item, std::string_view text
   }
   // A code unit takes one to three bytes of UTF-8.
   if (item.type != Type::Utf16 || text.size() < item.count ||
-      text.size() > std::size_t{item.count} * 3) {
+      text.size() > std::size_t{item.count} * 3)
     return false;
-  }
   return string(item) == text;
 }
 

@@ -30,9 +30,8 @@ enum : std::uint8_t {
 constexpr std::uint64_t kCountFollows = 15;
 
 void appendSized(Bytes& bytes, std::uint64_t value, std::size_t size) {
-  for (std::size_t index = size; index-- > 0;) {
+  for (std::size_t index = size; index-- > 0;)
     bytes.push_back(static_cast<std::uint8_t>(value >> (8 * index)));
-  }
 }
 
 // How many bytes are enough for every number up to `value`.
@@ -89,9 +88,8 @@ BinaryPropertyListWriter::Number BinaryPropertyListWriter::addInteger(std::int64
 }
 
 BinaryPropertyListWriter::Number BinaryPropertyListWriter::addUnsigned(std::uint64_t value) {
-  if (value <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+  if (value <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
     return addInteger(static_cast<std::int64_t>(value));
-  }
   const auto [known, isNew] = unsigneds_.try_emplace(value);
   if (isNew) {
     // Eight bytes are signed, so the next size it is.
@@ -202,9 +200,8 @@ Bytes BinaryPropertyListWriter::finish(Number top) const {
     }
     appendCounted(result, entry.form == Form::Array ? kArray : kDictionary, entry.count);
     const std::uint64_t count = entry.form == Form::Array ? entry.count : 2 * entry.count;
-    for (std::uint64_t index = 0; index < count; ++index) {
+    for (std::uint64_t index = 0; index < count; ++index)
       appendSized(result, references_[entry.begin + index], referenceSize);
-    }
   }
 
   const std::size_t tableOffset = result.size();

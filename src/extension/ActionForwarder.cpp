@@ -17,18 +17,14 @@ namespace kelpie {
 
 void ActionForwarder::remoteRepositoryAction(const Object& sender) {
   const std::vector<URL>& targets = host_.targetURLs();
-  if (targets.empty()) {
-    return;
-  }
+  if (targets.empty()) return;
   const MemoFileSystem files(files_);
   const std::shared_ptr<KPRepository> repository = host_.repositoryForURL(targets.front(), files);
   // A message that is handled on another thread may take the identifier away, and with it the
   // repository.
   const std::optional<FileIdentifier> identifier =
       repository != nullptr ? repository->identifier() : std::nullopt;
-  if (!identifier) {
-    return;
-  }
+  if (!identifier) return;
   std::shared_ptr<MenuItem> item;
   if (const std::shared_ptr<const MenuItem> chosen = sender.as<MenuItem>()) {
     item = std::make_shared<MenuItem>(*chosen);

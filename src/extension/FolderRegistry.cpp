@@ -39,20 +39,12 @@ std::optional<ResolvedFolders> resolveFolders(const Object& bookmarks, const Fil
   std::unordered_set<std::string> texts;
   for (const Object& bookmark : bookmarks.elements()) {
     const std::optional<Bytes> data = bookmark.data();
-    if (!data) {
-      return std::nullopt;
-    }
+    if (!data) return std::nullopt;
     BookmarkResolution resolution = files.resolveBookmark(*data);
-    if (resolution.error) {
-      folders.error = std::move(resolution.error);
-    }
-    if (!resolution.url) {
-      break;
-    }
+    if (resolution.error) folders.error = std::move(resolution.error);
+    if (!resolution.url) break;
     URL url = files.fileReferenceUrl(*resolution.url).value_or(*resolution.url);
-    if (texts.insert(url.absoluteString()).second) {
-      folders.urls.push_back(std::move(url));
-    }
+    if (texts.insert(url.absoluteString()).second) folders.urls.push_back(std::move(url));
   }
   return folders;
 }
@@ -79,15 +71,11 @@ void FolderRegistry::beginObservingDirectoryAtURL(const URL& url) {
   }
   noteFolder(url, files);
   const std::optional<FileIdentifier> identifier = url.identifier(files);
-  if (repository == nullptr && !identifier) {
-    return;
-  }
+  if (repository == nullptr && !identifier) return;
   const std::vector<URL> contents = files.contentsOfDirectory(url);
   if (identifier) {
     const std::shared_ptr<PathSet> paths = allObservedFiles()->findOrCreate(*identifier);
-    for (const URL& item : contents) {
-      paths->add(item.path());
-    }
+    for (const URL& item : contents) paths->add(item.path());
   }
   if (repository != nullptr) {
     // Each item is looked at once: nothing is gained by remembering them all.
@@ -99,14 +87,11 @@ void FolderRegistry::endObservingDirectoryAtURL(const URL& url) {
   checkIsOn(*queue_);
   const MemoFileSystem files(platform_.files);
   const std::optional<FileIdentifier> identifier = url.identifier(files);
-  if (!identifier) {
-    return;
-  }
+  if (!identifier) return;
   if (applicationPid() > 0) {
     const std::shared_ptr<KPRepository> repository = repositoryForURL(url, files);
-    if (repository != nullptr && repository->observedPaths() != nullptr) {
+    if (repository != nullptr && repository->observedPaths() != nullptr)
       repository->observedPaths()->remove(*identifier);
-    }
   }
   allObservedFiles()->remove(*identifier);
   folders_.removeInactiveFolders(*identifier);
@@ -117,26 +102,19 @@ void FolderRegistry::endObservingDirectoryAtURL(const URL& url) {
 void FolderRegistry::requestBadgeIdentifiersForURLs(const std::vector<URL>& urls) {
   checkIsOn(*queue_);
   const MemoFileSystem files(platform_.files);
-  for (const URL& url : urls) {
-    noteItem(url, files);
-  }
+  for (const URL& url : urls) noteItem(url, files);
   std::optional<RepositoryLookup> lookup;
   std::shared_ptr<KPRepository> repository;  // that holds those from `first` up to here
   std::size_t first = 0;
   for (std::size_t index = 0; index <= urls.size(); ++index) {
     std::shared_ptr<KPRepository> next;
     if (index < urls.size() && applicationPid() > 0) {
-      if (!lookup || !lookup->isCurrent()) {
-        lookup.emplace(repositories_, files);
-      }
+      if (!lookup || !lookup->isCurrent()) lookup.emplace(repositories_, files);
       next = lookup->repositoryForURL(urls[index]);
     }
-    if (next == repository && index < urls.size()) {
-      continue;
-    }
-    if (repository != nullptr) {
+    if (next == repository && index < urls.size()) continue;
+    if (repository != nullptr)
       observe(*repository, std::span(urls).subspan(first, index - first), files);
-    }
     repository = std::move(next);
     first = index;
   }
@@ -148,9 +126,7 @@ void FolderRegistry::requestBadgeIdentifiersForURLs(const std::vector<URL>& urls
 // badges.
 void FolderRegistry::openRepository(const Opening& opening) {
   checkIsOn(*queue_);
-  if (opening.clearings != repositories_.clearings()) {
-    return;
-  }
+  if (opening.clearings != repositories_.clearings()) return;
   const MemoFileSystem files(platform_.files);
   // Another folder may have taken the place since the message came.
   const FileIdentifier identifier =
@@ -166,14 +142,11 @@ void FolderRegistry::openRepository(const Opening& opening) {
   }
   const auto observedPaths = std::make_shared<ObservedPaths>();
   observedPaths->set(identifier, allObservedFiles()->find(identifier));
-  if (replaces) {
-    adoptShownItems(opening.workingUrl, identifier, *observedPaths, files);
-  }
+  if (replaces) adoptShownItems(opening.workingUrl, identifier, *observedPaths, files);
   const std::shared_ptr<KPRepository> repository =
       KPRepository::create(opening.workingUrl, opening.gitUrl, observedPaths, platform_, defaults_);
-  if (const std::optional<FileIdentifier> own = repository->identifier()) {
+  if (const std::optional<FileIdentifier> own = repository->identifier())
     repositories_.set(*own, repository, opening.clearings);
-  }
   repository->addObservedURL(path);
 }
 
@@ -182,9 +155,7 @@ void FolderRegistry::relocateRepository(const FileIdentifier& identifier) {
   const MemoFileSystem files(platform_.files);
   folders_.removeObservedDirectory(identifier);
   const std::shared_ptr<KPRepository> repository = repositories_.find(identifier);
-  if (repository == nullptr || !repository->isInPlace(files)) {
-    return;
-  }
+  if (repository == nullptr || !repository->isInPlace(files)) return;
   const std::string place = repository->rootPath();
   repository->relocate(files);
   noteFormerPlace(place, repository->rootPath());
@@ -195,14 +166,11 @@ void FolderRegistry::relocateRepository(const FileIdentifier& identifier) {
   adoptShownItems(*repository->url(), identifier, *repository->observedPaths(), files);
   for (const std::shared_ptr<PathSet>& set : repository->observedPaths()->sets()) {
     std::vector<URL> urls;
-    for (const std::string& path : set->paths()) {
-      urls.push_back(URL::fileURLWithPath(path));
-    }
+    for (const std::string& path : set->paths()) urls.push_back(URL::fileURLWithPath(path));
     repository->addObservedURLs(urls, files);
   }
-  if (const std::optional<URL> root = files.filePathUrl(*repository->url())) {
+  if (const std::optional<URL> root = files.filePathUrl(*repository->url()))
     repository->addObservedURL(*root, files);
-  }
 }
 
 bool FolderRegistry::replaceRepositories(const FileIdentifier& identifier, std::string_view path,
@@ -213,9 +181,7 @@ bool FolderRegistry::replaceRepositories(const FileIdentifier& identifier, std::
   for (const std::shared_ptr<KPRepository>& repository : *repositories_.all()) {
     const std::optional<FileIdentifier>& held = repository->rootIdentifier();
     const std::string place = repository->rootPath();
-    if (!held || (held != identifier && place != path)) {
-      continue;
-    }
+    if (!held || (held != identifier && place != path)) continue;
     if (!repository->isInPlace(files)) {
       replaced.push_back(*held);
       noteFormerPlace(place, path);
@@ -225,9 +191,7 @@ bool FolderRegistry::replaceRepositories(const FileIdentifier& identifier, std::
   }
   for (const FileIdentifier& held : replaced) {
     repositories_.remove(held);
-    if (held != identifier && displaced_.size() < kMaximumDisplaced) {
-      displaced_.insert(held);
-    }
+    if (held != identifier && displaced_.size() < kMaximumDisplaced) displaced_.insert(held);
   }
   return takesOver || !replaced.empty();
 }
@@ -239,18 +203,15 @@ void FolderRegistry::observe(KPRepository& repository, std::span<const URL> urls
   checkIsOn(*queue_);
   const std::string root = repository.rootPath();
   if (!urls.empty() && !(urls.front().path() + "/").starts_with(root + "/")) {
-    if (const std::optional<URL> present = files.filePathUrl(*repository.url())) {
+    if (const std::optional<URL> present = files.filePathUrl(*repository.url()))
       noteFormerPlace(present->path(), root);
-    }
   }
   repository.addObservedURLs(urls, files);
 }
 
 void FolderRegistry::noteFormerPlace(const std::string& place, std::string_view present) {
   checkIsOn(*queue_);
-  if (place != present && formerPlaces_.size() < kMaximumDisplaced) {
-    formerPlaces_.insert(place);
-  }
+  if (place != present && formerPlaces_.size() < kMaximumDisplaced) formerPlaces_.insert(place);
 }
 
 void FolderRegistry::adoptShownItems(const URL& root, const FileIdentifier& identifier,
@@ -263,17 +224,14 @@ void FolderRegistry::adoptShownItems(const URL& root, const FileIdentifier& iden
                          const std::shared_ptr<PathSet>& items) {
         const std::shared_ptr<KPRepository> holder = lookup.repositoryForURL(anItem);
         if (!inside.firstRootOf(anItem) ||
-            (holder != nullptr && holder->rootIdentifier() != identifier)) {
+            (holder != nullptr && holder->rootIdentifier() != identifier))
           return;
-        }
         if (folder == identifier) {
           observed.set(folder, items);
           return;
         }
         const std::shared_ptr<PathSet> own = observed.findOrCreate(folder);
-        for (const std::string& path : items->paths()) {
-          own->add(path);
-        }
+        for (const std::string& path : items->paths()) own->add(path);
       });
 }
 
@@ -286,9 +244,7 @@ void FolderRegistry::updateFolders() {
   UserDefaults* const defaults = defaults_.sharedApplicationGroupDefaults();
   const Object bookmarks = defaults != nullptr ? defaults->arrayForKey(kFoldersPathsKey) : Object();
   std::optional<ResolvedFolders> folders = resolveFolders(bookmarks, platform_.files);
-  if (!folders) {
-    return;
-  }
+  if (!folders) return;
   if (folders->error) {
     link_->sendSelector(selector::kShowError, *folders->error);
     return;
@@ -324,9 +280,7 @@ void FolderRegistry::noteFolder(const URL& url, const FileSystem& files) {
   const std::optional<URL> parent = url.parentUrl(files);
   const std::optional<FileIdentifier> identifier =
       parent ? parent->identifier(files) : std::nullopt;
-  if (identifier && !url.isPackage(files)) {
-    folders_.addInactiveFolder(*identifier, url);
-  }
+  if (identifier && !url.isPackage(files)) folders_.addInactiveFolder(*identifier, url);
 }
 
 void FolderRegistry::noteItem(const URL& url, const FileSystem& files) {
@@ -334,13 +288,9 @@ void FolderRegistry::noteItem(const URL& url, const FileSystem& files) {
   const std::optional<URL> parent = url.parentUrl(files);
   const std::optional<FileIdentifier> identifier =
       parent ? parent->identifier(files) : std::nullopt;
-  if (!identifier) {
-    return;
-  }
+  if (!identifier) return;
   allObservedFiles()->findOrCreate(*identifier)->add(url.path());
-  if (url.isDirectory(files) && !url.isPackage(files)) {
-    folders_.addInactiveFolder(*identifier, url);
-  }
+  if (url.isDirectory(files) && !url.isPackage(files)) folders_.addInactiveFolder(*identifier, url);
 }
 
 }  // namespace kelpie

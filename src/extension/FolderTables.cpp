@@ -10,9 +10,7 @@ void FolderTables::addInactiveFolder(const FileIdentifier& parent, const URL& fo
 void FolderTables::removeInactiveFolder(const FileIdentifier& parent, const URL& folder) {
   const MutexLock lock(mutex_);
   const auto entry = inactive_.find(parent);
-  if (entry != inactive_.end()) {
-    entry->second.erase(folder.absoluteString());
-  }
+  if (entry != inactive_.end()) entry->second.erase(folder.absoluteString());
 }
 
 void FolderTables::removeInactiveFolders(const FileIdentifier& parent) {
@@ -26,9 +24,7 @@ FolderTables::InactiveFolders FolderTables::inactiveFolders() const {
   copy.reserve(inactive_.size());
   for (const auto& [parent, folders] : inactive_) {
     std::vector<URL>& urls = copy.emplace_back(parent, std::vector<URL>()).second;
-    for (const auto& [text, url] : folders) {
-      urls.push_back(url);
-    }
+    for (const auto& [text, url] : folders) urls.push_back(url);
   }
   return copy;
 }
@@ -37,9 +33,7 @@ void FolderTables::setInactiveFolders(const InactiveFolders& folders) {
   std::unordered_map<FileIdentifier, Folders> changed;
   for (const auto& [parent, urls] : folders) {
     Folders& entry = changed[parent];
-    for (const URL& url : urls) {
-      entry.try_emplace(url.absoluteString(), url);
-    }
+    for (const URL& url : urls) entry.try_emplace(url.absoluteString(), url);
   }
   const MutexLock lock(mutex_);
   inactive_.swap(changed);
@@ -63,9 +57,7 @@ void FolderTables::addObservedDirectory(const URL& folder,
   const MutexLock lock(mutex_);
   const auto [entry, isNew] =
       observed_.try_emplace(folder.absoluteString(), Directory{folder, identifier});
-  if (!isNew) {
-    entry->second.identifier = identifier;  // of what stands there now
-  }
+  if (!isNew) entry->second.identifier = identifier;  // of what stands there now
 }
 
 void FolderTables::removeObservedDirectory(const FileIdentifier& identifier) {
@@ -78,9 +70,7 @@ std::vector<URL> FolderTables::observedDirectories() const {
   const MutexLock lock(mutex_);
   std::vector<URL> copy;
   copy.reserve(observed_.size());
-  for (const auto& [text, directory] : observed_) {
-    copy.push_back(directory.url);
-  }
+  for (const auto& [text, directory] : observed_) copy.push_back(directory.url);
   return copy;
 }
 

@@ -34,9 +34,7 @@ constexpr std::uint64_t kOpenFiles = 10240;
 
 bool raiseOpenFilesLimit(ResourceLimits& limits) {
   std::optional<OpenFilesLimit> limit = limits.openFilesLimit();
-  if (!limit) {
-    return false;
-  }
+  if (!limit) return false;
   limit->soft = kOpenFiles;
   return limits.setOpenFilesLimit(*limit);
 }
@@ -46,9 +44,7 @@ void removeStaleKeys(UserDefaults& defaults) {
   for (const auto& [key, value] : defaults.dictionaryRepresentation().entries()) {
     const std::string name = key.stringValue();
     const auto isPrefix = [&](std::string_view prefix) { return name.starts_with(prefix); };
-    if (std::ranges::any_of(kStaleKeyPrefixes, isPrefix)) {
-      defaults.removeObject(name);
-    }
+    if (std::ranges::any_of(kStaleKeyPrefixes, isPrefix)) defaults.removeObject(name);
   }
 }
 
@@ -59,9 +55,7 @@ struct Report {
 
   explicit Report(LocalMessagePort::Completion& completion) : done(completion) {}
   ~Report() {
-    if (done) {
-      done();
-    }
+    if (done) done();
   }
   Report(const Report&) = delete;
   Report& operator=(const Report&) = delete;
@@ -81,9 +75,7 @@ std::vector<URL> urlsOf(const ObjectView& urls) {
   std::vector<URL> result;
   urls.forEachElement([&result](const ObjectView& element) {
     const std::optional<URL> url = element.toObject().url();
-    if (url && element.charge(kTableEntry + url->path().size())) {
-      result.push_back(*url);
-    }
+    if (url && element.charge(kTableEntry + url->path().size())) result.push_back(*url);
     return true;
   });
   return result;
@@ -97,11 +89,10 @@ struct SelectorMessage {
   template <class T>
   void carryOut(Call<T> call, T& target, Log& log) const {
     const Object argument = content[kMessageArgumentKey];
-    if (content.isRefused()) {
+    if (content.isRefused())
       log.write("A message says more than its bytes can hold; dropped.");
-    } else {
+    else
       call(target, argument);
-    }
   }
 
   Object content;
@@ -111,18 +102,15 @@ struct SelectorMessage {
 }  // namespace
 
 void KPKelpieSync::initialize(const Platform& platform) {
-  for (const KPBadge::Entry& badge : KPBadge::badges()) {
+  for (const KPBadge::Entry& badge : KPBadge::badges())
     platform.finder.setBadgeImage(badge.image, "", badge.identifier);
-  }
   removeStaleKeys(platform.defaults.standardDefaults());
   registerReferenceClasses();
 }
 
 std::unique_ptr<KPKelpieSync> KPKelpieSync::create(const Platform& platform,
                                                    KPUserDefaults& defaults) {
-  if (!raiseOpenFilesLimit(platform.limits)) {
-    return nullptr;
-  }
+  if (!raiseOpenFilesLimit(platform.limits)) return nullptr;
   // The constructor is private, so make_unique cannot reach it.
   std::unique_ptr<KPKelpieSync> controller(
       new KPKelpieSync(platform, defaults));  // NOLINT(cppcoreguidelines-owning-memory)
@@ -194,9 +182,7 @@ std::optional<Menu> KPKelpieSync::menuForMenuKind(FIMenuKind kind) {
 bool KPKelpieSync::performAction(const MenuItem& item) {
   thread_.check();
   const Call<KPKelpieSync> call = item.action ? controllerRoutes().find(*item.action) : nullptr;
-  if (call == nullptr) {
-    return false;
-  }
+  if (call == nullptr) return false;
   call(*this, Object(std::shared_ptr<const Archivable>(std::make_shared<const MenuItem>(item))));
   return true;
 }
@@ -238,26 +224,16 @@ void KPKelpieSync::setApplicationPid(std::int32_t pid) {
 // Messages that an ended application still had on its way would set badges that are never removed.
 void KPKelpieSync::openRepositoryWithUrls(const Object& urls) {
   thread_.check();
-  if (registry_->hasApplicationEnded()) {
-    return;
-  }
-  if (!urls.isArray() || urls.size() == 0) {
-    return;
-  }
+  if (registry_->hasApplicationEnded()) return;
+  if (!urls.isArray() || urls.size() == 0) return;
   const std::optional<URL> working = urls.at(0).url();
   const std::optional<URL> git = urls.at(urls.size() - 1).url();
-  if (!working || !git) {
-    return;
-  }
+  if (!working || !git) return;
   const std::optional<URL> workingUrl = platform_.files.fileReferenceUrl(*working);
   const std::optional<URL> gitUrl = platform_.files.fileReferenceUrl(*git);
-  if (!workingUrl || !gitUrl) {
-    return;
-  }
+  if (!workingUrl || !gitUrl) return;
   const std::optional<FileIdentifier> identifier = workingUrl->identifier(platform_.files);
-  if (!identifier) {
-    return;
-  }
+  if (!identifier) return;
   const std::shared_ptr<KPRepository> held = registry_->repositories().find(*identifier);
   if (held != nullptr && held->isInPlace(platform_.files)) {
     if (held->hasMoved(platform_.files)) {
@@ -281,14 +257,10 @@ void KPKelpieSync::openRepositoryWithUrls(const Object& urls) {
 void KPKelpieSync::receiveMessage(std::int32_t id, std::shared_ptr<const Bytes> message,
                                   LocalMessagePort::Completion done) {
   const Report report{done};
-  if (id != kExtensionMessage) {
-    return;
-  }
+  if (id != kExtensionMessage) return;
   const std::uint64_t openings = repositoryOpenings_;
   handleSelectorMessage(std::move(message));
-  if (openings != repositoryOpenings_) {
-    observerQueue_->post(std::exchange(done, nullptr));
-  }
+  if (openings != repositoryOpenings_) observerQueue_->post(std::exchange(done, nullptr));
 }
 
 // A message that names neither an operation of the controller nor one of an open repository is
@@ -296,27 +268,19 @@ void KPKelpieSync::receiveMessage(std::int32_t id, std::shared_ptr<const Bytes> 
 // application sends them again once it is.
 void KPKelpieSync::handleSelectorMessage(std::shared_ptr<const Bytes> message) {
   thread_.check();
-  if (message == nullptr) {
-    return;
-  }
+  if (message == nullptr) return;
   const SelectorMessage head(KeyedUnarchiver::open(message, kMainThreadUnits));
-  if (!head.selector) {
-    return;
-  }
+  if (!head.selector) return;
   if (const Call<KPKelpieSync> call = controllerRoutes().find(*head.selector)) {
     head.carryOut(call, *this, platform_.log);
     return;
   }
   const Call<KPRepository> call = repositoryRoutes().find(*head.selector);
-  if (call == nullptr) {
-    return;
-  }
+  if (call == nullptr) return;
   const std::optional<FileIdentifier> target =
       FileIdentifier::fromObject(head.content[kMessageTargetKey]);
   const auto repository = target ? registry_->repositories().find(*target) : nullptr;
-  if (repository == nullptr) {
-    return;
-  }
+  if (repository == nullptr) return;
   if (message->size() <= kLongMessage && !repository->hasWaitingMessages()) {
     head.carryOut(call, *repository, platform_.log);
     return;
@@ -328,9 +292,7 @@ void KPKelpieSync::handleSelectorMessage(std::shared_ptr<const Bytes> message) {
 }
 
 bool KPKelpieSync::isRefused(const Object& argument) const {
-  if (!argument.isRefused()) {
-    return false;
-  }
+  if (!argument.isRefused()) return false;
   platform_.log.write("A property that says more than its message's bytes can hold is not set.");
   return true;
 }
@@ -354,21 +316,16 @@ void KPKelpieSync::setAllObservedFiles(const Object& files) {
   ObjectView(files).forEachEntry([&](const ObjectView& key, const ObjectView& paths) {
     const std::optional<FileIdentifier> folder = FileIdentifier::fromObject(key.toObject());
     if (!folder || paths.kind() != Object::Kind::Set ||
-        !paths.charge(kTableEntry + folder->bytes().size())) {
+        !paths.charge(kTableEntry + folder->bytes().size()))
       return true;
-    }
     const std::shared_ptr<PathSet> set = changed->findOrCreate(*folder);
     paths.forEachElement([&set](const ObjectView& element) {
-      if (const std::optional<std::string> path = element.pathBytes()) {
-        set->add(*path);
-      }
+      if (const std::optional<std::string> path = element.pathBytes()) set->add(*path);
       return true;
     });
     return true;
   });
-  if (!isRefused(files)) {
-    registry_->setAllObservedFiles(changed);
-  }
+  if (!isRefused(files)) registry_->setAllObservedFiles(changed);
 }
 
 const FolderTables& KPKelpieSync::folders() const { return registry_->folders(); }
@@ -379,27 +336,21 @@ void KPKelpieSync::setInactiveObservedFiles(const Object& folders) {
   ObjectView(folders).forEachEntry([&](const ObjectView& key, const ObjectView& urls) {
     const std::optional<FileIdentifier> parent = FileIdentifier::fromObject(key.toObject());
     if (parent && urls.kind() == Object::Kind::Set &&
-        urls.charge(kTableEntry + parent->bytes().size())) {
+        urls.charge(kTableEntry + parent->bytes().size()))
       changed.emplace_back(*parent, urlsOf(urls));
-    }
     return true;
   });
-  if (!isRefused(folders)) {
-    registry_->folders().setInactiveFolders(changed);
-  }
+  if (!isRefused(folders)) registry_->folders().setInactiveFolders(changed);
 }
 
 void KPKelpieSync::setObservedDirectories(const Object& urls) {
   thread_.check();
   const std::vector<URL> changed =
       urls.kind() == Object::Kind::Set ? urlsOf(urls) : std::vector<URL>();
-  if (isRefused(urls)) {
-    return;
-  }
+  if (isRefused(urls)) return;
   registry_->folders().clearObservedDirectories();
-  for (const URL& url : changed) {
+  for (const URL& url : changed)
     registry_->folders().addObservedDirectory(url, url.identifier(platform_.files));
-  }
 }
 
 std::shared_ptr<RemoteMessagePort> KPKelpieSync::port() const { return link_->port(); }
@@ -430,22 +381,17 @@ void KPKelpieSync::setSenderObjects(const Object& objects) {
   thread_.check();
   SenderObjects changed;
   ObjectView(objects).forEachEntry([&changed](const ObjectView& key, const ObjectView& object) {
-    if (key.kind() == Object::Kind::String && key.charge(kTableEntry)) {
+    if (key.kind() == Object::Kind::String && key.charge(kTableEntry))
       changed.set(key.stringValue(), object.toObject().whole());
-    }
     return true;
   });
-  if (!isRefused(objects)) {
-    senderObjects_ = std::move(changed);
-  }
+  if (!isRefused(objects)) senderObjects_ = std::move(changed);
 }
 
 void KPKelpieSync::setTargetURLs(const Object& urls) {
   thread_.check();
   std::vector<URL> changed = urls.isArray() ? urlsOf(urls) : std::vector<URL>();
-  if (!isRefused(urls)) {
-    targetURLs_ = std::move(changed);
-  }
+  if (!isRefused(urls)) targetURLs_ = std::move(changed);
 }
 
 // -- MenuHost -------------------------------------------------------------------------------------
@@ -463,9 +409,8 @@ std::vector<std::shared_ptr<KPRepository>> KPKelpieSync::repositoriesForURLs(
   std::vector<std::shared_ptr<KPRepository>> found;
   for (const URL& url : urls) {
     std::shared_ptr<KPRepository> repository = lookup.repositoryForURL(url);
-    if (repository != nullptr && std::ranges::find(found, repository) == found.end()) {
+    if (repository != nullptr && std::ranges::find(found, repository) == found.end())
       found.push_back(std::move(repository));
-    }
   }
   return found;
 }

@@ -41,11 +41,8 @@ constexpr std::string_view kSendingError =
     "There was an error sending message to application, status ";
 
 std::string_view textOf(ApplicationGroup::Failure failure) {
-  for (const auto& row : kGroupErrors) {
-    if (row.failure == failure) {
-      return row.text;
-    }
-  }
+  for (const auto& row : kGroupErrors)
+    if (row.failure == failure) return row.text;
   return kReceivingPortError;
 }
 
@@ -81,18 +78,15 @@ void MessageLink::sendMessage(const Dictionary& message, std::int32_t id) {
     return;
   }
   Dictionary addressed = message;
-  if (const std::optional<std::string> name = portName()) {
-    addressed.set(kMessagePortNameKey, *name);
-  }
+  if (const std::optional<std::string> name = portName()) addressed.set(kMessagePortNameKey, *name);
   const std::optional<Bytes> archive = platform_.messagePorts.archivedMessage(std::move(addressed));
   if (!archive) {
     showSendingError(kArchivingError);
     return;
   }
   const std::int32_t status = port->send(id, *archive, kSendTimeout, kReceiveTimeout);
-  if (status != RemoteMessagePort::kSuccess) {
+  if (status != RemoteMessagePort::kSuccess)
     showSendingError(std::string(kSendingError) + std::to_string(status) + '.');
-  }
 }
 
 Dictionary MessageLink::selectorMessage(std::string_view selector, const Object& argument) {
@@ -109,21 +103,15 @@ std::shared_ptr<RemoteMessagePort> MessageLink::sendingPort() {
   std::uint64_t changes = 0;
   {
     const MutexLock lock(mutex_);
-    if (port_ != nullptr) {
-      return port_;
-    }
+    if (port_ != nullptr) return port_;
     changes = portChanges_;
   }
   const ApplicationGroup group = ApplicationGroup::read(platform_.entitlements);
-  if (group.failure != ApplicationGroup::Failure::None) {
-    return nullptr;
-  }
+  if (group.failure != ApplicationGroup::Failure::None) return nullptr;
   std::shared_ptr<RemoteMessagePort> port =
       platform_.messagePorts.createRemote(joined(group.name, kApplicationPortComponent));
   const MutexLock lock(mutex_);
-  if (changes == portChanges_ && port_ == nullptr) {
-    port_ = port;
-  }
+  if (changes == portChanges_ && port_ == nullptr) port_ = port;
   return port;
 }
 

@@ -14,9 +14,7 @@ class ObservationQueue::Batch {
   // False when the batch is full or its turn has come.
   bool add(const URL& url) {
     const MutexLock lock(mutex_);
-    if (isTaken_ || urls_.size() == kMaximumBatch) {
-      return false;
-    }
+    if (isTaken_ || urls_.size() == kMaximumBatch) return false;
     urls_.push_back(url);
     return true;
   }
@@ -44,9 +42,7 @@ void ObservationQueue::post(std::function<void()> work) {
 
 void ObservationQueue::requestBadge(const URL& url) {
   const MutexLock lock(mutex_);
-  if (batch_ != nullptr && batch_->add(url)) {
-    return;
-  }
+  if (batch_ != nullptr && batch_->add(url)) return;
   batch_ = std::make_shared<Batch>();
   batch_->add(url);
   registry_->queue()->post([batch = batch_, registry = registry_] {

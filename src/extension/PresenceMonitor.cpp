@@ -34,9 +34,7 @@ void PresenceMonitor::updateApplicationRunning() {
 
 bool PresenceMonitor::isOwnVersion() const {
   UserDefaults* const defaults = defaults_.sharedApplicationGroupDefaults();
-  if (defaults == nullptr) {
-    return false;
-  }
+  if (defaults == nullptr) return false;
   const std::optional<std::string> version = defaults->stringForKey(kApplicationVersionKey);
   return version && version == state_->platform.bundle.infoString("CFBundleVersion");
 }
@@ -68,27 +66,20 @@ void PresenceMonitor::requestRepositoriesAgain() {
   const std::shared_ptr<const ObservedPaths> observed = registry.allObservedFiles();
   std::vector<URL> later;
   const auto request = [&](const URL& folder, std::size_t times) {
-    for (; times > 0; --times) {
-      registry.requestRepository(folder, true, files);
-    }
+    for (; times > 0; --times) registry.requestRepository(folder, true, files);
   };
   for (const auto& [parent, folders] : registry.folders().inactiveFolders()) {
     for (const URL& folder : folders) {
       const std::size_t holders = finder.rootsOf(folder).size();
       const std::optional<FileIdentifier> identifier = folder.identifier(files);
-      if (identifier && observed->find(*identifier) != nullptr) {
+      if (identifier && observed->find(*identifier) != nullptr)
         request(folder, holders);
-      } else if (holders > 0) {
+      else if (holders > 0)
         later.push_back(folder);
-      }
-      if (holders < directories.size()) {
-        registry.folders().removeInactiveFolder(parent, folder);
-      }
+      if (holders < directories.size()) registry.folders().removeInactiveFolder(parent, folder);
     }
   }
-  for (const URL& folder : later) {
-    request(folder, finder.rootsOf(folder).size());
-  }
+  for (const URL& folder : later) request(folder, finder.rootsOf(folder).size());
 }
 
 void PresenceMonitor::watch(std::int32_t pid) {
@@ -101,9 +92,7 @@ void PresenceMonitor::watch(std::int32_t pid) {
       state->clear();
       state->onEnd(pid);
     }
-    if (const std::shared_ptr<ProcessMonitor> fired = weakMonitor.lock()) {
-      fired->cancel();
-    }
+    if (const std::shared_ptr<ProcessMonitor> fired = weakMonitor.lock()) fired->cancel();
   });
   monitor->setCancelHandler([weakState] {
     if (const std::shared_ptr<State> state = weakState.lock()) {
@@ -118,14 +107,10 @@ void PresenceMonitor::watch(std::int32_t pid) {
 void PresenceMonitor::State::clear() {
   registry->repositories().clear();
   std::vector<std::string> shown;
-  for (const std::shared_ptr<PathSet>& set : registry->allObservedFiles()->sets()) {
-    for (std::string& path : set->paths()) {
-      shown.push_back(std::move(path));
-    }
-  }
-  for (const std::string& path : shown) {
+  for (const std::shared_ptr<PathSet>& set : registry->allObservedFiles()->sets())
+    for (std::string& path : set->paths()) shown.push_back(std::move(path));
+  for (const std::string& path : shown)
     platform.finder.setBadgeIdentifier(KPBadge::kEmpty, URL::fileURLWithPath(path));
-  }
   link->setPort(nullptr);
   registry->setApplicationPid(-1);
 }

@@ -20,9 +20,8 @@ RepositoryTable::Repositories thatHoldItems(RepositoryTable::Repositories reposi
 std::vector<RootFinder::Root> rootsOf(const RepositoryTable::Repositories& repositories) {
   std::vector<RootFinder::Root> roots;
   roots.reserve(repositories.size());
-  for (const std::shared_ptr<KPRepository>& repository : repositories) {
+  for (const std::shared_ptr<KPRepository>& repository : repositories)
     roots.push_back({*repository->url(), repository->rootIdentifier()});
-  }
   return roots;
 }
 

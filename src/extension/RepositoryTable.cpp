@@ -47,9 +47,8 @@ void RepositoryTable::remove(const FileIdentifier& identifier) {
     former = std::move((*changed)[place]);
     changed->erase(changed->begin() + static_cast<std::ptrdiff_t>(place));
     places_.erase(found);
-    for (auto& [key, index] : places_) {
+    for (auto& [key, index] : places_)
       if (index > place) --index;
-    }
     formerList = std::exchange(all_, std::move(changed));
   }
   former->end();

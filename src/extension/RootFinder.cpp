@@ -22,13 +22,11 @@ RootFinder::RootFinder(const std::vector<URL>& roots, const FileSystem& files)
 
 RootFinder::RootFinder(std::vector<Root> roots, const FileSystem& files)
     : roots_(std::move(roots)), files_(files) {
-  for (std::size_t root = 0; root < roots_.size(); ++root) {
-    if (roots_[root].identifier) {
+  for (std::size_t root = 0; root < roots_.size(); ++root)
+    if (roots_[root].identifier)
       byIdentifier_[*roots_[root].identifier].push_back(root);
-    } else {
+    else
       withoutIdentifier_.push_back(root);
-    }
-  }
 }
 
 bool RootFinder::isInPlace(std::size_t root) const {
@@ -41,16 +39,11 @@ std::optional<std::size_t> RootFinder::firstRootOf(const URL& url) {
 }
 
 RootFinder::Indexes RootFinder::rootsOf(const URL& url) {
-  if (roots_.empty()) {
-    return {};
-  }
+  if (roots_.empty()) return {};
   const std::optional<FileIdentifier> identifier = url.identifier(files_);
   Indexes above;
-  for (const Holder& holder : holdersAround(url)) {
-    if (!identifier || holder.parent != identifier) {
-      above.push_back(holder.root);
-    }
-  }
+  for (const Holder& holder : holdersAround(url))
+    if (!identifier || holder.parent != identifier) above.push_back(holder.root);
   const Indexes equal = rootsEqualTo(url, identifier);
   Indexes all;
   std::ranges::set_union(equal, above, std::back_inserter(all));
@@ -68,23 +61,16 @@ RootFinder::Indexes RootFinder::rootsEqualTo(
     return equal;
   }
   // An item that does not exist equals itself only.
-  for (const std::size_t root : withoutIdentifier_) {
-    if (roots_[root].url.isEqual(url, files_)) {
-      equal.push_back(root);
-    }
-  }
+  for (const std::size_t root : withoutIdentifier_)
+    if (roots_[root].url.isEqual(url, files_)) equal.push_back(root);
   return equal;
 }
 
 const RootFinder::Holders& RootFinder::holdersAround(const URL& url) {
   const std::optional<URL> folder = url.parentUrl(files_);
-  if (!folder) {
-    return none_;
-  }
+  if (!folder) return none_;
   auto known = holders_.find(folder->path());
-  if (known == holders_.end()) {
-    known = holders_.emplace(folder->path(), holdersOf(*folder)).first;
-  }
+  if (known == holders_.end()) known = holders_.emplace(folder->path(), holdersOf(*folder)).first;
   return known->second;
 }
 
@@ -105,9 +91,7 @@ RootFinder::Holders RootFinder::holdersOf(const URL& folder) const {
   Holders holders;
   for (const std::size_t index : candidates) {
     const URL& root = roots_[index].url;
-    if (!isInPlace(index) || !root.isDirectory(files_)) {
-      continue;
-    }
+    if (!isInPlace(index) || !root.isDirectory(files_)) continue;
     if (folder.isEqual(root, files_) || root.isParentOfUrl(folder, files_)) {
       const std::optional<URL> parent = root.parentUrl(files_);
       holders.push_back({index, parent ? parent->identifier(files_) : std::nullopt});

@@ -94,18 +94,15 @@ struct Calling<Member> {
 template <class T, class Result, Result (T::*Member)(const URL&)>
 struct Calling<Member> {
   static void call(T& target, const Object& argument) {
-    if (const std::optional<URL> url = argument.url()) {
-      (target.*Member)(*url);
-    }
+    if (const std::optional<URL> url = argument.url()) (target.*Member)(*url);
   }
 };
 
 template <class T, class Result, Result (T::*Member)(const URL&, const FileSystem&)>
 struct Calling<Member> {
   static void call(T& target, const Object& argument) {
-    if (const std::optional<URL> url = argument.url()) {
+    if (const std::optional<URL> url = argument.url())
       (target.*Member)(*url, FileSystem::current());
-    }
   }
 };
 

@@ -36,19 +36,16 @@ void ShownItems::putInOrder() {
 }
 
 void ShownItems::leaveOutStrays(ObservedPaths& others) {
-  for (const auto& [folder, items] : others.entries()) {
+  for (const auto& [folder, items] : others.entries())
     removeStrays(folder, *items, [](const FileIdentifier&, const std::string&) {});
-  }
 }
 
 void ShownItems::forEachFolder(FunctionRef<void(const FileIdentifier& folder, const URL& anItem,
                                                 const std::shared_ptr<PathSet>& items)>
                                    visit) const {
-  for (const auto& [folder, items] : shown_.entries()) {
-    if (const std::optional<std::string> item = items->first()) {
+  for (const auto& [folder, items] : shown_.entries())
+    if (const std::optional<std::string> item = items->first())
       visit(folder, URL::fileURLWithPath(*item), items);
-    }
-  }
 }
 
 const std::optional<FileIdentifier>& ShownItems::folderAround(std::string_view path) {

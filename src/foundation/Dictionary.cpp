@@ -41,11 +41,10 @@ void Dictionary::set(Object key, Object value, ObjectComparison& comparison) {
   }
   hashes_.push_back(key.hash());
   entries_.emplace_back(std::move(key), std::move(value));
-  if (!index_.empty()) {
+  if (!index_.empty())
     index_.emplace(hashes_.back(), entries_.size() - 1);
-  } else if (entries_.size() > kLinearSize) {
+  else if (entries_.size() > kLinearSize)
     rebuildIndex();
-  }
 }
 
 void Dictionary::remove(const Object& key) {
@@ -89,9 +88,8 @@ std::size_t Dictionary::search(std::size_t hash, const IsKey& isKey) const {
     return entries_.size();
   }
   const auto [begin, end] = index_.equal_range(hash);
-  for (auto candidate = begin; candidate != end; ++candidate) {
+  for (auto candidate = begin; candidate != end; ++candidate)
     if (isKey(entries_[candidate->second].first)) return candidate->second;
-  }
   return entries_.size();
 }
 
@@ -99,9 +97,8 @@ void Dictionary::rebuildIndex() {
   index_.clear();
   if (entries_.size() <= kLinearSize) return;
   index_.reserve(entries_.size());
-  for (std::size_t index = 0; index < entries_.size(); ++index) {
+  for (std::size_t index = 0; index < entries_.size(); ++index)
     index_.emplace(hashes_[index], index);
-  }
 }
 
 }  // namespace kelpie

@@ -94,9 +94,8 @@ Object Object::path(std::string_view bytes) {
 }
 
 Object::Value Object::integer(std::uint64_t value) {
-  if (value <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+  if (value <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
     return static_cast<std::int64_t>(value);
-  }
   return value;
 }
 

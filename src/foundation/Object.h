@@ -225,11 +225,10 @@ Object::Object(T value) : value_(value) {}
 
 template <std::integral T>
 requires(!std::same_as<T, bool>) Object::Object(T value) {
-  if constexpr (std::is_signed_v<T>) {
+  if constexpr (std::is_signed_v<T>)
     value_ = static_cast<std::int64_t>(value);
-  } else {
+  else
     value_ = integer(value);
-  }
 }
 
 }  // namespace kelpie

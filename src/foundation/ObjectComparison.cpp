@@ -39,13 +39,11 @@ struct ExactInteger {
 };
 
 std::optional<ExactInteger> exactInteger(const Object& number) {
-  if (number.kind() != Object::Kind::Real) {
+  if (number.kind() != Object::Kind::Real)
     return ExactInteger{number.isNegative(), number.unsignedIntegerValue()};
-  }
   const double value = number.doubleValue();
-  if (value != std::trunc(value) || value < -kBeyondSigned || value >= kBeyondUnsigned) {
+  if (value != std::trunc(value) || value < -kBeyondSigned || value >= kBeyondUnsigned)
     return std::nullopt;
-  }
   return ExactInteger{value < 0, number.unsignedIntegerValue()};
 }
 
@@ -199,11 +197,10 @@ bool ObjectComparison::isEqualSet(const Objects& a, const Objects& b) {
     for (const Object& element : b) index.emplace(element.hash(), &element);
   }
   return std::all_of(a.begin(), a.end(), [&](const Object& element) {
-    if (index.empty()) {
+    if (index.empty())
       return std::any_of(b.begin(), b.end(), [&](const Object& other) {
         return element.hash() == other.hash() && isEqual(element, other);
       });
-    }
     const auto [begin, end] = index.equal_range(element.hash());
     return std::any_of(begin, end,
                        [&](const auto& other) { return isEqual(element, *other.second); });

@@ -22,9 +22,8 @@ class Describer {
     if (text_.size() > kMaximumLength) {
       text_.resize(kMaximumLength);
       // Not a part of a character.
-      while (!text_.empty() && (static_cast<unsigned char>(text_.back()) & 0xC0U) == 0x80U) {
+      while (!text_.empty() && (static_cast<unsigned char>(text_.back()) & 0xC0U) == 0x80U)
         text_.pop_back();
-      }
       if (!text_.empty() && static_cast<unsigned char>(text_.back()) >= 0xC0U) text_.pop_back();
       text_ += "...";
     }
@@ -116,9 +115,8 @@ class Describer {
 
   void describeUrl(const URL& url) {
     text_ += '<' + url.relativeString().substr(0, kMaximumLength);
-    if (const auto base = url.base()) {
+    if (const auto base = url.base())
       text_ += " -- " + base->absoluteString().substr(0, kMaximumLength);
-    }
     text_ += '>';
   }
 

@@ -151,9 +151,8 @@ void ObjectView::forEachElement(FunctionRef<bool(ObjectView element)> visit) con
   if (object_ != nullptr) {
     const Objects* elements = object_->builtElements();
     if (elements == nullptr) return;
-    for (const Object& element : *elements) {
+    for (const Object& element : *elements)
       if (!visit(element)) return;
-    }
     return;
   }
   if (reader_ == nullptr) return;
@@ -172,9 +171,8 @@ void ObjectView::forEachEntry(FunctionRef<bool(ObjectView key, ObjectView value)
   if (object_ != nullptr) {
     const auto* entries = object_->shared<Dictionary>();
     if (entries == nullptr) return;
-    for (const auto& [key, value] : entries->entries()) {
+    for (const auto& [key, value] : entries->entries())
       if (!visit(key, value)) return;
-    }
     return;
   }
   if (reader_ == nullptr) return;

@@ -25,9 +25,8 @@ bool steers(std::uint32_t character) {
   };
   constexpr Range kRanges[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C},
                                {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
-  for (const Range& range : kRanges) {
+  for (const Range& range : kRanges)
     if (character >= range.first && character <= range.last) return true;
-  }
   return false;
 }
 
@@ -63,13 +62,12 @@ std::string printableText(std::string_view bytes, bool utf8) {
   std::string text;
   text.reserve(bytes.size());
   forEachSequence(bytes, [&](std::string_view sequence, bool isPlain) {
-    if (isPlain && (sequence.size() == 1 || utf8)) {
+    if (isPlain && (sequence.size() == 1 || utf8))
       text += sequence;
-    } else if (sequence == kEllipsis) {
+    else if (sequence == kEllipsis)
       text += "...";
-    } else {
+    else
       appendEscaped(text, sequence);
-    }
   });
   return text;
 }
@@ -78,13 +76,12 @@ std::string printableLines(std::string_view bytes) {
   std::string text;
   text.reserve(bytes.size());
   forEachSequence(bytes, [&](std::string_view sequence, bool isPlain) {
-    if (isPlain || sequence == "\n") {
+    if (isPlain || sequence == "\n")
       text += sequence;
-    } else if (sequence == "\t") {
+    else if (sequence == "\t")
       text += ' ';
-    } else if (sequence != "\r") {
+    else if (sequence != "\r")
       appendEscaped(text, sequence);
-    }
   });
   return text;
 }

@@ -71,9 +71,8 @@ std::optional<Menu> MenuAssembly::menuForMenuKind(FIMenuKind kind) const {
 void MenuAssembly::setTargets() const {
   std::vector<URL> targets = platform_.finder.selectedItemURLs();
   if (targets.empty()) {
-    if (std::optional<URL> targeted = platform_.finder.targetedURL()) {
+    if (std::optional<URL> targeted = platform_.finder.targetedURL())
       targets.push_back(*std::move(targeted));
-    }
   }
   host_.setTargetURLs(std::move(targets));
 }

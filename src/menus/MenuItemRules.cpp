@@ -39,11 +39,10 @@ std::optional<MenuItem> makeItem(MenuItemDraft draft, const ItemQuestion& questi
 
   MenuItem item(std::move(draft.title));
   if (!draft.action.empty()) item.action = std::string(draft.action);
-  if (draft.submenu != nullptr) {
+  if (draft.submenu != nullptr)
     item.submenu = std::move(draft.submenu);
-  } else {
+  else
     question.host.senderObjects().set(draft.action, std::move(draft.representedObject));
-  }
   return item;
 }
 

@@ -38,14 +38,12 @@ Selection describeSelection(const std::vector<URL>& targets, const KPRepository*
   for (const URL& target : targets) {
     const std::optional<StatusWord> word = repository->statusOfItemAtURL(target, files);
     if (!word) continue;
-    for (std::size_t i = 0; i < std::size(kLists); ++i) {
+    for (std::size_t i = 0; i < std::size(kLists); ++i)
       if (kLists[i].holds(*word)) lists[i].emplace_back(target);
-    }
     if (conflictOfStatus(*word) < 0) selection.hasAncestor = false;
   }
-  for (std::size_t i = 0; i < std::size(kLists); ++i) {
+  for (std::size_t i = 0; i < std::size(kLists); ++i)
     selection.*kLists[i].list = std::move(lists[i]);
-  }
   return selection;
 }
 

@@ -10,11 +10,10 @@ void SenderObjects::set(std::string_view action, Object object) {
     return;
   }
   const auto found = objects_.find(action);
-  if (found != objects_.end()) {
+  if (found != objects_.end())
     found->second = std::move(object);
-  } else {
+  else
     objects_.emplace(action, std::move(object));
-  }
 }
 
 void SenderObjects::remove(std::string_view action) {

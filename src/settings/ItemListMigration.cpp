@@ -37,9 +37,7 @@ void storeTags(UserDefaults& defaults, std::string_view menuKey, Dictionary& men
 void migrateList(UserDefaults& defaults, std::string_view menuKey, Dictionary& menu,
                  std::string_view listKey) {
   const Object list = menu[listKey];
-  if (!list[kRepoMenuItemsKey].isArray()) {
-    return;
-  }
+  if (!list[kRepoMenuItemsKey].isArray()) return;
   Objects repoTags = list[kRepoMenuItemsKey].elements();
   bool changed = false;
   if (removeTag(repoTags, kRetiredStashFiles)) {
@@ -49,12 +47,8 @@ void migrateList(UserDefaults& defaults, std::string_view menuKey, Dictionary& m
     storeTags(defaults, menuKey, menu, listKey, kFileMenuItemsKey, fileTags);
     changed = true;
   }
-  for (const std::int64_t tag : kRetired) {
-    changed = removeTag(repoTags, tag) || changed;
-  }
-  if (changed) {
-    storeTags(defaults, menuKey, menu, listKey, kRepoMenuItemsKey, repoTags);
-  }
+  for (const std::int64_t tag : kRetired) changed = removeTag(repoTags, tag) || changed;
+  if (changed) storeTags(defaults, menuKey, menu, listKey, kRepoMenuItemsKey, repoTags);
 }
 
 }  // namespace
@@ -62,9 +56,7 @@ void migrateList(UserDefaults& defaults, std::string_view menuKey, Dictionary& m
 void migrateItemLists(UserDefaults& defaults) {
   for (const std::string_view menuKey : kMenuKeys) {
     Dictionary menu = defaults.dictionaryForKey(menuKey).dictionary();
-    for (const std::string_view listKey : kListKeys) {
-      migrateList(defaults, menuKey, menu, listKey);
-    }
+    for (const std::string_view listKey : kListKeys) migrateList(defaults, menuKey, menu, listKey);
   }
 }
 

@@ -21,13 +21,9 @@ UserDefaults* KPUserDefaults::sharedApplicationGroupDefaults() {
 
 void KPUserDefaults::open() {
   const ApplicationGroup group = ApplicationGroup::read(entitlements_);
-  if (group.failure != ApplicationGroup::Failure::None) {
-    return;
-  }
+  if (group.failure != ApplicationGroup::Failure::None) return;
   shared_ = center_.defaultsWithSuiteName(group.name);
-  if (shared_ == nullptr) {
-    return;
-  }
+  if (shared_ == nullptr) return;
   const Object factoryItems = defaultFinderMenuItems();
   shared_->registerDefaults({{kShowFolderGitStatusKey, true},
                              {kContextualMenuItemsKey, factoryItems},

@@ -12,9 +12,8 @@ void DeletedUrls::forEachWithPrefix(std::string_view prefix,
     std::sort(sorted_.begin(), sorted_.end());
   });
   for (auto path = std::lower_bound(sorted_.begin(), sorted_.end(), prefix);
-       path != sorted_.end() && path->starts_with(prefix); ++path) {
+       path != sorted_.end() && path->starts_with(prefix); ++path)
     visit(*path);
-  }
 }
 
 }  // namespace kelpie

@@ -36,9 +36,8 @@ bool DirtyFolders::isOneInside(const URL& folder) {
   if (isInside(first->second)) return true;
   // The folder stands above an item and is not its parent: the way up meets the folder's own parent
   // first. That takes a path that goes round, so it need not be quick.
-  for (std::size_t i = 0; i < urls_->size(); ++i) {
+  for (std::size_t i = 0; i < urls_->size(); ++i)
     if (urls_->isFileURL(i) && isInside(i)) return true;
-  }
   return false;
 }
 

@@ -59,11 +59,10 @@ class FolderContents::Walk {
       return false;
     }
     holderOf(entry.path).inner.push_back(&inner);
-    if (inner.state == State::Walked) {
+    if (inner.state == State::Walked)
       walk_.skipDescendants();
-    } else {
+    else
       met_.emplace(entry.path, &inner);
-    }
     return true;
   }
 
@@ -162,9 +161,8 @@ FolderContents::File FolderContents::fileOf(const std::optional<FileIdentifier>&
 }
 
 StatusTable::Key FolderContents::keyOf(const File& file) const {
-  if (file.size_ != File::kLong) {
+  if (file.size_ != File::kLong)
     return StatusTable::Key::ofIdentifierData(ByteView(file.bytes_).first(file.size_));
-  }
   std::uint64_t index = 0;
   std::memcpy(&index, file.bytes_.data(), sizeof index);
   return longIdentifiers_[static_cast<std::size_t>(index)];

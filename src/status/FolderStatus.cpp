@@ -22,11 +22,10 @@ StatusWord statusOfFolder(const URL& folder, const std::shared_ptr<const UrlList
   const std::shared_ptr<const DeletedUrls> deleted = status.deletedUrls();
   FolderTally tally(*files + deleted->urls().count());
   const auto add = [&tally](std::optional<StatusWord> word) {
-    if (word) {
+    if (word)
       tally.add(*word);
-    } else {
+    else
       tally.leaveOut();
-    }
   };
   contents.forEachPart(folder, [&](std::span<const FolderContents::File> part) {
     const auto keyOf = [&](std::size_t position) {

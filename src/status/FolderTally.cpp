@@ -50,11 +50,10 @@ const std::array<FolderTally::StatusRule, 11> FolderTally::kStatusRules{{
 void FolderTally::add(StatusWord word) {
   for (const CountRule& rule : kCountRules) {
     if ((word & rule.bit) == 0) continue;
-    if (rule.counter == Nothing) {
+    if (rule.counter == Nothing)
       leaveOut();
-    } else {
+    else
       ++counts_[rule.counter];
-    }
     return;
   }
 }

@@ -52,11 +52,9 @@ std::vector<URL> urlsOf(const ObjectView& array) {
 }
 
 void clearBadges(const ObservedPaths& items, BadgeSetter& badges) {
-  for (const std::shared_ptr<PathSet>& set : items.sets()) {
-    for (const std::string& path : set->paths()) {
+  for (const std::shared_ptr<PathSet>& set : items.sets())
+    for (const std::string& path : set->paths())
       badges.set(KPBadge::kEmpty, URL::fileURLWithPath(path));
-    }
-  }
 }
 
 }  // namespace
@@ -418,9 +416,8 @@ void KPRepository::addObservedURLs(std::span<const URL> urls, const FileSystem& 
     // already; the one chosen before must not replace that for good.
     for (bool isRight = false; !isRight;) {
       const std::uint64_t changes = status_.changes();
-      if (cache == nullptr || cache->places().number != status_.placesNumber()) {
+      if (cache == nullptr || cache->places().number != status_.placesNumber())
         cache = std::make_unique<LookupCache>(status_.places(), files);
-      }
       isRight = updateBadge(url, cache->look(url), *cache, nullptr, changes);
     }
   }
@@ -459,11 +456,10 @@ bool KPRepository::updateBadge(const URL& url, const ResourceValues& item, Looku
   std::optional<StatusWord> word;
   if (key) word = status_.wordOf(*key);
   Choice choice{KPBadge::kEmpty};
-  if (word) {
+  if (word)
     choice.badge = badgeIdentifierForStatus(*word);
-  } else if (key) {
+  else if (key)
     choice = chooseBadge(url, item, *key, cache, work, changes);
-  }
   if (choice.isOutdated) return false;
   if (choice.badge) badges_.set(*choice.badge, url);
   if (status_.changes() != changes) return false;
@@ -523,11 +519,10 @@ KPRepository::Enumeration KPRepository::enumerateUrl(const URL& folder,
       result = kEnumerationStopped;
       break;
     }
-    if (entry->isDirectory) {
+    if (entry->isDirectory)
       walk.skipIfIgnored(*entry);
-    } else {
+    else
       handler(URL::fileURLWithPath(entry->path));
-    }
   }
   if (error != nullptr) *error = walk.error();
   return walk.error() ? kEnumerationFailed : result;

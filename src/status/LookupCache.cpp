@@ -7,9 +7,8 @@ namespace {
 
 // Folders are told apart by their paths here.
 ItemPlaces withPaths(ItemPlaces places, const FileSystem& files) {
-  for (std::optional<URL>* url : {&places.root, &places.gitUrl}) {
+  for (std::optional<URL>* url : {&places.root, &places.gitUrl})
     if (*url) *url = files.filePathUrl(**url).value_or(**url);
-  }
   return places;
 }
 
@@ -36,9 +35,8 @@ ResourceValues LookupCache::look(const URL& item) {
 
 void LookupCache::rememberRoot(const ResourceValues& values) {
   if (!places_.root || !places_.root->isFileURL()) return;
-  if (const FolderCache::Folder* folder = folders_.folderAt(places_.root->path())) {
+  if (const FolderCache::Folder* folder = folders_.folderAt(places_.root->path()))
     folders_.remember(*folder, values);
-  }
 }
 
 bool LookupCache::isDisplaced(const std::optional<FileIdentifier>& root) {

@@ -19,11 +19,10 @@ std::shared_ptr<PathSet> ObservedPaths::findOrCreate(const FileIdentifier& folde
 
 void ObservedPaths::set(const FileIdentifier& folder, std::shared_ptr<PathSet> paths) {
   const MutexLock lock(mutex_);
-  if (paths == nullptr) {
+  if (paths == nullptr)
     sets_.erase(folder);
-  } else {
+  else
     sets_.insert_or_assign(folder, std::move(paths));
-  }
 }
 
 void ObservedPaths::remove(const FileIdentifier& folder) {

@@ -53,9 +53,8 @@ std::optional<std::string> PathSet::first() const {
 
 bool PathSet::allOf(FunctionRef<bool(std::string_view path)> test) const {
   const MutexLock lock(mutex_);
-  for (std::size_t index = 0; index < ends_.size(); ++index) {
+  for (std::size_t index = 0; index < ends_.size(); ++index)
     if (!test(pathAt(index))) return false;
-  }
   return true;
 }
 
@@ -83,9 +82,8 @@ std::size_t PathSet::slotOf(std::string_view path) const {
 void PathSet::grow() {
   constexpr std::size_t kSmallest = 16;
   slots_.assign(std::max(kSmallest, 2 * slots_.size()), 0);
-  for (std::size_t index = 0; index < ends_.size(); ++index) {
+  for (std::size_t index = 0; index < ends_.size(); ++index)
     slots_[slotOf(pathAt(index))] = static_cast<Slot>(index + 1);
-  }
 }
 
 }  // namespace kelpie

@@ -35,9 +35,8 @@ constexpr unsigned kWorkdirBits = 0x0F80;
 
 template <std::size_t size>
 StatusWord changed(const Change (&changes)[size], unsigned bit) {
-  for (const Change& change : changes) {
+  for (const Change& change : changes)
     if (change.from == bit) return change.to;
-  }
   return 0;
 }
 
@@ -66,9 +65,8 @@ StatusWord stagedStatusForStatus(StatusWord word) {
   const unsigned index = highestIndexBit(word);
   constexpr unsigned deletedAndNew = KPStatusIndexDeleted | KPStatusWorkdirNew;
   if ((word & deletedAndNew) == deletedAndNew) return KPStatusCurrent;
-  if (index == KPStatusIndexRenamed && workdir != KPStatusWorkdirDeleted) {
+  if (index == KPStatusIndexRenamed && workdir != KPStatusWorkdirDeleted)
     return KPStatusIndexRenamed;
-  }
   if (index == KPStatusIndexDeleted && workdir != KPStatusWorkdirNew) return KPStatusIndexModified;
   if (index == KPStatusIndexNew) return KPStatusIndexNew;
   return changed(kStaging, workdir);

@@ -43,9 +43,8 @@ class TableReader {
   // A path that is not UTF-8 comes as data.
   static StatusTable::Key keyOfData(ByteView data) {
     const std::string_view text = textOf(data);
-    if (data.size() > FileIdentifier::kInlineSize && isPlaceholderPath(text)) {
+    if (data.size() > FileIdentifier::kInlineSize && isPlaceholderPath(text))
       return StatusTable::Key::ofPath(text);
-    }
     return StatusTable::Key::ofIdentifierData(data);
   }
 
@@ -53,9 +52,8 @@ class TableReader {
     recordWaiting();
     const std::optional<FileIdentifier> identifier = FileIdentifier::fromObject(key.toObject());
     // A few bytes of a message may name a large object again and again.
-    if (identifier && key.charge(kArchived * identifier->bytes().size())) {
+    if (identifier && key.charge(kArchived * identifier->bytes().size()))
       record(*identifier, entry);
-    }
   }
 
   // Records an entry whose key the archive keeps, a few entries later: its place in the table is
@@ -72,11 +70,10 @@ class TableReader {
   }
 
   void record(const StatusTable::Key& key, const ObjectView& entry) {
-    if (entry.size() == 0) {
+    if (entry.size() == 0)
       table_.recordWithoutWord(key);
-    } else {
+    else
       table_.record(key, entry.at(0).unsignedShortValue());
-    }
   }
 
   static constexpr std::size_t kWaiting = 16;

@@ -187,9 +187,8 @@ void StatusTable::store(Slot& slot, const Key& key) {
     std::copy(key.bytes_.begin(), key.bytes_.end(), slot.bytes.begin());
     return;
   }
-  if (blocks_.empty() || blocks_.back().capacity() - blocks_.back().size() < key.bytes_.size()) {
+  if (blocks_.empty() || blocks_.back().capacity() - blocks_.back().size() < key.bytes_.size())
     blocks_.emplace_back().reserve(std::max(kBlockSize, key.bytes_.size()));
-  }
   Bytes& block = blocks_.back();
   const Place place{static_cast<std::uint32_t>(blocks_.size() - 1),
                     static_cast<std::uint32_t>(block.size()),

@@ -421,9 +421,8 @@ TEST_F(HostileNesting, ArchivesInsideOneAnotherUpToTheLimit) {
 
 TEST_F(HostileNesting, WhatIsArchivedUpToTheLimitIsReadBack) {
   std::shared_ptr<const KPTreeNode> tree;
-  for (int level = 0; level < 64; ++level) {
+  for (int level = 0; level < 64; ++level)
     tree = KPTreeNode::create(std::make_shared<KPReference>(), {tree});
-  }
   const auto bytes = KeyedArchiver::archivedData(Object(tree));
   ASSERT_TRUE(bytes);
   const auto again = KeyedUnarchiver::unarchiveObject(*bytes).as<KPTreeNode>();

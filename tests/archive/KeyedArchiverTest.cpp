@@ -48,9 +48,8 @@ class Written {
   std::string text(const Item& item) const { return list_.string(item); }
   std::vector<std::string> keys(const Item& object) const {
     std::vector<std::string> names;
-    for (std::size_t index = 0; index < object.count; ++index) {
+    for (std::size_t index = 0; index < object.count; ++index)
       names.push_back(text(list_.keyAt(object, index)));
-    }
     std::sort(names.begin(), names.end());
     return names;
   }
@@ -58,9 +57,8 @@ class Written {
     const Item of = referred(object, "$class");
     const Item all = field(of, "$classes");
     std::vector<std::string> names;
-    for (std::size_t index = 0; index < all.count; ++index) {
+    for (std::size_t index = 0; index < all.count; ++index)
       names.push_back(text(list_.item(list_.number(all, index))));
-    }
     EXPECT_EQ(text(field(of, "$classname")), names.empty() ? "" : names.front());
     return names;
   }

@@ -48,9 +48,8 @@ TEST(PropertyList, WhatItCannotHoldIsNotWritten) {
                            Objects{1, Object()},
                            Objects{Objects{*URL::fromString("http://a/")}},
                            Dictionary{{1, "number as key"}}};
-  for (const Object& value : values) {
+  for (const Object& value : values)
     EXPECT_FALSE(PropertyList::write(value)) << value.description();
-  }
 }
 
 TEST(PropertyList, WhatAnArchiveHoldsCanBeWritten) {
@@ -66,9 +65,8 @@ TEST(PropertyList, OtherBytesAreNil) {
   EXPECT_TRUE(PropertyList::read({}).isNil());
   EXPECT_TRUE(PropertyList::read(bytesOf("<?xml version=\"1.0\"?><plist/>")).isNil());
   const Bytes whole = PropertyList::write(Dictionary{{"a", "b"}}).value_or(Bytes());
-  for (std::size_t length = 0; length < whole.size(); ++length) {
+  for (std::size_t length = 0; length < whole.size(); ++length)
     EXPECT_TRUE(PropertyList::read(ByteView(whole).first(length)).isNil()) << length;
-  }
 }
 
 TEST(PropertyList, AUidIsLeftOut) {
@@ -123,9 +121,8 @@ TEST(PropertyList, ManyNumbersForOneArrayAreRefused) {
   std::vector<RawPropertyList::Number> all;
   // 20,000 arrays of 20,000 elements each, overlapping in the bytes.
   const Bytes elements(20000 * 4, 0);
-  for (int index = 0; index < 20000; ++index) {
+  for (int index = 0; index < 20000; ++index)
     all.push_back(index == 0 ? list.ascii("x") : list.raw({0xAF, 0x12, 0, 0, 0x4E, 0x20}));
-  }
   list.raw(elements);
   const Bytes bytes = list.finish(list.array(all));
   const AllocationMeter meter;

@@ -120,10 +120,9 @@ void FakeExtension::answer(const Json& message) {
   if (type == "hello" && answersHello) write(welcome.dump() + '\n' + noise);
   if (type == "requestBadges" && passesOver-- <= 0) {
     Json list = Json::array();
-    for (const std::string url : message["urls"]) {
+    for (const std::string url : message["urls"])
       if (const auto found = badges.find(url); found != badges.end())
         list.push_back(Json::array({url, found->second}));
-    }
     if (!list.empty()) {
       write(Json({{"type", "badges"}, {"badges", list}}).dump() + '\n' +
             std::exchange(afterBadges, ""));

@@ -67,9 +67,8 @@ class KelpieCommandTest : public ::testing::Test {
   }
   // The level of what the doctor found about the topic.
   std::string levelOf(const std::string& topic) {
-    for (const json& finding : json::parse(run({"doctor", "--json"}).out)) {
+    for (const json& finding : json::parse(run({"doctor", "--json"}).out))
       if (finding["topic"] == topic) return finding["level"];
-    }
     return "";
   }
 

@@ -30,10 +30,8 @@ TEST(AppMessage, EveryByteComesBackFromAParser) {
     const std::string text(3, static_cast<char>(code));
     EXPECT_EQ(json::parse(jsonString(text)), json(text)) << code;
   }
-  for (const std::string text :
-       {"", "\"quoted\" \\ back", "a\u00e9\u2026\U0001F436", "</script>"}) {
+  for (const std::string text : {"", "\"quoted\" \\ back", "a\u00e9\u2026\U0001F436", "</script>"})
     EXPECT_EQ(json::parse(jsonString(text)), json(text));
-  }
 }
 
 TEST(AppMessage, WhatIsNoUtf8IsReplaced) {

@@ -37,12 +37,8 @@ namespace {
 
 Dictionary message(std::string_view selector, const Object& argument, const Object& target) {
   Dictionary content{{kMessageSelectorKey, selector}};
-  if (!argument.isNil()) {
-    content.set(kMessageArgumentKey, argument);
-  }
-  if (!target.isNil()) {
-    content.set(kMessageTargetKey, target);
-  }
+  if (!argument.isNil()) content.set(kMessageArgumentKey, argument);
+  if (!target.isNil()) content.set(kMessageTargetKey, target);
   return content;
 }
 
@@ -88,11 +84,8 @@ std::vector<ControllerFixture::Message> ControllerFixture::sentWith(
 
 std::vector<std::string> ControllerFixture::appMessages() const {
   std::vector<std::string> texts;
-  for (const auto& notification : fakes.notifications.posted()) {
-    if (notification.name == kAppMessageNotification) {
-      texts.push_back(notification.object);
-    }
-  }
+  for (const auto& notification : fakes.notifications.posted())
+    if (notification.name == kAppMessageNotification) texts.push_back(notification.object);
   return texts;
 }
 

@@ -43,17 +43,14 @@ class ControllerRoutes : public ControllerFixture {
 
   Portrait portrait() const {
     std::vector<std::string> shown;
-    for (const auto& set : controller->allObservedFiles()->sets()) {
+    for (const auto& set : controller->allObservedFiles()->sets())
       for (const std::string& path : set->paths()) shown.push_back(path);
-    }
     std::vector<std::string> selectors;
-    for (const Message& message : sent()) {
+    for (const Message& message : sent())
       selectors.push_back(message.content[kMessageSelectorKey].stringValue());
-    }
     std::vector<URL> inactive;
-    for (const auto& [parent, urls] : controller->folders().inactiveFolders()) {
+    for (const auto& [parent, urls] : controller->folders().inactiveFolders())
       inactive.insert(inactive.end(), urls.begin(), urls.end());
-    }
     return {
         {"application", std::to_string(controller->applicationPid())},
         {"receiving port", controller->portName().value_or("none")},
@@ -153,9 +150,8 @@ INSTANTIATE_TEST_SUITE_P(Routes, EveryControllerOperation, testing::ValuesIn(con
 TEST(ControllerOperations, AreAllTestedForTheirEffect) {
   std::set<std::string_view> tested;
   for (const ControllerEffect& effect : controllerEffects()) tested.insert(effect.selector);
-  for (const Route<KPKelpieSync>& route : controllerRoutes().operations) {
+  for (const Route<KPKelpieSync>& route : controllerRoutes().operations)
     EXPECT_EQ(tested.erase(route.selector), 1U) << route.selector;
-  }
   EXPECT_TRUE(tested.empty()) << *tested.begin();
 }
 
@@ -165,32 +161,26 @@ TEST(ControllerActions, AreAllTestedForTheirEffect) {
   tested.insert(std::begin(kRepositoryActions), std::end(kRepositoryActions));
   tested.insert(std::begin(kApplicationActions), std::end(kApplicationActions));
   tested.insert(std::begin(kCreationActions), std::end(kCreationActions));
-  for (const SharedRoute<KPKelpieSync>& action : controllerRoutes().actions) {
-    for (const std::string_view selector : action.selectors) {
+  for (const SharedRoute<KPKelpieSync>& action : controllerRoutes().actions)
+    for (const std::string_view selector : action.selectors)
       EXPECT_EQ(tested.erase(selector), 1U) << selector;
-    }
-  }
   EXPECT_TRUE(tested.empty()) << *tested.begin();
 }
 
 TEST_F(ControllerRoutes, ANameWithoutEffectChangesNothing) {
-  for (const std::string_view name : controllerRoutes().withoutEffect) {
-    for (const Object& argument : {Object(), Object(1), Object(*file), Object("text")}) {
+  for (const std::string_view name : controllerRoutes().withoutEffect)
+    for (const Object& argument : {Object(), Object(1), Object(*file), Object("text")})
       EXPECT_EQ(changesBy(name, argument), Portrait()) << name;
-    }
-  }
 }
 
 // Which of the two is asked first matters only where both know a selector, and none do: were one
 // to join both tables, the controller would take it from the repository.
 TEST(Routes, OfTheControllerAndOfARepositoryAreDifferent) {
   std::set<std::string_view> seen;
-  for (const std::string_view selector : controllerRoutes().selectors()) {
+  for (const std::string_view selector : controllerRoutes().selectors())
     EXPECT_TRUE(seen.insert(selector).second) << selector;
-  }
-  for (const std::string_view selector : repositoryRoutes().selectors()) {
+  for (const std::string_view selector : repositoryRoutes().selectors())
     EXPECT_TRUE(seen.insert(selector).second) << selector;
-  }
 }
 
 }  // namespace

@@ -51,12 +51,9 @@ class ControllerThreads : public testing::Test {
       const std::string path = folderPath(random());
       const URL folder = URL::fileURLWithPath(path, true);
       controller->beginObservingDirectoryAtURL(folder);
-      for (const char* name : {"/a", "/b", "/c"}) {
+      for (const char* name : {"/a", "/b", "/c"})
         controller->requestBadgeIdentifierForURL(URL::fileURLWithPath(path + name));
-      }
-      if (random() % 2 == 0) {
-        controller->endObservingDirectoryAtURL(folder);
-      }
+      if (random() % 2 == 0) controller->endObservingDirectoryAtURL(folder);
     }
   }
 
@@ -100,9 +97,7 @@ class ControllerThreads : public testing::Test {
 
 TEST_F(ControllerThreads, TheFileManagerTheApplicationAndTheUserMeetWithoutARace) {
   for (std::size_t number = 0; number < 15; ++number) {
-    for (const char* name : {"/a", "/b", "/c"}) {
-      fakes.files->addFile(folderPath(number) + name);
-    }
+    for (const char* name : {"/a", "/b", "/c"}) fakes.files->addFile(folderPath(number) + name);
     fakes.files->addFolder("/work/repo" + std::to_string(number % 3) + "/.git");
   }
   const Bytes bookmark = fakes.files->addBookmark("/work");
@@ -112,21 +107,15 @@ TEST_F(ControllerThreads, TheFileManagerTheApplicationAndTheUserMeetWithoutARace
   onMain([&] { controller = KPKelpieSync::create(fakes.platform(), defaults); });
 
   std::vector<std::thread> threads;
-  for (const unsigned seed : {1U, 2U}) {
-    threads.emplace_back([this, seed] { browse(seed); });
-  }
+  for (const unsigned seed : {1U, 2U}) threads.emplace_back([this, seed] { browse(seed); });
   threads.emplace_back([&] {
     for (int round = 0; round < kRounds; ++round) {
       const Objects folders = round % 2 == 0 ? Objects{bookmark} : Objects{};
       fakes.groupDefaults().changeFromOutside("KPFoldersPaths", folders);
     }
   });
-  for (int round = 0; round < kRounds; ++round) {
-    onMain([&] { work(round); });
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
+  for (int round = 0; round < kRounds; ++round) onMain([&] { work(round); });
+  for (std::thread& thread : threads) thread.join();
   queues.waitUntilIdle();
 
   // Whatever happened in between: what is asked for now gets its badge.

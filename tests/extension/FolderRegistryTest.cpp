@@ -18,9 +18,7 @@ class FolderRegistryTest : public ControllerFixture {
   std::optional<Paths> observed(std::string_view folder) const {
     const auto identifier = URL::fileURLWithPath(folder).identifier(*fakes.files);
     const auto set = identifier ? controller->allObservedFiles()->find(*identifier) : nullptr;
-    if (set == nullptr) {
-      return std::nullopt;
-    }
+    if (set == nullptr) return std::nullopt;
     Paths paths = set->paths();
     std::ranges::sort(paths);
     return paths;
@@ -32,9 +30,7 @@ class FolderRegistryTest : public ControllerFixture {
     for (const auto& [key, folders] : controller->folders().inactiveFolders()) {
       if (key == identifier) {
         Paths paths;
-        for (const URL& url : folders) {
-          paths.push_back(url.path());
-        }
+        for (const URL& url : folders) paths.push_back(url.path());
         return paths;
       }
     }
@@ -43,9 +39,7 @@ class FolderRegistryTest : public ControllerFixture {
 
   Paths observedDirectories() const {
     Paths paths;
-    for (const URL& url : controller->folders().observedDirectories()) {
-      paths.push_back(url.path());
-    }
+    for (const URL& url : controller->folders().observedDirectories()) paths.push_back(url.path());
     return paths;
   }
 
@@ -223,9 +217,8 @@ TEST_F(FolderRegistryTest, WithoutTheApplicationBeginSendsNothingAndNotesTheFold
 TEST_F(FolderRegistryTest, BeginInsideARepositoryBadgesEveryItemInTheListingsOrder) {
   startWithApplication();
   openRepository("/work/repo");
-  for (const char* name : {"c", "a", "b"}) {
+  for (const char* name : {"c", "a", "b"})
     fakes.files->addFile(std::string("/work/repo/src/") + name);
-  }
   fakes.events.clear();
   begin(URL::fileURLWithPath("/work/repo/src", true));
   EXPECT_EQ(fakes.events.linesWith("finder.badge"),
@@ -240,9 +233,8 @@ TEST_F(FolderRegistryTest, BeginInsideARepositoryBadgesEveryItemInTheListingsOrd
 TEST_F(FolderRegistryTest, BeginLooksAtEachItemOnce) {
   startWithApplication();
   openRepository("/work/repo");
-  for (int item = 0; item < 50; ++item) {
+  for (int item = 0; item < 50; ++item)
     fakes.files->addFile("/work/repo/src/" + std::to_string(item));
-  }
   fakes.files->forgetCounts();
   begin(URL::fileURLWithPath("/work/repo/src", true));
   // The items; the way up to whoever finds the repository: src, repo, work and the root; the way up

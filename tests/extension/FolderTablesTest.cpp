@@ -13,17 +13,14 @@ URL folder(std::string_view path) { return URL::fileURLWithPath(path, true); }
 
 std::vector<std::string> pathsOf(const std::vector<URL>& urls) {
   std::vector<std::string> paths;
-  for (const URL& url : urls) {
-    paths.push_back(url.path());
-  }
+  for (const URL& url : urls) paths.push_back(url.path());
   return paths;
 }
 
 std::map<std::string, std::vector<std::string>> inactiveOf(const FolderTables& tables) {
   std::map<std::string, std::vector<std::string>> result;
-  for (const auto& [parent, folders] : tables.inactiveFolders()) {
+  for (const auto& [parent, folders] : tables.inactiveFolders())
     result[std::string(textOf(parent.bytes()))] = pathsOf(folders);
-  }
   return result;
 }
 

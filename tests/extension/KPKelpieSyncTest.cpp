@@ -42,16 +42,13 @@ TEST_F(KPKelpieSyncTest, TheClassSetUpClearsStaleKeysOfTheOwnDefaultsOnly) {
   }
   KPKelpieSync::initialize(fakes.platform());
   for (const std::string_view key :
-       {"KPFoldersPaths", "ns", "KPBrowse", "XNS", "KPContextualMenuItems"}) {
+       {"KPFoldersPaths", "ns", "KPBrowse", "XNS", "KPContextualMenuItems"})
     EXPECT_FALSE(fakes.defaults.standard().storedValue(key).isNil()) << key;
-  }
   for (const std::string_view key :
-       {"NSWindow Frame main", "NS", "KPBrowserColumns", "KPBrowser", "KPPrivateKeysURLs"}) {
+       {"NSWindow Frame main", "NS", "KPBrowserColumns", "KPBrowser", "KPPrivateKeysURLs"})
     EXPECT_TRUE(fakes.defaults.standard().storedValue(key).isNil()) << key;
-  }
-  for (const std::string_view key : keys) {
+  for (const std::string_view key : keys)
     EXPECT_FALSE(fakes.groupDefaults().storedValue(key).isNil()) << key;
-  }
   EXPECT_EQ(fakes.events.count("defaults.set"), 0U);
   EXPECT_EQ(fakes.events.count("defaults.register"), 0U);
 }
@@ -69,9 +66,8 @@ TEST_F(KPKelpieSyncTest, TheClassSetUpGoesInOrder) {
   KPKelpieSync::initialize(fakes.platform());
   const Lines lines = fakes.events.lines();
   ASSERT_EQ(lines.size(), 15U);
-  for (std::size_t badge = 0; badge < 13; ++badge) {
+  for (std::size_t badge = 0; badge < 13; ++badge)
     EXPECT_TRUE(lines[badge].starts_with("finder.image ")) << lines[badge];
-  }
   EXPECT_EQ(lines[13], "defaults.remove standard KPPrivateKeysURLs");
   EXPECT_EQ(lines[14], "defaults.remove standard NSOld");
 }
@@ -90,9 +86,8 @@ TEST_F(KPKelpieSyncTest, AChangeOfTheFoldersThatComesAsTheControllerGoesIsStillT
 TEST_F(KPKelpieSyncTest, TheClassSetUpTeachesTheCodecTheReferenceRecords) {
   KPKelpieSync::initialize(fakes.platform());
   for (const char* name :
-       {"KPReference", "KPRemote", "KPSubmodule", "KPPullRequests", "KPTreeNode"}) {
+       {"KPReference", "KPRemote", "KPSubmodule", "KPPullRequests", "KPTreeNode"})
     EXPECT_TRUE(ClassTable::shared().find(name)) << name;
-  }
 }
 
 // -- The beginning --------------------------------------------------------------------------------
@@ -164,9 +159,8 @@ TEST_F(KPKelpieSyncTest, TheLimitOnOpenFilesBecomesTheSameWhateverItWas) {
       EXPECT_EQ(platform.limits.limit, row.after) << row.why;
     } else {
       EXPECT_EQ(platform.limits.limit, row.before) << row.why;
-      for (const std::string& line : platform.events.lines()) {
+      for (const std::string& line : platform.events.lines())
         EXPECT_TRUE(line.starts_with("limits.")) << row.why << ": " << line;
-      }
     }
   }
 }
@@ -341,9 +335,7 @@ TEST_F(Properties, ThePortNameTakesAString) {
   deliver("setPortName:", "another");
   EXPECT_EQ(controller->portName(), "another");
   for (const Object& value : wrong) {
-    if (value.isString()) {
-      continue;
-    }
+    if (value.isString()) continue;
     controller->setPortName("a name");
     deliver("setPortName:", value);
     EXPECT_EQ(controller->portName(), std::nullopt) << value.description();
@@ -375,9 +367,7 @@ TEST_F(Properties, TheApplicationPidTakesTheNumber) {
   deliver("setApplicationPid:", true);
   EXPECT_EQ(controller->applicationPid(), 1);
   for (const Object& value : wrong) {
-    if (value.isNumber()) {
-      continue;
-    }
+    if (value.isNumber()) continue;
     controller->setApplicationPid(kPid);
     deliver("setApplicationPid:", value);
     EXPECT_EQ(controller->applicationPid(), -1) << value.description() << " reads as 0: gone";

@@ -204,9 +204,7 @@ TEST_F(MessageLinkTest, ADeadPortIsKeptAsWell) {
 TEST_F(MessageLinkTest, WhatCannotBeArchivedIsReported) {
   fakes.messagePorts.setListening(kApplicationPort, true);
   Object nested = "x";
-  for (int level = 0; level < 300; ++level) {
-    nested = Objects{nested};
-  }
+  for (int level = 0; level < 300; ++level) nested = Objects{nested};
   send({{kMessageArgumentKey, nested}});
   EXPECT_EQ(reported(), Texts{"There was an error archiving message for sending."});
   EXPECT_TRUE(fakes.messagePorts.sent().empty());
@@ -246,9 +244,7 @@ class InterruptedPorts final : public MessagePorts {
   }
   std::shared_ptr<RemoteMessagePort> createRemote(std::string_view name) override {
     auto port = ports_.createRemote(name);
-    if (interruption) {
-      std::exchange(interruption, nullptr)();
-    }
+    if (interruption) std::exchange(interruption, nullptr)();
     return port;
   }
 

@@ -68,9 +68,7 @@ class MessageMutation : public ControllerFixture {
     std::vector<Bytes> messages;
     for (const auto& [selector, argument] : arguments) {
       Dictionary message{{"KPMessageSelector", selector}, {"KPMessageTarget", target}};
-      if (!argument.isNil()) {
-        message.set("KPMessageArgument", argument);
-      }
+      if (!argument.isNil()) message.set("KPMessageArgument", argument);
       messages.push_back(KeyedArchiver::archivedData(message).value());
     }
     return messages;
@@ -122,17 +120,15 @@ class MessageMutation : public ControllerFixture {
   // Messages whose parts come from different ones.
   std::vector<Bytes> recombinedMessages(const std::vector<Bytes>& messages) {
     std::vector<Object> contents;
-    for (const Bytes& message : messages) {
+    for (const Bytes& message : messages)
       contents.push_back(KeyedUnarchiver::unarchiveObject(message));
-    }
     const auto part = [&](std::string_view key) { return contents[pick(contents.size())][key]; };
     std::vector<Bytes> recombined;
     for (int count = 0; count < 1'000; ++count) {
       Dictionary message{{"KPMessageSelector", part("KPMessageSelector")},
                          {"KPMessageTarget", part("KPMessageTarget")}};
-      if (const Object argument = part("KPMessageArgument"); !argument.isNil()) {
+      if (const Object argument = part("KPMessageArgument"); !argument.isNil())
         message.set("KPMessageArgument", argument);
-      }
       recombined.push_back(KeyedArchiver::archivedData(message).value());
     }
     return recombined;
@@ -160,9 +156,7 @@ TEST_F(MessageMutation, NoMessageStopsTheNextFromBeingServed) {
     }
     Bytes bytes =
         pick(4) == 0 ? recombined[pick(recombined.size())] : messages[pick(messages.size())];
-    for (std::size_t changes = pick(3) + 1; changes > 0; --changes) {
-      mutate(bytes, messages);
-    }
+    for (std::size_t changes = pick(3) + 1; changes > 0; --changes) mutate(bytes, messages);
     const auto message = std::make_shared<const Bytes>(std::move(bytes));
     decoded += KeyedUnarchiver::open(message)["KPMessageSelector"].isString() ? 1 : 0;
     handleBytes(message);

@@ -72,9 +72,8 @@ class MovedRepositories : public ControllerFixture, public testing::WithParamInt
   // The badges of the two items; "-" for none.
   std::vector<std::string> badgesOf(const std::string& root) const {
     std::vector<std::string> badges;
-    for (const std::string& item : itemsOf(root)) {
+    for (const std::string& item : itemsOf(root))
       badges.push_back(fakes.finder.badgeFor(item).value_or("-"));
-    }
     return badges;
   }
   static std::vector<std::string> both(const std::string& badge) { return {badge, badge}; }
@@ -134,9 +133,8 @@ TEST_P(MovedRepositories, OneThatIsClonedAgainTakesThePlaceOfTheDeletedOne) {
   controller->endObservingDirectoryAtURL(URL::fileURLWithPath("/code/a/sub", true));
   fakes.runAll();
   std::size_t left = 0;
-  for (const auto& [folder, paths] : controller->allObservedFiles()->entries()) {
+  for (const auto& [folder, paths] : controller->allObservedFiles()->entries())
     left += paths->size();
-  }
   EXPECT_EQ(left, 0U);
 }
 
@@ -158,9 +156,8 @@ TEST_P(MovedRepositories, AFolderInOneThatIsClonedAgainIsNotAskedForOnceItWentFr
   fakes.notifications.deliver("KPApplicationRunning", "");
   fakes.runAll();
   std::vector<std::string> asked;
-  for (const Message& message : sentWith("openRepository:portName:")) {
+  for (const Message& message : sentWith("openRepository:portName:"))
     asked.push_back(message.content["KPMessageArgument"]["url"].url().value().path());
-  }
   EXPECT_EQ(asked, std::vector<std::string>{"/code/a"}) << "which its own folder's end lets go";
 }
 

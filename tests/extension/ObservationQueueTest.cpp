@@ -21,9 +21,8 @@ class ObservationQueueTest : public ControllerFixture {
 
   // Requests badges of the files with these numbers, which exist.
   void request(std::size_t from, std::size_t to) {
-    for (std::size_t number = from; number < to; ++number) {
+    for (std::size_t number = from; number < to; ++number)
       controller->requestBadgeIdentifierForURL(fakes.files->addFile(path(number)));
-    }
   }
 };
 
@@ -34,9 +33,8 @@ TEST_F(ObservationQueueTest, RequestsInARowAreWorkedOffTogetherAndInOrder) {
   fakes.events.clear();
   fakes.runAll();
   Lines wanted;
-  for (std::size_t number = 0; number < 5; ++number) {
+  for (std::size_t number = 0; number < 5; ++number)
     wanted.push_back("finder.badge KPCurrentBadge " + path(number));
-  }
   EXPECT_EQ(fakes.events.linesWith("finder.badge"), wanted);
 }
 
@@ -99,9 +97,7 @@ TEST_F(ObservationQueueTest, RepositoriesThatGoWhileABatchRunsSetNoMoreBadges) {
     }
     void setBadgeIdentifier(std::string_view identifier, const URL& url) override {
       finder_.setBadgeIdentifier(identifier, url);
-      if (interruption) {
-        std::exchange(interruption, nullptr)();
-      }
+      if (interruption) std::exchange(interruption, nullptr)();
     }
     std::vector<URL> directoryURLs() const override { return finder_.directoryURLs(); }
     void setDirectoryURLs(std::vector<URL> urls) override {

@@ -13,9 +13,8 @@ using Portrait = std::map<std::string, std::string>;
 // What `after` has otherwise than `before`; both have the same names.
 inline Portrait changesOf(const Portrait& before, const Portrait& after) {
   Portrait changes;
-  for (const auto& [name, value] : after) {
+  for (const auto& [name, value] : after)
     if (before.at(name) != value) changes.emplace(name, value);
-  }
   return changes;
 }
 

@@ -40,20 +40,15 @@ class PresenceMonitorTest : public ControllerFixture {
 
   std::vector<std::string> inactivePaths() const {
     std::vector<std::string> paths;
-    for (const auto& [parent, folders] : controller->folders().inactiveFolders()) {
-      for (const URL& url : folders) {
-        paths.push_back(url.path());
-      }
-    }
+    for (const auto& [parent, folders] : controller->folders().inactiveFolders())
+      for (const URL& url : folders) paths.push_back(url.path());
     std::ranges::sort(paths);
     return paths;
   }
 
   std::vector<std::string> observedDirectories() const {
     std::vector<std::string> paths;
-    for (const URL& url : controller->folders().observedDirectories()) {
-      paths.push_back(url.path());
-    }
+    for (const URL& url : controller->folders().observedDirectories()) paths.push_back(url.path());
     return paths;
   }
 };

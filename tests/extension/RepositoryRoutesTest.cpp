@@ -33,9 +33,7 @@ class RepositoryRoutes : public ControllerFixture {
 
   Dictionary statusOf(const std::vector<std::pair<URL, int>>& words) const {
     Dictionary status;
-    for (const auto& [url, word] : words) {
-      status.set(identifierOf(url), Objects{word, url.path()});
-    }
+    for (const auto& [url, word] : words) status.set(identifierOf(url), Objects{word, url.path()});
     return status;
   }
 
@@ -183,18 +181,15 @@ INSTANTIATE_TEST_SUITE_P(Routes, EveryRepositoryOperation, testing::ValuesIn(rep
 TEST(RepositoryOperations, AreAllTestedForTheirEffect) {
   std::set<std::string_view> tested;
   for (const RepositoryEffect& effect : repositoryEffects()) tested.insert(effect.selector);
-  for (const Route<KPRepository>& route : repositoryRoutes().operations) {
+  for (const Route<KPRepository>& route : repositoryRoutes().operations)
     EXPECT_EQ(tested.erase(route.selector), 1U) << route.selector;
-  }
   EXPECT_TRUE(tested.empty()) << *tested.begin();
 }
 
 TEST_F(RepositoryRoutes, ANameWithoutEffectChangesNothing) {
-  for (const std::string_view name : repositoryRoutes().withoutEffect) {
-    for (const Object& argument : {Object(), Object(1), Object(*file), Object("text")}) {
+  for (const std::string_view name : repositoryRoutes().withoutEffect)
+    for (const Object& argument : {Object(), Object(1), Object(*file), Object("text")})
       EXPECT_EQ(changesBy(name, argument), Portrait()) << name;
-    }
-  }
 }
 
 // -- What the property setters take ---------------------------------------------------------------

@@ -103,9 +103,7 @@ TEST_F(RootFinderTest, AUrlThatIsNoFileIsInNoRoot) {
 
 TEST_F(RootFinderTest, ManyItemsOfOneFolderCostOneLookEach) {
   const std::vector<URL> roots = {files.addFolder("/a/repo"), files.addFolder("/b/repo")};
-  for (int item = 0; item < 100; ++item) {
-    files.addFile("/a/repo/src/" + std::to_string(item));
-  }
+  for (int item = 0; item < 100; ++item) files.addFile("/a/repo/src/" + std::to_string(item));
   files.forgetCounts();
   const MemoFileSystem memo(files);
   RootFinder finder(roots, memo);
@@ -145,19 +143,16 @@ TEST_F(RootFinderTest, AgreesWithAskingEachRoot) {
       paths.push_back(path + "/a/b");
     }
     std::vector<URL> roots;
-    for (int root = 0; root < 6; ++root) {
+    for (int root = 0; root < 6; ++root)
       roots.push_back(URL::fileURLWithPath(paths[pick(paths.size())]));
-    }
     const MemoFileSystem memo(tree);
     RootFinder finder(roots, memo);
     for (const std::string& path : paths) {
       const URL url = URL::fileURLWithPath(path);
       Indexes wanted;
-      for (std::size_t root = 0; root < roots.size(); ++root) {
-        if (roots[root].isEqual(url, tree) || roots[root].isParentOfUrl(url, tree)) {
+      for (std::size_t root = 0; root < roots.size(); ++root)
+        if (roots[root].isEqual(url, tree) || roots[root].isParentOfUrl(url, tree))
           wanted.push_back(root);
-        }
-      }
       EXPECT_EQ(finder.rootsOf(url), wanted) << round << ": " << path;
     }
   }

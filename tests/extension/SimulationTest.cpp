@@ -81,9 +81,8 @@ class Simulation {
     endApplication();
     runAll();
     EXPECT_EQ(controller_->repositories().size(), 0U);
-    for (const std::string& path : shownPaths()) {
+    for (const std::string& path : shownPaths())
       EXPECT_EQ(fakes_.finder.badgeFor(path).value_or("KPEmptyBadge"), "KPEmptyBadge") << path;
-    }
     for (const auto& repository : met_) EXPECT_TRUE(repository.expired()) << "it is still held";
   }
 
@@ -231,9 +230,8 @@ class Simulation {
     std::vector<ManualQueue*> queues;
     for (const char* label :
          {"main", "org.kelpie.Kelpie.Sync.ObserverQueue", "org.kelpie.Kelpie.Sync.UpdateQueue"}) {
-      for (ManualQueue* queue : fakes_.queues.withLabel(label)) {
+      for (ManualQueue* queue : fakes_.queues.withLabel(label))
         if (queue->pending() != 0 && !running_.contains(queue)) queues.push_back(queue);
-      }
     }
     return queues;
   }
@@ -261,9 +259,8 @@ class Simulation {
 
   std::vector<std::string> shownPaths() const {
     std::vector<std::string> paths;
-    for (const auto& set : controller_->allObservedFiles()->sets()) {
+    for (const auto& set : controller_->allObservedFiles()->sets())
       for (const std::string& path : set->paths()) paths.push_back(path);
-    }
     return paths;
   }
 
@@ -313,9 +310,8 @@ void simulate(unsigned seed) {
 
 TEST(Simulation, NoBadgeIsWrongWhateverTheOrder) {
   constexpr unsigned kSchedules = kHasAddressSanitizer ? 100 : 1000;
-  if (const char* const seed = std::getenv("KELPIE_SIMULATION_SEED")) {
+  if (const char* const seed = std::getenv("KELPIE_SIMULATION_SEED"))
     return simulate(static_cast<unsigned>(std::strtoul(seed, nullptr, 10)));
-  }
   for (unsigned seed = 0; seed < kSchedules && !testing::Test::HasFailure(); ++seed) simulate(seed);
 }
 

@@ -12,11 +12,9 @@ class WholeLife : public ControllerFixture {
   // What has happened since the last call, but for what the fakes note of reading.
   Lines happened(std::initializer_list<std::string_view> prefixes) {
     Lines lines;
-    for (const std::string& line : fakes.events.lines()) {
-      if (std::ranges::any_of(prefixes, [&](std::string_view p) { return line.starts_with(p); })) {
+    for (const std::string& line : fakes.events.lines())
+      if (std::ranges::any_of(prefixes, [&](std::string_view p) { return line.starts_with(p); }))
         lines.push_back(line);
-      }
-    }
     fakes.events.clear();
     return lines;
   }
@@ -24,13 +22,9 @@ class WholeLife : public ControllerFixture {
   // The item of that title, with the items of the "More" submenus looked at as well.
   static std::optional<MenuItem> itemTitled(const Menu& menu, std::string_view title) {
     for (const MenuItem& item : menu.items) {
-      if (item.title == title) {
-        return item;
-      }
+      if (item.title == title) return item;
       if (item.submenu != nullptr) {
-        if (const auto found = itemTitled(*item.submenu, title)) {
-          return found;
-        }
+        if (const auto found = itemTitled(*item.submenu, title)) return found;
       }
     }
     return std::nullopt;

@@ -29,11 +29,10 @@ TEST(ThreadBound, TheThreadThatMadeItMayEnter) {
 
 TEST(ThreadBoundDeathTest, AnotherThreadEndsTheProcessWhereThreadsAreChecked) {
   const Bound bound;
-  if (kThreadChecks) {
+  if (kThreadChecks)
     EXPECT_DEATH(enterElsewhere(bound), "enter\\(\\) was called on another thread");
-  } else {
+  else
     enterElsewhere(bound);
-  }
 }
 
 }  // namespace

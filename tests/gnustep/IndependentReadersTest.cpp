@@ -27,9 +27,8 @@ namespace {
 nlohmann::json withoutArrayMutability(const nlohmann::json& description) {
   std::string text = description.dump();
   constexpr std::string_view kMutable = "\"$marray\"";
-  for (auto at = text.find(kMutable); at != std::string::npos; at = text.find(kMutable, at)) {
+  for (auto at = text.find(kMutable); at != std::string::npos; at = text.find(kMutable, at))
     text.replace(at, kMutable.size(), "\"$array\"");
-  }
   return sortedArchiveJson(nlohmann::json::parse(text));
 }
 

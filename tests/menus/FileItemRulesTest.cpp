@@ -121,9 +121,8 @@ TEST_F(FileItemRules, AnItemThatDoesNotApplyLeavesWhatItsActionHad) {
       "stage:",        "unstage:",     "diff:",         "discard:",      "blameItems:",
       "historyItems:", "revertItems:", "ignoreItems:",  "excludeItems:", "untrackItems:",
       "resolve:",      "restore:",     "externalDiff:", "saveStash:"};
-  for (const std::string_view action : kActions) {
+  for (const std::string_view action : kActions)
     fixture_.host.senderObjects().set(action, MenuFixture::list({"/former"}));
-  }
   for (std::int64_t tag = -1; tag >= -14; --tag) EXPECT_FALSE(build(tag, Selection{})) << tag;
   for (const std::string_view action : kActions) EXPECT_EQ(sent(action), "former") << action;
 }

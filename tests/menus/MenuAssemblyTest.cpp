@@ -63,9 +63,8 @@ TEST_F(MenuAssemblyTest, WhileTheApplicationIsGoneOnlyTheToolbarSaysSo) {
   EXPECT_EQ(menu(ToolbarItemMenu)->title, "");
   for (const FIMenuKind kind :
        {ContextualMenuForItems, ContextualMenuForContainer, ContextualMenuForSidebar,
-        static_cast<FIMenuKind>(4), static_cast<FIMenuKind>(~0ULL)}) {
+        static_cast<FIMenuKind>(4), static_cast<FIMenuKind>(~0ULL)})
     EXPECT_FALSE(menu(kind));
-  }
   EXPECT_TRUE(host_.sent.empty());
 }
 
@@ -78,9 +77,8 @@ TEST_F(MenuAssemblyTest, BeforeTheFirstCheckTheApplicationCountsAsPresent) {
 TEST_F(MenuAssemblyTest, TheSidebarAndUnknownKindsHaveNoMenu) {
   select({"/repo"});
   for (const FIMenuKind kind :
-       {ContextualMenuForSidebar, static_cast<FIMenuKind>(4), static_cast<FIMenuKind>(~0ULL)}) {
+       {ContextualMenuForSidebar, static_cast<FIMenuKind>(4), static_cast<FIMenuKind>(~0ULL)})
     EXPECT_FALSE(menu(kind));
-  }
   EXPECT_TRUE(host_.sent.empty());
 }
 
@@ -366,9 +364,7 @@ TEST_F(MenuAssemblyTest, EachTargetAndEachFolderAboveIsLookedAtOnce) {
   fixture_.open("/other");
   fixture_.addReferences(*fixture_.repository);
   std::vector<URL> targets;
-  for (int i = 0; i < 50; ++i) {
-    targets.push_back(files_.addFile("/repo/src/" + std::to_string(i)));
-  }
+  for (int i = 0; i < 50; ++i) targets.push_back(files_.addFile("/repo/src/" + std::to_string(i)));
   fixture_.system.finder.select(targets, std::nullopt);
   files_.forgetCounts();
   menu();

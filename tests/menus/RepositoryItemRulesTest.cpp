@@ -138,9 +138,8 @@ TEST_F(RepositoryItemRules, ABareRepositoryHasNoWorkingCopyToChange) {
   fixture_.repository->refsManager()->setBare(true);
   const Tags tags = shown(fixture_, fixture_.repository.get());
   for (const std::int64_t tag : {6, 8, 9, 10}) EXPECT_EQ(std::ranges::count(tags, tag), 0) << tag;
-  for (const std::int64_t tag : {15, 16, 17, 18, 19, 20, 21, 44}) {
+  for (const std::int64_t tag : {15, 16, 17, 18, 19, 20, 21, 44})
     EXPECT_EQ(std::ranges::count(tags, tag), 1) << tag;
-  }
 }
 
 TEST_F(RepositoryItemRules, ARepositoryInAStateCanOnlyCheckOut) {
@@ -240,9 +239,8 @@ TEST_F(RepositoryItemRules, WhatEveryTagIsMadeOf) {
       {44, "Fast-Forward {: main to \"origin/main\" > fastForward: #11 | topic #12 (disabled)}"},
   };
   ASSERT_EQ(std::size(rows), kRepositoryTags.size());
-  for (const Row& row : rows) {
+  for (const Row& row : rows)
     EXPECT_EQ(describe(build(fixture_, row.tag, fixture_.repository.get(), true)), row.want);
-  }
   fixture_.repository->refsManager()->setGitflowInfo(Dictionary{});
   EXPECT_EQ(describe(build(fixture_, 36, fixture_.repository.get())),
             "Start Git-Flow Release… > startGitflowRelease:");

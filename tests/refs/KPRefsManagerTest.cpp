@@ -458,9 +458,8 @@ TEST_F(KPRefsManagerTest, MenusOutliveTheManager) {
 
 TEST_F(KPRefsManagerTest, DeepestTreeHasAMenuOfEveryLevel) {
   auto node = branch("deepest");
-  for (int level = 1; level < KPTreeNode::kMaximumDepth - 2; ++level) {
+  for (int level = 1; level < KPTreeNode::kMaximumDepth - 2; ++level)
     node = makeFolder("folder", {node});
-  }
   setSections({{}, {node}});
   ASSERT_EQ(manager.references()->childNodes().size(), 2U);
   int levels = 0;

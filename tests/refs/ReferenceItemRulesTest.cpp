@@ -119,18 +119,15 @@ TEST(ReferenceItemRules, EachActionMarksAndDisablesByItsOwnRule) {
 }
 
 TEST(ReferenceItemRules, WithoutAReferenceNothingIsComparedEqual) {
-  for (const char* action : {"compareCommits:", "merge:", "pull:", "rebase:", "reset:", "track:"}) {
-    for (const ReferenceFields& leaf : {kSame, kUpstream}) {
+  for (const char* action : {"compareCommits:", "merge:", "pull:", "rebase:", "reset:", "track:"})
+    for (const ReferenceFields& leaf : {kSame, kUpstream})
       EXPECT_EQ(itemOf(action, leaf, std::nullopt), std::string("x > ") + action + " #7");
-    }
-  }
 }
 
 TEST(ReferenceItemRules, MissingNamesAreNotEqual) {
   const ReferenceFields nameless = {.name = "x", .oid = kTipOid, .tag = 7};
-  for (const char* action : {"compareCommits:", "merge:", "pull:", "rebase:", "reset:", "track:"}) {
+  for (const char* action : {"compareCommits:", "merge:", "pull:", "rebase:", "reset:", "track:"})
     EXPECT_EQ(itemOf(action, nameless, ReferenceFields()), std::string("x > ") + action + " #7");
-  }
 }
 
 TEST(ReferenceItemRules, NamesAreComparedExactly) {

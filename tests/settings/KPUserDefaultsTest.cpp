@@ -85,9 +85,7 @@ TEST(KPUserDefaults, ConcurrentFirstCallsWaitForOneOpening) {
       EXPECT_TRUE(result->boolForKey(kShowFolderGitStatusKey));
     });
   }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
+  for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(std::set<UserDefaults*>(seen.begin(), seen.end()).size(), 1U);
   EXPECT_EQ(fakes.events.count("defaults.open"), 1U);
 }

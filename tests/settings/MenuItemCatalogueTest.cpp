@@ -78,9 +78,8 @@ constexpr MenuItemName kTitles[] = {
 TEST(MenuItemCatalogue, EveryTagHasItsTitle) {
   EventLog events;
   FakeLog log(events);
-  for (const MenuItemName& name : kTitles) {
+  for (const MenuItemName& name : kTitles)
     EXPECT_EQ(KPUserDefaults::titleForMenuItemTag(name.tag, log), name.title) << name.tag;
-  }
   EXPECT_TRUE(log.lines().empty());
   EXPECT_EQ(menuItemCatalogue().size(), std::size(kTitles));
 }
@@ -101,9 +100,7 @@ TEST(MenuItemCatalogue, RetiredAndUnknownTagsAreLoggedAndHaveNoTitle) {
 std::vector<std::int64_t> tagsOf(const Object& items, std::string_view list,
                                  std::string_view group) {
   std::vector<std::int64_t> tags;
-  for (const Object& tag : items[list][group].elements()) {
-    tags.push_back(tag.integerValue());
-  }
+  for (const Object& tag : items[list][group].elements()) tags.push_back(tag.integerValue());
   return tags;
 }
 

@@ -93,9 +93,8 @@ TEST_F(AncestryTest, DirtyFoldersAgreeWithAskingForEachItem) {
     DirtyFolders dirty(dirtyUrls, cache);
     for (const char* folder : kPaths) {
       bool expected = false;
-      for (const char* path : list) {
+      for (const char* path : list)
         expected = expected || url(folder).isParentOfUrl(url(path), files);
-      }
       EXPECT_EQ(dirty.isOneInside(url(folder)), expected) << folder << " of " << list.front();
     }
     EXPECT_FALSE(dirty.isOneInside(*URL::fromString("https://host/r")));
@@ -104,9 +103,8 @@ TEST_F(AncestryTest, DirtyFoldersAgreeWithAskingForEachItem) {
 
 TEST_F(AncestryTest, DirtyFoldersLookAtEachFolderOnce) {
   Objects urls;
-  for (int i = 0; i < 1000; ++i) {
+  for (int i = 0; i < 1000; ++i)
     urls.emplace_back(files.addFile("/r/d" + std::to_string(i % 10) + "/f" + std::to_string(i)));
-  }
   const auto dirtyUrls = std::make_shared<const UrlList>(Object(urls));
   files.forgetCounts();
   FolderCache cache(files);

@@ -30,9 +30,8 @@ TEST_F(BadgeTest, WordsAndTheirBadges) {
       {0x0020, ""},
       {0x0040, ""},
   };
-  for (const Case& c : cases) {
+  for (const Case& c : cases)
     EXPECT_EQ(KPRepository::badgeIdentifierForStatus(c.word), c.badge) << c.word;
-  }
 }
 
 TEST_F(BadgeTest, EveryBadgeOfAWordHasAnImageOrIsNone) {

@@ -66,9 +66,8 @@ TEST_F(FolderCacheTest, WhatOthersSawIsNotLookedAtAgain) {
 TEST_F(FolderCacheTest, ManyFoldersKeepTheirNames) {
   FolderCache cache(files);
   std::vector<const FolderCache::Folder*> folders;
-  for (int i = 0; i < 5000; ++i) {
+  for (int i = 0; i < 5000; ++i)
     folders.push_back(cache.folderAt("/r/" + std::to_string(i % 70) + "/" + std::to_string(i)));
-  }
   for (int i = 0; i < 5000; ++i) {
     const std::string path = "/r/" + std::to_string(i % 70) + "/" + std::to_string(i);
     ASSERT_EQ(folders[static_cast<std::size_t>(i)]->path(), path);

@@ -52,13 +52,11 @@ class FolderContentsTest : public testing::Test {
       failed = true;
       return false;
     });
-    while (const DirectoryEntry* entry = walk->next()) {
-      if (!entry->isDirectory) {
+    while (const DirectoryEntry* entry = walk->next())
+      if (!entry->isDirectory)
         paths.emplace_back(entry->path);
-      } else if (ignored.contains(entry->path, entry->identifier, files)) {
+      else if (ignored.contains(entry->path, entry->identifier, files))
         walk->skipDescendants();
-      }
-    }
     if (failed) return std::nullopt;
     std::sort(paths.begin(), paths.end());
     return paths;
@@ -217,9 +215,8 @@ TEST_F(FolderContentsTest, AgreesWithOneWalkForEachFolder) {
       folders.push_back(parent + "/d" + std::to_string(i));
       files.addFolder(folders.back());
     }
-    for (int i = 0; i < 60; ++i) {
+    for (int i = 0; i < 60; ++i)
       addFile(folders[random() % folders.size()] + "/f" + std::to_string(i));
-    }
     std::vector<std::string> ignoredPaths;
     if (round % 2 == 0) ignoredPaths.push_back(folders[1 + random() % 25]);
     if (round % 3 == 0) files.setUnreadable(folders[1 + random() % 25]);
@@ -230,9 +227,8 @@ TEST_F(FolderContentsTest, AgreesWithOneWalkForEachFolder) {
     folders.resize(12);
     for (const std::string& folder : folders) contents.announce(folder);
     std::shuffle(folders.begin(), folders.end(), random);
-    for (const std::string& folder : folders) {
+    for (const std::string& folder : folders)
       ASSERT_EQ(filesOf(contents, folder), walk(folder, ignored)) << folder << " round " << round;
-    }
   }
 }
 

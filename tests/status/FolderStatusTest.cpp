@@ -164,9 +164,8 @@ TEST_F(FolderStatusTest, FoldersOfOneKindAndMixtures) {
   for (const Case& c : cases) {
     const std::string folder = "/r/d" + std::to_string(++number);
     Entries list;
-    for (const int word : c.words) {
+    for (const int word : c.words)
       list.emplace_back(file(folder + "/x/" + std::to_string(list.size())), word);
-    }
     EXPECT_EQ(aggregate(statusInfo(list), folder), c.want) << c.why;
   }
 }
@@ -315,9 +314,8 @@ class OneWindow : public FolderStatusTest {
   OneWindow() {
     for (int i = 0; i < 20; ++i) {
       folders.push_back("/r/w/d" + std::to_string(i));
-      for (int j = 0; j < 5; ++j) {
+      for (int j = 0; j < 5; ++j)
         list.emplace_back(file(folders.back() + "/x/f" + std::to_string(j)), 0x0080);
-      }
     }
     file("/r/.git/HEAD");
     repository->addObservedURL(url("/r"));
@@ -332,9 +330,8 @@ class OneWindow : public FolderStatusTest {
 TEST_F(OneWindow, NothingIsWalkedTwice) {
   platform.events.clear();
   send(statusInfo(list));
-  for (const std::string& folder : folders) {
+  for (const std::string& folder : folders)
     EXPECT_EQ(platform.finder.badgeFor(folder), "KPWorkdirNewBadge") << folder;
-  }
   // The root alone, or each of the folders and then, around them, the root.
   const std::size_t walks = platform.events.count("files.walk");
   EXPECT_EQ(platform.events.count("files.walk /r"), walks);
@@ -349,9 +346,8 @@ TEST_F(OneWindow, NoFolderIsLookedAtTwice) {
     EXPECT_EQ(platform.files->lookUps(folder), 1U) << folder;
     EXPECT_LE(platform.files->lookUps(folder + "/x"), 1U) << folder;
   }
-  for (const char* path : {"/", "/r", "/r/w", "/r/.git"}) {
+  for (const char* path : {"/", "/r", "/r/w", "/r/.git"})
     EXPECT_LE(platform.files->lookUps(path), 1U) << path;
-  }
 }
 
 TEST_F(OneWindow, TheNextMessageLooksAnew) {
@@ -386,11 +382,9 @@ TEST_F(OneWindow, FoldersThatAreDueAfterTheNextMessageUseThatOne) {
 
 // Requests that wait together are worked out together; one that comes later looks for itself.
 TEST_F(OneWindow, RequestsThatWaitTogetherShareTheirWalks) {
-  for (const auto& set : observedPaths->sets()) {
-    for (const std::string& path : set->paths()) {
+  for (const auto& set : observedPaths->sets())
+    for (const std::string& path : set->paths())
       observedPaths->remove(*url(path).parentUrl()->identifier());
-    }
-  }
   send(statusInfo(list));
   platform.events.clear();
   repository->addObservedURL(url("/r/w"));

@@ -163,9 +163,8 @@ TEST_F(KPRepositoryTest, TheKeyOfAPlaceholderIsItsPath) {
 }
 
 TEST_F(KPRepositoryTest, WhatIsNoPlaceholderAndDoesNotExistHasNoKey) {
-  for (const char* path : {"/r/b", "/r/b.kelpieDeleted", "/r/b .kelpieDeleted"}) {
+  for (const char* path : {"/r/b", "/r/b.kelpieDeleted", "/r/b .kelpieDeleted"})
     EXPECT_EQ(repository->identifierForUrl(url(path)), std::nullopt) << path;
-  }
 }
 
 // -- Questions about items ------------------------------------------------------------------------
@@ -440,11 +439,10 @@ TEST_F(KPRepositoryTest, StagingUsesTheRulesForEveryWord) {
   for (unsigned s = 1; s <= 0xFFFF; s += 7) {
     for (const bool staged : {true, false}) {
       repository->setStatus(Dictionary{{key, Objects{static_cast<int>(s), "/r/a"}}});
-      if (staged) {
+      if (staged)
         repository->updateStagedStatus(urls({"/r/a"}));
-      } else {
+      else
         repository->updateUnstagedStatus(urls({"/r/a"}));
-      }
       platform.runAll();
       ASSERT_EQ(word("/r/a"), staged ? oracle::afterStaging(s) : oracle::afterUnstaging(s))
           << std::hex << s;

@@ -21,9 +21,8 @@ using Number = RawPropertyList::Number;
 
 Bytes identifierOf(std::uint32_t item) {
   Bytes identifier(16, 1);
-  for (std::size_t index = 0; index < 4; ++index) {
+  for (std::size_t index = 0; index < 4; ++index)
     identifier[index] = static_cast<std::uint8_t>(item >> (8 * index));
-  }
   return identifier;
 }
 
@@ -62,9 +61,8 @@ TEST(LargeStatus, OfAMillionEntriesIsTakenWholeFromASmallPartOfItsBudget) {
   ASSERT_FALSE(info.isRefused());
   ASSERT_TRUE(status.status);
   EXPECT_EQ(status.status->size(), kEntries);
-  for (const std::uint32_t item : {0U, 1U, kEntries / 2 - 1, kEntries - 1}) {
+  for (const std::uint32_t item : {0U, 1U, kEntries / 2 - 1, kEntries - 1})
     EXPECT_EQ(status.status->wordOf(StatusTable::Key::ofIdentifierData(identifierOf(item))), 256);
-  }
 }
 
 }  // namespace

@@ -95,9 +95,8 @@ TEST_F(StatusBadInputTest, ValuesOfOtherClassesReadAsMissing) {
     for (const char* key :
          {"KPRepositoryState", "KPRepositoryStatus", "KPStatusCreatedDirectoriesForDeletedItems",
           "KPStatusDirtyURLs", "KPStatusIgnoredURLs", "KPStatusDeletedURLs", "KPStatusNewCount",
-          "KPStatusObservedPathsForRenamedItems"}) {
+          "KPStatusObservedPathsForRenamedItems"})
       if (!value.isNil()) info.set(key, value);
-    }
     send(info);
     EXPECT_EQ(ask("/r/a"), "KPCurrentBadge") << value.description();
     EXPECT_EQ(repository->dirtyUrls()->count(), value.isArray() ? 2U : 0U);
@@ -115,9 +114,8 @@ TEST_F(StatusBadInputTest, UrlsThatAreNoFileUrls) {
   const URL scheme = *URL::fromString("x:y");
   Dictionary info = statusInfo({{file("/r/d/a"), 0x0080}});
   for (const char* key : {"KPStatusIgnoredURLs", "KPStatusDeletedURLs", "KPStatusDirtyURLs",
-                          "KPStatusCreatedDirectoriesForDeletedItems"}) {
+                          "KPStatusCreatedDirectoriesForDeletedItems"})
     info.set(key, Objects{odd, scheme});
-  }
   send(info);
   EXPECT_EQ(ask("/r/d"), "KPCurrentBadge") << "none of them lies inside";
   EXPECT_TRUE(repository->isDirty());

@@ -9,9 +9,8 @@ namespace {
 
 FileIdentifier identifierOf(std::uint64_t number, std::size_t size = 16) {
   Bytes bytes(size, 0);
-  for (std::size_t i = 0; i < 8 && i < size; ++i) {
+  for (std::size_t i = 0; i < 8 && i < size; ++i)
     bytes[i] = static_cast<std::uint8_t>(number >> (8 * i));
-  }
   return FileIdentifier(bytes);
 }
 

@@ -98,12 +98,10 @@ TEST(StatusThreads, StatusBadgesAndMenusAtOnce) {
   status.join();
   badges.join();
   live.queues.waitUntilIdle();
-  for (const URL& item : live.items) {
+  for (const URL& item : live.items)
     EXPECT_EQ(live.platform.finder.badgeFor(item.path()), "KPWorkdirDeletedBadge") << item.path();
-  }
-  for (std::size_t i = 0; i < 3; ++i) {
+  for (std::size_t i = 0; i < 3; ++i)
     EXPECT_EQ(live.platform.finder.badgeFor(live.folders[i].path()), "KPWorkdirDeletedBadge");
-  }
 }
 
 // -- A status that comes in while a badge is being set --------------------------------------------

@@ -15,9 +15,8 @@ inline bool staged(unsigned s) { return s >= 0x0001 && s <= 0x003F; }
 inline bool unstaged(unsigned s) { return s >= 0x0080 && s <= 0x0FFF; }
 inline bool diffable(unsigned s) { return bit(s, 15) || (s >= 0x0001 && s <= 0x0FFF); }
 inline bool revertable(unsigned s) {
-  for (const int position : {0, 7, 12, 13, 14, 15}) {
+  for (const int position : {0, 7, 12, 13, 14, 15})
     if (bit(s, position)) return false;
-  }
   return true;
 }
 inline bool tracked(unsigned s) { return !bit(s, 12) && !bit(s, 13) && !bit(s, 14) && !bit(s, 15); }
@@ -45,9 +44,8 @@ inline std::string badge(unsigned s) {
       "KPIgnoredBadge",
       "KPConflictedBadge",
   };
-  for (int position = 15; position >= 0; --position) {
+  for (int position = 15; position >= 0; --position)
     if (bit(s, position)) return byBit[position];
-  }
   return "KPCurrentBadge";
 }
 
@@ -63,9 +61,8 @@ inline std::optional<int> indexBit(unsigned s) {
 }
 
 inline std::optional<int> workdirBit(unsigned s) {
-  for (const int position : {11, 10, 9, 8, 7}) {
+  for (const int position : {11, 10, 9, 8, 7})
     if (bit(s, position)) return position;
-  }
   return std::nullopt;
 }
 

@@ -58,9 +58,8 @@ json elements(const Object& object) {
 
 json entries(const Object& object) {
   json result = json::array();
-  for (const auto& [key, value] : object.dictionary().entries()) {
+  for (const auto& [key, value] : object.dictionary().entries())
     result.push_back(json::array({archiveJson(key), archiveJson(value)}));
-  }
   return result;
 }
 
@@ -76,9 +75,8 @@ json itemJson(const MenuItem& item) {
                  {"keyEquivalent", item.keyEquivalent},
                  {"state", item.state},
                  {"enabled", item.enabled}};
-  if (!item.representedObject.isNil()) {
+  if (!item.representedObject.isNil())
     result["representedObject"] = archiveJson(item.representedObject);
-  }
   if (item.submenu != nullptr) result["submenu"] = archiveJson(Object(item.submenu));
   return {{"$menuitem", std::move(result)}};
 }
@@ -136,9 +134,8 @@ json archivableJson(const Object& object) {
 
 json opaqueJson(const OpaqueObject& object) {
   json values = json::object();
-  for (const OpaqueObject::Field& field : object.values) {
+  for (const OpaqueObject::Field& field : object.values)
     values[field.key] = archiveJson(field.value);
-  }
   return {{"$object", object.classNames.front()}, {"values", std::move(values)}};
 }
 
@@ -217,9 +214,8 @@ json archiveFixtureJson(std::string_view name) {
 
 std::vector<std::string> archiveFixtureNames() {
   std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(kFolder)) {
+  for (const auto& entry : std::filesystem::directory_iterator(kFolder))
     if (entry.path().extension() == ".bplist") names.push_back(entry.path().stem().string());
-  }
   std::sort(names.begin(), names.end());
   return names;
 }

@@ -21,11 +21,10 @@ class EnvironmentVariable {
 
  private:
   void set(const char* value) const {
-    if (value == nullptr) {
+    if (value == nullptr)
       ::unsetenv(name_);
-    } else {
+    else
       ::setenv(name_, value, 1);
-    }
   }
 
   const char* name_;

@@ -212,13 +212,12 @@ class FakeFileSystem::Enumerator final : public DirectoryEnumerator {
     {
       const MutexLock lock(files_.mutex_);
       const auto place = files_.tree_->find(path, levels_.empty());
-      if (place.node == nullptr || place.node->vanishing) {
+      if (place.node == nullptr || place.node->vanishing)
         error = cocoaError(kNoSuchFile);
-      } else if (place.node->unreadable || place.node->kind != Node::Kind::Folder) {
+      else if (place.node->unreadable || place.node->kind != Node::Kind::Folder)
         error = cocoaError(kNoPermission);
-      } else {
+      else
         levels_.push_back({path, place.node->children, 0});
-      }
     }
     if (error) stopped_ = onError_ && !onError_(path, *error);
   }
@@ -441,9 +440,8 @@ BookmarkResolution FakeFileSystem::resolveBookmark(ByteView bookmark) const {
   const auto found = bookmarks_.find(Bytes(bookmark.begin(), bookmark.end()));
   if (found != bookmarks_.end()) return found->second;
   const auto node = tree_->find(path, false).node;
-  if (node == nullptr || !node->values().identifier) {
+  if (node == nullptr || !node->values().identifier)
     return {std::nullopt, false, cocoaError(kNoSuchFile)};
-  }
   return {URL::fileURLWithPath(path, node->values().isDirectory), false, std::nullopt};
 }
 

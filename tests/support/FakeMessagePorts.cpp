@@ -151,11 +151,10 @@ FakeMessagePorts::~FakeMessagePorts() = default;
 
 void FakeMessagePorts::setListening(std::string_view name, bool listening) {
   const MutexLock lock(state_->mutex);
-  if (listening) {
+  if (listening)
     state_->listening.emplace(name);
-  } else {
+  else
     state_->listening.erase(std::string(name));
-  }
 }
 
 void FakeMessagePorts::failSends(std::int32_t status) {

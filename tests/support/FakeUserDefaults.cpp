@@ -40,11 +40,10 @@ struct FakeUserDefaults::State {
     {
       const MutexLock lock(mutex);
       const Object former = value(key);
-      if (newValue.isNil()) {
+      if (newValue.isNil())
         stored.remove(Object(key));
-      } else {
+      else
         stored.set(Object(key), newValue);
-      }
       const Object present = value(key);
       if (present.isEqual(former) || (present.isNil() && former.isNil())) return;
       for (const auto& observer : observers)

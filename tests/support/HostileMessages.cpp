@@ -114,9 +114,8 @@ template <std::size_t kFolders>
 Bytes renamedShortPaths(std::size_t size, const Bytes& target, const Folders& folders) {
   HostileMessage message("setStatusInfo:", target, kWide);
   std::vector<std::uint32_t> paths;
-  for (std::size_t bytes = 0; bytes < size; bytes += 24) {
+  for (std::size_t bytes = 0; bytes < size; bytes += 24)
     paths.push_back(message.archive.addString("/" + std::to_string(bytes) + "/x"));
-  }
   return renamedForEachFolder(message, paths, {folders.begin(), folders.begin() + kFolders});
 }
 
@@ -319,9 +318,8 @@ Bytes folderTable(std::size_t size, const Bytes& target, const Folders& /*folder
   std::vector<std::uint32_t> keys;
   for (std::size_t bytes = 0; bytes < size; bytes += 16) {
     Bytes key(4);
-    for (std::size_t index = 0; index < 4; ++index) {
+    for (std::size_t index = 0; index < 4; ++index)
       key[index] = static_cast<std::uint8_t>(bytes >> (8 * index));
-    }
     keys.push_back(message.data(key));
   }
   const std::uint32_t items = message.set(message.repeated(item, 2));

@@ -11,9 +11,7 @@ ManualQueues::ManualQueues(EventLog& events)
     : events_(events), main_(std::make_shared<ManualQueue>("main", order_)), queues_{main_} {}
 
 ManualQueues::~ManualQueues() {
-  for (const std::shared_ptr<ManualQueue>& queue : all()) {
-    queue->dropAll();
-  }
+  for (const std::shared_ptr<ManualQueue>& queue : all()) queue->dropAll();
 }
 
 std::vector<std::shared_ptr<ManualQueue>> ManualQueues::all() const {

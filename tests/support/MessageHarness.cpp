@@ -17,17 +17,15 @@ namespace {
 
 std::size_t itemsOf(const Menu& menu) {
   std::size_t count = menu.items.size();
-  for (const MenuItem& item : menu.items) {
+  for (const MenuItem& item : menu.items)
     if (item.submenu != nullptr) count += itemsOf(*item.submenu);
-  }
   return count;
 }
 
 std::vector<std::string> folders() {
   std::vector<std::string> paths = {std::string(MessageHarness::kRoot) + "/d"};
-  while (paths.size() < MessageHarness::kShownFolders) {
+  while (paths.size() < MessageHarness::kShownFolders)
     paths.push_back(paths.front() + std::to_string(paths.size()));
-  }
   return paths;
 }
 

@@ -6,9 +6,8 @@ namespace kelpie {
 namespace {
 
 void appendSized(Bytes& bytes, std::uint64_t value, std::size_t size) {
-  for (std::size_t index = size; index-- > 0;) {
+  for (std::size_t index = size; index-- > 0;)
     bytes.push_back(index < 8 ? static_cast<std::uint8_t>(value >> (8 * index)) : 0);
-  }
 }
 
 Bytes counted(std::uint8_t marker, std::uint64_t count) {
@@ -124,9 +123,8 @@ Bytes RawPropertyList::finish(Number top) const {
 }
 
 void RawPropertyList::setField(Bytes& list, std::size_t fromEnd, std::uint64_t value) {
-  for (std::size_t index = 0; index < 8; ++index) {
+  for (std::size_t index = 0; index < 8; ++index)
     list[list.size() - fromEnd + index] = static_cast<std::uint8_t>(value >> (8 * (7 - index)));
-  }
 }
 
 void RawPropertyList::appendReference(Bytes& bytes, Number number) const {
@@ -155,9 +153,8 @@ RawArchive::Number RawArchive::references(const std::vector<std::uint32_t>& uids
 }
 
 std::uint32_t RawArchive::classNamed(const std::vector<std::string>& names) {
-  for (const auto& [known, uid] : classes_) {
+  for (const auto& [known, uid] : classes_)
     if (known == names) return uid;
-  }
   std::vector<Number> numbers;
   for (const std::string& name : names) numbers.push_back(list.ascii(name));
   const Number all = list.array(numbers);

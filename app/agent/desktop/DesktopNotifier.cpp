@@ -126,11 +126,10 @@ void DesktopNotifier::answered(GObject* bus, GAsyncResult* result, gpointer data
   }
   guint32 number = 0;
   g_variant_get(answer.get(), "(u)", &number);
-  if (offer != self.offers_.end()) {
+  if (offer != self.offers_.end())
     offer->second.number = number;
-  } else if (call->key != 0) {
+  else if (call->key != 0)
     self.close(number);
-  }
 }
 
 void DesktopNotifier::heard(GDBusConnection* /*bus*/, const gchar* /*sender*/,

@@ -50,12 +50,11 @@ std::optional<std::string_view> numberIn(std::string_view name, std::string_view
   const std::vector<std::string_view> have = fieldsOf(name, '/');
   if (want.size() != have.size()) return std::nullopt;
   std::optional<std::string_view> number;
-  for (std::size_t i = 0; i < want.size(); ++i) {
+  for (std::size_t i = 0; i < want.size(); ++i)
     if (want[i] == "*")
       number = have[i];
     else if (want[i] != have[i])
       return std::nullopt;
-  }
   return number && isNumber(*number) ? number : std::nullopt;
 }
 

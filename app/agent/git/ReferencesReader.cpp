@@ -91,12 +91,11 @@ std::string ReferencesReader::readReferences(ReferencesSnapshot& into, bool& has
   if (!listed.succeeded()) return listed.failure();
   std::optional<std::vector<ListedReference>> references = parseReferences(listed.output);
   if (!references) return "git's list of references could not be understood.";
-  for (ListedReference& each : *references) {
+  for (ListedReference& each : *references)
     if (each.name == kStashName)
       hasStash = true;
     else
       addReference(std::move(each), into);
-  }
   return {};
 }
 

@@ -36,17 +36,15 @@ bool isWait(std::string_view text) {
 Arguments::Parsed ArgumentParser::parse(const std::vector<std::string>& words) {
   bool optionsEnded = false;
   bool good = true;
-  for (std::size_t i = 0; good && i < words.size(); ++i) {
-    if (!optionsEnded && words[i] == "--") {
+  for (std::size_t i = 0; good && i < words.size(); ++i)
+    if (!optionsEnded && words[i] == "--")
       optionsEnded = true;
-    } else if (optionsEnded || !isOption(words[i])) {
+    else if (optionsEnded || !isOption(words[i]))
       arguments_.operands_.push_back(words[i]);
-    } else if (words[i] == "--help" || words[i] == "-h") {
+    else if (words[i] == "--help" || words[i] == "-h")
       return {{}, true, std::nullopt};
-    } else {
+    else
       good = parseOption(words, i);
-    }
-  }
   if (good && chooseForm() && checkCount()) return {std::move(arguments_), false, std::nullopt};
   return {{}, false, problem_};
 }

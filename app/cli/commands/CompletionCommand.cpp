@@ -8,13 +8,12 @@ namespace kelpie::cli {
 
 int CompletionCommand::run() {
   const std::string_view shell = arguments_.verb();
-  if (shell == "bash") {
+  if (shell == "bash")
     console_.out() << CompletionScript::bash();
-  } else if (shell == "zsh") {
+  else if (shell == "zsh")
     console_.out() << CompletionScript::zsh();
-  } else {
+  else
     console_.out() << CompletionScript::fish();
-  }
   return kSuccess;
 }
 

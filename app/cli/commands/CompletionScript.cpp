@@ -12,13 +12,11 @@ namespace {
 // A word in single quotes, as all three shells read it.
 std::string shellWord(std::string_view text, std::string_view quote = "'\\''") {
   std::string word = "'";
-  for (const char letter : text) {
-    if (letter == '\'') {
+  for (const char letter : text)
+    if (letter == '\'')
       word += quote;
-    } else {
+    else
       word += letter;
-    }
-  }
   return word + '\'';
 }
 
@@ -42,9 +40,8 @@ std::vector<const OptionInfo*> allOptions() {
   std::vector<const OptionInfo*> options;
   std::set<std::string_view> names;
   for (const CommandInfo& command : commandTable()) {
-    for (const OptionInfo& option : command.options) {
+    for (const OptionInfo& option : command.options)
       if (names.insert(option.name).second) options.push_back(&option);
-    }
   }
   return options;
 }
@@ -222,9 +219,8 @@ std::string zshDescribe(std::string_view what, const std::string& pairs) {
 
 std::string zshCommand(const CommandInfo& command) {
   std::string text = "    " + std::string(command.name) + ")\n";
-  if (!hasVerbs(command)) {
+  if (!hasVerbs(command))
     return text + "      " + zshArguments(command, command.forms.front()) + "\n      ;;\n";
-  }
   std::string pairs;
   std::string cases;
   for (const FormInfo& form : command.forms) {

@@ -32,11 +32,10 @@ int DoctorCommand::run() {
   ServiceChecks(report).run();
   SystemChecks(report).run();
   WithheldChecks(report).run();
-  if (arguments_.has("json")) {
+  if (arguments_.has("json"))
     printJson(report);
-  } else {
+  else
     print(report);
-  }
   return report.hasProblem() ? kFailure : kSuccess;
 }
 

@@ -51,9 +51,8 @@ int FoldersCommand::change() {
     // The extension would pass over all that follows such an entry.
     if (FolderList::dropStrangers(settings) > 0)
       console_.complain("dropped an entry of the list that was no bookmark");
-    for (const std::string& operand : arguments_.operands()) {
+    for (const std::string& operand : arguments_.operands())
       if (!(adds ? add(settings, operand) : remove(settings, operand))) status = kFailure;
-    }
     return true;
   });
   if (!problem) return status;

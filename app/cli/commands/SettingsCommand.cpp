@@ -83,9 +83,8 @@ int SettingsCommand::reset() {
     settings.push_back(find(name));
     if (settings.back() == nullptr) return kUsage;
   }
-  if (settings.empty()) {
+  if (settings.empty())
     for (const Setting& setting : Setting::table()) settings.push_back(&setting);
-  }
   const auto problem = SharedSettings::update([&](SettingsSnapshot& stored) {
     for (const Setting* setting : settings) setting->reset(stored);
     return true;

@@ -53,11 +53,10 @@ int StatusCommand::run() {
         "run; see: kelpie doctor");
   }
   if (isIncomplete_) status = kFailure;
-  if (arguments_.has("json")) {
+  if (arguments_.has("json"))
     printJson(sections, badges);
-  } else {
+  else
     print(sections, badges);
-  }
   return status;
 }
 

@@ -30,13 +30,11 @@ int TrustCommand::list() {
   }
   OrderedJson json = OrderedJson::array();
   const TrustedRepositories trusted = trustedIn(*settings);
-  for (const std::string& path : trusted.paths()) {
-    if (arguments_.has("json")) {
+  for (const std::string& path : trusted.paths())
+    if (arguments_.has("json"))
       json.push_back(path);
-    } else {
+    else
       console_.out() << console_.printable(path) << '\n';
-    }
-  }
   if (arguments_.has("json")) printJsonText(console_.out(), json);
   return kSuccess;
 }

@@ -37,11 +37,10 @@ bool isStopped(std::uint32_t process) {
 
 void addProcess(DoctorReport& report, std::string_view topic, std::uint32_t process) {
   const std::string number = std::to_string(process);
-  if (isStopped(process)) {
+  if (isStopped(process))
     report.problem(topic, "is stopped, process " + number, "kill -CONT " + number);
-  } else {
+  else
     report.good(topic, "runs, process " + number);
-  }
 }
 
 bool isSocket(const std::string& path) {
@@ -123,11 +122,10 @@ void ServiceChecks::checkRuntimeDirectory() {
   const std::string path = RuntimeDirectory().path();
   struct stat status = {};
   if (::lstat(path.c_str(), &status) != 0) {
-    if (errno == ENOENT) {
+    if (errno == ENOENT)
       report_.good(kDirectory, path + " is not there yet; the programs make it");
-    } else {
+    else
       report_.problem(kDirectory, path + ": " + std::strerror(errno), "check XDG_RUNTIME_DIR");
-    }
   } else if (!S_ISDIR(status.st_mode)) {
     report_.problem(kDirectory, path + " is no directory", "remove it");
   } else if (status.st_uid != ::geteuid()) {

@@ -59,11 +59,10 @@ std::unique_ptr<ExtensionSession> ExtensionSession::open(Start start, std::strin
 std::unique_ptr<ExtensionSession> ExtensionSession::openOrComplain(Context& context) {
   std::string problem;
   auto session = open(Start::IfNeeded, problem);
-  if (!session) {
+  if (!session)
     context.console.complain(context.console.printable(problem));
-  } else {
+  else
     session->reportTo(context.console);
-  }
   return session;
 }
 

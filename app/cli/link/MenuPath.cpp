@@ -51,11 +51,10 @@ MenuPath::MenuPath(std::string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const bool escapes =
         text[i] == '\\' && i + 1 < text.size() && (text[i + 1] == '/' || text[i + 1] == '\\');
-    if (text[i] == '/') {
+    if (text[i] == '/')
       titles_.emplace_back();
-    } else {
+    else
       titles_.back() += escapes ? text[++i] : text[i];
-    }
   }
 }
 

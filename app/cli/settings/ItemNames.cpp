@@ -37,9 +37,8 @@ std::optional<std::int64_t> ItemNames::tagOf(std::string_view word) {
   const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), tag);
   if (error == std::errc() && end == word.data() + word.size())
     return find(tag) != nullptr ? std::optional(tag) : std::nullopt;
-  for (const MenuItemName& item : menuItemCatalogue()) {
+  for (const MenuItemName& item : menuItemCatalogue())
     if (titleFit(word, item.title) <= TitleFit::Alike) return item.tag;
-  }
   return std::nullopt;
 }
 

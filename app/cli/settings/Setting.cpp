@@ -51,9 +51,8 @@ std::vector<std::int64_t> Setting::tags(const SettingsSnapshot& settings) const 
   const Object list = settings.dictionaryForKey(key_)[listKey_];
   for (const ItemGroup& group : ItemNames::groups()) {
     const Object array = list[group.key];
-    for (std::size_t i = 0; array.isArray() && i < array.size(); ++i) {
+    for (std::size_t i = 0; array.isArray() && i < array.size(); ++i)
       if (array.at(i).isNumber()) tags.push_back(array.at(i).integerValue());
-    }
   }
   return tags;
 }
@@ -79,9 +78,8 @@ std::optional<std::string> Setting::set(SettingsSnapshot& settings,
   Dictionary list;
   for (const ItemGroup& group : ItemNames::groups()) {
     Objects array;
-    for (const std::int64_t tag : tags) {
+    for (const std::int64_t tag : tags)
       if (&ItemNames::groupOf(tag) == &group) array.emplace_back(tag);
-    }
     list.set(group.key, std::move(array));
   }
   storeList(settings, list);

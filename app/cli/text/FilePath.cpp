@@ -47,9 +47,8 @@ std::optional<std::vector<std::string>> FilePath::namesIn(const std::string& fol
   std::vector<std::string> names;
   fs::directory_iterator entry(folder, error);
   for (; !error && entry != fs::directory_iterator() && names.size() < kMaximumItems;
-       entry.increment(error)) {
+       entry.increment(error))
     names.push_back(entry->path().filename().string());
-  }
   if (error) return std::nullopt;
   std::ranges::sort(names);
   return names;

@@ -9,15 +9,13 @@ constexpr std::string_view kMoreFollows = "…";
 constexpr std::string_view kDots = "...";
 
 std::string folded(std::string_view title) {
-  if (title.ends_with(kMoreFollows)) {
+  if (title.ends_with(kMoreFollows))
     title.remove_suffix(kMoreFollows.size());
-  } else if (title.ends_with(kDots)) {
+  else if (title.ends_with(kDots))
     title.remove_suffix(kDots.size());
-  }
   std::string text(title);
-  for (char& letter : text) {
+  for (char& letter : text)
     if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-  }
   return text;
 }
 

@@ -45,15 +45,14 @@ RuntimeDirectory::Lock RuntimeDirectory::lock() const {
   Lock lock;
   constexpr int kMode = S_IRUSR | S_IWUSR;
   UniqueFd file(::open(lockFile().c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kMode));
-  if (!file) {
+  if (!file)
     lock.problem = systemErrorText("cannot open " + lockFile(), errno);
-  } else if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
+  else if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
     lock.file = std::move(file);
-  } else if (errno == EWOULDBLOCK) {
+  else if (errno == EWOULDBLOCK)
     lock.isHeldByOther = true;
-  } else {
+  else
     lock.problem = systemErrorText("cannot lock " + lockFile(), errno);
-  }
   return lock;
 }
 

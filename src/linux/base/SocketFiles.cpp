@@ -11,11 +11,10 @@ SocketFiles& SocketFiles::shared() {
 
 void SocketFiles::add(const std::string& path) {
   const MutexLock lock(mutex_);
-  if (ended_) {
+  if (ended_)
     ::unlink(path.c_str());
-  } else {
+  else
     paths_.insert(path);
-  }
 }
 
 void SocketFiles::remove(const std::string& path) {

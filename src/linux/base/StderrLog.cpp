@@ -42,11 +42,10 @@ std::string StderrLog::escaped(std::string_view line) {
     if (text.size() > kLongestLine - 8) return text + "...";
     const std::size_t length = std::max<std::size_t>(utf8SequenceLength(line), 1);
     const std::string_view sequence = line.substr(0, length);
-    if (length > 1 ? isPrintable(sequence) : isPlain(line[0])) {
+    if (length > 1 ? isPrintable(sequence) : isPlain(line[0]))
       text += sequence;
-    } else {
+    else
       for (const char c : sequence) appendEscape(text, c);
-    }
     line.remove_prefix(length);
   }
   return text;

@@ -14,9 +14,8 @@ bool ViewedItems::show(const std::string& folder) {
   if (++shown_[folder] > 1) return false;
   // What was wanted before now stays for as long as the folder does.
   if (const auto paths = pathsOfFolder_.find(folder); paths != pathsOfFolder_.end()) {
-    for (const std::string& path : paths->second) {
+    for (const std::string& path : paths->second)
       if (std::exchange(items_.at(path).order, 0) != 0) --unshownCount_;
-    }
   }
   return true;
 }

@@ -15,9 +15,8 @@ bool AskedItems::show(const URL& folder) {
   if (++shown_.try_emplace(path, Shown{folder}).first->second.count > 1) return false;
   // What was asked for before now stays for as long as the folder does.
   if (const auto found = items_.find(path); found != items_.end()) {
-    for (auto& [itemPath, item] : found->second) {
+    for (auto& [itemPath, item] : found->second)
       if (std::exchange(item.order, 0) != 0) --unshown_;
-    }
   }
   return true;
 }
@@ -50,9 +49,8 @@ void AskedItems::noteUnshown(const std::string& path, Asked& item) {
   unshownOrder_.push_back({item.order, path});
   while (unshown_ > maximumUnshown_) forgetOldest();
   // Asking for one item again and again must not let the order grow.
-  if (unshownOrder_.size() > 2 * maximumUnshown_) {
+  if (unshownOrder_.size() > 2 * maximumUnshown_)
     std::erase_if(unshownOrder_, [this](const Order& entry) { return isStale(entry); });
-  }
 }
 
 bool AskedItems::isStale(const Order& entry) const {

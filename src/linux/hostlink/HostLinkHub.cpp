@@ -82,9 +82,8 @@ std::optional<std::string> HostLinkHub::choose(const HostSession& session,
                                                const std::vector<std::size_t>& path,
                                                const std::string& choice) {
   thread_.check();
-  if (!newest_ || newest_->session != &session || newest_->id != id) {
+  if (!newest_ || newest_->session != &session || newest_->id != id)
     return "menu " + id.dump() + " is not the newest one";
-  }
   const MenuItem* item = itemAt(newest_->menu, path);
   if (item == nullptr) return "the index path names no item";
   if (!item->action) return "the item has no action";

@@ -15,12 +15,11 @@ constexpr std::size_t kBadgesInALine = 1'000;
 std::vector<URL> fileURLs(const std::vector<std::string>& texts, bool& wrong) {
   std::vector<URL> urls;
   urls.reserve(texts.size());
-  for (const std::string& text : texts) {
+  for (const std::string& text : texts)
     if (std::optional<URL> url = hostlink::fileURL(text))
       urls.push_back(*std::move(url));
     else
       wrong = true;
-  }
   return urls;
 }
 
@@ -127,11 +126,10 @@ void HostSession::tellBadges(const std::vector<LinuxFinderSyncController::Badge>
     if (!line.badges.empty()) send(std::exchange(line, {}));
   };
   for (const auto& [url, identifier] : badges) {
-    if (const auto spelling = asked_.spelling(url.path())) {
+    if (const auto spelling = asked_.spelling(url.path()))
       line.badges.emplace_back(*spelling, identifier);
-    } else if (asked_.shows(AskedItems::folderOf(url.path()))) {
+    else if (asked_.shows(AskedItems::folderOf(url.path())))
       line.badges.emplace_back(url.absoluteString(), identifier);
-    }
     if (line.badges.size() >= kBadgesInALine) flush();
   }
   flush();

@@ -50,11 +50,10 @@ Dictionary DefaultsStore::all() {
 void DefaultsStore::setValue(std::string_view key, const Object& value) {
   const auto problem = file_.update([&](Dictionary& values) {
     if (isSame(values[key], value)) return false;
-    if (value.isNil()) {
+    if (value.isNil())
       values.remove(Object(key));
-    } else {
+    else
       values.set(Object(key), value);
-    }
     return true;
   });
   if (problem) log_.write("the setting " + std::string(key) + " is not stored: " + *problem);

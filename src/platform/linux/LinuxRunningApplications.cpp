@@ -66,9 +66,8 @@ std::vector<std::int32_t> LinuxRunningApplications::withBundleIdentifier(
     const std::int32_t pid = processOf(bus, owner);
     if (pid > 0 && std::ranges::count(processes, pid) == 0) processes.push_back(pid);
   }
-  if (bus.isLate()) {
+  if (bus.isLate())
     log_.write("the session bus did not say in time who has the name " + std::string(identifier));
-  }
   return processes;
 }
 

@@ -67,13 +67,12 @@ void ExtensionEdge::hand(Call call, const std::optional<URL>& url) noexcept {
   runGuarded([&] {
     if (!url) return;
     const MutexLock lock(mutex_);
-    if (shared_ != nullptr) {
+    if (shared_ != nullptr)
       ((*shared_).*call)(this, *url);
-    } else if (early_.size() < kMostEarlyCalls) {
+    else if (early_.size() < kMostEarlyCalls)
       early_.emplace_back(call, *url);
-    } else {
+    else
       writeSystemLog("too many calls before the extension has started: " + url->path());
-    }
   });
 }
 

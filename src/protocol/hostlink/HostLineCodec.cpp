@@ -54,12 +54,11 @@ std::vector<std::string> texts(const json& list, bool& hasOthers) {
   std::vector<std::string> result;
   if (!list.is_array()) return result;
   result.reserve(list.size());
-  for (const json& element : list) {
+  for (const json& element : list)
     if (element.is_string())
       result.push_back(element.get<std::string>());
     else
       hasOthers = true;
-  }
   return result;
 }
 
@@ -213,10 +212,9 @@ ExtensionLine readWelcome(const json& object) {
   welcome.toolbarToolTip = text(toolbar, "toolTip");
   welcome.toolbarImage = text(toolbar, "image");
   const json& badges = member(object, "badges");
-  if (badges.is_object()) {
+  if (badges.is_object())
     for (const auto& [identifier, look] : badges.items())
       welcome.badges[identifier] = {text(look, "image"), text(look, "label")};
-  }
   const json& images = member(object, "images");
   if (images.is_object()) {
     for (const auto& [name, file] : images.items())
@@ -234,10 +232,9 @@ ExtensionLine readBadges(const json& object) {
   Badges line;
   const json& list = member(object, "badges");
   if (!list.is_array()) return line;
-  for (const json& entry : list) {
+  for (const json& entry : list)
     if (entry.is_array() && entry.size() == 2 && entry[0].is_string() && entry[1].is_string())
       line.badges.emplace_back(entry[0].get<std::string>(), entry[1].get<std::string>());
-  }
   return line;
 }
 

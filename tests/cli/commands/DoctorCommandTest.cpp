@@ -17,9 +17,8 @@ class DoctorCommandTest : public CommandTest {
   // The findings about a topic.
   json about(const std::string& topic) {
     json found = json::array();
-    for (const json& finding : json::parse(run({"doctor", "--json"}).out)) {
+    for (const json& finding : json::parse(run({"doctor", "--json"}).out))
       if (finding["topic"] == topic) found.push_back(finding);
-    }
     return found;
   }
   // The one finding about it.
@@ -70,9 +69,8 @@ TEST_F(DoctorCommandTest, VersionsMustAgree) {
   std::filesystem::copy_file(KELPIE_PROGRAM, home / "bin/kelpie");
   const auto find = [&] {
     for (const json& finding :
-         json::parse(runProgram({home / "bin/kelpie", "doctor", "--json"}).out)) {
+         json::parse(runProgram({home / "bin/kelpie", "doctor", "--json"}).out))
       if (finding["topic"] == "kelpie-agent") return finding;
-    }
     return json();
   };
   EXPECT_EQ(find()["text"], "is not installed");

@@ -82,9 +82,8 @@ class Client {
   bool poll() {
     std::array<char, 65536> piece;
     ssize_t size = 0;
-    while ((size = ::recv(fd_, piece.data(), piece.size(), 0)) > 0) {
+    while ((size = ::recv(fd_, piece.data(), piece.size(), 0)) > 0)
       buffer_.append(piece.data(), static_cast<std::size_t>(size));
-    }
     if (size == 0 || errno == ECONNRESET) ended_ = true;
     return true;
   }

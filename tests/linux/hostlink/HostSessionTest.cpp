@@ -103,9 +103,8 @@ TEST_F(HostSessionTest, HelloIsAnsweredWithWelcome) {
 TEST_F(HostSessionTest, BeforeHelloEveryLineGivesAnError) {
   Host host(hub);
   for (const json& line :
-       {json{{"type", "beginObserving"}, {"url", "file:///r"}}, menuRequest(4), json::array()}) {
+       {json{{"type", "beginObserving"}, {"url", "file:///r"}}, menuRequest(4), json::array()})
     EXPECT_TRUE(host.say(line));
-  }
   EXPECT_EQ(host.types(), (Calls{"error null", "error 4", "error null"}));
   EXPECT_TRUE(extension.calls.empty());
 }
@@ -225,9 +224,8 @@ TEST_F(HostSessionTest, AHostCannotEndWhatAnotherShows) {
 }
 
 TEST_F(HostSessionTest, AHostThatDisconnectsLeavesAllItsFolders) {
-  for (const char* url : {"file:///r", "file:///s", "file:///r"}) {
+  for (const char* url : {"file:///r", "file:///s", "file:///r"})
     a.say({{"type", "beginObserving"}, {"url", url}});
-  }
   b.say({{"type", "beginObserving"}, {"url", "file:///s"}});
   extension.calls.clear();
   a.session.reset();
@@ -285,11 +283,9 @@ TEST_F(HostSessionTest, ManyBadgesAreSentInOrderInLinesOfBoundedLength) {
   int next = 0;
   const std::vector<json> lines = a.take();
   EXPECT_EQ(lines.size(), 3U);
-  for (const json& line : lines) {
-    for (const json& badge : line["badges"]) {
+  for (const json& line : lines)
+    for (const json& badge : line["badges"])
       EXPECT_EQ(badge[0], "file:///r/" + std::to_string(next++));
-    }
-  }
   EXPECT_EQ(next, 2500);
 }
 

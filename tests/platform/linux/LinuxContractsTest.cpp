@@ -91,11 +91,10 @@ class LinuxUserDefaultsWorld final : public UserDefaultsWorld {
   UserDefaults& defaults() override { return *defaults_; }
   void changeFromOutside(std::string_view key, const Object& value) override {
     const auto problem = DefaultsFile::ofSuite(kSuite)->update([&](Dictionary& values) {
-      if (value.isNil()) {
+      if (value.isNil())
         values.remove(Object(std::string(key)));
-      } else {
+      else
         values.set(std::string(key), value);
-      }
       return true;
     });
     EXPECT_EQ(problem, std::nullopt);

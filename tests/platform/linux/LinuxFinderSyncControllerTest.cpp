@@ -38,9 +38,8 @@ TEST_F(LinuxFinderSyncControllerTest, NothingIsLostWhenSeveralThreadsSetBadges) 
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([this, t] {
-      for (int i = 0; i < 500; ++i) {
+      for (int i = 0; i < 500; ++i)
         finder.setBadgeIdentifier(std::to_string(i), url("/" + std::to_string(t)));
-      }
     });
   }
   for (std::thread& thread : threads) thread.join();

@@ -39,11 +39,10 @@ class LinuxMessagePortsTest : public testing::Test {
                              [this](std::int32_t id, const std::shared_ptr<const Bytes>& message,
                                     LocalMessagePort::Completion done) {
                                received.push_back({id, std::string(textOf(*message))});
-                               if (keepBack) {
+                               if (keepBack)
                                  waiting.push_back(std::move(done));
-                               } else {
+                               else
                                  done();
-                               }
                              });
   }
   std::string path(std::string_view name) const { return folder / name; }

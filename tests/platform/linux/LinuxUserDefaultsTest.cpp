@@ -31,11 +31,10 @@ class LinuxUserDefaultsTest : public testing::Test {
 
   void change(const std::string& key, const Object& value) const {
     EXPECT_EQ(file().update([&](Dictionary& values) {
-      if (value.isNil()) {
+      if (value.isNil())
         values.remove(Object(key));
-      } else {
+      else
         values.set(key, value);
-      }
       return true;
     }),
               std::nullopt);
