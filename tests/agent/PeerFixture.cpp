@@ -1,6 +1,9 @@
 #include "agent/PeerFixture.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 
 #include "foundation/URL.h"
 #include "protocol/MessageKeys.h"

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <vector>
+
 #include "agent/PeerFixture.h"
 #include "archive/KeyedArchiver.h"
 #include "foundation/Error.h"

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <memory>
+#include <vector>
+
 #include "archive/KeyedArchiver.h"
 #include "archive/KeyedUnarchiver.h"
 #include "foundation/AllocationMeter.h"

@@ -1,6 +1,7 @@
 #include "CommandTest.h"
 
 #include <filesystem>
+#include <optional>
 
 namespace kelpie::cli {
 

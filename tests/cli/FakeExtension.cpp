@@ -9,6 +9,9 @@
 
 #include <array>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
 #include <utility>
 
 namespace kelpie::cli {

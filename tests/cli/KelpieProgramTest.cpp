@@ -1,5 +1,10 @@
 #include "cli/KelpieProgram.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
 #include "CommandTest.h"
 #include "Configuration.h"
 #include "cli/commands/CommandTable.h"

@@ -1,4 +1,8 @@
+#include <gtest/gtest.h>
+
 #include <fstream>
+#include <sstream>
+#include <string>
 
 #include "CommandTest.h"
 #include "TestPaths.h"

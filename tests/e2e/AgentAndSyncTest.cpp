@@ -2,6 +2,8 @@
 
 #include <csignal>
 #include <filesystem>
+#include <memory>
+#include <string>
 
 #include "Configuration.h"
 #include "e2e/ProcessHost.h"

@@ -1,8 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
 
 #include "Configuration.h"
 #include "e2e/ProcessHost.h"

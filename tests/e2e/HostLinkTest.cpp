@@ -2,6 +2,9 @@
 
 #include <csignal>
 #include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "Configuration.h"
 #include "e2e/RepositoryFixture.h"

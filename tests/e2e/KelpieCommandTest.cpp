@@ -1,7 +1,14 @@
+#include <gtest/gtest.h>
+
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "Configuration.h"
 #include "agent/git/Subprocess.h"

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 #include "e2e/ProgramsFixture.h"
 #include "support/Sanitizers.h"

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <string>
 
 #include "e2e/ProgramsFixture.h"
 

@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstddef>
 #include <iostream>
+#include <memory>
+#include <string>
 
 #include "Configuration.h"
 #include "e2e/RepositoryFixture.h"

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <utility>
+
 #include "Configuration.h"
 #include "TestPaths.h"
 #include "support/linux/TestSocket.h"

@@ -5,6 +5,9 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "e2e/ProgramsFixture.h"
 #include "settings/SettingsKeys.h"

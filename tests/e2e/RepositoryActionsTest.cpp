@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "e2e/ProgramsFixture.h"
 #include "foundation/Dictionary.h"

@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <optional>
+
 #include "foundation/Dictionary.h"
 #include "platform/linux/Bookmark.h"
 #include "platform/linux/FileIdentity.h"

@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
 
 #include "Configuration.h"
 #include "archive/KeyedArchiver.h"

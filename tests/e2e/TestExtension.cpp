@@ -4,6 +4,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <optional>
 
 #include "Configuration.h"
 #include "archive/KeyedArchiver.h"

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <filesystem>
 #include <span>
+#include <string_view>
 
 namespace kelpie {
 

@@ -7,6 +7,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <string>
+#include <string_view>
 
 #include "e2e/ProgramsFixture.h"
 

@@ -2,6 +2,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "e2e/ProgramsFixture.h"
 

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <map>
+#include <string>
+#include <vector>
 
 #include "e2e/ProgramsFixture.h"
 

@@ -2,6 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
 #include "extension/ControllerFixture.h"
 #include "extension/ControllerRoutes.h"
 #include "foundation/MenuItem.h"

@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "extension/ControllerFixture.h"
 #include "extension/RepositoryTable.h"
 #include "status/KPRepository.h"

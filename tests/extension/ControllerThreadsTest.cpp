@@ -1,7 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <functional>
 #include <future>
+#include <memory>
 #include <random>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
 
 #include "archive/KeyedArchiver.h"
 #include "extension/KPKelpieSync.h"

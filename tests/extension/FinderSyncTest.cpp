@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
 #include "extension/KPKelpieSync.h"
 #include "extension/RepositoryTable.h"
 #include "settings/KPUserDefaults.h"

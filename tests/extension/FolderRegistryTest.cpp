@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <optional>
+#include <utility>
+
 #include "extension/ControllerFixture.h"
 #include "foundation/Error.h"
 #include "platform/BookmarkResolution.h"

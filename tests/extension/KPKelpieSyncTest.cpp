@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+
 #include "archive/ClassTable.h"
 #include "archive/KeyedArchiver.h"
 #include "archive/KeyedUnarchiver.h"

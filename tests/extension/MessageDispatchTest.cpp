@@ -1,5 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "archive/KeyedArchiver.h"
 #include "extension/ControllerFixture.h"
 #include "extension/RepositoryTable.h"

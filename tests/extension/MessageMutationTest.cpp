@@ -1,6 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <random>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "archive/KeyedArchiver.h"
 #include "archive/KeyedUnarchiver.h"

@@ -1,5 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "extension/ControllerFixture.h"
 #include "extension/RepositoryTable.h"
 #include "status/KPRepository.h"

@@ -2,6 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
 #include "extension/ControllerFixture.h"
 #include "status/KPRepository.h"
 #include "status/ObservedPaths.h"

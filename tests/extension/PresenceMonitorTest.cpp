@@ -2,6 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
 #include "extension/ControllerFixture.h"
 #include "extension/FolderTables.h"
 #include "extension/RepositoryTable.h"

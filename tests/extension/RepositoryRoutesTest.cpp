@@ -2,7 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <memory>
+#include <optional>
 #include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "extension/ControllerFixture.h"
 #include "extension/Portrait.h"

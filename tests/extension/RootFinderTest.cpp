@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <string_view>
 
 #include "foundation/MemoFileSystem.h"
 #include "support/EventLog.h"

@@ -1,5 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+#include <vector>
+
 #include "extension/ControllerFixture.h"
 #include "extension/ControllerRoutes.h"
 #include "extension/RepositoryRoutes.h"

@@ -1,10 +1,17 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <functional>
 #include <map>
+#include <memory>
+#include <optional>
 #include <random>
 #include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "archive/KeyedArchiver.h"
 #include "extension/KPKelpieSync.h"

@@ -1,5 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+
 #include "extension/ControllerFixture.h"
 #include "extension/RepositoryTable.h"
 #include "status/KPRepository.h"

@@ -5,6 +5,8 @@
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "archive/KeyedArchiver.h"
 #include "archive/KeyedUnarchiver.h"

@@ -4,6 +4,7 @@
 
 #include <random>
 #include <unordered_set>
+#include <utility>
 
 #include "foundation/UrlSyntax.h"
 

@@ -1,5 +1,9 @@
 #include "protocol/StatusWord.h"
 
+#include <gtest/gtest.h>
+
+#include <string>
+
 #include "status/WordOracle.h"
 
 namespace kelpie {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <utility>
+
 #include "archive/KeyedUnarchiver.h"
 #include "foundation/Dictionary.h"
 #include "foundation/OpaqueObject.h"

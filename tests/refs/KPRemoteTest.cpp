@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include "refs/ArchiveRoundTrip.h"
 #include "refs/RecordingEncoder.h"
 

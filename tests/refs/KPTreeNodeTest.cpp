@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
+#include <string>
 #include <type_traits>
+#include <utility>
 
 #include "foundation/Dictionary.h"
 #include "refs/ArchiveRoundTrip.h"

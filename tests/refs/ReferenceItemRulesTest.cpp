@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <set>
 #include <sstream>
+#include <utility>
 
 #include "foundation/Menu.h"
 #include "refs/KPRefsManager.h"

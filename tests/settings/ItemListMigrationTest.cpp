@@ -2,6 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
 #include "settings/SettingsKeys.h"
 #include "support/EventLog.h"
 #include "support/FakeUserDefaults.h"

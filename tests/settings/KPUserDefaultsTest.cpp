@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
 #include "settings/ApplicationGroup.h"
 #include "settings/SettingsKeys.h"
 #include "support/FakePlatform.h"

@@ -2,6 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
 #include "settings/KPUserDefaults.h"
 #include "settings/SettingsKeys.h"
 #include "support/EventLog.h"

@@ -1,5 +1,12 @@
 #include "status/Ancestry.h"
 
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "status/DirtyFolders.h"
 #include "support/FakeFileSystem.h"
 

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <functional>
 #include <future>
+#include <optional>
 #include <thread>
 
 #include "support/EventLog.h"

@@ -1,3 +1,11 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "refs/KPRefsManager.h"
 #include "status/KPBadge.h"
 #include "status/RepositoryFixture.h"

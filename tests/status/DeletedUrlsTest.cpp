@@ -1,5 +1,10 @@
 #include "status/DeletedUrls.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
 namespace kelpie {
 namespace {
 

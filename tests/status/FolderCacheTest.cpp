@@ -1,5 +1,10 @@
 #include "status/FolderCache.h"
 
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <vector>
+
 #include "support/FakeFileSystem.h"
 
 namespace kelpie {

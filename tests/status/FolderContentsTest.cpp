@@ -1,5 +1,8 @@
 #include "status/FolderContents.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <random>
 
 #include "support/FakeFileSystem.h"

@@ -1,3 +1,11 @@
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "foundation/Error.h"
 #include "status/RepositoryFixture.h"
 

@@ -1,5 +1,9 @@
 #include "status/FolderTally.h"
 
+#include <gtest/gtest.h>
+
+#include <vector>
+
 namespace kelpie {
 namespace {
 

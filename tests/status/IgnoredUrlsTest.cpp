@@ -1,5 +1,9 @@
 #include "status/IgnoredUrls.h"
 
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+
 #include "support/FakeFileSystem.h"
 
 namespace kelpie {

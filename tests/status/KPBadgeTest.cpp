@@ -1,5 +1,10 @@
 #include "status/KPBadge.h"
 
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
 namespace kelpie {
 namespace {
 

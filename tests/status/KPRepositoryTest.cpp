@@ -1,5 +1,7 @@
 #include "status/KPRepository.h"
 
+#include <gtest/gtest.h>
+
 #include "refs/KPReference.h"
 #include "refs/KPRefsManager.h"
 #include "status/RepositoryFixture.h"

@@ -1,5 +1,7 @@
 #include "status/ObservedPaths.h"
 
+#include <gtest/gtest.h>
+
 namespace kelpie {
 namespace {
 

@@ -1,5 +1,9 @@
 #include "status/PathSet.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
 namespace kelpie {
 namespace {
 

@@ -1,7 +1,11 @@
 #include "status/StagedStatus.h"
 
+#include <gtest/gtest.h>
+
 #include <atomic>
+#include <chrono>
 #include <future>
+#include <thread>
 
 #include "status/WordOracle.h"
 

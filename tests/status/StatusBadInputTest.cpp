@@ -1,3 +1,8 @@
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
 #include "status/RepositoryFixture.h"
 #include "status/StatusInfo.h"
 

@@ -1,6 +1,10 @@
 #include "status/StatusTable.h"
 
+#include <gtest/gtest.h>
+
+#include <map>
 #include <random>
+#include <string>
 
 #include "foundation/Object.h"
 

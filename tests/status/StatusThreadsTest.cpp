@@ -1,6 +1,18 @@
+#include <gtest/gtest.h>
+
 #include <atomic>
+#include <chrono>
+#include <cstddef>
 #include <cstdlib>
+#include <functional>
 #include <future>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "foundation/Dictionary.h"
 #include "refs/KPRefsManager.h"

@@ -1,5 +1,7 @@
 #include "status/UrlList.h"
 
+#include <gtest/gtest.h>
+
 #include "foundation/Dictionary.h"
 
 namespace kelpie {

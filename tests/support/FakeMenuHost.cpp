@@ -1,6 +1,7 @@
 #include "support/FakeMenuHost.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 
 #include "protocol/MessageKeys.h"

@@ -1,5 +1,6 @@
 #include "support/FakeProcessMonitors.h"
 
+#include <functional>
 #include <string>
 #include <utility>
 

@@ -1,5 +1,6 @@
 #include "support/HostileMessages.h"
 
+#include <cstdint>
 #include <utility>
 
 namespace kelpie {

@@ -1,5 +1,6 @@
 #include "support/ThreadedQueue.h"
 
+#include <cstddef>
 #include <utility>
 
 namespace kelpie {

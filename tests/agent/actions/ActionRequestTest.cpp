@@ -4,6 +4,8 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "agent/git/StatusSnapshot.h"
 #include "archive/KeyedArchiver.h"

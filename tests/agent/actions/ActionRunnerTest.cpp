@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string_view>
+
 #include "agent/actions/ActionFixture.h"
 
 namespace kelpie::agent {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <string>
+
 #include "agent/actions/ActionFixture.h"
 
 namespace kelpie::agent {

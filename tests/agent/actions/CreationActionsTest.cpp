@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <string_view>
+
 #include "agent/actions/ActionFixture.h"
 
 namespace kelpie::agent {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "agent/actions/ActionFixture.h"
 
 namespace kelpie::agent {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+
 #include "agent/actions/ActionFixture.h"
 
 namespace kelpie::agent {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "agent/actions/ActionFixture.h"
 
 namespace kelpie::agent {

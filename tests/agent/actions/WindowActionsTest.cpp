@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "agent/actions/ActionFixture.h"
 #include "linux/base/GLibPointers.h"

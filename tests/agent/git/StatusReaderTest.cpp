@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <map>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "agent/git/GitSandbox.h"
 #include "linux/base/GLibPointers.h"

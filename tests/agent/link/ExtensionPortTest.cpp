@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "archive/KeyedArchiver.h"
 #include "foundation/Dictionary.h"
 #include "linux/base/MainLoop.h"

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <string>
+
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
 

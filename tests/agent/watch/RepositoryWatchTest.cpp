@@ -6,9 +6,11 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "agent/git/GitSandbox.h"
 #include "agent/git/StatusReader.h"

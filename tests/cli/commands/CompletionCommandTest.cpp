@@ -1,4 +1,10 @@
+#include <gtest/gtest.h>
+
 #include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
 
 #include "cli/CommandTest.h"
 

@@ -1,6 +1,9 @@
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <string>
 
 #include "archive/PropertyList.h"
 #include "cli/CommandTest.h"

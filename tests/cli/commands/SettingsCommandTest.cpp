@@ -1,5 +1,10 @@
 #include <nlohmann/json.hpp>
 
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
 #include "cli/CommandTest.h"
 #include "platform/linux/DefaultsFile.h"
 

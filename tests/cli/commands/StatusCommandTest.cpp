@@ -1,5 +1,11 @@
 #include <nlohmann/json.hpp>
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
 #include "cli/CommandTest.h"
 
 namespace kelpie::cli {

@@ -1,3 +1,7 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
 #include "cli/CommandTest.h"
 #include "platform/linux/DefaultsFile.h"
 #include "settings/WithheldPrograms.h"

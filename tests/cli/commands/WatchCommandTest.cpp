@@ -1,4 +1,9 @@
+#include <gtest/gtest.h>
+
 #include <csignal>
+#include <initializer_list>
+#include <sstream>
+#include <string>
 
 #include "cli/CommandTest.h"
 

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <chrono>
 
 #include "support/TemporaryFolder.h"
 #include "support/linux/TestSocket.h"

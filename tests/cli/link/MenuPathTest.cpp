@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "cli/text/TitleFit.h"
 
 namespace kelpie::cli {

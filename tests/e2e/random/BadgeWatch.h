@@ -7,6 +7,7 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "e2e/GitSession.h"

@@ -8,7 +8,10 @@
 
 #include <array>
 #include <cctype>
+#include <cstddef>
 #include <filesystem>
+#include <span>
+#include <string>
 #include <system_error>
 
 #include "e2e/random/Playground.h"

@@ -1,6 +1,10 @@
 // Changes of what git ignores, of its index and of its settings.
 #include <algorithm>
 #include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
 
 #include "e2e/random/Playground.h"
 

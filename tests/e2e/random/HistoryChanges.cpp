@@ -1,5 +1,10 @@
 // Changes of commits, branches and stashes, and everything that stops in a conflict.
 #include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
 
 #include "e2e/random/Playground.h"
 

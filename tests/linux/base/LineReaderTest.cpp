@@ -1,5 +1,9 @@
 #include "linux/base/LineReader.h"
 
+#include <gtest/gtest.h>
+
+#include <vector>
+
 namespace kelpie {
 namespace {
 

@@ -5,7 +5,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <map>
 #include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "linux/base/UniqueFd.h"
 #include "support/EventLog.h"

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <utility>
 
 #include "linux/base/BusName.h"
 #include "linux/base/MainLoop.h"

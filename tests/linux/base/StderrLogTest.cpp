@@ -4,6 +4,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
 #include "linux/base/UniqueFd.h"
 
 namespace kelpie {

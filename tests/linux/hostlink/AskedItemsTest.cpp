@@ -1,5 +1,7 @@
 #include "linux/hostlink/AskedItems.h"
 
+#include <gtest/gtest.h>
+
 namespace kelpie {
 namespace {
 

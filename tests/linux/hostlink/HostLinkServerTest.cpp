@@ -1,14 +1,22 @@
 #include "linux/hostlink/HostLinkServer.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <string_view>
+#include <thread>
+#include <utility>
 
 #include "FakeFinderSync.h"
 #include "linux/base/MainLoop.h"

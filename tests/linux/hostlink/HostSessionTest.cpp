@@ -2,6 +2,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <utility>
+
 #include "FakeFinderSync.h"
 #include "support/ManualQueues.h"
 

@@ -1,8 +1,10 @@
 #include "platform/contract/FileSystemContract.h"
 
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "foundation/Bytes.h"
 #include "foundation/Error.h"

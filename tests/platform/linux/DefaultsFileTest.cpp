@@ -8,9 +8,12 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <thread>
+#include <vector>
 
 #include "archive/PropertyList.h"
 #include "support/EnvironmentVariable.h"

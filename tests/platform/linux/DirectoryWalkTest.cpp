@@ -4,6 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <map>
+#include <optional>
+#include <set>
+
 #include "foundation/Error.h"
 #include "platform/linux/FileIdentity.h"
 #include "platform/linux/MountTable.h"

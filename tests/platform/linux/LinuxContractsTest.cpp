@@ -2,10 +2,15 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "linux/base/MainLoop.h"
 #include "linux/base/ThreadPool.h"

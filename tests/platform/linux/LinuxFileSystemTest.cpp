@@ -5,7 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <optional>
 #include <set>
+#include <string>
+#include <string_view>
 
 #include "foundation/KPExtensions.h"
 #include "foundation/Object.h"

@@ -1,5 +1,9 @@
 #include "platform/linux/LinuxFinderSyncController.h"
 
+#include <gtest/gtest.h>
+
+#include <thread>
+
 #include "support/ManualQueues.h"
 
 namespace kelpie {

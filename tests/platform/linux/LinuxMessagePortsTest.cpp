@@ -9,6 +9,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+#include <vector>
+
 #include "linux/base/UnixListener.h"
 #include "platform/linux/LinuxRemoteMessagePort.h"
 #include "platform/linux/MessageFrame.h"

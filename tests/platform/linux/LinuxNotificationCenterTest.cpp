@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "linux/base/MainLoop.h"
 #include "support/EventLog.h"

@@ -3,7 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
 
 #include "support/EventLog.h"
 #include "support/FakeLog.h"

@@ -5,9 +5,13 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "linux/base/BusName.h"
 #include "linux/base/MainLoop.h"

@@ -2,6 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <map>
+#include <utility>
+#include <variant>
+#include <vector>
+
 namespace kelpie::hostlink {
 namespace {
 

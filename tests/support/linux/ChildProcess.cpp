@@ -12,6 +12,8 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <utility>
 
 namespace kelpie {
 namespace {

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 namespace kelpie {
