@@ -14,6 +14,14 @@
 
 #include <dirent.h>
 
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
 #include "StatusBench.h"
 
 namespace kelpie {

@@ -9,6 +9,13 @@
 
 #include <malloc.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "StatusBench.h"
 #include "foundation/ObjectView.h"
 #include "status/KPBadge.h"

@@ -3,6 +3,9 @@
 #include <glib.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <thread>

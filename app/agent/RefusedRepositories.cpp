@@ -5,6 +5,7 @@
 #include <optional>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace kelpie::agent {
 namespace {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <limits>
 #include <optional>
+#include <utility>
 
 #include "archive/ArchiveReader.h"
 #include "archive/BinaryPropertyList.h"

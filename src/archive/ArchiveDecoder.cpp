@@ -1,8 +1,10 @@
 #include "archive/ArchiveDecoder.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 

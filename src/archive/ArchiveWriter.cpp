@@ -1,6 +1,7 @@
 #include "archive/ArchiveWriter.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 
 #include "archive/ArchiveClasses.h"

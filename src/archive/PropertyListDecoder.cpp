@@ -1,5 +1,7 @@
 #include "archive/PropertyListDecoder.h"
 
+#include <cstddef>
+#include <string>
 #include <utility>
 
 #include "foundation/Dictionary.h"

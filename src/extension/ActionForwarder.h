@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "foundation/Object.h"
 
 namespace kelpie {

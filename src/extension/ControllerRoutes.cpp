@@ -1,5 +1,7 @@
 #include "extension/ControllerRoutes.h"
 
+#include <string_view>
+
 #include "extension/KPKelpieSync.h"
 #include "protocol/Selectors.h"
 

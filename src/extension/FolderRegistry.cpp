@@ -1,5 +1,6 @@
 #include "extension/FolderRegistry.h"
 
+#include <cstddef>
 #include <optional>
 #include <span>
 #include <string>

@@ -1,5 +1,6 @@
 #include "extension/PresenceMonitor.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 
 #include "foundation/ThreadBound.h"
 #include "foundation/URL.h"

@@ -1,5 +1,6 @@
 #include "extension/RepositoryLookup.h"
 
+#include <cstddef>
 #include <optional>
 #include <utility>
 #include <vector>

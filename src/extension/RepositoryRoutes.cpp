@@ -1,5 +1,7 @@
 #include "extension/RepositoryRoutes.h"
 
+#include <string_view>
+
 #include "protocol/Selectors.h"
 #include "refs/KPRefsManager.h"
 #include "status/KPRepository.h"

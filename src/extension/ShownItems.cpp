@@ -1,6 +1,8 @@
 #include "extension/ShownItems.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <memory>
 #include <vector>
 
 namespace kelpie {

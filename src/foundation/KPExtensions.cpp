@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>

@@ -1,6 +1,9 @@
 #include "foundation/MemoFileSystem.h"
 
+#include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "foundation/URL.h"
 #include "platform/BookmarkResolution.h"

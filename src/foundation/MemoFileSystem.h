@@ -1,7 +1,10 @@
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "platform/FileSystem.h"
 

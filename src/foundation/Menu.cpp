@@ -1,5 +1,8 @@
 #include "foundation/Menu.h"
 
+#include <memory>
+#include <utility>
+
 #include "foundation/KeyedCoder.h"
 
 namespace kelpie {

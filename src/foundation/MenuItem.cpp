@@ -1,6 +1,8 @@
 #include "foundation/MenuItem.h"
 
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "foundation/KeyedCoder.h"
 #include "foundation/Menu.h"

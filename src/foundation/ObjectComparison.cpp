@@ -5,7 +5,12 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <unordered_map>
+#include <variant>
 
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"

@@ -1,6 +1,8 @@
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "foundation/Dictionary.h"
 #include "foundation/Error.h"

@@ -1,5 +1,6 @@
 #include "foundation/PrintableText.h"
 
+#include <cstddef>
 #include <cstdint>
 
 #include "foundation/Text.h"

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "foundation/FileIdentifier.h"
 #include "platform/FileSystem.h"

@@ -1,5 +1,6 @@
 #include "menus/ItemTitle.h"
 
+#include <cstddef>
 #include <optional>
 
 #include "foundation/PrintableText.h"

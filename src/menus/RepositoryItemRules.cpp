@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "foundation/URL.h"
 #include "menus/MenuHost.h"

@@ -1,5 +1,6 @@
 #include "platform/UserDefaults.h"
 
+#include <cstddef>
 #include <iomanip>
 #include <locale>
 #include <sstream>

@@ -1,6 +1,7 @@
 #include "settings/KPUserDefaults.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "settings/ApplicationGroup.h"
 #include "settings/ItemListMigration.h"

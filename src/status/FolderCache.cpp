@@ -1,6 +1,7 @@
 #include "status/FolderCache.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 
 namespace kelpie {

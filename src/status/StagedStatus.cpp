@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <condition_variable>
+#include <cstddef>
 #include <mutex>
 
 namespace kelpie {

@@ -4,7 +4,9 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <string>
 #include <utility>
+#include <variant>
 
 namespace kelpie {
 namespace {

@@ -1,5 +1,6 @@
 #include "agent/actions/ActionJob.h"
 
+#include <cstddef>
 #include <utility>
 #include <variant>
 

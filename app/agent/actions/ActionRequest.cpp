@@ -1,6 +1,7 @@
 #include "agent/actions/ActionRequest.h"
 
 #include <array>
+#include <cstddef>
 #include <memory>
 #include <string_view>
 #include <utility>

@@ -1,6 +1,7 @@
 #include "agent/actions/ActionGroups.h"
 
 #include <filesystem>
+#include <span>
 #include <system_error>
 
 #include "agent/actions/ActionJob.h"

@@ -5,7 +5,9 @@
 #include <filesystem>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <variant>

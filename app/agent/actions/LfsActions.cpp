@@ -1,6 +1,7 @@
 #include "agent/actions/ActionGroups.h"
 
 #include <optional>
+#include <span>
 #include <string>
 #include <variant>
 

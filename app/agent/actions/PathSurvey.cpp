@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <utility>
 
 namespace kelpie::agent {
 namespace {

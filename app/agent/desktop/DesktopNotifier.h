@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <string>
+#include <utility>
 
 #include "agent/desktop/Notifier.h"
 #include "foundation/ThreadBound.h"

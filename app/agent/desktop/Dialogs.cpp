@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
 
 #include "agent/desktop/ActionControl.h"
 #include "agent/git/GitCommand.h"

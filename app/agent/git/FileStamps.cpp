@@ -1,5 +1,6 @@
 #include "agent/git/FileStamps.h"
 
+#include <cstddef>
 #include <ctime>
 #include <utility>
 

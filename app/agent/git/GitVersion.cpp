@@ -1,6 +1,8 @@
 #include "agent/git/GitVersion.h"
 
 #include <charconv>
+#include <chrono>
+#include <cstddef>
 #include <system_error>
 
 namespace kelpie::agent {

@@ -1,5 +1,7 @@
 #include "agent/git/IndexFolders.h"
 
+#include <cstddef>
+#include <functional>
 #include <set>
 #include <string_view>
 

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <string_view>
 #include <system_error>
 #include <utility>

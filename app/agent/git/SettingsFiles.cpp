@@ -3,6 +3,7 @@
 #include <glib.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <string_view>
 #include <utility>

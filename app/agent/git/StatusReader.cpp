@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <set>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace kelpie::agent {
 namespace {

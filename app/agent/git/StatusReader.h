@@ -2,7 +2,9 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <variant>
+#include <vector>
 
 #include "agent/git/GitCommand.h"
 #include "agent/git/StatusSnapshot.h"

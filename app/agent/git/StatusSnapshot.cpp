@@ -1,5 +1,6 @@
 #include "agent/git/StatusSnapshot.h"
 
+#include <cstdint>
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace kelpie::agent {
 namespace {

@@ -1,6 +1,7 @@
 #include "agent/git/WorkingCopyFinder.h"
 
 #include <array>
+#include <cstddef>
 #include <filesystem>
 #include <string_view>
 #include <system_error>

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "agent/git/RepositoryState.h"
 

@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
+
 #include "foundation/Error.h"
 #include "foundation/Text.h"
 #include "protocol/MessageKeys.h"

@@ -1,6 +1,7 @@
 #include "agent/sessions/RepositoryRegistry.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <system_error>
 #include <utility>

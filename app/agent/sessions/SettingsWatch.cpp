@@ -1,6 +1,7 @@
 #include "agent/sessions/SettingsWatch.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <system_error>
 #include <utility>

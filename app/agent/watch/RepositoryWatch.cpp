@@ -1,5 +1,6 @@
 #include "agent/watch/RepositoryWatch.h"
 
+#include <string_view>
 #include <utility>
 
 #include "agent/watch/TreeWatching.h"

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "linux/base/RegularFile.h"
 

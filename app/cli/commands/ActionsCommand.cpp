@@ -1,7 +1,10 @@
 #include "cli/commands/ActionsCommand.h"
 
+#include <chrono>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "cli/link/AgentClient.h"
 #include "cli/text/JsonText.h"

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstddef>
+#include <optional>
+#include <span>
 #include <utility>
 
 namespace kelpie::cli {

@@ -1,6 +1,7 @@
 #include "cli/commands/CompletionCommand.h"
 
 #include <ostream>
+#include <string_view>
 
 #include "cli/commands/CompletionScript.h"
 

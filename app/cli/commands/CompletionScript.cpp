@@ -1,7 +1,9 @@
 #include "cli/commands/CompletionScript.h"
 
 #include <set>
+#include <span>
 #include <string_view>
+#include <vector>
 
 #include "cli/commands/CommandTable.h"
 #include "cli/settings/Setting.h"

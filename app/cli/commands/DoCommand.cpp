@@ -4,6 +4,7 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <optional>
 #include <ostream>
 #include <sstream>
 #include <string>

@@ -1,7 +1,10 @@
 #include "cli/commands/DoctorCommand.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <ostream>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include "cli/doctor/ServiceChecks.h"

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstddef>
 #include <cstring>
 #include <utility>
 

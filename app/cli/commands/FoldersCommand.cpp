@@ -1,6 +1,9 @@
 #include "cli/commands/FoldersCommand.h"
 
+#include <cstddef>
 #include <ostream>
+#include <string_view>
+#include <utility>
 
 #include "cli/settings/FolderList.h"
 #include "cli/settings/SharedSettings.h"

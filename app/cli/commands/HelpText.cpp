@@ -1,6 +1,7 @@
 #include "cli/commands/HelpText.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace kelpie::cli {
 namespace {

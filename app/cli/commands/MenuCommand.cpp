@@ -1,7 +1,9 @@
 #include "cli/commands/MenuCommand.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <ostream>
+#include <utility>
 
 #include "cli/commands/MenuRequest.h"
 

@@ -1,6 +1,9 @@
 #include "cli/commands/MenuRequest.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <string_view>
 #include <utility>
 
 #include "cli/output/BadgeLook.h"

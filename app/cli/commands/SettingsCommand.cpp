@@ -1,6 +1,9 @@
 #include "cli/commands/SettingsCommand.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <ostream>
 #include <vector>
 

@@ -1,9 +1,12 @@
 #include "cli/commands/StatusCommand.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <ostream>
+#include <string_view>
 #include <utility>
 
 #include "cli/output/BadgeLook.h"

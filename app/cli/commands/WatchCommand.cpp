@@ -4,10 +4,13 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <ctime>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <ostream>
+#include <vector>
 
 #include "cli/output/BadgeLook.h"
 

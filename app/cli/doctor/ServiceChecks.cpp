@@ -4,8 +4,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <fstream>
+#include <string_view>
+#include <vector>
 
 #include "Configuration.h"
 #include "cli/link/BusClient.h"

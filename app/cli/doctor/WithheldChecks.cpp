@@ -1,5 +1,6 @@
 #include "cli/doctor/WithheldChecks.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>

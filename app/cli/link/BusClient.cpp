@@ -1,6 +1,8 @@
 #include "cli/link/BusClient.h"
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 
 namespace kelpie::cli {
 namespace {

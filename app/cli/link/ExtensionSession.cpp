@@ -1,7 +1,9 @@
 #include "cli/link/ExtensionSession.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <utility>
 
 #include "Configuration.h"
 #include "cli/link/BusClient.h"

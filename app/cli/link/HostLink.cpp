@@ -8,7 +8,9 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
 #include <span>
+#include <utility>
 
 #include "linux/base/UnixSocket.h"
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "cli/link/Deadline.h"
 #include "foundation/ThreadBound.h"

@@ -3,6 +3,7 @@
 #include <langinfo.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <ostream>
 

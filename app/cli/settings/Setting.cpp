@@ -1,6 +1,7 @@
 #include "cli/settings/Setting.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 #include "cli/settings/ItemNames.h"

@@ -1,5 +1,8 @@
 #include "cli/settings/SettingsSnapshot.h"
 
+#include <functional>
+#include <memory>
+#include <string_view>
 #include <utility>
 
 #include "settings/KPUserDefaults.h"

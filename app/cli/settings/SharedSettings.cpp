@@ -1,5 +1,7 @@
 #include "cli/settings/SharedSettings.h"
 
+#include <utility>
+
 #include "Configuration.h"
 #include "platform/linux/DefaultsFile.h"
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 
 #include "foundation/PrintableText.h"
 #include "foundation/Text.h"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <variant>
 
 #include "foundation/URL.h"
 #include "protocol/hostlink/HostLineCodec.h"

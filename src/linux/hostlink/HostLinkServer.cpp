@@ -1,5 +1,6 @@
 #include "linux/hostlink/HostLinkServer.h"
 
+#include <string_view>
 #include <utility>
 
 #include "protocol/hostlink/HostLines.h"

@@ -1,7 +1,10 @@
 #include "linux/hostlink/HostSession.h"
 
+#include <cstddef>
+#include <optional>
 #include <stdexcept>
 #include <utility>
+#include <variant>
 
 #include "protocol/hostlink/HostLineCodec.h"
 

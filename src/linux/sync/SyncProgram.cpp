@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include "Configuration.h"
 #include "linux/base/ProcessEnd.h"

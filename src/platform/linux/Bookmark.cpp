@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <string_view>
+
 #include "archive/PropertyList.h"
 #include "foundation/Dictionary.h"
 #include "platform/linux/FileErrors.h"

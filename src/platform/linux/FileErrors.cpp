@@ -1,7 +1,9 @@
 #include "platform/linux/FileErrors.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include "foundation/Dictionary.h"

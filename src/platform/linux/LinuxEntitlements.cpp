@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxEntitlements.h"
 
+#include <string_view>
 #include <utility>
 
 #include "Configuration.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "foundation/Dictionary.h"
 #include "platform/Entitlements.h"
 

@@ -3,7 +3,12 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "foundation/Text.h"
 #include "foundation/URL.h"

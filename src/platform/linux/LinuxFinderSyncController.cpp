@@ -1,6 +1,8 @@
 #include "platform/linux/LinuxFinderSyncController.h"
 
+#include <optional>
 #include <set>
+#include <string_view>
 
 namespace kelpie {
 namespace {

@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxMessagePorts.h"
 
+#include <cstddef>
 #include <utility>
 
 #include "linux/base/UnixSocket.h"

@@ -2,6 +2,8 @@
 
 #include <sys/resource.h>
 
+#include <optional>
+
 namespace kelpie {
 
 std::optional<OpenFilesLimit> LinuxResourceLimits::openFilesLimit() const {

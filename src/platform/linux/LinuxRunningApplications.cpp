@@ -5,8 +5,11 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace kelpie {
 namespace {

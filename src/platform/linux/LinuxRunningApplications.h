@@ -1,5 +1,9 @@
 #pragma once
 
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
 #include "linux/base/SessionBus.h"
 #include "platform/Log.h"
 #include "platform/RunningApplications.h"

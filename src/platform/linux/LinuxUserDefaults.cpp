@@ -1,5 +1,7 @@
 #include "platform/linux/LinuxUserDefaults.h"
 
+#include <functional>
+#include <string_view>
 #include <utility>
 
 namespace kelpie {

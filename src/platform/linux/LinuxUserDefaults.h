@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <string_view>
 
 #include "platform/UserDefaults.h"
 #include "platform/linux/DefaultsStore.h"

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstddef>
 
 namespace kelpie {
 namespace {

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <optional>
+#include <string_view>
+#include <vector>
+
 #include "platform/FinderSyncController.h"
 
 namespace kelpie {

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <memory>
+#include <string_view>
+#include <utility>
+
 #import <CoreFoundation/CoreFoundation.h>
 
 #include "platform/MessagePort.h"

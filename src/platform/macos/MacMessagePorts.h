@@ -1,5 +1,9 @@
 #pragma once
 
+#include <memory>
+#include <optional>
+#include <string_view>
+
 #include "platform/MessagePort.h"
 
 namespace kelpie {

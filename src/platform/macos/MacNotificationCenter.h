@@ -1,5 +1,10 @@
 #pragma once
 
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
 #include "platform/DistributedNotificationCenter.h"
 
 namespace kelpie {

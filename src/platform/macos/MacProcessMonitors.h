@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <memory>
+
 #include "platform/ProcessMonitor.h"
 
 namespace kelpie {

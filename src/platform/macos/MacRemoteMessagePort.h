@@ -2,7 +2,12 @@
 
 #import <CoreFoundation/CoreFoundation.h>
 
+#include <chrono>
+#include <cstdint>
+#include <memory>
 #include <mutex>
+#include <string_view>
+#include <utility>
 
 #include "platform/MessagePort.h"
 #include "platform/macos/Retained.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "platform/ResourceLimits.h"
 
 namespace kelpie {

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
 #include "platform/RunningApplications.h"
 
 namespace kelpie {

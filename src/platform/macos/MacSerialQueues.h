@@ -1,5 +1,8 @@
 #pragma once
 
+#include <memory>
+#include <string_view>
+
 #include "platform/SerialQueue.h"
 
 namespace kelpie {

@@ -1,5 +1,10 @@
 #pragma once
 
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <utility>
+
 #import <Foundation/Foundation.h>
 
 #include "platform/UserDefaults.h"

@@ -1,7 +1,12 @@
 #include "protocol/hostlink/HostLineCodec.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <utility>
+#include <variant>
+#include <vector>
 
 namespace kelpie::hostlink {
 namespace {
