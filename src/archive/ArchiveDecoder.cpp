@@ -30,9 +30,6 @@ class FieldDecoder : public KeyedDecoder {
   FieldDecoder(ArchiveDecoder& decoder, const ArchivedValue& object)
       : decoder_(decoder), reader_(decoder.reader()), object_(object) {}
 
-  bool containsValueForKey(std::string_view key) const override {
-    return reader_.hasField(object_, key);
-  }
   std::int64_t decodeInteger(std::string_view key) const override {
     return view(key).integerValue();
   }

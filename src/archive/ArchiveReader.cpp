@@ -147,13 +147,6 @@ ArchivedValue ArchiveReader::field(const ArchivedValue& object, std::string_view
   return {};
 }
 
-bool ArchiveReader::hasField(const ArchivedValue& object, std::string_view key) const {
-  const Item item = list_.itemAt(object.offset);
-  if (!isObject(item)) return false;
-  chargeKeys(item);
-  return list_.value(item, key).type != Type::None;
-}
-
 ArchivedContent ArchiveReader::content(const ArchivedValue& value) const {
   const Item item = list_.itemAt(value.offset);
   if (item.type != Type::Dictionary) return {plainKind(item.type), false, item, {}};

@@ -92,8 +92,6 @@ class ArchiveReader {
   }
   // The value under a key of an object; nil when absent.
   ArchivedValue field(const ArchivedValue& object, std::string_view key) const;
-  // Whether an object has the key.
-  bool hasField(const ArchivedValue& object, std::string_view key) const;
   // The property-list value that is itself, or that refers to, the object `number`, as it is seen
   // from the object `parentUid`.
   ArchivedValue follow(std::uint32_t parentUid, std::uint32_t number) const;

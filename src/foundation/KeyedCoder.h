@@ -31,7 +31,6 @@ class KeyedDecoder {
  public:
   virtual ~KeyedDecoder() = default;
 
-  virtual bool containsValueForKey(std::string_view key) const = 0;
   // A number inline, by reference or boxed; 0 or NO for a missing key or anything else.
   virtual std::int64_t decodeInteger(std::string_view key) const = 0;
   virtual bool decodeBool(std::string_view key) const = 0;

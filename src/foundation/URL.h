@@ -80,6 +80,9 @@ class URL {
   // This is a directory and a strict ancestor of `url`. Ends on any path, also one of links in a
   // loop, since each step makes the path shorter.
   bool isParentOfUrl(const URL& url, const FileSystem& files = FileSystem::current()) const;
+
+  // -- Of the system's operations, but called by nothing in this project --------------------------
+
   // The "ssh" URL for scp-like remote syntax (user@host:path), else the receiver itself. Absent
   // when the parts make no valid URL.
   std::optional<URL> spcSyntaxResolvedUrl() const;

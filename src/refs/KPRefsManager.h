@@ -93,6 +93,8 @@ class KPRefsManager {
                              std::string_view action,
                              const std::vector<std::uint64_t>& submenuTypes, bool hasHeader) const;
 
+  // -- Of the system's operations, but called by nothing in this project --------------------------
+
   // Adds to `menu` an item for each child of `node`, folders with a submenu of their own. By the
   // name of the action an item is marked (state on), disabled (then it has no action) or both; see
   // the table in ReferenceItemRules.

@@ -21,9 +21,6 @@ class KPSubmodule : public KPReference {
   KPSubmodule(std::int64_t type, std::optional<std::string> name);
   explicit KPSubmodule(const KeyedDecoder& coder);
 
-  // The name, whole: a submodule is not cut at its last slash, as other references are.
-  const std::optional<std::string>& lastNameComponent() const { return name(); }
-
   // Of the submodule's repository, as text.
   const std::optional<std::string>& url() const { return url_; }
   void setUrl(std::optional<std::string> url) { url_ = std::move(url); }
@@ -43,6 +40,11 @@ class KPSubmodule : public KPReference {
 
   std::vector<std::string_view> classNames() const override;
   void encodeWithCoder(KeyedEncoder& coder) const override;
+
+  // -- Of the system's operations, but called by nothing in this project --------------------------
+
+  // The name, whole: a submodule is not cut at its last slash, as other references are.
+  const std::optional<std::string>& lastNameComponent() const { return name(); }
 
  private:
   std::optional<std::string> url_;

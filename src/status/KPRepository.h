@@ -190,6 +190,8 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   // Whether a folder above the item and below the root is ignored. On the caller's thread.
   bool isParentIgnoredUrl(const URL& url) const;
 
+  // -- Of the system's operations, but called by nothing in this project --------------------------
+
   enum Enumeration : int { kEnumerated = 0, kEnumerationStopped = 1, kEnumerationFailed = -1 };
   // Calls `handler` for every item below the folder that is not a folder, leaving out ignored
   // folders. Stops when `exitCondition` is true before an item, and fails at the first error;

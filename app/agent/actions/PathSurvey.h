@@ -36,7 +36,6 @@ class PathSurvey {
   static std::optional<PathSurvey> of(const GitCommand& git, const PathPlan& plan,
                                       const StatusSnapshot& status);
 
-  const std::map<std::string, State>& states() const { return states_; }
   const State& at(const std::string& path) const { return states_.at(path); }
   // The paths whose content, in the working folder or in the index, is in no commit.
   const std::set<std::string>& atStake() const { return atStake_; }

@@ -72,7 +72,7 @@ std::optional<ScopedConfig> ScopedConfig::parse(std::string_view output,
     entry.key = setting->substr(0, split);
     if (split != std::string_view::npos) entry.value.emplace(setting->substr(split + 1));
     entry.file = fileOf(*origin, folder);
-    // What has no file is what this program itself says.
+    // Settings without a file are this program's own.
     entry.isOwn = std::ranges::find(kScopesOfUser, *scope) == kScopesOfUser.end();
     if (!entry.isOwn && !entry.file.empty())
       config.usersValues_.insert_or_assign(entry.key, entry.value.value_or(""));

@@ -146,23 +146,6 @@ const StatusItem* StatusSnapshot::itemAt(std::string_view path) const {
   return found == byPath_.end() ? nullptr : &items_[found->second];
 }
 
-std::vector<const StatusItem*> StatusSnapshot::itemsWithin(std::string_view path) const {
-  std::vector<const StatusItem*> within;
-  for (const StatusItem& item : items_) {
-    const bool below = item.path.size() > path.size() && item.path.starts_with(path) &&
-                       item.path[path.size()] == '/';
-    if (path.empty() || below || item.path == path) within.push_back(&item);
-  }
-  return within;
-}
-
-std::vector<std::string> StatusSnapshot::ignoredFolders() const {
-  std::vector<std::string> folders;
-  for (const StatusItem& item : items_)
-    if (item.isFolder && item.word == KPStatusIgnored) folders.push_back(item.path);
-  return folders;
-}
-
 Object StatusSnapshot::toObject(const FileSystem& files) const {
   MessageParts parts(root_, files);
   for (const StatusItem& item : items_) parts.add(item);

@@ -31,10 +31,6 @@ class StatusSnapshot {
 
   // The item at that path, relative to the root; null when it is unchanged.
   const StatusItem* itemAt(std::string_view path) const;
-  // The items at that path or below it, in git's order.
-  std::vector<const StatusItem*> itemsWithin(std::string_view path) const;
-  // The ignored folders, relative to the root; nothing inside them is looked at.
-  std::vector<std::string> ignoredFolders() const;
 
   // The argument of "setStatusInfo:". Items that are gone since git looked are left out. Blocks
   // while the file system tells the identifier of each item.
