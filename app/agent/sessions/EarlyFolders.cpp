@@ -20,7 +20,7 @@ void EarlyFolders::lookAgain(const std::string& folder) {
   if (asked_.size() + echoes_.size() < kMaximum) asked_.try_emplace(folder, false);
 }
 
-std::vector<std::string> EarlyFolders::take() {
+std::vector<std::string> EarlyFolders::beginSecondLooks() {
   thread_.check();
   std::vector<std::string> folders;
   for (const auto& [folder, isOwn] : asked_) folders.push_back(folder);

@@ -31,7 +31,7 @@ class EarlyFolders {
   void lookAgain(const std::string& folder);
   // The extension knows the working copy now. Returns the folders that it is to look at again, and
   // expects their echoes.
-  std::vector<std::string> take();
+  std::vector<std::string> beginSecondLooks();
   // The extension may have missed messages: it is to look at the folders without an echo once more.
   void tellAgain();
   // The extension has forgotten the working copy.

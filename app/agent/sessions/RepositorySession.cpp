@@ -66,6 +66,7 @@ RepositorySession::~RepositorySession() {
 
 void RepositorySession::open(const std::shared_ptr<ExtensionPort>& port, const std::string& folder,
                              bool shallow, bool again) {
+  thread_.check();
   Subscriber& subscriber = subscribe(port);
   if (again) subscriber.early.lookAgain(folder);
   // The extension has just been told all there is to tell.
@@ -83,15 +84,18 @@ void RepositorySession::open(const std::shared_ptr<ExtensionPort>& port, const s
 }
 
 bool RepositorySession::isOpenFor(const std::string& portName, const std::string& folder) const {
+  thread_.check();
   const auto found = subscribers_.find(portName);
   return found != subscribers_.end() && found->second.folders.contains(folder);
 }
 
 void RepositorySession::setNeighbour(bool isNeighbour) {
+  thread_.check();
   if (std::exchange(isNeighbour_, isNeighbour) != isNeighbour) watch_->setModest(isNeighbour);
 }
 
 void RepositorySession::withdraw() {
+  thread_.check();
   const auto steps = messages_->withdrawal(services_.files);
   for (auto& [name, subscriber] : subscribers_)
     for (const auto& [selector, message] : steps)
@@ -99,6 +103,7 @@ void RepositorySession::withdraw() {
 }
 
 void RepositorySession::unshallow(const std::shared_ptr<ExtensionPort>& port) {
+  thread_.check();
   Subscriber& subscriber = subscribe(port);
   subscriber.wantsReferences = true;
   subscriber.isToOpen |= !subscriber.isOpen;
@@ -107,6 +112,7 @@ void RepositorySession::unshallow(const std::shared_ptr<ExtensionPort>& port) {
 }
 
 void RepositorySession::distrust(const std::string& portName) {
+  thread_.check();
   const auto found = subscribers_.find(portName);
   if (found == subscribers_.end()) return;
   found->second.told.fill(0);
@@ -116,6 +122,7 @@ void RepositorySession::distrust(const std::string& portName) {
 }
 
 void RepositorySession::tellAgain(const std::string& portName) {
+  thread_.check();
   const auto found = subscribers_.find(portName);
   if (found == subscribers_.end()) return;
   found->second.told.fill(0);
@@ -125,6 +132,7 @@ void RepositorySession::tellAgain(const std::string& portName) {
 }
 
 void RepositorySession::forget(const std::string& portName) {
+  thread_.check();
   if (subscribers_.erase(portName) == 0) return;
   updateWanted();
   if (!subscribers_.empty()) return;
@@ -199,7 +207,7 @@ void RepositorySession::tell(Subscriber& subscriber) {
     subscriber.port->post({number_, selectorOf(i)}, telling.message);
   }
   // A second look finds the right badges now.
-  for (const std::string& folder : subscriber.early.take())
+  for (const std::string& folder : subscriber.early.beginSecondLooks())
     subscriber.port->post({number_, RepositoryMessages::kLookAgain, folder},
                           messages_->lookAgain(folder));
 }

@@ -24,6 +24,7 @@
 #include "agent/sessions/SettingsWatch.h"
 #include "agent/watch/DirectoryWatcher.h"
 #include "agent/watch/RepositoryWatch.h"
+#include "foundation/ThreadBound.h"
 #include "linux/base/MainLoop.h"
 
 namespace kelpie::agent {
@@ -177,6 +178,7 @@ class RepositorySession {
   bool placeChanged_ = false;  // since the working copy was last found where it was
   std::unique_ptr<MainLoop::Source> idleTimer_;
   std::unique_ptr<MainLoop::Source> secondLook_;
+  ThreadBound thread_;
 };
 
 }  // namespace kelpie::agent
