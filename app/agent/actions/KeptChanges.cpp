@@ -110,8 +110,7 @@ class Keeper {
         files_(workingCopy.root),
         scratch_(workingCopy.gitDirectory) {}
 
-  // The commit; empty when `problem` says why there is none.
-  std::string commit(const std::string& label, std::string& problem);
+  Result<std::string> commit(const std::string& label);
 
  private:
   bool addItems();
@@ -138,13 +137,13 @@ class Keeper {
   std::vector<std::string> parents_;
 };
 
-std::string Keeper::commit(const std::string& label, std::string& problem) {
+Result<std::string> Keeper::commit(const std::string& label) {
   std::string oid;
   if (!scratch_.exists())
     problem_ = "There is no room in " + workingCopy_.gitDirectory + ".";
   else if (addItems() && addState(label) && hashFiles())
     oid = write(label);
-  problem = problem_;
+  if (oid.empty()) return Problem{std::move(problem_)};
   return oid;
 }
 
@@ -417,10 +416,10 @@ std::vector<std::string> KeptChanges::references() const {
   return names;
 }
 
-std::string KeptChanges::keep(const std::string& label, const PathPlan& plan,
-                              const PathSurvey& survey, std::string& problem) const {
-  std::string oid = Keeper(git_, workingCopy_, plan, survey).commit(label, problem);
-  if (oid.empty()) return {};
+Result<std::string> KeptChanges::keep(const std::string& label, const PathPlan& plan,
+                                      const PathSurvey& survey) const {
+  auto oid = Keeper(git_, workingCopy_, plan, survey).commit(label);
+  if (!oid) return oid;
   std::vector<std::string> names = references();
   std::uint64_t number = 0;
   if (!names.empty()) toNumber(std::string_view{names.front()}.substr(folder().size()), number);
@@ -428,11 +427,8 @@ std::string KeptChanges::keep(const std::string& label, const PathPlan& plan,
   digits.insert(0, digits.size() < 8 ? 8 - digits.size() : 0, '0');
   // Only where there is none: another program may be at work, too.
   const ProgramResult named =
-      git_.change({"update-ref", folder() + digits, oid, std::string(oid.size(), '0')});
-  if (!named.succeeded()) {
-    problem = named.failure();
-    return {};
-  }
+      git_.change({"update-ref", folder() + digits, *oid, std::string(oid->size(), '0')});
+  if (!named.succeeded()) return Problem{named.failure()};
   for (std::size_t i = kMostRecords - 1; i < names.size(); ++i)
     git_.change({"update-ref", "-d", names[i]});
   return oid;

@@ -16,6 +16,7 @@
 #include "agent/actions/PathSurvey.h"
 #include "agent/git/GitCommand.h"
 #include "agent/git/WorkingCopyFinder.h"
+#include "foundation/Result.h"
 
 namespace kelpie::agent {
 
@@ -58,11 +59,10 @@ class KeptChanges {
   KeptChanges(const GitCommand& git, WorkingCopy workingCopy)
       : git_(git.in(workingCopy.root)), workingCopy_(std::move(workingCopy)) {}
 
-  // Puts aside what is at the plan's paths. Returns the record's `oid`, which is never used again;
-  // empty when nothing is kept, and `problem` says why. Forgets the oldest when there are more than
-  // kMostRecords.
-  std::string keep(const std::string& label, const PathPlan& plan, const PathSurvey& survey,
-                   std::string& problem) const;
+  // Puts aside what is at the plan's paths. Returns the record's `oid`, which is never used again.
+  // Forgets the oldest when there are more than kMostRecords.
+  Result<std::string> keep(const std::string& label, const PathPlan& plan,
+                           const PathSurvey& survey) const;
   // The newest record of this working tree, nothing when there is none, or what went wrong.
   std::variant<std::optional<Record>, std::string> newest() const;
   // The content of blobs: calls `onBlob` with each, in that order, until it returns false. False

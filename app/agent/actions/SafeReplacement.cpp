@@ -144,14 +144,14 @@ std::string Replacing::keep() {
   for (const Site& site : sites_) {
     if (stakes(site).empty()) continue;
     const KeptChanges kept(job_.git(), site.workingCopy);
-    std::string problem;
-    std::string record = kept.keep(std::string(job_.label()), site.plan, site.survey, problem);
-    if (record.empty())
-      return "What would be lost could not be put aside: " + problem + " Nothing was done.";
+    auto record = kept.keep(std::string(job_.label()), site.plan, site.survey);
+    if (!record)
+      return "What would be lost could not be put aside: " + record.problem() +
+             " Nothing was done.";
     std::erase_if(kept_, [&](const ActionOutcome::Kept& each) {
       return each.workingCopy == site.workingCopy;
     });
-    kept_.push_back({site.workingCopy, std::move(record)});
+    kept_.push_back({site.workingCopy, *std::move(record)});
   }
   return {};
 }

@@ -186,8 +186,11 @@ void ProgramGuard::readConfiguration(Record& record, const std::string& folder) 
   stamped.insert(stamped.end(), files.begin(), files.end());
   FileStamps stamps(stamped);
   const GitCommand git = git_.in(copy.root);
-  const std::optional<ScopedConfig> config = ScopedConfig::read(git, record.failure);
-  if (!config) return;
+  const Result<ScopedConfig> config = ScopedConfig::read(git);
+  if (!config) {
+    record.failure = config.problem();
+    return;
+  }
   record.programs = OwnPrograms::of(*config);
   record.ownFiles = ownSettingsFiles(*config, copy);
   if (record.programs.settings.size() > kMostSettings)

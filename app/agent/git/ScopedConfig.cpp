@@ -45,16 +45,13 @@ std::string includedFile(const ScopedConfig::Entry& entry) {
 
 }  // namespace
 
-std::optional<ScopedConfig> ScopedConfig::read(const GitCommand& git, std::string& failure) {
+Result<ScopedConfig> ScopedConfig::read(const GitCommand& git) {
   const ProgramResult listed = git.ask({"config", "-z", "--show-scope", "--show-origin", "--list"},
                                        {}, nullptr, kReadingLimit);
-  if (!listed.succeeded()) {
-    failure = listed.failure();
-    return std::nullopt;
-  }
+  if (!listed.succeeded()) return Problem{listed.failure()};
   std::optional<ScopedConfig> config = parse(listed.output, git.folder());
-  if (!config) failure = "git's settings could not be understood.";
-  return config;
+  if (!config) return Problem{"git's settings could not be understood."};
+  return *std::move(config);
 }
 
 // scope NUL origin NUL key [newline value] NUL

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "agent/git/GitCommand.h"
+#include "foundation/Result.h"
 
 namespace kelpie::agent {
 
@@ -21,9 +22,8 @@ class ScopedConfig {
     bool isOwn = false;  // the repository's own, not the user's or the system's
   };
 
-  // Asks git in the folder of `git`, which runs nothing. Absent when git does not tell; `failure`
-  // says why then.
-  static std::optional<ScopedConfig> read(const GitCommand& git, std::string& failure);
+  // Asks git in the folder of `git`, which runs nothing.
+  static Result<ScopedConfig> read(const GitCommand& git);
 
   const std::vector<Entry>& entries() const { return entries_; }
   // The last value that the user or the system gives to the key; empty without one.

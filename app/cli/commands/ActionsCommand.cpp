@@ -12,11 +12,11 @@
 namespace kelpie::cli {
 
 int ActionsCommand::run() {
-  std::string problem;
-  const auto agent = AgentClient::connect(problem);
+  const auto agent = AgentClient::connect();
   const auto actions = agent ? agent->actions() : std::nullopt;
   if (!actions) {
-    console_.complain(console_.printable(agent ? "the main application does not answer" : problem));
+    console_.complain(
+        console_.printable(agent ? "the main application does not answer" : agent.problem()));
     return kFailure;
   }
   OrderedJson json = OrderedJson::array();

@@ -37,10 +37,9 @@ int CancelCommand::run() {
     console_.complain("cancel takes the NUMBERs of actions, or --all; see: kelpie actions");
     return kUsage;
   }
-  std::string problem;
-  const auto agent = AgentClient::connect(problem);
+  const auto agent = AgentClient::connect();
   if (!agent) {
-    console_.complain(console_.printable(problem));
+    console_.complain(console_.printable(agent.problem()));
     return kFailure;
   }
   if (all)

@@ -70,8 +70,7 @@ int DoCommand::run() {
 
 // Branches and tags come into the menus a moment after they were first asked for.
 void DoCommand::awaitItem(MenuRequest& menu, const MenuPath& wanted) {
-  std::string ignored;
-  const auto agent = AgentClient::connect(ignored);
+  const auto agent = AgentClient::connect();
   auto deadline = Clock::now() + (agent ? kReferencesLimit : arguments_.wait());
   bool haveCome = false;
   while (wanted.find(menu.items()).empty() && Clock::now() < deadline) {
@@ -86,20 +85,20 @@ void DoCommand::awaitItem(MenuRequest& menu, const MenuPath& wanted) {
 int DoCommand::choose(MenuRequest& menu, const MenuPath::Match& match) {
   const std::string choice = newChoice();
   const std::chrono::milliseconds limit = arguments_.limit();
-  std::string problem;
-  std::optional<AgentClient> agent;
-  if (limit.count() > 0) agent = AgentClient::connect(problem);
+  std::optional<Result<AgentClient>> agent;
+  if (limit.count() > 0) agent = AgentClient::connect();
   // Listens before the action can end.
   std::optional<ActionWait> wait;
-  if (agent)
-    wait.emplace(*agent, ActionWait::Chosen{choice, match.item->action.value_or(""), menu.place()});
+  if (agent && *agent)
+    wait.emplace(**agent,
+                 ActionWait::Chosen{choice, match.item->action.value_or(""), menu.place()});
   if (const auto failure = menu.choose(match.indices, choice)) {
     console_.complain(console_.printable(*failure));
     return kFailure;
   }
   if (wait) return outcomeOf(*wait, limit);
-  if (limit.count() == 0) return kSuccess;
-  console_.complain("the action was handed on, but " + console_.printable(problem) +
+  if (!agent) return kSuccess;
+  console_.complain("the action was handed on, but " + console_.printable(agent->problem()) +
                     ": how it ends is not known");
   return kUnknown;
 }

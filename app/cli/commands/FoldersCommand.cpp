@@ -26,10 +26,9 @@ std::string_view remarkOn(FolderList::State state) {
 int FoldersCommand::run() { return arguments_.verb() == "list" ? list() : change(); }
 
 int FoldersCommand::list() {
-  std::string problem;
-  const auto settings = SharedSettings::read(problem);
+  const auto settings = SharedSettings::read();
   if (!settings) {
-    console_.complain(console_.printable(problem));
+    console_.complain(console_.printable(settings.problem()));
     return kFailure;
   }
   OrderedJson json = OrderedJson::array();

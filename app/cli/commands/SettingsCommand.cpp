@@ -19,9 +19,8 @@ int SettingsCommand::run() {
   const Setting* setting = operands.empty() ? nullptr : find(operands.front());
   if (!operands.empty() && setting == nullptr) return kUsage;
   if (arguments_.verb() == "set") return set(*setting);
-  std::string problem;
-  const auto settings = SharedSettings::read(problem);
-  if (!settings) return refuse(problem, kFailure);
+  const auto settings = SharedSettings::read();
+  if (!settings) return refuse(settings.problem(), kFailure);
   return setting == nullptr ? list(*settings) : get(*setting, *settings);
 }
 

@@ -95,11 +95,10 @@ void StatusCommand::want(const Section& section, BadgeCollector& badges) const {
 
 bool StatusCommand::addKnowledge(std::vector<Section>& sections, BadgeCollector& badges) {
   if (sections.empty()) return false;
-  std::string problem;
-  const auto agent = AgentClient::connect(problem);
+  const auto agent = AgentClient::connect();
   if (!agent) {
     if (!arguments_.has("changed")) return false;
-    console_.complain(console_.printable(problem));
+    console_.complain(console_.printable(agent.problem()));
     isIncomplete_ = true;
     return false;
   }

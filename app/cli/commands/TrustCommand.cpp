@@ -22,10 +22,9 @@ TrustedRepositories trustedIn(const SettingsSnapshot& settings) {
 int TrustCommand::run() { return arguments_.verb() == "list" ? list() : change(); }
 
 int TrustCommand::list() {
-  std::string problem;
-  const auto settings = SharedSettings::read(problem);
+  const auto settings = SharedSettings::read();
   if (!settings) {
-    console_.complain(console_.printable(problem));
+    console_.complain(console_.printable(settings.problem()));
     return kFailure;
   }
   OrderedJson json = OrderedJson::array();

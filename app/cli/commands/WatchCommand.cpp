@@ -118,11 +118,9 @@ void WatchCommand::print(const std::string& path, const std::string& badge) {
 
 std::unique_ptr<ExtensionSession> WatchCommand::awaitReturn() {
   while (!interrupt_.hasCome()) {
-    std::string ignored;
-    auto session = ExtensionSession::open(ExtensionSession::Start::Never, ignored);
-    if (session) {
-      session->reportTo(console_);
-      return session;
+    if (auto session = ExtensionSession::open(ExtensionSession::Start::Never)) {
+      (*session)->reportTo(console_);
+      return *std::move(session);
     }
     pollfd wait = {interrupt_.descriptor(), POLLIN, 0};
     ::poll(&wait, 1, kReturnPause);

@@ -62,10 +62,9 @@ void ServiceChecks::run() {
 }
 
 void ServiceChecks::checkBus() {
-  std::string why;
-  const auto bus = BusClient::connect(why);
+  const auto bus = BusClient::connect();
   if (!bus) {
-    report_.problem(kBus, "cannot be reached: " + why,
+    report_.problem(kBus, "cannot be reached: " + bus.problem(),
                     "log in to a desktop session, or run the programs below dbus-run-session");
     return;
   }
@@ -143,14 +142,14 @@ void ServiceChecks::checkRuntimeDirectory() {
 
 void ServiceChecks::checkHostLink() {
   const std::string path = RuntimeDirectory().finderSocket();
-  std::string why;
-  if (const auto session = ExtensionSession::open(ExtensionSession::Start::Never, why)) {
-    const HostClient& client = session->client();
+  const auto session = ExtensionSession::open(ExtensionSession::Start::Never);
+  if (session) {
+    const HostClient& client = (*session)->client();
     report_.good(kHostLink,
                  path + " answers, version " + std::to_string(hostlink::kVersion) +
                      "; observed folders: " + std::to_string(client.directories().size()));
   } else if (extension_) {
-    report_.problem(kHostLink, path + ": " + why,
+    report_.problem(kHostLink, path + ": " + session.problem(),
                     "end process " + std::to_string(*extension_) + " and start kelpie-sync again");
   } else if (isSocket(path)) {
     report_.good(kHostLink, path + " is left over; the extension replaces it");

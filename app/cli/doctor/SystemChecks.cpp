@@ -126,10 +126,9 @@ void SystemChecks::checkProgram(const std::string& name) {
 
 void SystemChecks::checkSettings() {
   const auto file = DefaultsFile::ofSuite(kApplicationGroup);
-  std::string problem;
-  const auto settings = SharedSettings::read(problem);
+  const auto settings = SharedSettings::read();
   if (!settings) {
-    report_.problem(kSettings, problem,
+    report_.problem(kSettings, settings.problem(),
                     file ? "move " + file->path() + " away" : "set HOME or XDG_CONFIG_HOME");
     return;
   }

@@ -47,28 +47,26 @@ class Values {
 
 }  // namespace
 
-std::optional<AgentClient> AgentClient::connect(std::string& problem) {
+Result<AgentClient> AgentClient::connect() {
   GError* error = nullptr;
   GObjectPtr<GDBusConnection> connection(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error));
   if (!connection) {
     const GErrorPtr why(error);
-    problem = std::string("there is no session bus (") + why->message + ")";
-    return std::nullopt;
+    return Problem{std::string("there is no session bus (") + why->message + ")"};
   }
   g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
   AgentClient client(std::move(connection));
-  std::string why;
-  if (client.call("Actions", nullptr, "(aa{sv})", why)) return client;
-  problem = "the main application does not answer on the session bus (" + why + ")";
-  return std::nullopt;
+  const auto answer = client.call("Actions", nullptr, "(aa{sv})");
+  if (answer) return client;
+  return Problem{"the main application does not answer on the session bus (" + answer.problem() +
+                 ")"};
 }
 
 std::optional<std::vector<AgentClient::Action>> AgentClient::actions() const {
   thread_.check();
-  std::string ignored;
-  const GVariantPtr answer = call("Actions", nullptr, "(aa{sv})", ignored);
+  const auto answer = call("Actions", nullptr, "(aa{sv})");
   if (!answer) return std::nullopt;
-  const GVariantPtr list(g_variant_get_child_value(answer.get(), 0));
+  const GVariantPtr list(g_variant_get_child_value(answer->get(), 0));
   std::vector<Action> actions;
   for (gsize i = 0; i < g_variant_n_children(list.get()); ++i) {
     const GVariantPtr each(g_variant_get_child_value(list.get(), i));
@@ -79,22 +77,19 @@ std::optional<std::vector<AgentClient::Action>> AgentClient::actions() const {
 
 std::optional<bool> AgentClient::cancel(std::uint64_t id) const {
   thread_.check();
-  std::string ignored;
-  const GVariantPtr answer = call("Cancel", g_variant_new("(t)", guint64{id}), "(b)", ignored);
+  const auto answer = call("Cancel", g_variant_new("(t)", guint64{id}), "(b)");
   if (!answer) return std::nullopt;
   gboolean found = FALSE;
-  g_variant_get(answer.get(), "(b)", &found);
+  g_variant_get(answer->get(), "(b)", &found);
   return found == TRUE;
 }
 
 std::optional<AgentClient::WorkingCopy> AgentClient::workingCopy(const std::string& path) const {
   thread_.check();
-  std::string ignored;
   GVariant* bytes = g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, path.data(), path.size(), 1);
-  const GVariantPtr answer =
-      call("WorkingCopy", g_variant_new_tuple(&bytes, 1), "(a{sv})", ignored);
+  const auto answer = call("WorkingCopy", g_variant_new_tuple(&bytes, 1), "(a{sv})");
   if (!answer) return std::nullopt;
-  const GVariantPtr dictionary(g_variant_get_child_value(answer.get(), 0));
+  const GVariantPtr dictionary(g_variant_get_child_value(answer->get(), 0));
   const Values values(dictionary.get());
   WorkingCopy copy;
   copy.root = values.bytes("root");
@@ -134,8 +129,8 @@ AgentClient::Action AgentClient::actionOf(GVariant* dictionary) {
   return action;
 }
 
-GVariantPtr AgentClient::call(const char* method, GVariant* arguments, const char* answer,
-                              std::string& problem) const {
+Result<GVariantPtr> AgentClient::call(const char* method, GVariant* arguments,
+                                      const char* answer) const {
   GError* error = nullptr;
   GVariantPtr result(g_dbus_connection_call_sync(
       connection_.get(), nameOfAgent().c_str(), kPath, kInterface, method, arguments,
@@ -143,7 +138,7 @@ GVariantPtr AgentClient::call(const char* method, GVariant* arguments, const cha
   if (!result) {
     const GErrorPtr why(error);
     g_dbus_error_strip_remote_error(error);
-    problem = error->message;
+    return Problem{error->message};
   }
   return result;
 }

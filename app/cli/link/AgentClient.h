@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/Result.h"
 #include "foundation/ThreadBound.h"
 #include "linux/base/GLibPointers.h"
 
@@ -49,7 +50,7 @@ class AgentClient {
 
   // Connects; missing, with `problem` saying why in one line, when there is no session bus or
   // nobody who answers there.
-  static std::optional<AgentClient> connect(std::string& problem);
+  static Result<AgentClient> connect();
 
   // The actions that have not ended; absent when nobody answers.
   std::optional<std::vector<Action>> actions() const;
@@ -70,9 +71,7 @@ class AgentClient {
   explicit AgentClient(GObjectPtr<GDBusConnection> connection)
       : connection_(std::move(connection)) {}
 
-  // Null, with `problem` set, when it fails.
-  GVariantPtr call(const char* method, GVariant* arguments, const char* answer,
-                   std::string& problem) const;
+  Result<GVariantPtr> call(const char* method, GVariant* arguments, const char* answer) const;
 
   GObjectPtr<GDBusConnection> connection_;
   ThreadBound thread_;

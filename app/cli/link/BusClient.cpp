@@ -20,13 +20,10 @@ std::string textOf(GError* error) {
 
 }  // namespace
 
-std::optional<BusClient> BusClient::connect(std::string& problem) {
+Result<BusClient> BusClient::connect() {
   GError* error = nullptr;
   GObjectPtr<GDBusConnection> connection(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error));
-  if (!connection) {
-    problem = textOf(error);
-    return std::nullopt;
-  }
+  if (!connection) return Problem{textOf(error)};
   // A session that ends must not take the program with it in the middle of a line.
   g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
   return BusClient(std::move(connection));
@@ -34,42 +31,38 @@ std::optional<BusClient> BusClient::connect(std::string& problem) {
 
 std::optional<std::string> BusClient::start(const std::string& name) const {
   thread_.check();
-  std::string problem;
-  if (call("StartServiceByName", g_variant_new("(su)", name.c_str(), 0U), "(u)", kStartLimit,
-           problem))
-    return std::nullopt;
-  return problem;
+  const auto answer =
+      call("StartServiceByName", g_variant_new("(su)", name.c_str(), 0U), "(u)", kStartLimit);
+  return answer ? std::nullopt : std::optional(answer.problem());
 }
 
 std::optional<std::uint32_t> BusClient::ownerProcess(const std::string& name) const {
   thread_.check();
-  std::string ignored;
-  const GVariantPtr answer = call("GetConnectionUnixProcessID", g_variant_new("(s)", name.c_str()),
-                                  "(u)", kAskLimit, ignored);
+  const auto answer =
+      call("GetConnectionUnixProcessID", g_variant_new("(s)", name.c_str()), "(u)", kAskLimit);
   if (!answer) return std::nullopt;
   guint32 process = 0;
-  g_variant_get(answer.get(), "(u)", &process);
+  g_variant_get(answer->get(), "(u)", &process);
   return process;
 }
 
 bool BusClient::canStart(const std::string& name) const {
   thread_.check();
-  std::string ignored;
-  const GVariantPtr answer = call("ListActivatableNames", nullptr, "(as)", kAskLimit, ignored);
+  const auto answer = call("ListActivatableNames", nullptr, "(as)", kAskLimit);
   if (!answer) return false;
-  const GVariantPtr names(g_variant_get_child_value(answer.get(), 0));
+  const GVariantPtr names(g_variant_get_child_value(answer->get(), 0));
   gsize count = 0;
   const std::unique_ptr<const char*, GFreeDelete> list(g_variant_get_strv(names.get(), &count));
   return std::find(list.get(), list.get() + count, name) != list.get() + count;
 }
 
-GVariantPtr BusClient::call(const char* method, GVariant* arguments, const char* answer, int limit,
-                            std::string& problem) const {
+Result<GVariantPtr> BusClient::call(const char* method, GVariant* arguments, const char* answer,
+                                    int limit) const {
   GError* error = nullptr;
   GVariantPtr result(g_dbus_connection_call_sync(
       connection_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
       method, arguments, G_VARIANT_TYPE(answer), G_DBUS_CALL_FLAGS_NONE, limit, nullptr, &error));
-  if (!result) problem = textOf(error);
+  if (!result) return Problem{textOf(error)};
   return result;
 }
 

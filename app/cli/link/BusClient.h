@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/Result.h"
 #include "foundation/ThreadBound.h"
 #include "linux/base/GLibPointers.h"
 
@@ -15,8 +16,8 @@ namespace kelpie::cli {
 // Main thread.
 class BusClient {
  public:
-  // Connects; null, with `problem` saying why, without a session bus.
-  static std::optional<BusClient> connect(std::string& problem);
+  // Connects; fails without a session bus.
+  static Result<BusClient> connect();
 
   // Has the bus start the service of that name, or finds it running. What went wrong, or nothing.
   std::optional<std::string> start(const std::string& name) const;
@@ -28,9 +29,9 @@ class BusClient {
  private:
   explicit BusClient(GObjectPtr<GDBusConnection> connection) : connection_(std::move(connection)) {}
 
-  // Calls a method of the bus itself; null, with `problem` set, when it fails.
-  GVariantPtr call(const char* method, GVariant* arguments, const char* answer, int limit,
-                   std::string& problem) const;
+  // Calls a method of the bus itself.
+  Result<GVariantPtr> call(const char* method, GVariant* arguments, const char* answer,
+                           int limit) const;
 
   GObjectPtr<GDBusConnection> connection_;
   ThreadBound thread_;

@@ -14,58 +14,48 @@ namespace {
 
 // Has the bus start the extension. What is wrong, or nothing.
 std::optional<std::string> startExtension() {
-  std::string problem;
-  const auto bus = BusClient::connect(problem);
-  if (!bus) return "there is no session bus to start it (" + problem + ")";
+  const auto bus = BusClient::connect();
+  if (!bus) return "there is no session bus to start it (" + bus.problem() + ")";
   if (const auto failure = bus->start(std::string(kExtensionIdentifier)))
     return "the session bus cannot start it (" + *failure + ")";
   return std::nullopt;
 }
 
-std::unique_ptr<HostLink> connectOrStart(const std::string& path, bool mayStart,
-                                         std::string& problem) {
+Result<std::unique_ptr<HostLink>> connectOrStart(const std::string& path, bool mayStart) {
   int error = 0;
   auto link = HostLink::connect(path, error);
   if (link) return link;
-  if (error != ENOENT && error != ECONNREFUSED) {
-    problem = "cannot connect to " + path + ": " + std::strerror(error);
-    return nullptr;
-  }
-  problem = "the extension is not running";
-  if (!mayStart) return nullptr;
-  if (const auto failure = startExtension()) {
-    problem += ", and " + *failure + "; start it with: kelpie-sync";
-    return nullptr;
-  }
+  if (error != ENOENT && error != ECONNREFUSED)
+    return Problem{"cannot connect to " + path + ": " + std::strerror(error)};
+  if (!mayStart) return Problem{"the extension is not running"};
+  if (const auto failure = startExtension())
+    return Problem{"the extension is not running, and " + *failure +
+                   "; start it with: kelpie-sync"};
   // The extension takes its name once it listens.
   link = HostLink::connect(path, error);
-  if (!link)
-    problem = "the extension was started but does not listen on " + path + ": " +
-              std::strerror(error) + "; see: kelpie doctor";
-  return link;
+  if (link) return link;
+  return Problem{"the extension was started but does not listen on " + path + ": " +
+                 std::strerror(error) + "; see: kelpie doctor"};
 }
 
 }  // namespace
 
-std::unique_ptr<ExtensionSession> ExtensionSession::open(Start start, std::string& problem) {
-  auto link = connectOrStart(RuntimeDirectory().finderSocket(), start == Start::IfNeeded, problem);
-  if (!link) return nullptr;
-  std::unique_ptr<ExtensionSession> session(new ExtensionSession(std::move(link)));
-  if (const auto failure = session->greet()) {
-    problem = *failure;
-    return nullptr;
-  }
+Result<std::unique_ptr<ExtensionSession>> ExtensionSession::open(Start start) {
+  auto link = connectOrStart(RuntimeDirectory().finderSocket(), start == Start::IfNeeded);
+  if (!link) return Problem{link.problem()};
+  std::unique_ptr<ExtensionSession> session(new ExtensionSession(*std::move(link)));
+  if (const auto failure = session->greet()) return Problem{*failure};
   return session;
 }
 
 std::unique_ptr<ExtensionSession> ExtensionSession::openOrComplain(Context& context) {
-  std::string problem;
-  auto session = open(Start::IfNeeded, problem);
-  if (!session)
-    context.console.complain(context.console.printable(problem));
-  else
-    session->reportTo(context.console);
-  return session;
+  auto session = open(Start::IfNeeded);
+  if (!session) {
+    context.console.complain(context.console.printable(session.problem()));
+    return nullptr;
+  }
+  (*session)->reportTo(context.console);
+  return *std::move(session);
 }
 
 ExtensionSession::~ExtensionSession() {

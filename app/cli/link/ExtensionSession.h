@@ -12,6 +12,7 @@
 
 #include "cli/link/HostLink.h"
 #include "cli/output/Context.h"
+#include "foundation/Result.h"
 #include "foundation/ThreadBound.h"
 #include "linux/hostclient/HostClient.h"
 
@@ -24,9 +25,8 @@ class ExtensionSession {
   // Whether an extension that does not run is started, through the session bus.
   enum class Start : std::uint8_t { IfNeeded, Never };
 
-  // Connects and greets. Null, with `problem` saying in one line what is wrong and what to do, when
-  // that fails.
-  static std::unique_ptr<ExtensionSession> open(Start start, std::string& problem);
+  // Connects and greets. A failure says what is wrong and what to do.
+  static Result<std::unique_ptr<ExtensionSession>> open(Start start);
   // The same, starting the extension if needed; complains when it fails.
   static std::unique_ptr<ExtensionSession> openOrComplain(Context& context);
 

@@ -12,17 +12,11 @@ constexpr const char* kNoHome = "nobody says where the home folder is (HOME is n
 
 }  // namespace
 
-std::optional<SettingsSnapshot> SharedSettings::read(std::string& problem) {
+Result<SettingsSnapshot> SharedSettings::read() {
   const auto file = DefaultsFile::ofSuite(kApplicationGroup);
-  if (!file) {
-    problem = kNoHome;
-    return std::nullopt;
-  }
+  if (!file) return Problem{kNoHome};
   DefaultsFile::Reading reading = file->read();
-  if (reading.problem) {
-    problem = *reading.problem;
-    return std::nullopt;
-  }
+  if (reading.problem) return Problem{*std::move(reading.problem)};
   return SettingsSnapshot(std::move(reading.values));
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli/settings/SettingsSnapshot.h"
+#include "foundation/Result.h"
 
 namespace kelpie::cli {
 
@@ -13,8 +14,8 @@ class SharedSettings {
  public:
   SharedSettings() = delete;
 
-  // Reads them. Missing, with `problem` saying why in one line, when they cannot be read.
-  static std::optional<SettingsSnapshot> read(std::string& problem);
+  // Reads them.
+  static Result<SettingsSnapshot> read();
   // Lets `change` alter them and writes them back, in one step; nothing is written when it returns
   // false. What went wrong, in one line, or nothing.
   static std::optional<std::string> update(

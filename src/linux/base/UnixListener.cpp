@@ -24,13 +24,10 @@ bool isPassing(int error) {
 
 }  // namespace
 
-std::unique_ptr<UnixListener> UnixListener::create(MainLoop& loop, std::string path,
-                                                   Handler handler, std::string& problem) {
+Result<std::unique_ptr<UnixListener>> UnixListener::create(MainLoop& loop, std::string path,
+                                                           Handler handler) {
   UnixSocket::Result result = UnixSocket::listen(path);
-  if (!result.socket) {
-    problem = systemErrorText("cannot listen on " + path, result.error);
-    return nullptr;
-  }
+  if (!result.socket) return Problem{systemErrorText("cannot listen on " + path, result.error)};
   SocketFiles::shared().add(path);
   return std::unique_ptr<UnixListener>(
       new UnixListener(loop, std::move(path), std::move(result.socket), std::move(handler)));

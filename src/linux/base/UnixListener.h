@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "foundation/Result.h"
 #include "linux/base/MainLoop.h"
 #include "linux/base/UniqueFd.h"
 
@@ -16,10 +17,10 @@ class UnixListener {
   // Receives a connection of this user, non-blocking.
   using Handler = std::function<void(UniqueFd connection)>;
 
-  // Null, with `problem` saying why in one line, when the path is taken, too long, or the socket
-  // cannot be made. `loop` outlives the listener.
-  static std::unique_ptr<UnixListener> create(MainLoop& loop, std::string path, Handler handler,
-                                              std::string& problem);
+  // Fails when the path is taken, too long, or the socket cannot be made. `loop` outlives the
+  // listener.
+  static Result<std::unique_ptr<UnixListener>> create(MainLoop& loop, std::string path,
+                                                      Handler handler);
   ~UnixListener();
   UnixListener(const UnixListener&) = delete;
   UnixListener& operator=(const UnixListener&) = delete;

@@ -7,14 +7,15 @@
 
 namespace kelpie {
 
-std::unique_ptr<HostLinkServer> HostLinkServer::listen(MainLoop& loop, const std::string& path,
-                                                       HostLinkHub& hub, std::string& problem) {
+Result<std::unique_ptr<HostLinkServer>> HostLinkServer::listen(MainLoop& loop,
+                                                               const std::string& path,
+                                                               HostLinkHub& hub) {
   std::unique_ptr<HostLinkServer> server(new HostLinkServer(loop, hub));
-  server->listener_ = UnixListener::create(
-      loop, path, [raw = server.get()](UniqueFd socket) { raw->add(std::move(socket)); }, problem);
-  if (server->listener_) return server;
-  problem = "the host link cannot be opened: " + problem;
-  return nullptr;
+  auto listener = UnixListener::create(
+      loop, path, [raw = server.get()](UniqueFd socket) { raw->add(std::move(socket)); });
+  if (!listener) return Problem{"the host link cannot be opened: " + listener.problem()};
+  server->listener_ = *std::move(listener);
+  return server;
 }
 
 void HostLinkServer::add(UniqueFd socket) {

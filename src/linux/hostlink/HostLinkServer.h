@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "foundation/Result.h"
 #include "linux/base/MainLoop.h"
 #include "linux/base/UniqueFd.h"
 #include "linux/base/UnixListener.h"
@@ -18,10 +19,9 @@ namespace kelpie {
 // peers of the same user only. Main thread.
 class HostLinkServer {
  public:
-  // Listens at `path`, where a stale socket is replaced. Null, and `problem` filled, when that
-  // fails. The loop and the hub are borrowed.
-  static std::unique_ptr<HostLinkServer> listen(MainLoop& loop, const std::string& path,
-                                                HostLinkHub& hub, std::string& problem);
+  // Listens at `path`, where a stale socket is replaced. The loop and the hub are borrowed.
+  static Result<std::unique_ptr<HostLinkServer>> listen(MainLoop& loop, const std::string& path,
+                                                        HostLinkHub& hub);
   // Ends all connections and removes the socket file.
   ~HostLinkServer() = default;
   HostLinkServer(const HostLinkServer&) = delete;

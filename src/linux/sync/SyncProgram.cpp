@@ -137,9 +137,9 @@ std::optional<std::string> SyncProgram::makeController() {
 std::optional<std::string> SyncProgram::openHostLink() {
   hub_.emplace(*controller_, system_.finder(),
                [this](const Image& image) { return system_.bundle().imageFile(image.name); });
-  std::string problem;
-  server_ = HostLinkServer::listen(loop_, runtime_.finderSocket(), *hub_, problem);
-  if (!server_) return problem;
+  auto server = HostLinkServer::listen(loop_, runtime_.finderSocket(), *hub_);
+  if (!server) return server.problem();
+  server_ = *std::move(server);
   return std::nullopt;
 }
 

@@ -10,13 +10,14 @@ std::unique_ptr<LinuxLocalMessagePort> LinuxLocalMessagePort::create(MainLoop& l
                                                                      Handler handler) {
   std::unique_ptr<LinuxLocalMessagePort> port(
       new LinuxLocalMessagePort(loop, name, std::move(handler)));
-  std::string problem;
-  port->listener_ = UnixListener::create(
-      loop, path, [owner = port.get()](UniqueFd socket) { owner->add(std::move(socket)); },
-      problem);
-  if (port->listener_ != nullptr) return port;
-  loop.log().write(problem);
-  return nullptr;
+  auto listener = UnixListener::create(
+      loop, path, [owner = port.get()](UniqueFd socket) { owner->add(std::move(socket)); });
+  if (!listener) {
+    loop.log().write(listener.problem());
+    return nullptr;
+  }
+  port->listener_ = *std::move(listener);
+  return port;
 }
 
 LinuxLocalMessagePort::LinuxLocalMessagePort(MainLoop& loop, std::string name, Handler handler)

@@ -74,34 +74,34 @@ std::vector<std::string> texts(const json& list) {
 
 // -- Lines of a host ------------------------------------------------------------------------------
 
-// Each reads the object of a line of its type; absent, with `problem` saying why, when a required
-// member is absent or wrong.
-using HostReader = std::optional<HostLine> (*)(const json& object, std::string& problem);
+// Each reads the object of a line of its type into `reading.line`, or says in `reading.problem`
+// which member is absent or wrong.
+using HostReader = void (*)(const json& object, HostLineReading& reading);
 
-std::optional<HostLine> readHello(const json& object, std::string& /*problem*/) {
-  return Hello{text(object, "host"), member(object, "version")};
+void readHello(const json& object, HostLineReading& reading) {
+  reading.line = Hello{text(object, "host"), member(object, "version")};
 }
 
-std::optional<HostLine> readBeginObserving(const json& object, std::string& /*problem*/) {
-  return BeginObserving{text(object, "url")};
+void readBeginObserving(const json& object, HostLineReading& reading) {
+  reading.line = BeginObserving{text(object, "url")};
 }
 
-std::optional<HostLine> readEndObserving(const json& object, std::string& /*problem*/) {
-  return EndObserving{text(object, "url")};
+void readEndObserving(const json& object, HostLineReading& reading) {
+  reading.line = EndObserving{text(object, "url")};
 }
 
-std::optional<HostLine> readRequestBadges(const json& object, std::string& problem) {
+void readRequestBadges(const json& object, HostLineReading& reading) {
   const json& urls = member(object, "urls");
   if (!urls.is_array()) {
-    problem = "urls is no list";
-    return std::nullopt;
+    reading.problem = "urls is no list";
+    return;
   }
   RequestBadges request;
   request.urls = texts(urls, request.hasOthers);
-  return request;
+  reading.line = std::move(request);
 }
 
-std::optional<HostLine> readMenuRequest(const json& object, std::string& problem) {
+void readMenuRequest(const json& object, HostLineReading& reading) {
   const json& kind = member(object, "kind");
   const json& selected = member(object, "selected");
   const json& targeted = member(object, "targeted");
@@ -109,8 +109,8 @@ std::optional<HostLine> readMenuRequest(const json& object, std::string& problem
   request.id = number(object, "id");
   if (request.id.is_null() || !kind.is_number_integer() ||
       !(selected.is_array() || selected.is_null())) {
-    problem = "a menu needs a number for id and kind, and a list for selected";
-    return std::nullopt;
+    reading.problem = "a menu needs a number for id and kind, and a list for selected";
+    return;
   }
   const bool fits = !kind.is_number_unsigned() ||
                     kind.get<std::uint64_t>() <= std::numeric_limits<std::int64_t>::max();
@@ -120,21 +120,21 @@ std::optional<HostLine> readMenuRequest(const json& object, std::string& problem
     request.targeted = targeted.get<std::string>();
   else if (!targeted.is_null())
     request.hasOthers = true;
-  return request;
+  reading.line = std::move(request);
 }
 
-std::optional<HostLine> readChoose(const json& object, std::string& problem) {
+void readChoose(const json& object, HostLineReading& reading) {
   const json& path = member(object, "path");
   const auto isIndex = [](const json& index) { return index.is_number_unsigned(); };
   Choose choice{number(object, "id"), number(object, "menu"), {}, {}};
   if (choice.id.is_null() || choice.menu.is_null() || !path.is_array() ||
       !std::ranges::all_of(path, isIndex)) {
-    problem = "a choice needs a number for id and menu, and a list of indices for path";
-    return std::nullopt;
+    reading.problem = "a choice needs a number for id and menu, and a list of indices for path";
+    return;
   }
   choice.path = path.get<std::vector<std::size_t>>();
   choice.choice = text(object, "choice");
-  return choice;
+  reading.line = std::move(choice);
 }
 
 struct HostType {
@@ -346,7 +346,7 @@ HostLineReading readHostLine(std::string_view line) {
   const auto* type = std::ranges::find(kHostTypes, text(*object, "type"), &HostType::name);
   reading.isTypeKnown = type != std::end(kHostTypes);
   if (reading.isTypeKnown)
-    reading.line = type->read(*object, reading.problem);
+    type->read(*object, reading);
   else
     reading.problem = "the type of the line is not known";
   return reading;

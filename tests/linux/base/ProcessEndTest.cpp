@@ -31,9 +31,7 @@ void serveFor(Busy busy) {
   MainLoop loop(log);
   ThreadPool pool(log, 1);
   const std::string folder = std::getenv(kFolderVariable);
-  std::string problem;
-  const auto listener = UnixListener::create(
-      loop, folder + "/socket", [](UniqueFd) {}, problem);
+  const auto listener = UnixListener::create(loop, folder + "/socket", [](UniqueFd) {});
   std::promise<void> never;
   const auto wait = [&] {
     std::cout << "is busy" << std::endl;

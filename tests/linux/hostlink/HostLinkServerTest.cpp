@@ -124,9 +124,9 @@ class HostLinkServerTest : public ::testing::Test {
     std::filesystem::remove_all(folder);
   }
   void start() {
-    std::string problem;
-    server = HostLinkServer::listen(loop, path, hub, problem);
-    ASSERT_NE(server, nullptr) << problem;
+    auto made = HostLinkServer::listen(loop, path, hub);
+    ASSERT_TRUE(made) << made.problem();
+    server = *std::move(made);
   }
   static json hello() { return {{"type", "hello"}, {"host", "test"}, {"version", 1}}; }
 
@@ -232,17 +232,17 @@ TEST_F(HostLinkServerTest, AStaleSocketIsReplacedAndTheEndRemovesIt) {
 TEST_F(HostLinkServerTest, AFileThatIsNoSocketStays) {
   server.reset();
   std::ofstream(path) << "somebody's";
-  std::string problem;
-  EXPECT_EQ(HostLinkServer::listen(loop, path, hub, problem), nullptr);
-  EXPECT_NE(problem.find("the host link cannot be opened"), std::string::npos);
+  const auto made = HostLinkServer::listen(loop, path, hub);
+  EXPECT_FALSE(made);
+  EXPECT_NE(made.problem().find("the host link cannot be opened"), std::string::npos);
   EXPECT_TRUE(std::filesystem::exists(path));
 }
 
 TEST_F(HostLinkServerTest, APathTooLongForASocketIsAStatedProblem) {
-  std::string problem;
   const std::string longPath = folder + "/" + std::string(200, 'x');
-  EXPECT_EQ(HostLinkServer::listen(loop, longPath, hub, problem), nullptr);
-  EXPECT_NE(problem.find("the host link cannot be opened"), std::string::npos);
+  const auto made = HostLinkServer::listen(loop, longPath, hub);
+  EXPECT_FALSE(made);
+  EXPECT_NE(made.problem().find("the host link cannot be opened"), std::string::npos);
 }
 
 TEST_F(HostLinkServerTest, RandomBytesNeverEndTheService) {

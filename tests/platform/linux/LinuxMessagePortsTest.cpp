@@ -229,10 +229,9 @@ TEST_F(LinuxMessagePortsTest, TheSystemSaysWhoConnects) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can pretend to be somebody else";
   ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
   int accepted = 0;
-  std::string problem;
-  const auto listener = UnixListener::create(
-      loop, path("open"), [&](const UniqueFd&) { ++accepted; }, problem);
-  ASSERT_TRUE(listener) << problem;
+  const auto listener =
+      UnixListener::create(loop, path("open"), [&](const UniqueFd&) { ++accepted; });
+  ASSERT_TRUE(listener) << listener.problem();
   ASSERT_EQ(::chmod(path("open").c_str(), 0777), 0);
   const pid_t child = ::fork();
   if (child == 0) {
