@@ -159,7 +159,9 @@ TEST(Object, MutabilityIsOfTheClassAlone) {
 void expectEqual(const Object& a, const Object& b, bool equal) {
   EXPECT_EQ(a.isEqual(b), equal) << a.description() << " " << b.description();
   EXPECT_EQ(b.isEqual(a), equal) << a.description() << " " << b.description();
-  if (equal) EXPECT_EQ(a.hash(), b.hash()) << a.description() << " " << b.description();
+  if (equal) {
+    EXPECT_EQ(a.hash(), b.hash()) << a.description() << " " << b.description();
+  }
 }
 
 TEST(Object, NilEqualsNothing) {

@@ -48,8 +48,7 @@ class AgentClient {
     std::vector<Change> changes;
   };
 
-  // Connects; missing, with `problem` saying why in one line, when there is no session bus or
-  // nobody who answers there.
+  // Connects; fails when there is no session bus or nobody who answers there.
   static Result<AgentClient> connect();
 
   // The actions that have not ended; absent when nobody answers.

@@ -144,7 +144,9 @@ TEST_F(RandomChanges, PushedBadgesBecomeWhatGitSaysAndStaySo) {
     ++steps;
     if (!step(steps)) break;
   }
-  if (!HasFailure()) EXPECT_TRUE(watch_->settle(steps + 1, "the end", true));
+  if (!HasFailure()) {
+    EXPECT_TRUE(watch_->settle(steps + 1, "the end", true));
+  }
   std::cout << steps << " steps, kinds of change: " << applied_.size() << '\n';
   if (wanted)
     for (const auto& [name, count] : applied_) std::cout << "  " << count << "  " << name << '\n';
