@@ -112,9 +112,11 @@ TEST_F(Discarding, WhatIsUndoneFromTheCommandLineIsNotOfferedAnyMore) {
   EXPECT_TRUE(host().choose({a}, {"Discard Changes in \"a.txt\"…"}));
   EXPECT_TRUE(
       becomes<bool>([&] { return desktop.shown().find("'Undo'") != std::string::npos; }, true));
-  EXPECT_EQ(desktop.closed(), "");
+  // On a slow machine there was one that told of the action before.
+  const std::string offer = "(" + std::to_string(desktop.number()) + ",)";
+  EXPECT_NE(desktop.closed(), offer);
   EXPECT_EQ(undo(), 0);
-  EXPECT_TRUE(becomes<std::string>([&] { return desktop.closed(); }, "(1,)"));
+  EXPECT_TRUE(becomes<std::string>([&] { return desktop.closed(); }, offer));
 }
 
 TEST_F(Discarding, AnIgnoredFileInTheWayOfAMergeIsAskedAbout) {

@@ -32,6 +32,11 @@ std::string FakeDesktop::closed() const {
   return closed_;
 }
 
+std::uint32_t FakeDesktop::number() const {
+  const MutexLock lock(mutex_);
+  return number_;
+}
+
 void FakeDesktop::tell(const char* signal, GVariant* values) const {
   EXPECT_EQ(g_dbus_connection_emit_signal(bus_, nullptr, "/org/freedesktop/Notifications",
                                           kNotifications, signal, values, nullptr),
@@ -45,12 +50,14 @@ GDBusMessage* FakeDesktop::heard(GDBusConnection* bus, GDBusMessage* message, gb
   if (name != "Notify" && name != "CloseNotification") return message;
   const GCharPtr body(g_variant_print(g_dbus_message_get_body(message), FALSE));
   auto* desktop = static_cast<FakeDesktop*>(self);
+  std::uint32_t number = 0;
   {
     const MutexLock lock(desktop->mutex_);
     (name == "Notify" ? desktop->shown_ : desktop->closed_) = body.get();
+    if (name == "Notify") number = ++desktop->number_;
   }
   const GObjectPtr<GDBusMessage> reply(g_dbus_message_new_method_reply(message));
-  if (name == "Notify") g_dbus_message_set_body(reply.get(), g_variant_new("(u)", 1U));
+  if (name == "Notify") g_dbus_message_set_body(reply.get(), g_variant_new("(u)", number));
   g_dbus_connection_send_message(bus, reply.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
                                  nullptr);
   g_object_unref(message);

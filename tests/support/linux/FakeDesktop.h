@@ -2,6 +2,7 @@
 
 #include <gio/gio.h>
 
+#include <cstdint>
 #include <string>
 
 #include "foundation/Mutex.h"
@@ -22,6 +23,8 @@ class FakeDesktop {
   // has come. Any thread.
   std::string shown() const;
   std::string closed() const;
+  // The number of what was shown last; 0 when nothing was.
+  std::uint32_t number() const;
   // The user does something with the notification.
   void tell(const char* signal, GVariant* values) const;
 
@@ -33,6 +36,7 @@ class FakeDesktop {
   GDBusConnection* bus_;
   guint filter_ = 0;
   mutable Mutex mutex_;
+  std::uint32_t number_ KELPIE_GUARDED_BY(mutex_) = 0;
   std::string shown_ KELPIE_GUARDED_BY(mutex_);
   std::string closed_ KELPIE_GUARDED_BY(mutex_);  // what was to be taken back
 };
