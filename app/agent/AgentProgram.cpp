@@ -33,6 +33,8 @@ constexpr std::string_view kHelp =
 
 // The bus itself answers at once or never.
 constexpr std::chrono::milliseconds kBusLimit{2000};
+// How long a copy that has been ended may keep its name.
+constexpr std::chrono::milliseconds kDying{500};
 
 }  // namespace
 
@@ -86,11 +88,11 @@ void AgentProgram::nameTaken() {
   // The name is also lost with the bus.
   if (hasName_ || ownerMonitor_ != nullptr) return;
   watchOwner();
-  log_.write("another kelpie-agent runs; waiting until it ends");
 }
 
 void AgentProgram::nameAcquired() {
   hasName_ = true;
+  patience_.reset();
   if (ownerMonitor_ == nullptr) startService();
 }
 
@@ -103,12 +105,19 @@ void AgentProgram::watchOwner() {
   g_dbus_connection_flush_sync(bus_->connection(), nullptr, nullptr);
   ownerMonitor_ = monitors_.makeMonitor(*owner);
   ownerMonitor_->setEventHandler([this] {
+    patience_.reset();
     std::exchange(ownerMonitor_, nullptr)->cancel();
     if (hasName_) return startService();
     // Yet another copy may have been the next.
     watchOwner();
   });
   ownerMonitor_->resume();
+  if (hasSaidSo_) return;
+  // The bus learns of an end later than whoever has ended the other copy.
+  patience_ = loop_.callAfter(kDying, [this] {
+    hasSaidSo_ = true;
+    log_.write("another kelpie-agent runs; waiting until it ends");
+  });
 }
 
 void AgentProgram::startService() {

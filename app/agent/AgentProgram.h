@@ -54,6 +54,8 @@ class AgentProgram {
   bool hasName_ = false;
   // Of the copy that this one waits for; null when it waits for none.
   std::shared_ptr<ProcessMonitor> ownerMonitor_;
+  std::unique_ptr<MainLoop::Source> patience_;  // until the wait is told of
+  bool hasSaidSo_ = false;
   std::unique_ptr<AgentService> service_;
 };
 
