@@ -111,6 +111,12 @@ void FileManagerSession::enter(const std::string& folder) {
   handlers_.onOutput();
 }
 
+void FileManagerSession::visit(const std::string& folder) {
+  // What is known of the folder is looked up anew when it is entered.
+  const std::string asked = asked_.ofFolder(folder);
+  visited_.visit(asked);
+}
+
 void FileManagerSession::leave(const std::string& folder) {
   const auto found = inView_.find(folder);
   if (found == inView_.end()) return;

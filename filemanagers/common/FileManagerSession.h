@@ -78,7 +78,7 @@ class FileManagerSession {
   void leave(const std::string& folder);
   // The same for a file manager that does not tell when it leaves a folder: it has gone to this
   // one.
-  void visit(const std::string& folder) { visited_.visit(asked_.ofFolder(folder)); }
+  void visit(const std::string& folder);
   // Whether the folder is one that the user has chosen to see badges in, or lies in one.
   bool isObserved(const std::string& folder);
 

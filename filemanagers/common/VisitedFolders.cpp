@@ -11,7 +11,7 @@ void VisitedFolders::visit(const std::string& folder) {
     return;
   }
   visited_.push_front(folder);
-  handlers_.onEnter(folder);
+  handlers_.onEnter(visited_.front());
   leaveOldest();
 }
 

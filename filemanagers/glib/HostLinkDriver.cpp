@@ -27,8 +27,12 @@ GSourcePtr attach(GSource* source, Function call, gpointer data) {
 
 }  // namespace
 
-HostLinkDriver::HostLinkDriver(FileManagerSession& session, std::string socket, Starter starter)
-    : session_(session), path_(std::move(socket)), starter_(std::move(starter)) {}
+HostLinkDriver::HostLinkDriver(FileManagerSession& session, std::string socket, Starter starter,
+                               std::size_t maximumUnsent)
+    : session_(session),
+      path_(std::move(socket)),
+      starter_(std::move(starter)),
+      maximumUnsent_(maximumUnsent) {}
 
 HostLinkDriver::~HostLinkDriver() = default;
 
@@ -173,7 +177,7 @@ bool HostLinkDriver::write() {
   if (!unsent_.empty() && !output_)
     output_ =
         attach(g_unix_fd_source_new(socket_.get(), G_IO_OUT), &HostLinkDriver::writable, this);
-  return unsent_.size() <= kMaximumUnsent;
+  return unsent_.size() <= maximumUnsent_;
 }
 
 bool HostLinkDriver::serveUntil(const std::function<bool()>& done,

@@ -30,7 +30,8 @@ class HostLinkDriver {
   static constexpr std::size_t kMaximumUnsent = std::size_t{8} << 20U;
 
   // `socket` is the path of the extension's. `session` outlives this.
-  HostLinkDriver(FileManagerSession& session, std::string socket, Starter starter);
+  HostLinkDriver(FileManagerSession& session, std::string socket, Starter starter,
+                 std::size_t maximumUnsent = kMaximumUnsent);
   ~HostLinkDriver();
   HostLinkDriver(const HostLinkDriver&) = delete;
   HostLinkDriver& operator=(const HostLinkDriver&) = delete;
@@ -67,6 +68,7 @@ class HostLinkDriver {
   FileManagerSession& session_;
   std::string path_;
   Starter starter_;
+  std::size_t maximumUnsent_;
   UniqueFd socket_;
   std::string unsent_;
   GSourcePtr input_;

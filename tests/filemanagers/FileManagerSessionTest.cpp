@@ -174,6 +174,14 @@ TEST_F(FileManagerSessionTest, AVisitedFolderStaysInViewWhileItsItemsDo) {
   EXPECT_EQ(only<hostlink::EndObserving>(said()).size(), 1U);
 }
 
+TEST_F(FileManagerSessionTest, AVisitedFolderIsInViewByItsWholeName) {
+  const std::string name(100, 'n');
+  session->visit("/repo/" + name);
+  const auto begun = only<hostlink::BeginObserving>(said());
+  ASSERT_EQ(begun.size(), 1U);
+  EXPECT_EQ(begun[0].url, "file:///repo/" + name + "/");
+}
+
 TEST_F(FileManagerSessionTest, TellsWhereBadgesAreShown) {
   EXPECT_TRUE(session->isObserved("/link"));
   EXPECT_FALSE(session->isObserved("/home"));
