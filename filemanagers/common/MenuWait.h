@@ -22,6 +22,8 @@ class MenuWait {
 
   // Waits until `done` holds, if it doesn't and a wait is allowed now. Whether it holds.
   bool wait(const std::function<bool()>& done, const Server& serve, Time now);
+  // A menu has come, be it late: the extension serves, and may be waited for again.
+  void answered() { noWaitBefore_ = {}; }
 
  private:
   bool isWaiting_ = false;

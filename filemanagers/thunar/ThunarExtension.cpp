@@ -14,7 +14,7 @@ ThunarExtension& ThunarExtension::instance() {
 
 // Thunar asks for a menu each time that it opens one, so there is nobody to tell of a new one.
 ThunarExtension::ThunarExtension()
-    : session_("thunar", {[] {}, [] {}, [] {}, [this] { driver_.wake(); },
+    : session_("thunar", {[] {}, [this] { wait_.answered(); }, [] {}, [this] { driver_.wake(); },
                           [this](const std::string& title, const std::string& problem) {
                             service_.notify(title, problem);
                           }}),

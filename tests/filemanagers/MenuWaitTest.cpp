@@ -52,6 +52,13 @@ TEST_F(MenuWaitTest, DoesNotWaitAgainSoonAfterAWaitInVain) {
   EXPECT_EQ(waits_, 2);
 }
 
+TEST_F(MenuWaitTest, WaitsAgainOnceTheExtensionHasAnsweredLate) {
+  EXPECT_FALSE(wait(false));
+  wait_.answered();
+  EXPECT_TRUE(wait(true));
+  EXPECT_EQ(waits_, 2);
+}
+
 TEST_F(MenuWaitTest, AWaitThatFailsCountsAsInVain) {
   EXPECT_THROW(
       wait_.wait([] { return false; },

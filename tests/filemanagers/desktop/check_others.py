@@ -1,12 +1,11 @@
 #!/usr/bin/python3
-"""Runs Thunar with this build's extension on a screen of its own, and looks at it.
+"""Runs Thunar or Dolphin with this build's extension on a screen of its own, and looks at it.
 
     check_others.py HOST BUILD ARTEFACTS
 
-HOST: thunar. What the screen showed goes to ARTEFACTS, as pictures, with the logs of the
-programs. Not among the tests: it is tried by hand. Needs nothing
-installed but the file manager: our extensions' folder is mounted over the one where it looks, in a
-namespace of its own."""
+HOST: thunar or dolphin. What the screen showed goes to ARTEFACTS, as pictures, with the logs of the
+programs. Not among the tests: these bring much with them, and are tried by hand. Needs nothing
+installed but the file manager (for Dolphin, scripts/install-packages kde)."""
 
 import os
 import shutil
@@ -134,7 +133,54 @@ class ThunarTrial(Trial):
             raise AssertionError("a title over a group looks like an item")
 
 
-TRIALS = {"thunar": ThunarTrial}
+class DolphinTrial(Trial):
+    command = ["dolphin"]
+    folder = None
+    emblem_size = 22
+
+    def when_open(self, projects):
+        self.step("every item has its emblem")
+        self.shows({"apple.txt": "workdir-modified", "berry.txt": "current",
+                    "cherry.txt": "current", "x.app": "current"})
+        self.keep("folder")
+
+    def after_staging(self):
+        self.shows({"apple.txt": "index-modified"})
+        self.keep("staged")
+
+    def after_return(self, work):
+        took = self.shows({"apple.txt": "index-modified", "berry.txt": "current"})
+        self.step(f"  {took:.2f} s after its return all emblems are right")
+        self.step("a commit outside changes the emblems")
+        self.session.git(work, "commit", "-q", "-a", "-m", "Second")
+        took = self.shows({"apple.txt": "current"})
+        self.step(f"  {took:.2f} s after the commit all emblems are right")
+        (work / "apple.txt").write_text("changed again\n")
+        self.session.git(work, "add", "apple.txt")
+
+    def repository_goes(self, work):
+        self.step("a repository that is deleted clears its emblems")
+        shutil.rmtree(work / ".git")
+        self.shows({"apple.txt": None, "berry.txt": None})
+        self.keep("deleted")
+
+
+TRIALS = {"thunar": ThunarTrial, "dolphin": DolphinTrial}
+
+
+def enter_namespace(trial, host, build):
+    """Goes on as a user without privileges, for whom our extension is there."""
+    if trial.folder is not None:
+        check.FOLDERS[host] = trial.folder
+        check.enter_namespace(host, build)
+    os.environ.update({
+        "KELPIE_DESKTOP_TEST": "inside",
+        "QT_PLUGIN_PATH": f"{build}/filemanagers/{host}",
+        "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
+        "QT_LOGGING_RULES": "kelpie.debug=true",
+    })
+    os.execvp("unshare", ["unshare", "--user", "--map-user=1000", "--map-group=1000",
+                          sys.executable, *sys.argv])
 
 
 def main():
@@ -143,8 +189,7 @@ def main():
     host, build, artefacts = sys.argv[1], Path(sys.argv[2]).resolve(), Path(sys.argv[3]).resolve()
     trial = TRIALS[host]
     if os.environ.get("KELPIE_DESKTOP_TEST") != "inside":
-        check.FOLDERS[host] = trial.folder
-        check.enter_namespace(host, build)
+        enter_namespace(trial, host, build)
     from session import Session
     with Session(build, artefacts) as session:
         session.start_desktop()
