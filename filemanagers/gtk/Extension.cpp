@@ -92,6 +92,11 @@ gboolean Extension::showChanged(gpointer self) {
 std::shared_ptr<const ShownMenu> Extension::menu(const HostClient::MenuQuestion& question,
                                                  bool isOpening) {
   auto menu = session_.menu(question, HostClient::Clock::now());
+#if !defined(KELPIE_HOST_HAS_WIDGETS)
+  // Files has no event that could be looked at. A menu that is opened for an item that was not
+  // selected is one of a single item, and is not known yet.
+  isOpening = !menu && question.selected.size() == 1;
+#endif
   if (!isOpening || !session_.isAsking(question)) return menu;
   if (HostClient::Clock::now() < noWaitBefore_) return menu;
   isWaiting_ = true;

@@ -3,8 +3,8 @@
 
     check.py HOST BUILD ARTEFACTS
 
-HOST: caja or nemo. BUILD: the folder of the build. What the screen showed goes to
-ARTEFACTS, as pictures, with the logs of the programs. Needs nothing installed: the extension's folder
+HOST: caja, nemo or nautilus; of the last one, emblems are looked at and no menus, since it does not
+tell where they are. BUILD: the folder of the build. What the screen showed goes to ARTEFACTS, as pictures, with the logs of the programs. Needs nothing installed: the extension's folder
 is mounted over the one where the file manager looks, in a namespace of its own."""
 
 import os
@@ -21,13 +21,15 @@ SOURCES = HERE.parent.parent.parent
 FOLDERS = {
     "caja": "caja/extensions-2.0",
     "nemo": "nemo/extensions-3.0",
+    "nautilus": "nautilus/extensions-4",
 }
 COMMANDS = {
     "caja": ["caja", "--no-desktop"],
     "nemo": ["nemo"],
+    "nautilus": ["nautilus"],
 }
 # The size in which the file manager draws emblems in its icon view, in pixels.
-SIZES = {"caja": 24, "nemo": 32}
+SIZES = {"caja": 24, "nemo": 32, "nautilus": 16}
 # How far an emblem stands out from what the file manager says is the item's place.
 OVERHANG = 10
 
@@ -93,10 +95,26 @@ class Check:
         self.session.observe(projects)
         self.session.start_agent()
         self.session.start("host", *COMMANDS[self.host], projects / "sample")
+        self.screen.folder = projects / "sample"
         self.every_state(projects / "sample")
-        self.one_repository(projects)
-        self.faults(projects / "work")
+        if self.host == "nautilus":
+            self.changes(projects / "sample/src")
+        else:
+            self.one_repository(projects)
+            self.faults(projects / "work")
         self.no_complaints()
+
+    def changes(self, folder):
+        self.step("the emblems follow what is staged outside")
+        self.session.git(folder, "add", "both.c")
+        self.shows({"both.c": "index-modified", "main.c": "current"})
+        self.step("the extension is killed")
+        self.kill_extension(signal.SIGKILL)
+        self.after_return_of_extension({"both.c": "index-modified", "main.c": "current"})
+        self.step("a repository that is deleted clears its emblems")
+        shutil.rmtree(folder.parent / ".git")
+        self.shows({"both.c": None, "main.c": None})
+        self.keep("deleted")
 
     def make_repositories(self, projects):
         subprocess.run([SOURCES / "scripts/sample-repository", projects / "sample"], check=True)
@@ -120,12 +138,13 @@ class Check:
                     "README.md": "workdir-modified", "debug.log": "ignored",
                     "notes.txt": "workdir-new"})
         self.keep("folder")
-        self.screen.open_menu("README.md")
-        self.screen.choose("Git")
-        wait_for("the submenu", self.screen.menu_items,
-                 lambda items: 'Stage "README.md"' in items)
-        self.keep("sample-menu")
-        self.screen.close_menu()
+        if self.host != "nautilus":
+            self.screen.open_menu("README.md")
+            self.screen.choose("Git")
+            wait_for("the submenu", self.screen.menu_items,
+                     lambda items: 'Stage "README.md"' in items)
+            self.keep("sample-menu")
+            self.screen.close_menu()
         self.screen.go_to(sample / "src")
         self.shows({"added.c": "index-new", "both.c": "workdir-modified",
                     "conflict.c": "conflicted", "main.c": "current", "staged.c": "index-modified"})

@@ -64,6 +64,7 @@ class Session:
             "GTK_MODULES": "gail:atk-bridge",
             "GIO_USE_VFS": "local",
             "LIBGL_ALWAYS_SOFTWARE": "1",
+            "GSK_RENDERER": "cairo",
             "NO_AT_BRIDGE": "0",
             "LC_ALL": "C.UTF-8",
             "G_MESSAGES_DEBUG": "kelpie",
