@@ -170,6 +170,8 @@ const std::set<std::string_view>& standardHeaders() {
 
 // Headers that the build makes; everybody may include them.
 constexpr std::array<std::string_view, 1> kGeneratedHeaders = {"Configuration.h"};
+// In angle brackets the toolkit's own, which looks as if it were of filemanagers/gtk.
+constexpr std::string_view kToolkitHeader = "gtk/gtk.h";
 
 bool isBelow(std::string_view path, std::string_view folder) {
   return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
@@ -219,7 +221,8 @@ std::string_view libraryOf(std::string_view header) {
 
 std::optional<std::string> objection(const Layer& layer, const Include& include) {
   // A header of the project stays one when it is written in angle brackets.
-  if (include.quoted || layerHolding(include.name, &Layer::prefix) != nullptr)
+  const bool isForeign = !include.quoted && include.name == kToolkitHeader;
+  if (include.quoted || (!isForeign && layerHolding(include.name, &Layer::prefix) != nullptr))
     return quotedObjection(layer, include.name);
   if (standardHeaders().contains(include.name) || mayIncludeAnything(layer)) return std::nullopt;
   const std::string library(libraryOf(include.name));
