@@ -168,8 +168,10 @@ const std::set<std::string_view>& standardHeaders() {
   return table;
 }
 
-// Headers that the build makes; everybody may include them.
+// Headers that the build makes; everybody may include them. Others have the suffix that the Qt
+// toolkit's own compiler gives them.
 constexpr std::array<std::string_view, 1> kGeneratedHeaders = {"Configuration.h"};
+constexpr std::string_view kGeneratedSuffix = ".moc";
 // In angle brackets the toolkit's own, which looks as if it were of filemanagers/gtk.
 constexpr std::string_view kToolkitHeader = "gtk/gtk.h";
 
@@ -202,7 +204,8 @@ struct Include {
 std::optional<std::string> quotedObjection(const Layer& layer, const std::string& name) {
   if (name.find("..") != std::string::npos)
     return "\"" + name + "\" is not a path from the include root";
-  if (std::ranges::count(kGeneratedHeaders, name) > 0) return std::nullopt;
+  if (std::ranges::count(kGeneratedHeaders, name) > 0 || name.ends_with(kGeneratedSuffix))
+    return std::nullopt;
   const Layer* target = layerHolding(name, &Layer::prefix);
   if (target == nullptr) {
     if (layer.prefix.empty()) return std::nullopt;  // a header of its own, in its own folder
