@@ -34,8 +34,14 @@ void SettingsWatch::find() {
                 client = client_, files = callbacks_.files] {
     main->post([this, alive, places = watchAll(files(), names, client)] {
       if (alive.expired()) return;
+      // What happened in a new place before it was watched went unseen.
+      const bool hasNew = !std::ranges::includes(places_, places);
       places_ = places;
-      if (!std::exchange(isWatching_, true) && callbacks_.watching) callbacks_.watching();
+      if (!std::exchange(isWatching_, true)) {
+        if (callbacks_.watching) callbacks_.watching();
+      } else if (hasNew) {
+        callbacks_.changed();
+      }
     });
   });
 }

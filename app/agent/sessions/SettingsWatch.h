@@ -20,7 +20,8 @@ class SettingsWatch {
   struct Callbacks {
     // Returns the files to watch, absolute; called at first and after each change, on the queue.
     std::function<std::vector<std::string>()> files;
-    // Called soon after a change, once.
+    // Called soon after a change, once; and once more when the change has led to places that were
+    // not watched before.
     std::function<void()> changed;
     // The files are watched from now on; what happened to them before went unseen. May be empty.
     std::function<void()> watching = {};
