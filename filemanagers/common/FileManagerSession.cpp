@@ -71,7 +71,36 @@ FileManagerSession::Look FileManagerSession::show(Token token, const std::string
   items_.settle(token);
   client_.want(asked, isFolder);
   handlers_.onOutput();
-  return lookOf(asked);
+  Look look = lookOf(asked);
+  TrackedItems::Item& item = items_.item(token);
+  // The file manager may have put the emblem that it got in between beside the one that it gets
+  // now, and clears both when it asks once more.
+  item.mustRenew = std::exchange(item.isAdded, false) && item.emblem != look.emblem;
+  item.emblem = look.emblem;
+  if (item.mustRenew) {
+    items_.changeOne(token);
+    handlers_.onItemsChanged();
+  }
+  return look;
+}
+
+std::optional<FileManagerSession::Change> FileManagerSession::takeChange() {
+  while (const auto* const token = items_.takeChanged()) {
+    TrackedItems::Item& item = items_.item(token);
+    if (item.mustRenew) return Change{token, false, {}};
+    Look look = lookOf(item.path);
+    if (look.emblem == item.emblem) continue;
+    if (!item.emblem.empty()) return Change{token, false, {}};
+    item.emblem = look.emblem;
+    item.isAdded = true;
+    return Change{token, true, std::move(look)};
+  }
+  return std::nullopt;
+}
+
+void FileManagerSession::showAllAgain() {
+  items_.changeAll();
+  if (items_.hasChanged()) handlers_.onItemsChanged();
 }
 
 void FileManagerSession::forget(Token token) {

@@ -42,6 +42,15 @@ class FileManagerSession {
     std::string label;        // the badge in words
   };
 
+  // What is to be done with an object that looks otherwise than it was shown.
+  struct Change {
+    Token token = nullptr;
+    // It shows no emblem and gets the one of `look`: for that it need not be asked about anew,
+    // which takes a file manager much longer.
+    bool isAddition = false;
+    Look look;
+  };
+
   // `host` is the name of the file manager.
   FileManagerSession(const std::string& host, Handlers handlers,
                      AskedPaths::Resolver resolver = AskedPaths::realFolder);
@@ -65,8 +74,13 @@ class FileManagerSession {
   Look show(Token token, const std::string& path, bool isFolder);
   bool isTracked(Token token) const { return items_.isTracked(token); }
   void forget(Token token);
-  // An item that looks otherwise than it was shown, to be shown again; null when there is none.
+  // An item that may look otherwise than it was shown, to be shown again; null when there is none.
   Token takeChanged() { return items_.takeChanged(); }
+  // The same for a file manager that can add an emblem to an item. Missing when there is none;
+  // those that look as they were shown are left out.
+  std::optional<Change> takeChange();
+  // Every item is to be shown again, since more than before is shown of each.
+  void showAllAgain();
   bool hasChanged() const { return items_.hasChanged(); }
   // How an item that is shown already looks.
   Look look(const std::string& path);

@@ -55,10 +55,19 @@ void Extension::show(HostFile* file) {
   if (!path) return;
   if (!session_.isTracked(file)) g_object_weak_ref(G_OBJECT(file), &Extension::fileGone, this);
   const bool isFolder = HOST_FUNCTION(file_info_is_directory)(file) != FALSE;
-  const auto look = session_.show(file, *path, isFolder);
+  give(file, session_.show(file, *path, isFolder));
+}
+
+// For each thing that it is given the file manager looks at the item anew.
+void Extension::give(HostFile* file, const FileManagerSession::Look& look) const {
   if (!look.emblem.empty())
     HOST_FUNCTION(file_info_add_emblem)(file, std::string(look.emblem).c_str());
-  HOST_FUNCTION(file_info_add_string_attribute)(file, "kelpie_status", look.label.c_str());
+  if (hasColumns_ && !look.label.empty())
+    HOST_FUNCTION(file_info_add_string_attribute)(file, kStatusAttribute, look.label.c_str());
+}
+
+void Extension::columnsWanted() {
+  if (!std::exchange(hasColumns_, true)) session_.showAllAgain();
 }
 
 void Extension::fileGone(gpointer self, GObject* file) {
@@ -69,16 +78,19 @@ void Extension::tellOfItems() {
   if (!changes_) changes_ = idle(&Extension::showChanged, this);
 }
 
-// Making a file's information invalid makes the file manager ask for it again at once.
+// Making a file's information invalid makes the file manager drop it, and ask for it again.
 gboolean Extension::showChanged(gpointer self) {
   auto* extension = static_cast<Extension*>(self);
   guarded("show changed items", [extension] {
     const auto end = HostClient::Clock::now() + kSlice;
-    while (const auto* token = extension->session_.takeChanged()) {
+    while (const auto change = extension->session_.takeChange()) {
       // It was tracked, so that it has not gone.
-      auto* file = static_cast<HostFile*>(const_cast<void*>(token));
+      auto* file = static_cast<HostFile*>(const_cast<void*>(change->token));
       const GObjectPtr<HostFile> kept(static_cast<HostFile*>(g_object_ref(file)));
-      HOST_FUNCTION(file_info_invalidate_extension_info)(file);
+      if (change->isAddition)
+        extension->give(file, change->look);
+      else
+        HOST_FUNCTION(file_info_invalidate_extension_info)(file);
       if (HostClient::Clock::now() >= end) break;
     }
   });

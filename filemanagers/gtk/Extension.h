@@ -27,8 +27,13 @@ class Extension {
 
   FileManagerSession& session() { return session_; }
 
+  // What the file manager knows the label of a file by.
+  static constexpr const char* kStatusAttribute = "kelpie_status";
+
   // The file manager draws the file: gives it its emblem and its label.
   void show(HostFile* file);
+  // The file manager has views with columns from now on: only those show labels.
+  void columnsWanted();
 
   // The menu as it is to be shown; null when there is none to show. With `isOpening` the user looks
   // at it now: one that is not known or out of date is waited for.
@@ -52,6 +57,7 @@ class Extension {
  private:
   Extension();
 
+  void give(HostFile* file, const FileManagerSession::Look& look) const;
   void tellOfItems();
   void tellOfMenus();
   void tellOfFolders();
@@ -64,6 +70,7 @@ class Extension {
   ExtensionService service_;
   GSourcePtr changes_;   // while items are to be shown again
   GSourcePtr newMenus_;  // while the providers are to be told
+  bool hasColumns_ = false;
   bool isWaiting_ = false;
   HostClient::Time noWaitBefore_{};
   std::vector<gpointer> providers_;

@@ -56,8 +56,10 @@ GList* propertiesOf(GList* files) {
 }
 
 GList* statusColumns() {
-  return g_list_append(nullptr, HOST_FUNCTION(column_new)("kelpie_status_column", "kelpie_status",
-                                                          kStatus, "What git says of the file"));
+  Extension::instance().columnsWanted();
+  return g_list_append(
+      nullptr, HOST_FUNCTION(column_new)("kelpie_status_column", Extension::kStatusAttribute,
+                                         kStatus, "What git says of the file"));
 }
 
 }  // namespace kelpie::filemanagers

@@ -86,6 +86,57 @@ TEST_F(FileManagerSessionTest, AnItemIsBareUntilItsBadgeComesAndIsThenShownAgain
   EXPECT_EQ(session->takeChanged(), nullptr);
 }
 
+TEST_F(FileManagerSessionTest, TheFirstEmblemOfAnItemIsAddedAndAnotherIsAskedForAnew) {
+  session->show(a, "/repo/f", false);
+  setBadge("file:///repo/f", badge::kConflicted);
+  auto change = session->takeChange();
+  ASSERT_TRUE(change);
+  EXPECT_EQ(change->token, a);
+  EXPECT_TRUE(change->isAddition);
+  EXPECT_EQ(change->look.emblem, "kelpie-conflicted");
+  EXPECT_EQ(change->look.label, "Conflicted");
+  // The file manager asks for reasons of its own.
+  session->show(a, "/repo/f", false);
+  setBadge("file:///repo/f", badge::kConflicted);
+  EXPECT_FALSE(session->takeChange()) << "it looks as before";
+  setBadge("file:///repo/f", badge::kIgnored);
+  change = session->takeChange();
+  ASSERT_TRUE(change);
+  EXPECT_FALSE(change->isAddition);
+  EXPECT_EQ(session->show(a, "/repo/f", false).emblem, "kelpie-ignored");
+  EXPECT_FALSE(session->takeChange());
+}
+
+// It may have been about to ask when it got the first one, and then draws both.
+TEST_F(FileManagerSessionTest, TwoEmblemsInOneQuestionAreClearedByAnother) {
+  session->show(a, "/repo/f", false);
+  setBadge("file:///repo/f", badge::kConflicted);
+  EXPECT_TRUE(session->takeChange());
+  setBadge("file:///repo/f", badge::kIgnored);
+  itemChanges = 0;
+  session->show(a, "/repo/f", false);
+  EXPECT_EQ(itemChanges, 1);
+  const auto change = session->takeChange();
+  ASSERT_TRUE(change);
+  EXPECT_FALSE(change->isAddition);
+  session->show(a, "/repo/f", false);
+  EXPECT_FALSE(session->takeChange());
+}
+
+TEST_F(FileManagerSessionTest, WhereMoreIsShownEveryItemIsAskedForAnew) {
+  session->show(a, "/repo/f", false);
+  session->show(b, "/repo/g", false);
+  session->showAllAgain();
+  EXPECT_EQ(itemChanges, 1);
+  for (int i = 0; i < 2; ++i) {
+    const auto change = session->takeChange();
+    ASSERT_TRUE(change);
+    EXPECT_FALSE(change->isAddition);
+    session->show(change->token, change->token == a ? "/repo/f" : "/repo/g", false);
+  }
+  EXPECT_FALSE(session->takeChange());
+}
+
 TEST_F(FileManagerSessionTest, AnItemBehindASymbolicLinkIsAskedForAtItsPlace) {
   session->show(a, "/link/f", false);
   session->show(b, "/repo/f", false);

@@ -60,5 +60,19 @@ TEST_F(TrackedItemsTest, ARenamedItemIsKnownByItsNewPathOnly) {
   EXPECT_EQ(takeAll(), std::set{a});
 }
 
+TEST_F(TrackedItemsTest, WhatAnObjectShowsStaysWithIt) {
+  items.track(a, "/x");
+  items.item(a).emblem = "e";
+  items.track(a, "/y");
+  EXPECT_EQ(items.item(a).emblem, "e");
+  EXPECT_EQ(items.item(a).path, "/y");
+  items.changeAll();
+  EXPECT_TRUE(items.item(a).mustRenew);
+  EXPECT_EQ(takeAll(), std::set{a});
+  items.forget(a);
+  items.track(a, "/x");
+  EXPECT_EQ(items.item(a).emblem, "") << "a new object at the same place";
+}
+
 }  // namespace
 }  // namespace kelpie::filemanagers
