@@ -103,10 +103,10 @@ class Session:
         path = self.artefacts / f"{name}.log"
         return path.read_text(errors="replace") if path.exists() else ""
 
-    def start_desktop(self):
+    def start_desktop(self, *display_options):
         read, write = os.pipe()
         self.start("display", "Xvfb", "-displayfd", write, "-screen", "0", "1024x768x24",
-                   "-nolisten", "tcp", pass_fds=[write])
+                   "-nolisten", "tcp", *display_options, pass_fds=[write])
         os.close(write)
         with os.fdopen(read) as number:
             os.environ["DISPLAY"] = f":{number.readline().strip()}"
