@@ -24,6 +24,7 @@ class MenuWait {
   bool wait(const std::function<bool()>& done, const Server& serve, Time now);
   // A menu has come, be it late: the extension serves, and may be waited for again.
   void answered() { noWaitBefore_ = {}; }
+  bool isWaiting() const { return isWaiting_; }
 
  private:
   bool isWaiting_ = false;

@@ -1,18 +1,11 @@
 #include "glib/HostLinkDriver.h"
 
 #include <glib-unix.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstring>
 #include <utility>
 
 #include "glib/Guarded.h"
-#include "linux/base/UnixSocket.h"
 
 namespace kelpie::filemanagers {
 namespace {
@@ -30,9 +23,8 @@ GSourcePtr attach(GSource* source, Function call, gpointer data) {
 HostLinkDriver::HostLinkDriver(FileManagerSession& session, std::string socket, Starter starter,
                                std::size_t maximumUnsent)
     : session_(session),
-      path_(std::move(socket)),
-      starter_(std::move(starter)),
-      maximumUnsent_(maximumUnsent) {}
+      socket_(session, std::move(socket), maximumUnsent),
+      starter_(std::move(starter)) {}
 
 HostLinkDriver::~HostLinkDriver() = default;
 
@@ -63,7 +55,7 @@ gboolean HostLinkDriver::timeCame(gpointer self) {
 gboolean HostLinkDriver::readable(gint /*fd*/, GIOCondition /*condition*/, gpointer self) {
   auto* driver = static_cast<HostLinkDriver*>(self);
   guarded("read", [driver] {
-    if (!driver->read()) driver->end();
+    if (!driver->socket_.read()) driver->end();
     driver->wake();
   });
   return driver->input_ ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
@@ -79,7 +71,13 @@ gboolean HostLinkDriver::writable(gint /*fd*/, GIOCondition /*condition*/, gpoin
 void HostLinkDriver::run() {
   const auto now = Clock::now();
   session_.tick(now);
-  if (socket_ && (session_.client().shouldClose() || !write())) end();
+  if (socket_.isOpen()) {
+    if (!socket_.write()) end();
+    if (socket_.hasMore()) wake();
+    if (socket_.isFull() && !output_)
+      output_ = attach(g_unix_fd_source_new(socket_.descriptor(), G_IO_OUT),
+                       &HostLinkDriver::writable, this);
+  }
   if (session_.client().wantsConnection(now)) attempt();
   arm();
 }
@@ -103,97 +101,46 @@ void HostLinkDriver::extensionAppeared() {
 }
 
 void HostLinkDriver::attempt() {
-  session_.client().connecting();
-  const int error = connect();
-  if (error == 0) return;
-  if (error != ENOENT && error != ECONNREFUSED) {
-    g_debug("cannot connect to the extension: %s", std::strerror(error));
-    return session_.connectionFailed(Clock::now());
+  switch (socket_.connect()) {
+    case ExtensionSocket::Outcome::Connected:
+      return watch();
+    case ExtensionSocket::Outcome::Failed:
+      return g_debug("cannot connect to the extension: %s", socket_.problem().c_str());
+    case ExtensionSocket::Outcome::NobodyListens:
+      starter_([self = std::weak_ptr(self_)](const std::string& problem) {
+        if (const auto driver = self.lock())
+          guarded("started", [&] { (*driver)->connectAgain(problem); });
+      });
   }
-  starter_([self = std::weak_ptr(self_)](const std::string& problem) {
-    if (const auto driver = self.lock())
-      guarded("started", [&] { (*driver)->connectAgain(problem); });
-  });
 }
 
 void HostLinkDriver::connectAgain(const std::string& problem) {
-  const int error = connect();
-  if (error != 0) {
-    g_debug("the extension is not there: %s",
-            problem.empty() ? std::strerror(error) : problem.c_str());
-    session_.connectionFailed(Clock::now());
-  }
+  if (socket_.connectAgain()) return watch();
+  g_debug("the extension is not there: %s",
+          problem.empty() ? socket_.problem().c_str() : problem.c_str());
   wake();
 }
 
-int HostLinkDriver::connect() {
-  UnixSocket::Result result = UnixSocket::connect(path_);
-  if (!result.socket) return result.error;
-  if (UnixSocket::peerUser(result.socket.get()) != ::getuid()) return EPERM;
-  socket_ = std::move(result.socket);
-  unsent_.clear();
-  input_ = attach(g_unix_fd_source_new(socket_.get(), G_IO_IN), &HostLinkDriver::readable, this);
-  session_.client().connected(Clock::now());
+void HostLinkDriver::watch() {
+  input_ =
+      attach(g_unix_fd_source_new(socket_.descriptor(), G_IO_IN), &HostLinkDriver::readable, this);
   wake();
-  return 0;
 }
 
 void HostLinkDriver::end() {
   input_.reset();
   output_.reset();
-  socket_.reset();
-  unsent_.clear();
-  session_.ended(Clock::now());
+  socket_.end();
   wake();
-}
-
-bool HostLinkDriver::read() {
-  std::array<char, kReadSize> piece;  // NOLINT: filled before it is read
-  const ssize_t size = ::recv(socket_.get(), piece.data(), piece.size(), 0);
-  if (size < 0) return errno == EAGAIN || errno == EINTR;
-  if (size == 0) return false;
-  session_.received({piece.data(), static_cast<std::size_t>(size)}, Clock::now());
-  return true;
-}
-
-bool HostLinkDriver::write() {
-  const std::string more = session_.client().takeOutput(kQuestions);
-  // There may be questions left over.
-  if (!more.empty()) wake();
-  unsent_ += more;
-  std::size_t sent = 0;
-  while (sent < unsent_.size()) {
-    const ssize_t size =
-        ::send(socket_.get(), unsent_.data() + sent, unsent_.size() - sent, MSG_NOSIGNAL);
-    if (size > 0) {
-      sent += static_cast<std::size_t>(size);
-    } else if (errno == EAGAIN) {
-      break;
-    } else if (errno != EINTR) {
-      return false;
-    }
-  }
-  unsent_.erase(0, sent);
-  if (!unsent_.empty() && !output_)
-    output_ =
-        attach(g_unix_fd_source_new(socket_.get(), G_IO_OUT), &HostLinkDriver::writable, this);
-  return unsent_.size() <= maximumUnsent_;
 }
 
 bool HostLinkDriver::serveUntil(const std::function<bool()>& done,
                                 std::chrono::milliseconds limit) {
-  const auto deadline = Clock::now() + limit;
   run();
-  while (!done()) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    if (!socket_ || left.count() <= 0) return false;
-    pollfd wait = {socket_.get(), POLLIN, 0};
-    if (::poll(&wait, 1, static_cast<int>(left.count())) <= 0) continue;
-    if (read()) continue;
-    end();
-    return false;
-  }
-  return true;
+  const bool isDone = socket_.serveUntil(done, limit);
+  if (!socket_.isOpen()) end();
+  wake();
+  return isDone;
 }
 
 }  // namespace kelpie::filemanagers

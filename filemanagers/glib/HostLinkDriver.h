@@ -9,9 +9,9 @@
 #include <optional>
 #include <string>
 
+#include "common/ExtensionSocket.h"
 #include "common/FileManagerSession.h"
 #include "linux/base/GLibPointers.h"
-#include "linux/base/UniqueFd.h"
 
 namespace kelpie::filemanagers {
 
@@ -23,15 +23,9 @@ class HostLinkDriver {
   // Has the extension started; calls `done` later, with what went wrong or nothing.
   using Starter = std::function<void(std::function<void(const std::string& problem)> done)>;
 
-  // Per turn of the main loop: bytes that are read, badges that are asked for.
-  static constexpr std::size_t kReadSize = std::size_t{64} << 10U;
-  static constexpr std::size_t kQuestions = 256;
-  // An extension that lets so much wait to be read is left.
-  static constexpr std::size_t kMaximumUnsent = std::size_t{8} << 20U;
-
   // `socket` is the path of the extension's. `session` outlives this.
   HostLinkDriver(FileManagerSession& session, std::string socket, Starter starter,
-                 std::size_t maximumUnsent = kMaximumUnsent);
+                 std::size_t maximumUnsent = ExtensionSocket::kMaximumUnsent);
   ~HostLinkDriver();
   HostLinkDriver(const HostLinkDriver&) = delete;
   HostLinkDriver& operator=(const HostLinkDriver&) = delete;
@@ -52,11 +46,8 @@ class HostLinkDriver {
   void run();
   void attempt();
   void connectAgain(const std::string& problem);
-  // 0, or the system's error number.
-  int connect();
-  // False when the connection has ended.
-  bool read();
-  bool write();
+  // There is a connection now; there is none any more.
+  void watch();
   void end();
   void arm();
 
@@ -66,11 +57,8 @@ class HostLinkDriver {
   static gboolean timeCame(gpointer self);
 
   FileManagerSession& session_;
-  std::string path_;
+  ExtensionSocket socket_;
   Starter starter_;
-  std::size_t maximumUnsent_;
-  UniqueFd socket_;
-  std::string unsent_;
   GSourcePtr input_;
   GSourcePtr output_;  // while the socket takes no more
   GSourcePtr wake_;

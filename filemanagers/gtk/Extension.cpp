@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "glib/Guarded.h"
+#include "glib/LocalPath.h"
 #include "linux/base/RuntimeDirectory.h"
 
 namespace kelpie::filemanagers {
@@ -10,14 +11,6 @@ namespace {
 
 // How long, in one turn of the main loop, items are shown again.
 constexpr std::chrono::milliseconds kSlice(2);
-
-// What g_file_peek_path() says is bytes; only a native file is at that path by itself.
-std::optional<std::string> pathOf(GFile* location) {
-  if (location == nullptr || g_file_is_native(location) == FALSE) return std::nullopt;
-  const char* path = g_file_peek_path(location);
-  if (path == nullptr || path[0] != '/') return std::nullopt;
-  return std::string(path);
-}
 
 GSourcePtr idle(GSourceFunc call, gpointer data) {
   GSource* source = g_idle_source_new();
@@ -109,21 +102,21 @@ std::shared_ptr<const ShownMenu> Extension::menu(const HostClient::MenuQuestion&
   // selected is one of a single item, and is not known yet.
   isOpening = !menu && question.selected.size() == 1;
 #endif
-  if (!isOpening || !session_.isAsking(question)) return menu;
-  if (HostClient::Clock::now() < noWaitBefore_) return menu;
-  isWaiting_ = true;
-  const bool isThere = driver_.serveUntil([&] { return !session_.isAsking(question); }, kMenuWait);
-  isWaiting_ = false;
-  // An extension that is stopped must not be waited for with each click.
-  if (!isThere) noWaitBefore_ = HostClient::Clock::now() + kNoWait;
+  const auto isAnswered = [&] { return !session_.isAsking(question); };
+  if (!isOpening || isAnswered()) return menu;
+  const auto serve = [this](const std::function<bool()>& done, std::chrono::milliseconds limit) {
+    return driver_.serveUntil(done, limit);
+  };
+  if (!wait_.wait(isAnswered, serve, HostClient::Clock::now())) return menu;
   return session_.menu(question, HostClient::Clock::now());
 }
 
 // The file manager is told from its main loop: what has changed may have come while it asked. Nemo
 // makes all its menus anew when it is told, and asks again whenever it opens one: it need not know.
 void Extension::tellOfMenus() {
+  wait_.answered();
 #if !defined(KELPIE_FOR_NEMO)
-  if (!newMenus_ && !isWaiting_) newMenus_ = idle(&Extension::tellProviders, this);
+  if (!newMenus_ && !wait_.isWaiting()) newMenus_ = idle(&Extension::tellProviders, this);
 #endif
 }
 
@@ -146,13 +139,13 @@ void Extension::tellOfFolders() {
 
 std::optional<std::string> localPathOf(HostFile* file) {
   const GObjectPtr<GFile> location(HOST_FUNCTION(file_info_get_location)(file));
-  return pathOf(location.get());
+  return localPathOf(location.get());
 }
 
 std::optional<std::string> localPathOfUri(const char* uri) {
   if (uri == nullptr) return std::nullopt;
   const GObjectPtr<GFile> location(g_file_new_for_uri(uri));
-  return pathOf(location.get());
+  return localPathOf(location.get());
 }
 
 }  // namespace kelpie::filemanagers

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "common/FileManagerSession.h"
+#include "common/MenuWait.h"
 #include "glib/ExtensionService.h"
 #include "glib/HostLinkDriver.h"
 #include "gtk/HostApi.h"
@@ -17,11 +17,6 @@ namespace kelpie::filemanagers {
 // tells of changes. Main thread.
 class Extension {
  public:
-  // For so long a menu may be waited for that the user has just asked for.
-  static constexpr std::chrono::milliseconds kMenuWait{50};
-  // After a wait that was in vain there is none for so long.
-  static constexpr std::chrono::seconds kNoWait{30};
-
   // The one of this process, made when it is first asked for; it stays.
   static Extension& instance();
 
@@ -71,8 +66,7 @@ class Extension {
   GSourcePtr changes_;   // while items are to be shown again
   GSourcePtr newMenus_;  // while the providers are to be told
   bool hasColumns_ = false;
-  bool isWaiting_ = false;
-  HostClient::Time noWaitBefore_{};
+  MenuWait wait_;
   std::vector<gpointer> providers_;
   std::vector<FolderListener*> listeners_;
 };

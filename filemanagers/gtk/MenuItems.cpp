@@ -6,6 +6,7 @@
 #include <gtk/gtk.h>
 #endif
 
+#include "common/CommonFolder.h"
 #include "glib/Guarded.h"
 #include "gtk/Extension.h"
 
@@ -97,17 +98,6 @@ GList* itemsFor(const std::optional<Question>& question) {
   auto menu = Extension::instance().menu(*question, isMenuOpening());
   if (!menu || menu->empty()) return nullptr;
   return g_list_append(nullptr, MenuMaker(*question, std::move(menu)).root());
-}
-
-// The folder that all of these lie in; missing when there are several.
-std::optional<std::string> commonFolder(const std::vector<HostClient::Place>& places) {
-  std::optional<std::string> common;
-  for (const HostClient::Place& place : places) {
-    const auto folder = ViewedItems::folderOf(place.path);
-    if (folder.empty() || (common && *common != folder)) return std::nullopt;
-    common = folder;
-  }
-  return common;
 }
 
 }  // namespace

@@ -1,16 +1,8 @@
 #include "qt/QtHostLinkDriver.h"
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstring>
 #include <utility>
 
-#include "linux/base/UnixSocket.h"
 #include "qt/QtGuarded.h"
 
 namespace kelpie::filemanagers {
@@ -21,7 +13,7 @@ void QtHostLinkDriver::LateDelete::operator()(QSocketNotifier* notifier) const {
 }
 
 QtHostLinkDriver::QtHostLinkDriver(FileManagerSession& session, std::string socket, Starter starter)
-    : session_(session), path_(std::move(socket)), starter_(std::move(starter)) {
+    : session_(session), socket_(session, std::move(socket)), starter_(std::move(starter)) {
   wake_.setSingleShot(true);
   timer_.setSingleShot(true);
   timer_.setTimerType(Qt::PreciseTimer);
@@ -40,7 +32,11 @@ void QtHostLinkDriver::wake() {
 void QtHostLinkDriver::run() {
   const auto now = Clock::now();
   session_.tick(now);
-  if (socket_ && (session_.client().shouldClose() || !write())) end();
+  if (socket_.isOpen()) {
+    if (!socket_.write()) end();
+    if (socket_.hasMore()) wake();
+    if (output_) output_->setEnabled(socket_.isFull());
+  }
   if (session_.client().wantsConnection(now)) attempt();
   arm();
 }
@@ -54,8 +50,8 @@ void QtHostLinkDriver::arm() {
 
 void QtHostLinkDriver::readable() {
   qtGuarded("read", [this] {
-    if (!socket_) return;
-    if (!read()) end();
+    if (!socket_.isOpen()) return;
+    if (!socket_.read()) end();
     wake();
   });
 }
@@ -63,8 +59,8 @@ void QtHostLinkDriver::readable() {
 // -- The connection -------------------------------------------------------------------------------
 
 bool QtHostLinkDriver::connectNow() {
-  if (!socket_) run();
-  return static_cast<bool>(socket_);
+  if (!socket_.isOpen()) run();
+  return socket_.isOpen();
 }
 
 void QtHostLinkDriver::extensionAppeared() {
@@ -73,37 +69,31 @@ void QtHostLinkDriver::extensionAppeared() {
 }
 
 void QtHostLinkDriver::attempt() {
-  session_.client().connecting();
-  const int error = connect();
-  if (error == 0) return;
-  if (error != ENOENT && error != ECONNREFUSED) {
-    qCDebug(kelpieLog, "cannot connect to the extension: %s", std::strerror(error));
-    return session_.connectionFailed(Clock::now());
+  switch (socket_.connect()) {
+    case ExtensionSocket::Outcome::Connected:
+      return watch();
+    case ExtensionSocket::Outcome::Failed:
+      qCDebug(kelpieLog, "cannot connect to the extension: %s", socket_.problem().c_str());
+      return;
+    case ExtensionSocket::Outcome::NobodyListens:
+      starter_([self = std::weak_ptr(self_)](const std::string& problem) {
+        if (const auto driver = self.lock())
+          qtGuarded("started", [&] { (*driver)->connectAgain(problem); });
+      });
   }
-  starter_([self = std::weak_ptr(self_)](const std::string& problem) {
-    if (const auto driver = self.lock())
-      qtGuarded("started", [&] { (*driver)->connectAgain(problem); });
-  });
 }
 
 void QtHostLinkDriver::connectAgain(const std::string& problem) {
-  const int error = connect();
-  if (error != 0) {
-    qCDebug(kelpieLog, "the extension is not there: %s",
-            problem.empty() ? std::strerror(error) : problem.c_str());
-    session_.connectionFailed(Clock::now());
-  }
+  if (socket_.connectAgain()) return watch();
+  qCDebug(kelpieLog, "the extension is not there: %s",
+          problem.empty() ? socket_.problem().c_str() : problem.c_str());
   wake();
 }
 
-int QtHostLinkDriver::connect() {
-  UnixSocket::Result result = UnixSocket::connect(path_);
-  if (!result.socket) return result.error;
-  if (UnixSocket::peerUser(result.socket.get()) != ::getuid()) return EPERM;
-  socket_ = std::move(result.socket);
-  unsent_.clear();
-  input_.reset(std::make_unique<QSocketNotifier>(socket_.get(), QSocketNotifier::Read).release());
-  output_.reset(std::make_unique<QSocketNotifier>(socket_.get(), QSocketNotifier::Write).release());
+void QtHostLinkDriver::watch() {
+  const int descriptor = socket_.descriptor();
+  input_.reset(std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read).release());
+  output_.reset(std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Write).release());
   output_->setEnabled(false);
   QObject::connect(input_.get(), &QSocketNotifier::activated, [this] { readable(); });
   QObject::connect(output_.get(), &QSocketNotifier::activated, [this] {
@@ -112,67 +102,23 @@ int QtHostLinkDriver::connect() {
       run();
     });
   });
-  session_.client().connected(Clock::now());
   wake();
-  return 0;
 }
 
 void QtHostLinkDriver::end() {
   input_.reset();
   output_.reset();
-  socket_.reset();
-  unsent_.clear();
-  session_.ended(Clock::now());
+  socket_.end();
   wake();
-}
-
-bool QtHostLinkDriver::read() {
-  std::array<char, kReadSize> piece;  // NOLINT: filled before it is read
-  const ssize_t size = ::recv(socket_.get(), piece.data(), piece.size(), 0);
-  if (size < 0) return errno == EAGAIN || errno == EINTR;
-  if (size == 0) return false;
-  session_.received({piece.data(), static_cast<std::size_t>(size)}, Clock::now());
-  return true;
-}
-
-bool QtHostLinkDriver::write() {
-  const std::string more = session_.client().takeOutput(kQuestions);
-  // There may be questions left over.
-  if (!more.empty()) wake();
-  unsent_ += more;
-  std::size_t sent = 0;
-  while (sent < unsent_.size()) {
-    const ssize_t size =
-        ::send(socket_.get(), unsent_.data() + sent, unsent_.size() - sent, MSG_NOSIGNAL);
-    if (size > 0) {
-      sent += static_cast<std::size_t>(size);
-    } else if (errno == EAGAIN) {
-      break;
-    } else if (errno != EINTR) {
-      return false;
-    }
-  }
-  unsent_.erase(0, sent);
-  output_->setEnabled(!unsent_.empty());
-  return unsent_.size() <= kMaximumUnsent;
 }
 
 bool QtHostLinkDriver::serveUntil(const std::function<bool()>& done,
                                   std::chrono::milliseconds limit) {
-  const auto deadline = Clock::now() + limit;
   run();
-  while (!done()) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    if (!socket_ || left.count() <= 0) return false;
-    // What came before may have made us say something.
-    bool isOpen = !session_.client().shouldClose() && write();
-    pollfd wait = {socket_.get(), POLLIN, 0};
-    if (isOpen && ::poll(&wait, 1, static_cast<int>(left.count())) > 0) isOpen = read();
-    if (isOpen) continue;
-    end();
-    return false;
-  }
-  return true;
+  const bool isDone = socket_.serveUntil(done, limit);
+  if (!socket_.isOpen()) end();
+  wake();
+  return isDone;
 }
 
 }  // namespace kelpie::filemanagers

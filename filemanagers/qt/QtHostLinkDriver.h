@@ -4,13 +4,12 @@
 #include <QTimer>
 
 #include <chrono>
-#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
 
+#include "common/ExtensionSocket.h"
 #include "common/FileManagerSession.h"
-#include "linux/base/UniqueFd.h"
 
 namespace kelpie::filemanagers {
 
@@ -21,12 +20,6 @@ class QtHostLinkDriver {
  public:
   // Has the extension started; calls `done` later, with what went wrong or nothing.
   using Starter = std::function<void(std::function<void(const std::string& problem)> done)>;
-
-  // Per turn of the main loop: bytes that are read, badges that are asked for.
-  static constexpr std::size_t kReadSize = std::size_t{64} << 10U;
-  static constexpr std::size_t kQuestions = 256;
-  // An extension that lets so much wait to be read is left.
-  static constexpr std::size_t kMaximumUnsent = std::size_t{8} << 20U;
 
   // `socket` is the path of the extension's. `session` outlives this.
   QtHostLinkDriver(FileManagerSession& session, std::string socket, Starter starter);
@@ -52,20 +45,15 @@ class QtHostLinkDriver {
   void run();
   void attempt();
   void connectAgain(const std::string& problem);
-  // 0, or the system's error number.
-  int connect();
-  // False when the connection has ended.
-  bool read();
-  bool write();
+  // There is a connection now; there is none any more.
+  void watch();
   void end();
   void arm();
   void readable();
 
   FileManagerSession& session_;
-  std::string path_;
+  ExtensionSocket socket_;
   Starter starter_;
-  UniqueFd socket_;
-  std::string unsent_;
   // Let go by the loop, as they may be what is calling; they are switched off before.
   struct LateDelete {
     void operator()(QSocketNotifier* notifier) const;

@@ -103,7 +103,7 @@ TEST_F(HostLinkDriverTest, AThousandQuestionsAreAskedSomeAtATime) {
   std::size_t most = 0;
   for (const auto& line : only<hostlink::RequestBadges>(linesOf(received)))
     most = std::max(most, line.urls.size());
-  EXPECT_EQ(most, HostLinkDriver::kQuestions);
+  EXPECT_EQ(most, ExtensionSocket::kQuestions);
 }
 
 TEST_F(HostLinkDriverTest, GarbageAndHalfALineDoNoHarm) {

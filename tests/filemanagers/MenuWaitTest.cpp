@@ -67,6 +67,7 @@ TEST_F(MenuWaitTest, AWaitThatFailsCountsAsInVain) {
                  },
                  now_),
       std::runtime_error);
+  EXPECT_FALSE(wait_.isWaiting());
   EXPECT_FALSE(wait(true));
   now_ += MenuWait::kPause;
   EXPECT_TRUE(wait(true));
@@ -76,11 +77,13 @@ TEST_F(MenuWaitTest, DoesNotWaitWithinAWait) {
   const bool isThere =
       wait_.wait([] { return false; },
                  [&](const std::function<bool()>& /*done*/, std::chrono::milliseconds) {
+                   EXPECT_TRUE(wait_.isWaiting());
                    EXPECT_FALSE(wait(true));
                    return true;
                  },
                  now_);
   EXPECT_TRUE(isThere);
+  EXPECT_FALSE(wait_.isWaiting());
   EXPECT_EQ(waits_, 0);
 }
 

@@ -11,8 +11,8 @@
 namespace kelpie {
 namespace {
 
-// So many badges make a line of some megabytes at the most, whatever the lengths of the paths.
-constexpr std::size_t kBadgesInALine = 1'000;
+// A host handles a line as a whole, on its main loop: so many badges hold it for some milliseconds.
+constexpr std::size_t kBadgesInALine = 200;
 
 // The file URLs of a list. `wrong` becomes true when anything else stood there.
 std::vector<URL> fileURLs(const std::vector<std::string>& texts, bool& wrong) {
