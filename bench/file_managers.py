@@ -22,7 +22,6 @@ each go to DIR."""
 
 import argparse
 import json
-import mmap
 import os
 import re
 import shutil
@@ -37,6 +36,7 @@ SOURCES = Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(SOURCES / "tests/filemanagers/desktop"))
 sys.dont_write_bytecode = True
 
+from screen_file import ScreenFile  # noqa: E402
 from session import Session, wait_for  # noqa: E402
 
 COMMANDS = {
@@ -81,22 +81,6 @@ def make_repository(folder, entries):
     staged = [name for i, name in enumerate(names) if i % 10 == 3]
     subprocess.run([*git, "add", "--pathspec-from-file=-"], input="\n".join(staged), text=True,
                    check=True)
-
-
-class ScreenFile:
-    """What the display shows, as the file that it keeps its pixels in."""
-
-    def __init__(self, path):
-        with open(path, "rb") as file:
-            self.map = mmap.mmap(file.fileno(), 0, prot=mmap.PROT_READ)
-        self.last = b""
-
-    def has_changed(self):
-        now = self.map[:]
-        if now == self.last:
-            return False
-        self.last = now
-        return True
 
 
 def emblem_colours(build):
@@ -172,9 +156,7 @@ def measure(host, variant, build, folder, artefacts):
         # Assistive programs cost the file manager more than anything that is looked for here.
         os.environ.pop("GTK_MODULES")
         os.environ.update({"NO_AT_BRIDGE": "1", "QT_LOGGING_RULES": "kelpie.debug=true"})
-        pixels = session.folder / "pixels"
-        pixels.mkdir()
-        session.start_desktop("-fbdir", pixels)
+        session.start_desktop()
         (session.home / "empty").mkdir()
         if variant == "git":
             config = session.home / ".config"
@@ -189,7 +171,7 @@ def measure(host, variant, build, folder, artefacts):
             processes.append(session.processes["agent"].pid)
             if host != "dolphin":
                 processes.append(wait_for("the extension runs", session.extension))
-        screen = ScreenFile(pixels / "Xvfb_screen0")
+        screen = ScreenFile(session.pixels)
         watch(screen, Programs(processes))
         if variant == "kelpie" and host == "dolphin":
             processes.append(wait_for("the extension runs", session.extension))

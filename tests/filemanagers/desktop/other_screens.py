@@ -24,18 +24,33 @@ class DolphinScreen(Screen):
     def __init__(self, program):
         super().__init__(program)
         self.menus = []
+        self.has_selected = False  # an item, since nothing was selected
+        self.current = None  # the entry that has the focus, by name
+        self.moves = 0  # how often the focus has moved
         self.listener = Atspi.EventListener.new(self.focused)
         self.listener.register("object:state-changed:focused")
 
     def focused(self, event):
         if event.detail1 and event.source.get_role() in (Atspi.Role.MENU_ITEM, Atspi.Role.MENU,
                                                          Atspi.Role.CHECK_MENU_ITEM):
+            self.current = event.source.get_name()
+            self.moves += 1
             menu = event.source.get_parent()
             if menu not in self.menus:
                 self.menus.append(menu)
 
     def items(self):
         return {name: place for name, place, _ in self.walk({Atspi.Role.TABLE_CELL}) if name}
+
+    def select_nothing(self):
+        """Clicks beside the items, if need be."""
+        if not self.has_selected:
+            return
+        self.has_selected = False
+        places = wait_for("the items", self.items).values()
+        x = min(place[0] for place in places)
+        y = max(place[1] + place[3] for place in places)
+        hand("mousemove", x + 20, y + 60, "click", 1)
 
     def entries(self):
         """The entries of the menus that are open: {name: node}."""
@@ -74,6 +89,8 @@ class DolphinScreen(Screen):
 
     def open_menu(self, item):
         self.menus.clear()
+        self.current = None
+        self.has_selected = True
         super().open_menu(item)
         self.first_entry("the menu")
 
@@ -89,7 +106,27 @@ class DolphinScreen(Screen):
 
         wait_for(what, is_known)
 
+    def choose(self, *titles):
+        """By the keyboard, which moves the focus: that makes a submenu known as well."""
+        for title in titles:
+            wait_for(f"the focus on {title}", lambda t=title: self.has_focus(t))
+            before = self.moves
+            hand("key", "Return")
+            if title != titles[-1] or title == "Git":
+                wait_for(f"the menu of {title}", lambda b=before: self.entries() and self.moves > b)
+
+    def has_focus(self, title):
+        """Moves the focus on where it is not on that entry."""
+        self.entries()
+        if self.current == title:
+            return True
+        before = self.moves
+        hand("key", "Down")
+        wait_for("the focus moves", lambda: self.entries() is not None and self.moves > before)
+        return self.current == title
+
     def close_menu(self):
+        self.current = None
         for _ in range(4):
             hand("key", "Escape")
         self.menus.clear()

@@ -103,10 +103,14 @@ class Session:
         path = self.artefacts / f"{name}.log"
         return path.read_text(errors="replace") if path.exists() else ""
 
-    def start_desktop(self, *display_options):
+    def start_desktop(self):
+        """The display, the session bus, the window manager. What is shown is in self.pixels, see
+        ScreenFile."""
+        (self.folder / "display").mkdir()
+        self.pixels = self.folder / "display/Xvfb_screen0"
         read, write = os.pipe()
         self.start("display", "Xvfb", "-displayfd", write, "-screen", "0", "1024x768x24",
-                   "-nolisten", "tcp", *display_options, pass_fds=[write])
+                   "-nolisten", "tcp", "-fbdir", self.pixels.parent, pass_fds=[write])
         os.close(write)
         with os.fdopen(read) as number:
             os.environ["DISPLAY"] = f":{number.readline().strip()}"
