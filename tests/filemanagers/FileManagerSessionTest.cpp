@@ -185,6 +185,25 @@ TEST_F(FileManagerSessionTest, WithoutTheExtensionNoEmblemStays) {
   EXPECT_EQ(asked(), Texts{"file:///repo/f"});
 }
 
+TEST_F(FileManagerSessionTest, WhatWasShownBeforeTheExtensionCameIsAskedForThen) {
+  session->ended(now);
+  session->enter("/repo");
+  session->show(a, "/repo/f", false);
+  EXPECT_TRUE(said().empty());
+  session->client().connecting();
+  session->client().connected(now);
+  hostlink::Welcome welcome;
+  welcome.directories = {"file:///repo/"};
+  answer(welcome);
+  const auto lines = said();
+  EXPECT_EQ(only<hostlink::BeginObserving>(lines).size(), 1U);
+  const auto questions = only<hostlink::RequestBadges>(lines);
+  ASSERT_EQ(questions.size(), 1U);
+  EXPECT_EQ(questions[0].urls, Texts{"file:///repo/f"});
+  setBadge("file:///repo/f", badge::kConflicted);
+  ASSERT_TRUE(session->takeChange());
+}
+
 TEST_F(FileManagerSessionTest, GarbageChangesNothing) {
   session->show(a, "/repo/f", false);
   said();
@@ -214,6 +233,38 @@ TEST_F(FileManagerSessionTest, AFolderIsInViewAtItsPlaceUntilTheLastWindowLeaves
   lines = said();
   ASSERT_EQ(lines.size(), 1U);
   EXPECT_EQ(only<hostlink::EndObserving>(lines)[0].url, "file:///repo/");
+}
+
+TEST_F(FileManagerSessionTest, AThousandWindowsAreServedAndLeaveNothing) {
+  std::vector<char> files(20'000);
+  const auto folderOf = [](std::size_t i) { return "/repo/" + std::to_string(i % 1'000); };
+  for (std::size_t i = 0; i < 1'000; ++i) session->enter(folderOf(i));
+  for (std::size_t i = 0; i < files.size(); ++i)
+    session->show(&files[i], folderOf(i) + "/" + std::to_string(i), false);
+  auto lines = said();
+  EXPECT_EQ(only<hostlink::BeginObserving>(lines).size(), 1'000U);
+  std::size_t questions = 0;
+  for (const auto& line : only<hostlink::RequestBadges>(lines)) questions += line.urls.size();
+  EXPECT_EQ(questions, files.size());
+  for (std::size_t i = 0; i < files.size(); ++i)
+    setBadge("file://" + folderOf(i) + "/" + std::to_string(i), badge::kConflicted);
+  std::size_t added = 0;
+  while (session->takeChange()) ++added;
+  EXPECT_EQ(added, files.size());
+  // All are closed.
+  for (const char& file : files) session->forget(&file);
+  for (std::size_t i = 0; i < 1'000; ++i) session->leave(folderOf(i));
+  EXPECT_EQ(only<hostlink::EndObserving>(said()).size(), 1'000U);
+  session->ended(now);
+  session->client().connecting();
+  session->client().connected(now);
+  hostlink::Welcome welcome;
+  welcome.directories = {"file:///repo/"};
+  answer(welcome);
+  lines = said();
+  EXPECT_TRUE(only<hostlink::BeginObserving>(lines).empty());
+  EXPECT_TRUE(only<hostlink::RequestBadges>(lines).empty());
+  EXPECT_FALSE(session->hasChanged());
 }
 
 TEST_F(FileManagerSessionTest, AVisitedFolderStaysInViewWhileItsItemsDo) {
