@@ -117,10 +117,11 @@ class Programs:
         return ticks / TICK
 
 
-def watch(screen, programs):
-    """Looks until all is quiet: (when the screen has changed last, CPU seconds)."""
+def watch(screen, programs, act=lambda: None):
+    """Acts, and looks until all is quiet: (when the screen has changed last, CPU seconds)."""
     begin = time.monotonic()
     first = programs.cpu()
+    act()
     changed, samples = begin, []
     while True:
         now = time.monotonic()
@@ -140,7 +141,7 @@ def watch(screen, programs):
 def open_folder(host, process, folder):
     if host == "dolphin":
         call = [f"--dest=org.kde.dolphin-{process}", "/dolphin/Dolphin_1",
-                "org.kde.dolphin.MainWindow.openDirectories", f"array:string:{folder}",
+                "org.kde.dolphin.MainWindow.openDirectories", f"array:string:{folder.as_uri()}",
                 "boolean:false"]
     else:
         call = ["--dest=org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
@@ -176,8 +177,7 @@ def measure(host, variant, build, folder, artefacts):
         if variant == "kelpie" and host == "dolphin":
             processes.append(wait_for("the extension runs", session.extension))
         programs = Programs(processes)
-        open_folder(host, file_manager, folder)
-        took, cpu = watch(screen, programs)
+        took, cpu = watch(screen, programs, lambda: open_folder(host, file_manager, folder))
         drawn = {name: screen.last.count(colour)
                  for name, colour in emblem_colours(build).items()}
         subprocess.run(["import", "-window", "root", artefacts / "screen.png"], check=True)
