@@ -12,7 +12,8 @@ std::string AskedPaths::ofItem(const std::string& path) {
   if (folder.empty()) return path;
   const std::string& resolved = ofFolder(folder);
   if (resolved == folder) return path;
-  const std::string_view name = std::string_view(path).substr(path.rfind('/') + 1);
+  std::string_view name = path;
+  name.remove_prefix(path.rfind('/') + 1);
   std::string asked = resolved;
   if (asked != "/") asked += '/';
   return asked.append(name);

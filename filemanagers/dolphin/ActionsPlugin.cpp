@@ -51,7 +51,8 @@ QList<QAction*> ActionsPlugin::actions(const KFileItemListProperties& selection,
 
 }  // namespace kelpie::filemanagers
 
-using kelpie::filemanagers::ActionsPlugin;
+// The macro takes no name with a namespace.
+using kelpie::filemanagers::ActionsPlugin;  // NOLINT(google-global-names-in-headers)
 
 K_PLUGIN_CLASS_WITH_JSON(ActionsPlugin, "actions.json")
 
