@@ -30,18 +30,24 @@ void letGoOfToolbarChoice(gpointer data, GClosure* /*closure*/) {
 
 GtkWidget* newMenu(const HostClient::MenuQuestion& question, const ShownMenu& items);
 
-GtkWidget* newMenuItem(const HostClient::MenuQuestion& question, const ShownItem& item) {
-  GtkWidget* widget = gtk_menu_item_new_with_label(item.title.c_str());
+// The widget that shows the item, without what it does.
+GtkWidget* newItemWidget(const ShownItem& item) {
   if (item.isTicked) {
-    widget = gtk_check_menu_item_new_with_label(item.title.c_str());
+    GtkWidget* widget = gtk_check_menu_item_new_with_label(item.title.c_str());
     gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(widget), TRUE);
-  } else if (!item.image.empty()) {
-    widget = gtk_image_menu_item_new_with_label(item.title.c_str());
-    const GObjectPtr<GIcon> icon(
-        g_file_icon_new(GObjectPtr<GFile>(g_file_new_for_path(item.image.c_str())).get()));
-    gtk_image_menu_item_set_image(GTK_IMAGE_MENU_ITEM(widget),
-                                  gtk_image_new_from_gicon(icon.get(), GTK_ICON_SIZE_MENU));
+    return widget;
   }
+  if (item.image.empty()) return gtk_menu_item_new_with_label(item.title.c_str());
+  GtkWidget* widget = gtk_image_menu_item_new_with_label(item.title.c_str());
+  const GObjectPtr<GIcon> icon(
+      g_file_icon_new(GObjectPtr<GFile>(g_file_new_for_path(item.image.c_str())).get()));
+  gtk_image_menu_item_set_image(GTK_IMAGE_MENU_ITEM(widget),
+                                gtk_image_new_from_gicon(icon.get(), GTK_ICON_SIZE_MENU));
+  return widget;
+}
+
+GtkWidget* newMenuItem(const HostClient::MenuQuestion& question, const ShownItem& item) {
+  GtkWidget* widget = newItemWidget(item);
   gtk_widget_set_sensitive(widget, static_cast<gboolean>(item.isEnabled));
   if (!item.submenu.empty()) {
     gtk_menu_item_set_submenu(GTK_MENU_ITEM(widget), newMenu(question, item.submenu));
