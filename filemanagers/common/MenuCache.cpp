@@ -73,6 +73,8 @@ void MenuCache::take(const HostClient::MenuQuestion& question, const HostClient:
   auto menu = std::make_shared<const ShownMenu>(shownMenu(reply.items, client_.welcome().images));
   const bool isOther = entry->menu ? *entry->menu != *menu : !menu->empty();
   entry->menu = std::move(menu);
+  // What has changed while it was on its way may be missing in it.
+  if (entry->isStale && entry == &entries_.front() && !refreshAt_) refreshAt_ = now;
   if (isOther && entry == &entries_.front()) onChanged_();
 }
 

@@ -337,6 +337,24 @@ TEST_F(FileManagerSessionTest, TheMenuOfTheSelectionFollowsTheBadges) {
   EXPECT_EQ(session->menu(question, now)->at(0).title, "Resolve");
 }
 
+TEST_F(FileManagerSessionTest, AMenuThatWasOnItsWayWhenABadgeChangedIsAskedForAgain) {
+  const auto question = questionFor("/repo/f");
+  session->show(a, "/repo/f", false);
+  session->menu(question, now);
+  const auto early = only<hostlink::MenuRequest>(said());
+  ASSERT_EQ(early.size(), 1U);
+  setBadge("file:///repo/f", badge::kConflicted);
+  ASSERT_TRUE(session->wakeAt());
+  now = *session->wakeAt();
+  session->tick(now);
+  answer(menuOf(early[0], {"Stage"}));
+  ASSERT_TRUE(session->wakeAt());
+  now = *session->wakeAt();
+  session->tick(now);
+  answer(menuOf(menuRequest(), {"Resolve"}));
+  EXPECT_EQ(session->menu(question, now)->at(0).title, "Resolve");
+}
+
 TEST_F(FileManagerSessionTest, AnItemIsChosenInAMenuThatIsAskedForAnew) {
   const auto question = questionFor("/repo/f");
   session->menu(question, now);
