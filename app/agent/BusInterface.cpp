@@ -14,7 +14,7 @@
 namespace kelpie::agent {
 namespace {
 
-constexpr const char* kPath = "/org/kelpie/Kelpie";
+constexpr const char* kAgentPath = "/org/kelpie/Kelpie";
 constexpr const char* kInterface = "org.kelpie.Kelpie.Agent";
 constexpr const char* kXml = R"(<node><interface name="org.kelpie.Kelpie.Agent">
   <method name="Actions"><arg type="aa{sv}" direction="out"/></method>
@@ -27,11 +27,11 @@ constexpr const char* kXml = R"(<node><interface name="org.kelpie.Kelpie.Agent">
 </interface></node>)";
 
 // No message on the bus needs more; git can say very much.
-constexpr std::size_t kLongestText = std::size_t{64} << 10U;
+constexpr std::size_t kLongestShownText = std::size_t{64} << 10U;
 constexpr int kUndoneLimit = 2000;  // milliseconds
-constexpr std::size_t kLongestPath = std::size_t{64} << 10U;
+constexpr std::size_t kLongestBusPath = std::size_t{64} << 10U;
 
-std::string shown(std::string_view text) { return displayText(text.substr(0, kLongestText)); }
+std::string shown(std::string_view text) { return displayText(text.substr(0, kLongestShownText)); }
 
 // A dictionary of strings to values that is being built.
 class Values {
@@ -127,7 +127,7 @@ std::string pathIn(GVariant* arguments) {
   const GVariantPtr bytes(g_variant_get_child_value(arguments, 0));
   gsize size = 0;
   const auto* path = static_cast<const char*>(g_variant_get_fixed_array(bytes.get(), &size, 1));
-  return size > kLongestPath ? std::string() : std::string(path, size);
+  return size > kLongestBusPath ? std::string() : std::string(path, size);
 }
 
 }  // namespace
@@ -141,7 +141,7 @@ BusInterface::BusInterface(GDBusConnection* bus, Log& log, Answers answers)
   GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(kXml, &error);
   if (node != nullptr) {
     const GDBusInterfaceVTable table = {&BusInterface::called, nullptr, nullptr, {}};
-    registration_ = g_dbus_connection_register_object(bus_.get(), kPath, node->interfaces[0],
+    registration_ = g_dbus_connection_register_object(bus_.get(), kAgentPath, node->interfaces[0],
                                                       &table, this, nullptr, &error);
     g_dbus_node_info_unref(node);
   }
@@ -181,7 +181,7 @@ void BusInterface::flush() {
 void BusInterface::emit(const char* signal, GVariant* values) {
   const GVariantPtr held(g_variant_ref_sink(values));
   if (bus_ == nullptr) return;
-  g_dbus_connection_emit_signal(bus_.get(), nullptr, kPath, kInterface, signal, held.get(),
+  g_dbus_connection_emit_signal(bus_.get(), nullptr, kAgentPath, kInterface, signal, held.get(),
                                 nullptr);
 }
 
@@ -216,8 +216,8 @@ void BusInterface::answerUndone(GVariant* arguments, GDBusMethodInvocation* call
 void BusInterface::tellUndone(GDBusConnection* bus, const std::string& root) {
   GVariant* path = g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, root.data(), root.size(), 1);
   const GVariantPtr answer(g_dbus_connection_call_sync(
-      bus, std::string(kApplicationIdentifier).c_str(), kPath, kInterface, "Undone", tupleOf(path),
-      nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, kUndoneLimit, nullptr, nullptr));
+      bus, std::string(kApplicationIdentifier).c_str(), kAgentPath, kInterface, "Undone",
+      tupleOf(path), nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, kUndoneLimit, nullptr, nullptr));
 }
 
 void BusInterface::tellSummary(GVariant* arguments, GDBusMethodInvocation* call) const {

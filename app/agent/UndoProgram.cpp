@@ -18,7 +18,7 @@
 namespace kelpie::agent {
 namespace {
 
-constexpr std::string_view kUndo = "undoDiscard:";
+constexpr std::string_view kUndoSelector = "undoDiscard:";
 
 // The one that runs offers to undo what is undone now.
 void tellAgent(const std::string& root) {
@@ -40,7 +40,7 @@ int UndoProgram::main(const std::string& folder) {
     log.write(found.failure.empty() ? "There is no working copy there." : found.failure);
     return EXIT_FAILURE;
   }
-  ActionRequest request(*ActionRules::find(kUndo));
+  ActionRequest request(*ActionRules::find(kUndoSelector));
   ActionContext context;
   context.workingCopy = *std::move(found.workingCopy);
   const std::string root = context.workingCopy.root;

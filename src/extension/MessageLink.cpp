@@ -40,7 +40,7 @@ constexpr std::string_view kArchivingError = "There was an error archiving messa
 constexpr std::string_view kSendingError =
     "There was an error sending message to application, status ";
 
-std::string_view textOf(ApplicationGroup::Failure failure) {
+std::string_view failureText(ApplicationGroup::Failure failure) {
   for (const auto& row : kGroupErrors)
     if (row.failure == failure) return row.text;
   return kReceivingPortError;
@@ -56,7 +56,7 @@ std::unique_ptr<LocalMessagePort> MessageLink::setupMessageListener(
     LocalMessagePort::Handler handler) {
   const ApplicationGroup group = ApplicationGroup::read(platform_.entitlements);
   if (group.failure != ApplicationGroup::Failure::None) {
-    showReceivingError(textOf(group.failure));
+    showReceivingError(failureText(group.failure));
     return nullptr;
   }
   std::string name = joined(joined(group.name, kExtensionPortComponent),

@@ -18,7 +18,7 @@ namespace {
 constexpr std::uint64_t kFallbackSection = 0;
 constexpr std::uint64_t kLocalBranches = 1;
 constexpr std::uint64_t kTags = 2;
-constexpr std::uint64_t kRemotes = 3;
+constexpr std::uint64_t kRemotesNumber = 3;
 constexpr std::uint64_t kSubmodules = 4;
 constexpr std::uint64_t kPullRequests = 5;
 
@@ -33,7 +33,7 @@ struct PickerSection {
 constexpr PickerSection kPickerSections[] = {
     {kLocalBranches, kLocalBranchesTitle, branchImage},
     {kTags, kTagsTitle, tagImage},
-    {kRemotes, "Remote Branches", branchImage},
+    {kRemotesNumber, "Remote Branches", branchImage},
 };
 
 // What an action on a local branch becomes for remote ones.
@@ -230,7 +230,7 @@ bool KPRefsManager::hasStashes() const {
 
 bool KPRefsManager::hasRemotes() const {
   const auto references = values().references;
-  return references != nullptr && references->hasChildren(kRemotes);
+  return references != nullptr && references->hasChildren(kRemotesNumber);
 }
 
 bool KPRefsManager::hasSubmodules() const {
@@ -259,7 +259,7 @@ std::shared_ptr<const Menu> KPRefsManager::namesMenu(std::uint64_t section,
 }
 
 std::shared_ptr<const Menu> KPRefsManager::remotesMenuWithAction(std::string_view action) const {
-  return namesMenu(kRemotes, action);
+  return namesMenu(kRemotesNumber, action);
 }
 
 std::shared_ptr<const Menu> KPRefsManager::submodulesMenuWithAction(std::string_view action) const {
@@ -295,7 +295,7 @@ MenuItem KPRefsManager::menuItemWithTitle(std::string title, const KPReference* 
   for (const std::uint64_t number : submenuTypes) {
     const PickerSection chosen = pickerSection(number, log_);
     // Stays changed for the sections that follow, also when this one is empty.
-    if (number == kRemotes) action = actionForRemotes(action);
+    if (number == kRemotesNumber) action = actionForRemotes(action);
     if (references == nullptr) continue;
     const ReferenceEntries entries = references->outline.entriesBelowChild(chosen.number);
     if (entries.empty()) continue;

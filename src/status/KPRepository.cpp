@@ -39,7 +39,7 @@ std::string presentPath(const std::optional<URL>& url, const FileSystem& files) 
 
 // The elements of an array that are URLs, in order. One may come any number of times; what is done
 // for each takes some memory, and a copy of the path of a folder.
-std::vector<URL> urlsOf(const ObjectView& array) {
+std::vector<URL> listedUrls(const ObjectView& array) {
   constexpr std::uint64_t kItem = 256;
   std::vector<URL> urls;
   urls.reserve(array.plausibleSize());
@@ -315,7 +315,7 @@ void KPRepository::changeStatus(const Object& urls, WordChange change) {
   checkIsOn(*updateQueue_);
   const auto work = std::make_shared<Work>();
   if (!urls.isArray() || cacheFor(*work).isDisplaced(rootIdentifier_)) return;
-  const std::vector<URL> listed = urlsOf(urls);
+  const std::vector<URL> listed = listedUrls(urls);
   if (isRefused(urls)) return;
   std::vector<std::pair<URL, ResourceValues>> items;
   items.reserve(listed.size());
@@ -444,7 +444,7 @@ void KPRepository::updateBadges(const Object& info) {
   const Object badge = info["badge"];
   if (!badge.isString()) return;
   const std::string identifier = badge.stringValue();
-  const std::vector<URL> urls = urlsOf(info["urls"]);
+  const std::vector<URL> urls = listedUrls(info["urls"]);
   if (isRefused(info)) return;
   for (const URL& url : urls) badges_.set(identifier, url);
 }

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 using Site = SafeReplacement::Site;
 
 // Submodules in submodules, and how many of them in all.
-constexpr int kDeepest = 8;
+constexpr int kDeepestFolder = 8;
 constexpr std::size_t kMostSites = 200;
 
 }  // namespace
@@ -97,7 +97,7 @@ bool DiscardPlanner::planSubmodules(const Site& site, const IncomingFiles::Entri
     const std::string root = site.workingCopy.root + "/" + path;
     std::error_code ignored;
     if (!fs::exists(root + "/.git", ignored)) continue;
-    if (depth >= kDeepest || sites_.size() >= kMostSites) return false;
+    if (depth >= kDeepestFolder || sites_.size() >= kMostSites) return false;
     const auto found = WorkingCopyFinder(git_).find(root).workingCopy;
     if (found && found->root == root && !plan(*found, {"."}, depth + 1, commit)) return false;
   }

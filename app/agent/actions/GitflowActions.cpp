@@ -12,16 +12,16 @@ namespace kelpie::agent {
 namespace {
 
 // One of the three kinds of work that git-flow knows.
-struct Kind {
+struct FlowKind {
   const char* word;  // as the program git-flow calls it
   std::string Gitflow::*prefix;
   std::string Gitflow::*base;  // the branch that it starts from
   // It ends in a version: it is merged to the master branch as well, and tagged there.
   bool isVersion;
 };
-constexpr Kind kFeature = {"feature", &Gitflow::featurePrefix, &Gitflow::develop, false};
-constexpr Kind kRelease = {"release", &Gitflow::releasePrefix, &Gitflow::develop, true};
-constexpr Kind kHotfix = {"hotfix", &Gitflow::hotfixPrefix, &Gitflow::master, true};
+constexpr FlowKind kFeature = {"feature", &Gitflow::featurePrefix, &Gitflow::develop, false};
+constexpr FlowKind kRelease = {"release", &Gitflow::releasePrefix, &Gitflow::develop, true};
+constexpr FlowKind kHotfix = {"hotfix", &Gitflow::hotfixPrefix, &Gitflow::master, true};
 
 constexpr const char* kNotSetUp = "The repository is not set up for git-flow.";
 
@@ -32,7 +32,7 @@ std::optional<Gitflow> flowOf(ActionJob& job) {
   return references == nullptr ? std::nullopt : references->gitflow;
 }
 
-ActionOutcome start(ActionJob& job, const Kind& kind) {
+ActionOutcome start(ActionJob& job, const FlowKind& kind) {
   const std::optional<Gitflow> flow = flowOf(job);
   if (!flow) return ActionOutcome::failed(kNotSetUp);
   const Dialogs::Answer name = Dialogs::ask("Name of the " + std::string(kind.word) + ":", "");
@@ -69,7 +69,7 @@ ActionOutcome tagVersion(const ActionJob& job, const Gitflow& flow, const std::s
 
 // Every step can be done again: after a conflict is resolved, finishing once more goes on with
 // what is left.
-ActionOutcome finishByGit(ActionJob& job, const Gitflow& flow, const Kind& kind,
+ActionOutcome finishByGit(ActionJob& job, const Gitflow& flow, const FlowKind& kind,
                           const std::string& branch, const std::string& name) {
   const std::string full = "refs/heads/" + branch;
   if (kind.isVersion) {
@@ -82,7 +82,7 @@ ActionOutcome finishByGit(ActionJob& job, const Gitflow& flow, const Kind& kind,
   return job.change({"branch", "-q", "-D", "--", branch});
 }
 
-ActionOutcome finish(ActionJob& job, const Kind& kind) {
+ActionOutcome finish(ActionJob& job, const FlowKind& kind) {
   const std::optional<Gitflow> flow = flowOf(job);
   if (!flow) return ActionOutcome::failed(kNotSetUp);
   const std::string& branch = job.target().branch;
@@ -104,11 +104,11 @@ ActionOutcome finish(ActionJob& job, const Kind& kind) {
       [&](IncomingFiles::Ignored) { return job.change(arguments); });
 }
 
-template <const Kind& kind>
+template <const FlowKind& kind>
 ActionOutcome startOf(ActionJob& job) {
   return start(job, kind);
 }
-template <const Kind& kind>
+template <const FlowKind& kind>
 ActionOutcome finishOf(ActionJob& job) {
   return finish(job, kind);
 }

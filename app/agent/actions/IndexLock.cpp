@@ -26,7 +26,7 @@ std::string lockOf(const GitCommand& git) {
                             : std::string();
 }
 
-bool isThere(const std::string& file) {
+bool isHeld(const std::string& file) {
   std::error_code ignored;
   return fs::exists(fs::symlink_status(file, ignored));
 }
@@ -61,8 +61,8 @@ ActionOutcome IndexLock::change(const GitCommand& git,
     if (result.succeeded() || result.errors.find(kName) == std::string::npos)
       return ActionOutcome::of(result);
     const std::string lock = lockOf(git);
-    if (!isThere(lock) && ++unseen == kMostUnseen) return ActionOutcome::of(result);
-    while (isThere(lock)) {
+    if (!isHeld(lock) && ++unseen == kMostUnseen) return ActionOutcome::of(result);
+    while (isHeld(lock)) {
       if (Clock::now() >= end)
         return ActionOutcome::failed(
             "Another git is at work in this repository, or one was ended before it was done: it "

@@ -22,7 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // One window per file, but no more than a person looks at.
-constexpr std::size_t kMostWindows = 8;
+constexpr std::size_t kMostWindowsAtOnce = 8;
 
 // Against the last commit, where there is one: staged changes are changes, too.
 ActionOutcome showChanges(ActionJob& job) {
@@ -36,8 +36,8 @@ ActionOutcome showChanges(ActionJob& job) {
 
 ActionOutcome blame(ActionJob& job) {
   const std::vector<std::string>& paths = job.target().paths;
-  if (paths.size() > kMostWindows)
-    return ActionOutcome::failed("More than " + std::to_string(kMostWindows) +
+  if (paths.size() > kMostWindowsAtOnce)
+    return ActionOutcome::failed("More than " + std::to_string(kMostWindowsAtOnce) +
                                  " windows would be opened.");
   std::vector<ProgramCall> windows;
   for (const std::string& path : paths) {

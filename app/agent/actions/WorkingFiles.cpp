@@ -44,10 +44,10 @@ WorkingFiles::Presence presenceOf(const struct stat& found) {
   return presence;
 }
 
-struct CloseFolder {
+struct CloseWorkingFolder {
   void operator()(DIR* folder) const { closedir(folder); }
 };
-using Folder = std::unique_ptr<DIR, CloseFolder>;
+using Folder = std::unique_ptr<DIR, CloseWorkingFolder>;
 
 Folder openFolder(int above, const char* name) {
   const int descriptor = openat(above, name, kFolderFlags);

@@ -14,14 +14,14 @@ namespace kelpie::agent {
 namespace {
 
 // More than a bubble shows; git can say very much.
-constexpr std::size_t kLongestText = 2000;
+constexpr std::size_t kLongestNotice = 2000;
 constexpr int kServiceLimit = 5000;  // milliseconds
 constexpr const char* kService = "org.freedesktop.Notifications";
-constexpr const char* kPath = "/org/freedesktop/Notifications";
+constexpr const char* kNotificationsPath = "/org/freedesktop/Notifications";
 constexpr std::string_view kButton = "do";  // how the button is called between the programs
 
 std::string shortened(const std::string& text) {
-  return text.size() <= kLongestText ? text : text.substr(0, kLongestText) + "\u2026";
+  return text.size() <= kLongestNotice ? text : text.substr(0, kLongestNotice) + "\u2026";
 }
 
 }  // namespace
@@ -37,9 +37,9 @@ DesktopNotifier::DesktopNotifier(GDBusConnection* bus, Log& log)
       log_(log),
       cancellable_(g_cancellable_new()) {
   if (bus_ == nullptr) return;
-  signals_ = g_dbus_connection_signal_subscribe(bus_.get(), kService, kService, nullptr, kPath,
-                                                nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
-                                                &DesktopNotifier::heard, this, nullptr);
+  signals_ = g_dbus_connection_signal_subscribe(
+      bus_.get(), kService, kService, nullptr, kNotificationsPath, nullptr,
+      G_DBUS_SIGNAL_FLAGS_NONE, &DesktopNotifier::heard, this, nullptr);
 }
 
 DesktopNotifier::~DesktopNotifier() {
@@ -92,7 +92,7 @@ void DesktopNotifier::show(Key key, const std::string& title, const std::string&
   }
   GVariantBuilder hints;
   g_variant_builder_init(&hints, G_VARIANT_TYPE("a{sv}"));
-  g_dbus_connection_call(bus_.get(), kService, kPath, kService, "Notify",
+  g_dbus_connection_call(bus_.get(), kService, kNotificationsPath, kService, "Notify",
                          g_variant_new("(susssasa{sv}i)", "Kelpie", std::uint32_t{0}, "",
                                        shownTitle.c_str(), body.get(), &actions, &hints, -1),
                          G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, kServiceLimit,
@@ -101,7 +101,7 @@ void DesktopNotifier::show(Key key, const std::string& title, const std::string&
 }
 
 void DesktopNotifier::close(std::uint32_t number) {
-  g_dbus_connection_call(bus_.get(), kService, kPath, kService, "CloseNotification",
+  g_dbus_connection_call(bus_.get(), kService, kNotificationsPath, kService, "CloseNotification",
                          g_variant_new("(u)", number), nullptr, G_DBUS_CALL_FLAGS_NONE,
                          kServiceLimit, nullptr, nullptr, nullptr);
 }

@@ -23,7 +23,7 @@ constexpr const char* kTitle = "Kelpie";
 constexpr int kAgreed = 0;
 constexpr int kLastRefusal = 2;
 // Their message where there is no display after all.
-constexpr std::array<std::string_view, 2> kNoDisplay = {"open display", "connect to display"};
+constexpr std::array<std::string_view, 2> kNoDisplayWords = {"open display", "connect to display"};
 
 enum class Program { None, Zenity, Kdialog };
 
@@ -75,7 +75,7 @@ std::string asRichText(const std::string& text) {
 Dialogs::End endOf(const ProgramResult& result) {
   if (result.end != ProgramResult::End::Exited) return Dialogs::End::Unavailable;
   if (result.status == kAgreed) return Dialogs::End::Answered;
-  const bool noDisplay = std::ranges::any_of(kNoDisplay, [&](std::string_view words) {
+  const bool noDisplay = std::ranges::any_of(kNoDisplayWords, [&](std::string_view words) {
     return result.errors.find(words) != std::string::npos;
   });
   // Any other exit status is not a consent.
@@ -103,7 +103,7 @@ Dialogs::Answer needingText(Dialogs::Answer answer) {
   return answer;
 }
 
-std::string trimmed(std::string_view text) {
+std::string trimmedAnswer(std::string_view text) {
   const std::size_t first = text.find_first_not_of(" \t\r\n");
   if (first == std::string_view::npos) return {};
   return std::string(text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1));
@@ -166,7 +166,7 @@ Dialogs::Answer Dialogs::ask(const std::string& prompt, const std::string& initi
     case Program::None:
       return answer;
   }
-  answer.text = trimmed(answer.text);
+  answer.text = trimmedAnswer(answer.text);
   return needingText(answer);
 }
 
@@ -214,7 +214,7 @@ Dialogs::Answer Dialogs::choose(const std::string& prompt,
       arguments.insert(arguments.end(), {number, asChoice(choices[i]), i == 0 ? "on" : "off"});
   }
   Answer answer = needingText(run(std::move(arguments)));
-  const std::string text = trimmed(answer.text);
+  const std::string text = trimmedAnswer(answer.text);
   const char* end = text.data() + text.size();
   const auto read = std::from_chars(text.data(), end, answer.choice);
   if (answer.given() && (read.ec != std::errc() || answer.choice >= choices.size()))

@@ -52,7 +52,7 @@ std::set<std::string_view> linesOf(std::string_view content) {
   return lines;
 }
 
-bool writeAll(int fd, std::string_view text) {
+bool writeText(int fd, std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = write(fd, text.data(), text.size());
     if (written < 0 && errno == EINTR) continue;
@@ -99,7 +99,7 @@ std::string addIgnorePatterns(const std::string& file, const std::vector<std::st
   const std::size_t prefix = added.size();
   for (const std::string& pattern : patterns)
     if (!known.contains(pattern)) added.append(pattern).push_back('\n');
-  if (added.size() == prefix || writeAll(fd.get(), added)) return {};
+  if (added.size() == prefix || writeText(fd.get(), added)) return {};
   std::string why = systemError(file);
   // Half a pattern would ignore something else.
   if (ftruncate(fd.get(), before.st_size) != 0) why += " (some of it was written)";

@@ -13,7 +13,7 @@ std::int64_t firstNumber() {
   return std::uniform_int_distribution<std::int64_t>(1, std::int64_t{1} << 52U)(device);
 }
 
-std::int64_t nextNumber() {
+std::int64_t nextReferenceNumber() {
   static std::atomic<std::int64_t> next = firstNumber();
   return next++;
 }
@@ -22,7 +22,7 @@ std::int64_t nextNumber() {
 
 std::int64_t ReferenceNumbers::numberFor(const std::string& fullName) {
   const auto [at, isNew] = numbers_.try_emplace(fullName, Number{0, true});
-  if (isNew) at->second.value = nextNumber();
+  if (isNew) at->second.value = nextReferenceNumber();
   at->second.asked = true;
   return at->second.value;
 }

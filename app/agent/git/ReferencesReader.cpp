@@ -22,15 +22,15 @@ struct KindOfName {
   ReferenceKind kind;
   std::vector<Reference> ReferencesSnapshot::*list;
 };
-constexpr std::array<KindOfName, 3> kKinds = {{
+constexpr std::array<KindOfName, 3> kReferenceKinds = {{
     {"refs/heads/", ReferenceKind::LocalBranch, &ReferencesSnapshot::branches},
     {"refs/tags/", ReferenceKind::Tag, &ReferencesSnapshot::tags},
     {"refs/remotes/", ReferenceKind::RemoteBranch, &ReferencesSnapshot::remoteBranches},
 }};
 constexpr std::string_view kStashName = "refs/stash";
-constexpr std::string_view kLocalPrefix = kKinds[0].prefix;
+constexpr std::string_view kLocalPrefix = kReferenceKinds[0].prefix;
 
-std::string withoutLineEnd(std::string text) {
+std::string nameWithoutLineEnd(std::string text) {
   if (text.ends_with('\n')) text.pop_back();
   return text;
 }
@@ -102,9 +102,10 @@ std::string ReferencesReader::readReferences(ReferencesSnapshot& into, bool& has
 }
 
 void ReferencesReader::addReference(ListedReference listed, ReferencesSnapshot& into) {
-  const auto* kind = std::ranges::find_if(
-      kKinds, [&](const KindOfName& each) { return listed.name.starts_with(each.prefix); });
-  if (kind == kKinds.end()) return;
+  const auto* kind = std::ranges::find_if(kReferenceKinds, [&](const KindOfName& each) {
+    return listed.name.starts_with(each.prefix);
+  });
+  if (kind == kReferenceKinds.end()) return;
   const bool ofRemote = kind->kind == ReferenceKind::RemoteBranch;
   // A remote's own HEAD only stands for one of its branches.
   if (ofRemote && listed.isSymbolic) return;
@@ -123,7 +124,7 @@ void ReferencesReader::addReference(ListedReference listed, ReferencesSnapshot& 
 std::string ReferencesReader::readHead(ReferencesSnapshot& into) {
   const ProgramResult symbolic = ask({"symbolic-ref", "--quiet", "HEAD"});
   if (symbolic.end == ProgramResult::End::Exited && symbolic.status == 0) {
-    const std::string name = withoutLineEnd(symbolic.output);
+    const std::string name = nameWithoutLineEnd(symbolic.output);
     if (const Reference* branch = into.referenceNamed(name)) {
       into.headBranch = *branch;
       into.hasHeadCommit = true;
@@ -143,7 +144,7 @@ std::string ReferencesReader::readHead(ReferencesSnapshot& into) {
   Reference head;
   head.fullName = "HEAD";
   head.shortName = "(HEAD)";
-  head.oid = withoutLineEnd(commit.output);
+  head.oid = nameWithoutLineEnd(commit.output);
   // It is what is checked out, so that nobody is offered to delete it or to merge it into itself.
   head.isHead = true;
   head.isDetached = true;

@@ -28,7 +28,7 @@ constexpr Trace kTraces[] = {
     {"BISECT_LOG", nullptr, RepositoryState::Bisect},
 };
 
-bool isThere(const std::filesystem::path& path) {
+bool hasStateFile(const std::filesystem::path& path) {
   std::error_code ignored;
   return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
 }
@@ -38,8 +38,8 @@ bool isThere(const std::filesystem::path& path) {
 RepositoryState repositoryState(const std::string& gitDirectory) {
   const std::filesystem::path directory(gitDirectory);
   for (const Trace& trace : kTraces) {
-    if (!isThere(directory / trace.file)) continue;
-    if (trace.also == nullptr || isThere(directory / trace.also)) return trace.state;
+    if (!hasStateFile(directory / trace.file)) continue;
+    if (trace.also == nullptr || hasStateFile(directory / trace.also)) return trace.state;
   }
   return RepositoryState::None;
 }

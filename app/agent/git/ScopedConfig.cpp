@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 constexpr std::chrono::milliseconds kReadingLimit = std::chrono::seconds(20);
 constexpr std::string_view kFileOrigin = "file:";
 
-std::optional<std::string_view> cutField(std::string_view& text) {
+std::optional<std::string_view> cutConfigField(std::string_view& text) {
   const std::size_t end = text.find('\0');
   if (end == std::string_view::npos) return std::nullopt;
   const std::string_view field = text.substr(0, end);
@@ -60,9 +60,9 @@ std::optional<ScopedConfig> ScopedConfig::parse(std::string_view output,
   constexpr std::array<std::string_view, 3> kScopesOfUser = {"system", "global", "command"};
   ScopedConfig config;
   while (!output.empty()) {
-    const std::optional<std::string_view> scope = cutField(output);
-    const std::optional<std::string_view> origin = cutField(output);
-    const std::optional<std::string_view> setting = cutField(output);
+    const std::optional<std::string_view> scope = cutConfigField(output);
+    const std::optional<std::string_view> origin = cutConfigField(output);
+    const std::optional<std::string_view> setting = cutConfigField(output);
     if (!scope || !origin || !setting) return std::nullopt;
     Entry entry;
     const std::size_t split = setting->find('\n');

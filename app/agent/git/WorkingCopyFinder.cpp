@@ -29,7 +29,7 @@ bool looksBare(const fs::path& folder) {
 }
 
 // What git printed, without the one line end after it: a path may hold line ends of its own.
-std::string_view withoutLineEnd(std::string_view text) {
+std::string_view lineWithoutEnd(std::string_view text) {
   if (text.ends_with('\n')) text.remove_suffix(1);
   return text;
 }
@@ -136,7 +136,7 @@ WorkingCopyFinder::Finding WorkingCopyFinder::findFrom(const std::string& folder
   const bool insideWorkTree = cutLine(rest) == "true";
   WorkingCopy found;
   found.bare = cutLine(rest) == "true";
-  found.gitDirectory = withoutLineEnd(rest);
+  found.gitDirectory = lineWithoutEnd(rest);
   found.commonDirectory = commonDirectoryOf(found.gitDirectory);
   if (found.bare && !insideWorkTree) {
     found.root = found.gitDirectory;
@@ -152,7 +152,7 @@ WorkingCopyFinder::Finding WorkingCopyFinder::findFrom(const std::string& folder
   }
   const ProgramResult root = git.ask({"rev-parse", "--show-toplevel"});
   if (!root.succeeded()) return {std::nullopt, root.failure()};
-  found.root = withoutLineEnd(root.output);
+  found.root = lineWithoutEnd(root.output);
   found.bare = false;
   if (std::string why = misplacement(found); !why.empty())
     return {std::nullopt, std::move(why), true};

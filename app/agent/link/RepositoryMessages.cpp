@@ -19,7 +19,7 @@ struct ReferenceMessage {
 };
 
 // A bare repository takes no status: that it is bare comes first.
-constexpr std::array<ReferenceMessage, RepositoryMessages::kReferenceMessages> kReferences = {{
+constexpr std::array<ReferenceMessage, RepositoryMessages::kReferenceMessages> kReferenceTable = {{
     {selector::kSetBare, [](const ReferencesSnapshot& snapshot) { return Object(snapshot.bare); }},
     {selector::kSetHasHeadCommit,
      [](const ReferencesSnapshot& snapshot) { return Object(snapshot.hasHeadCommit); }},
@@ -72,13 +72,13 @@ std::array<RepositoryMessages::Step, 2> RepositoryMessages::restoration() const 
 RepositoryMessages::References RepositoryMessages::references(
     const ReferencesSnapshot& snapshot) const {
   References all;
-  for (std::size_t i = 0; i < kReferences.size(); ++i)
-    all[i] = message(kReferences[i].selector, kReferences[i].argument(snapshot));
+  for (std::size_t i = 0; i < kReferenceTable.size(); ++i)
+    all[i] = message(kReferenceTable[i].selector, kReferenceTable[i].argument(snapshot));
   return all;
 }
 
 std::string_view RepositoryMessages::referenceSelector(std::size_t index) {
-  return kReferences.at(index).selector;
+  return kReferenceTable.at(index).selector;
 }
 
 // A nil argument is a key that is not there.

@@ -17,7 +17,7 @@ constexpr std::size_t kMaximumComplaints = 1000;
 constexpr std::size_t kMaximumTaken = 10000;
 // How many entries of a shown folder are looked at.
 constexpr std::size_t kMaximumEntries = 10000;
-constexpr std::string_view kQueueLabel = "org.kelpie.Kelpie.SearchQueue";
+constexpr std::string_view kSearchQueueLabel = "org.kelpie.Kelpie.SearchQueue";
 
 std::optional<FileIdentifier> identityIn(const FileSystem& files, const std::string& folder) {
   return URL::fileURLWithPath(folder).identifier(files);
@@ -61,7 +61,7 @@ void RepositoryRegistry::open(const std::string& folder, const std::shared_ptr<E
 // Each look at the file system has a queue of its own: a file system that does not answer delays
 // nothing else.
 void RepositoryRegistry::look(const Request& request) {
-  services_.queues.makeQueue(kQueueLabel)
+  services_.queues.makeQueue(kSearchQueueLabel)
       ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), request,
               watches = shown_.watches(), &files = services_.files,
               withNeighbours = services_.neighbours > 0] {
@@ -76,7 +76,7 @@ void RepositoryRegistry::look(const Request& request) {
 
 void RepositoryRegistry::lookAtEntry(const std::string& folder, const std::string& entry) {
   if (services_.neighbours == 0) return;
-  services_.queues.makeQueue(kQueueLabel)
+  services_.queues.makeQueue(kSearchQueueLabel)
       ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), folder,
               entry, watches = shown_.watches(), &files = services_.files] {
         if (WorkingCopyFinder::candidate(folder)) return;
@@ -185,7 +185,7 @@ void RepositoryRegistry::queueSearch(const std::string& candidate, ReadingSlots:
 }
 
 void RepositoryRegistry::search(const std::string& candidate, ReadingSlots::Ticket ticket) {
-  services_.queues.makeQueue(kQueueLabel)
+  services_.queues.makeQueue(kSearchQueueLabel)
       ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(), candidate,
               ticket, slots = services_.slots, watches = shown_.watches(), git = services_.git,
               &files = services_.files, gitIsGood = gitIsGood_] {
@@ -297,7 +297,7 @@ void RepositoryRegistry::readAgain() {
 
 void RepositoryRegistry::checkGit() {
   thread_.check();
-  services_.queues.makeQueue(kQueueLabel)
+  services_.queues.makeQueue(kSearchQueueLabel)
       ->post([this, alive = std::weak_ptr<bool>(alive_), main = services_.loop.queue(),
               git = services_.git] {
         main->post([this, alive, problem = problemOfGit(git)] {

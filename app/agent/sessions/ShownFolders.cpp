@@ -20,7 +20,7 @@ constexpr std::array<std::string_view, 4> kNames = {".git", "HEAD", "objects", "
 
 constexpr std::string_view kGit = "/.git";
 
-std::string joined(const std::string& folder, const std::string& name) {
+std::string pathIn(const std::string& folder, const std::string& name) {
   return folder.ends_with('/') ? folder + name : folder + "/" + name;
 }
 
@@ -107,7 +107,7 @@ void ShownFolders::happened(const Event& event) {
     return doubt(event.folder.substr(0, event.folder.size() - kGit.size()));
   if (std::ranges::find(kNames, event.name) != kNames.end()) doubt(event.folder);
   if (!event.isFolder || event.kind == Event::Kind::Changed) return;
-  const std::string path = joined(event.folder, event.name);
+  const std::string path = pathIn(event.folder, event.name);
   // The watched items are elsewhere now.
   names_.removeWithin(client_, path);
   doubt(path);

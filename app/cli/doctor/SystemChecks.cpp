@@ -25,7 +25,7 @@
 namespace kelpie::cli {
 namespace {
 
-constexpr std::string_view kSettings = "settings";
+constexpr std::string_view kSettingsTopic = "settings";
 constexpr std::string_view kFolders = "observed folders";
 constexpr std::string_view kGit = "git";
 constexpr std::string_view kDialogs = "dialogs";
@@ -128,16 +128,17 @@ void SystemChecks::checkSettings() {
   const auto file = DefaultsFile::ofSuite(kApplicationGroup);
   const auto settings = SharedSettings::read();
   if (!settings) {
-    report_.problem(kSettings, settings.problem(),
+    report_.problem(kSettingsTopic, settings.problem(),
                     file ? "move " + file->path() + " away" : "set HOME or XDG_CONFIG_HOME");
     return;
   }
   const auto version = settings->stringForKey(kApplicationVersionKey);
   if (version && *version != kVersion) {
-    report_.problem(kSettings, "the main application that wrote them has version " + *version,
+    report_.problem(kSettingsTopic, "the main application that wrote them has version " + *version,
                     "run a kelpie-agent of version " + std::string(kVersion));
   } else {
-    report_.good(kSettings, file->path() + (settings->stored().empty() ? " (nothing stored)" : ""));
+    report_.good(kSettingsTopic,
+                 file->path() + (settings->stored().empty() ? " (nothing stored)" : ""));
   }
   checkFolders(*settings);
 }

@@ -24,7 +24,7 @@ constexpr BadgeLook kLooks[] = {
 };
 
 constexpr BadgeLook kNone = {"", " ", " ", "no badge", Colour::Dim};
-constexpr BadgeLook kUnknown = {"", "*", "*", "unknown badge", Colour::Plain};
+constexpr BadgeLook kUnknownLook = {"", "*", "*", "unknown badge", Colour::Plain};
 
 }  // namespace
 
@@ -37,7 +37,7 @@ bool isBadge(std::string_view identifier) {
 const BadgeLook& badgeLook(std::string_view identifier) {
   if (!isBadge(identifier)) return kNone;
   const auto* found = std::ranges::find(kLooks, identifier, &BadgeLook::identifier);
-  return found == std::end(kLooks) ? kUnknown : *found;
+  return found == std::end(kLooks) ? kUnknownLook : *found;
 }
 
 std::size_t widestLabel() {

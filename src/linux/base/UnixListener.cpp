@@ -18,7 +18,7 @@ namespace {
 // would otherwise keep the loop busy.
 constexpr std::chrono::seconds kPause(1);
 
-bool isPassing(int error) {
+bool isPassingOfAccept(int error) {
   return error == EAGAIN || error == EINTR || error == ECONNABORTED || error == EPROTO;
 }
 
@@ -51,7 +51,7 @@ void UnixListener::listen() {
 void UnixListener::accept() {
   UniqueFd connection(::accept4(socket_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
   if (!connection) {
-    if (isPassing(errno)) return;
+    if (isPassingOfAccept(errno)) return;
     loop_.log().write(systemErrorText("cannot take a connection on " + path_, errno));
     source_ = loop_.callAfter(kPause, [this] { listen(); });
     return;
