@@ -39,7 +39,10 @@ TEST_F(TrueBadges, NothingHasABadgeBeforeThereIsAStatus) {
   start({session.home().path()});
   host().show(repository);
   ASSERT_TRUE(session.waitUntil([&] { return !session.read("asked").empty(); }));
-  // What the extension was told by now it has taken in when it answers this.
+  // What the extension was told by now it has taken in when it answers this. Of a working copy that
+  // it knows, it would have an answer to a host that asks now.
+  for (int i = 0; i < 10; ++i) host().menu(0, {fileURL(repository + "/file.txt")});
+  host().ask({repository + "/file.txt"});
   for (int i = 0; i < 10; ++i) host().menu(0, {fileURL(repository + "/file.txt")});
   EXPECT_EQ(host().badge(fileURL(repository + "/file.txt")), "none");
   session.home().addFile("go");
@@ -52,6 +55,8 @@ TEST_F(TrueBadges, AFileThatLeavesAnIgnoredFolderIsIgnoredNoMore) {
   session.git("r", {"add", "-A"});
   session.git("r", {"commit", "-q", "-m", "Ignores"});
   session.home().addFile("r/out/other", "as committed\n");
+  // The ignored folder stays one when the file has left it.
+  session.home().addFile("r/out/more", "");
   startWith(repository, repository + "/file.txt", "KPCurrentBadge");
   for (const char* folder : {"/sub", "/out"}) host().show(repository + folder);
   EXPECT_TRUE(host().sees(repository + "/sub/tracked", "KPCurrentBadge"));
