@@ -49,6 +49,10 @@ if(KELPIE_FUZZ)
   if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     message(FATAL_ERROR "KELPIE_FUZZ needs clang; use the preset asan.")
   endif()
-  # The fuzzer's own main() is linked to the fuzz targets only (see fuzz/CMakeLists.txt).
-  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+# What is fuzzed tells the fuzzer what it does: the core. The fuzzer's own main() is linked to the
+# fuzz targets only (see fuzz/CMakeLists.txt).
+add_library(kelpie_fuzzed INTERFACE)
+if(KELPIE_FUZZ)
+  target_compile_options(kelpie_fuzzed INTERFACE -fsanitize=fuzzer-no-link)
 endif()

@@ -21,6 +21,56 @@ function(kelpie_foreign_target OUT NAME)
   endif()
 endfunction()
 
+# The part of the house that a row of layers.txt belongs to: what has the same outside libraries.
+function(kelpie_layer_part OUT ROW)
+  if(ROW MATCHES "^src/(protocol/hostlink|linux/|platform/linux)")
+    set(${OUT} linux PARENT_SCOPE)
+  elseif(ROW MATCHES "^src/")
+    set(${OUT} core PARENT_SCOPE)
+  elseif(ROW MATCHES "^app/cli")
+    set(${OUT} cli PARENT_SCOPE)
+  else()
+    set(${OUT} agent PARENT_SCOPE)
+  endif()
+endfunction()
+
+# Under a sanitizer, the layers of a part are one library of a few large sources: their headers, and
+# the templates that they share, are what takes the time. Calls that go the wrong way link in such a
+# build; in the others they do not.
+option(KELPIE_LAYERS_TOGETHER "Compile all layers of a part of the house together" OFF)
+
+# A file's local name may be another file's name there.
+add_library(kelpie_together INTERFACE)
+target_compile_options(kelpie_together INTERFACE -Wno-shadow)
+# What waits for other processes most of the time is not optimised; the core is what the tests
+# repeat a million times.
+add_library(kelpie_waiting INTERFACE)
+target_compile_options(kelpie_waiting INTERFACE -O0)
+
+# kelpie_add_layer_to_part(NAME PART FOLDER <folder> USES <library>...): the layer NAME as a name of
+# the library of its part, which gets the folder's sources.
+function(kelpie_add_layer_to_part NAME PART)
+  cmake_parse_arguments(PARSE_ARGV 2 layer "" "FOLDER" "USES")
+  kelpie_sources(sources "${CMAKE_CURRENT_SOURCE_DIR}/${layer_FOLDER}")
+  list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
+  set(part "kelpie_part_${PART}")
+  if(NOT TARGET ${part})
+    add_library(${part} STATIC)
+    target_link_libraries(${part} PRIVATE kelpie_warnings PUBLIC kelpie_includes)
+    set_target_properties(${part} PROPERTIES UNITY_BUILD_BATCH_SIZE 32)
+    if(PART STREQUAL "core")
+      target_link_libraries(${part} PRIVATE kelpie_together kelpie_fuzzed)
+    else()
+      target_link_libraries(${part} PRIVATE kelpie_together kelpie_waiting)
+    endif()
+  endif()
+  target_sources(${part} PRIVATE ${sources})
+  add_library(${NAME} INTERFACE)
+  target_link_libraries(${NAME} INTERFACE ${part})
+  # The part reaches itself through the names of its layers.
+  target_link_libraries(${part} PUBLIC ${layer_USES})
+endfunction()
+
 # kelpie_add_layers(TOP): the layers below TOP (src, app or filemanagers). A folder with a CMakeLists.txt of its
 # own says itself how it is built. What needs an operating system is for Linux. The names of the
 # libraries are appended to KELPIE_LAYERS in the caller.
@@ -53,7 +103,15 @@ function(kelpie_add_layers TOP)
       list(APPEND libraries kelpie_${TOP}_includes)
     endif()
     kelpie_layer_target(name "${folder}")
-    kelpie_add_layer(${name} FOLDER "${folder}" USES ${libraries})
+    if(KELPIE_LAYERS_TOGETHER AND NOT TOP STREQUAL "filemanagers")
+      kelpie_layer_part(part "${row}")
+      kelpie_add_layer_to_part(${name} ${part} FOLDER "${folder}" USES ${libraries})
+    else()
+      kelpie_add_layer(${name} FOLDER "${folder}" USES ${libraries})
+      if(row MATCHES "^src/[^ ]+ :[^<]*$")
+        target_link_libraries(${name} PRIVATE kelpie_fuzzed)
+      endif()
+    endif()
     list(APPEND layers ${name})
   endforeach()
   set(KELPIE_LAYERS ${KELPIE_LAYERS} ${layers} PARENT_SCOPE)
