@@ -40,6 +40,7 @@ void AskedItems::ask(const std::string& path, std::string url) {
   const std::string folder = folderOf(path);
   Asked& item = items_[folder][path];
   item.url = std::move(url);
+  item.told = nullptr;
   if (!shown_.contains(folder)) noteUnshown(path, item);
 }
 
@@ -68,6 +69,21 @@ void AskedItems::forgetOldest() {
   const auto folder = items_.find(folderOf(oldest.path));
   folder->second.erase(oldest.path);
   if (folder->second.empty()) items_.erase(folder);
+}
+
+AskedItems::Asked* AskedItems::find(const std::string& path) {
+  const auto folder = items_.find(folderOf(path));
+  if (folder == items_.end()) return nullptr;
+  const auto item = folder->second.find(path);
+  return item == folder->second.end() ? nullptr : &item->second;
+}
+
+bool AskedItems::isNews(const std::string& path, const std::string& badge) {
+  Asked* const item = find(path);
+  if (item == nullptr) return true;
+  if (item->told != nullptr && *item->told == badge) return false;
+  item->told = &*badges_.insert(badge).first;
+  return true;
 }
 
 std::optional<std::string_view> AskedItems::spelling(const std::string& path) const {

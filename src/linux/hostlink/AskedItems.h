@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "foundation/URL.h"
@@ -39,6 +40,10 @@ class AskedItems {
   // forgotten.
   std::optional<std::string_view> spelling(const std::string& path) const;
 
+  // The badge is set for the item. False when the host was told that badge last, and has not asked
+  // since: the main application says a whole status again and again, in which little is new.
+  bool isNews(const std::string& path, const std::string& badge);
+
   // The folder of the path, by its text; "" for the root.
   static std::string folderOf(const std::string& path);
 
@@ -50,12 +55,14 @@ class AskedItems {
   struct Asked {
     std::string url;
     std::uint64_t order = 0;  // of its newest entry in unshownOrder_; 0 while its folder is shown
+    const std::string* told = nullptr;  // one of badges_, since it was asked for last; null for none
   };
   struct Order {
     std::uint64_t number;
     std::string path;
   };
 
+  Asked* find(const std::string& path);
   void noteUnshown(const std::string& path, Asked& item);
   bool isStale(const Order& entry) const;
   void forgetOldest();
@@ -64,6 +71,7 @@ class AskedItems {
   std::unordered_map<std::string, Shown> shown_;  // by path
   // folder -> path -> item
   std::unordered_map<std::string, std::unordered_map<std::string, Asked>> items_;
+  std::unordered_set<std::string> badges_;  // every one told; the extension has a dozen
   // The items of folders that are not shown, oldest first. An entry whose number is not its item's
   // is stale: the item was asked for again, or its folder came into view.
   std::deque<Order> unshownOrder_;

@@ -129,6 +129,7 @@ void HostSession::tellBadges(const std::vector<LinuxFinderSyncController::Badge>
     if (!line.badges.empty()) send(std::exchange(line, {}));
   };
   for (const auto& [url, identifier] : badges) {
+    if (!asked_.isNews(url.path(), identifier)) continue;
     if (const auto spelling = asked_.spelling(url.path()))
       line.badges.emplace_back(*spelling, identifier);
     else if (asked_.shows(AskedItems::folderOf(url.path())))

@@ -85,6 +85,28 @@ TEST(AskedItems, AnItemAskedForOverAndOverStaysTheOnlyOne) {
   EXPECT_EQ(items.spelling("/r/again"), "again");
 }
 
+TEST(AskedItems, ABadgeIsNewsOnceUntilTheHostAsksAgain) {
+  AskedItems items;
+  items.ask("/r/f", "file:///r/f");
+  EXPECT_TRUE(items.isNews("/r/f", "KPCurrentBadge"));
+  EXPECT_FALSE(items.isNews("/r/f", "KPCurrentBadge"));
+  EXPECT_TRUE(items.isNews("/r/f", "KPIgnoredBadge"));
+  EXPECT_TRUE(items.isNews("/r/f", "KPCurrentBadge"));
+  items.ask("/r/f", "file:///r/f");
+  EXPECT_TRUE(items.isNews("/r/f", "KPCurrentBadge")) << "it waits for an answer";
+  EXPECT_FALSE(items.isNews("/r/f", "KPCurrentBadge"));
+}
+
+TEST(AskedItems, ABadgeOfAnItemThatIsNotRememberedIsNews) {
+  AskedItems items;
+  items.show(URL::fileURLWithPath("/r"));
+  items.ask("/r/f", "file:///r/f");
+  EXPECT_TRUE(items.isNews("/r/f", "KPCurrentBadge"));
+  items.hide("/r");
+  EXPECT_TRUE(items.isNews("/r/f", "KPCurrentBadge"));
+  EXPECT_TRUE(items.isNews("/r/f", "KPCurrentBadge"));
+}
+
 TEST(AskedItems, TheFolderOfAPath) {
   EXPECT_EQ(AskedItems::folderOf("/a/b"), "/a");
   EXPECT_EQ(AskedItems::folderOf("/a"), "/");

@@ -266,6 +266,24 @@ TEST_F(HostSessionTest, BadgesGoToWhoAskedOrShowsTheFolder) {
                                             badge("file:///r/b%20c", "KPIgnoredBadge")}))});
 }
 
+TEST_F(HostSessionTest, OfBadgesThatAreSetAgainOnlyThoseThatDifferAreSent) {
+  a.say({{"type", "requestBadges"}, {"urls", {"file:///r/a", "file:///r/b"}}});
+  for (const char* badge : {"KPCurrentBadge", "KPIgnoredBadge"}) {
+    setBadge("KPCurrentBadge", "/r/a");
+    setBadge(badge, "/r/b");
+    queues.runAll();
+  }
+  const std::vector<json> lines = a.take();
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_EQ(lines[0]["badges"].size(), 2U);
+  EXPECT_EQ(lines[1]["badges"], json::array({json::array({"file:///r/b", "KPIgnoredBadge"})}));
+  // Who asks is answered.
+  a.say({{"type", "requestBadges"}, {"urls", {"file:///r/a"}}});
+  setBadge("KPCurrentBadge", "/r/a");
+  queues.runAll();
+  EXPECT_EQ(a.take().size(), 1U);
+}
+
 TEST_F(HostSessionTest, WhoNeitherAskedNorShowsTheFolderIsToldNothing) {
   setBadge("KPCurrentBadge", "/r/a");
   queues.runAll();
