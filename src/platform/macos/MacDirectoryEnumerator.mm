@@ -8,17 +8,12 @@
 #include "platform/macos/Guard.h"
 #include "platform/macos/Objects.h"
 #include "platform/macos/Strings.h"
+#include "platform/macos/Urls.h"
 
 namespace kelpie {
 namespace {
 
 Error noSuchFile() { return {stdString(NSCocoaErrorDomain), NSFileReadNoSuchFileError, {}}; }
-
-id resourceValue(NSURL* url, NSString* key) {
-  id value = nil;
-  [url getResourceValue:&value forKey:key error:nullptr];
-  return value;
-}
 
 }  // namespace
 

@@ -19,12 +19,6 @@ NSURL* fileUrl(const URL& url) {
   return [file isFileReferenceURL] ? [file filePathURL] : file;
 }
 
-// nil when nothing is there, or the system has nothing to say.
-id resourceValue(NSURL* url, NSString* key) {
-  id value = nil;
-  return [url getResourceValue:&value forKey:key error:nullptr] ? value : nil;
-}
-
 }  // namespace
 
 ResourceValues MacFileSystem::resourceValues(const URL& url) const {

@@ -10,9 +10,9 @@
 namespace kelpie {
 namespace {
 
-class Observation final : public NotificationObservation {
+class CenterObservation final : public NotificationObservation {
  public:
-  Observation(NSString* name, std::function<void(const std::string& object)> handler)
+  CenterObservation(NSString* name, std::function<void(const std::string& object)> handler)
       : observer_(Retained<KPNotificationObserver*>::adopt(
             [[KPNotificationObserver alloc] initWithHandler:std::move(handler)])) {
     [[NSDistributedNotificationCenter defaultCenter]
@@ -22,11 +22,11 @@ class Observation final : public NotificationObservation {
                     object:nil
         suspensionBehavior:NSNotificationSuspensionBehaviorDeliverImmediately];
   }
-  ~Observation() override {
+  ~CenterObservation() override {
     [[NSDistributedNotificationCenter defaultCenter] removeObserver:observer_.get()];
   }
-  Observation(const Observation&) = delete;
-  Observation& operator=(const Observation&) = delete;
+  CenterObservation(const CenterObservation&) = delete;
+  CenterObservation& operator=(const CenterObservation&) = delete;
 
  private:
   const Retained<KPNotificationObserver*> observer_;
@@ -36,7 +36,7 @@ class Observation final : public NotificationObservation {
 
 std::unique_ptr<NotificationObservation> MacNotificationCenter::addObserver(
     std::string_view name, std::function<void(const std::string& object)> handler) {
-  return std::make_unique<Observation>(nsString(name), std::move(handler));
+  return std::make_unique<CenterObservation>(nsString(name), std::move(handler));
 }
 
 void MacNotificationCenter::post(std::string_view name, std::string_view object) {

@@ -11,10 +11,10 @@ namespace kelpie {
 namespace {
 
 // Observes from its making to its end.
-class Observation final : public DefaultsObservation {
+class SuiteObservation final : public DefaultsObservation {
  public:
-  Observation(Retained<NSUserDefaults*> defaults, Retained<NSString*> key,
-              std::function<void()> onChange)
+  SuiteObservation(Retained<NSUserDefaults*> defaults, Retained<NSString*> key,
+                   std::function<void()> onChange)
       : defaults_(std::move(defaults)),
         key_(std::move(key)),
         context_([KPDefaultsObserver contextForHandler:std::move(onChange)]) {
@@ -23,14 +23,14 @@ class Observation final : public DefaultsObservation {
                          options:NSKeyValueObservingOptionNew
                          context:context_];
   }
-  ~Observation() override {
+  ~SuiteObservation() override {
     [defaults_.get() removeObserver:[KPDefaultsObserver sharedObserver]
                          forKeyPath:key_.get()
                             context:context_];
     [KPDefaultsObserver forgetContext:context_];
   }
-  Observation(const Observation&) = delete;
-  Observation& operator=(const Observation&) = delete;
+  SuiteObservation(const SuiteObservation&) = delete;
+  SuiteObservation& operator=(const SuiteObservation&) = delete;
 
  private:
   const Retained<NSUserDefaults*> defaults_;
@@ -86,8 +86,8 @@ Dictionary MacUserDefaults::dictionaryRepresentation() const {
 
 std::unique_ptr<DefaultsObservation> MacUserDefaults::observe(std::string_view key,
                                                               std::function<void()> onChange) {
-  return std::make_unique<Observation>(defaults_, Retained<NSString*>::keep(nsString(key)),
-                                       std::move(onChange));
+  return std::make_unique<SuiteObservation>(defaults_, Retained<NSString*>::keep(nsString(key)),
+                                            std::move(onChange));
 }
 
 std::unique_ptr<UserDefaults> MacUserDefaultsCenter::defaultsWithSuiteName(std::string_view suite) {

@@ -17,6 +17,9 @@ namespace kelpie {
 NSURL* nsUrl(const URL& url);
 // Absent for nil, for anything but a URL, and for a reference to a file that is gone.
 std::optional<URL> urlOf(NSURL* url);
+// What the platform knows of an item under a key (NSURLLocalizedNameKey); autoreleased. nil when
+// nothing is there, or the system has nothing to say.
+id resourceValue(NSURL* url, NSString* key);
 // The URLs in an array or a set; other elements are left out.
 std::vector<URL> urlsOf(id<NSFastEnumeration> urls);
 

@@ -15,6 +15,11 @@ std::optional<URL> urlOf(NSURL* url) {
   return path == nil ? std::nullopt : URL::fromString(stdString([path absoluteString]));
 }
 
+id resourceValue(NSURL* url, NSString* key) {
+  id value = nil;
+  return [url getResourceValue:&value forKey:key error:nullptr] ? value : nil;
+}
+
 std::vector<URL> urlsOf(id<NSFastEnumeration> urls) {
   std::vector<URL> result;
   for (NSURL* element in urls)
