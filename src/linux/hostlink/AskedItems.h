@@ -55,7 +55,8 @@ class AskedItems {
   struct Asked {
     std::string url;
     std::uint64_t order = 0;  // of its newest entry in unshownOrder_; 0 while its folder is shown
-    const std::string* told = nullptr;  // one of badges_, since it was asked for last; null for none
+    const std::string* told =
+        nullptr;  // one of badges_, since it was asked for last; null for none
   };
   struct Order {
     std::uint64_t number;
