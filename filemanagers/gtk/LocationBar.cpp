@@ -85,7 +85,6 @@ class LocationBar : public Extension::FolderListener {
   static GtkWidget* make(std::string folder) {
     auto bar = std::make_unique<LocationBar>(std::move(folder));
     GtkWidget* box = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
-    gtk_box_pack_end(GTK_BOX(box), newButton(*bar), FALSE, FALSE, 0);
     // The file manager shows all of what it is given.
     gtk_widget_set_no_show_all(box, TRUE);
     bar->box_ = box;
@@ -94,8 +93,13 @@ class LocationBar : public Extension::FolderListener {
     return box;
   }
 
+  // The button is made when there is something to be seen of it: that takes some milliseconds the
+  // first time, in which a window would not open.
   void foldersChanged() override {
-    gtk_widget_set_visible(box_, static_cast<gboolean>(extension_.session().isObserved(folder_)));
+    const bool isObserved = extension_.session().isObserved(folder_);
+    if (isObserved && !std::exchange(hasButton_, true))
+      gtk_box_pack_end(GTK_BOX(box_), newButton(*this), FALSE, FALSE, 0);
+    gtk_widget_set_visible(box_, static_cast<gboolean>(isObserved));
   }
 
  private:
@@ -140,6 +144,7 @@ class LocationBar : public Extension::FolderListener {
   Extension& extension_ = Extension::instance();
   std::string folder_;
   GtkWidget* box_ = nullptr;  // the bar goes with it
+  bool hasButton_ = false;
 };
 
 }  // namespace

@@ -150,6 +150,8 @@ class Check:
                     "notes.txt": "workdir-new"})
         self.keep("folder")
         if self.host != "nautilus":
+            wait_for("the button of the toolbar menu", self.screen.buttons,
+                     lambda buttons: "Git" in buttons)
             self.screen.open_menu("README.md")
             self.screen.choose("Git")
             wait_for("the submenu", self.screen.menu_items,
