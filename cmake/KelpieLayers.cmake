@@ -42,10 +42,6 @@ option(KELPIE_LAYERS_TOGETHER "Compile all layers of a part of the house togethe
 # A file's local name may be another file's name there.
 add_library(kelpie_together INTERFACE)
 target_compile_options(kelpie_together INTERFACE -Wno-shadow)
-# What waits for other processes most of the time is not optimised; the core is what the tests
-# repeat a million times.
-add_library(kelpie_waiting INTERFACE)
-target_compile_options(kelpie_waiting INTERFACE -O0)
 
 # kelpie_add_layer_to_part(NAME PART FOLDER <folder> USES <library>...): the layer NAME as a name of
 # the library of its part, which gets the folder's sources.
@@ -56,12 +52,13 @@ function(kelpie_add_layer_to_part NAME PART)
   set(part "kelpie_part_${PART}")
   if(NOT TARGET ${part})
     add_library(${part} STATIC)
-    target_link_libraries(${part} PRIVATE kelpie_warnings PUBLIC kelpie_includes)
+    target_link_libraries(${part} PRIVATE kelpie_warnings kelpie_together PUBLIC kelpie_includes)
     set_target_properties(${part} PROPERTIES UNITY_BUILD_BATCH_SIZE 32)
     if(PART STREQUAL "core")
-      target_link_libraries(${part} PRIVATE kelpie_together kelpie_fuzzed)
-    else()
-      target_link_libraries(${part} PRIVATE kelpie_together kelpie_waiting)
+      target_link_libraries(${part} PRIVATE kelpie_fuzzed)
+    elseif(PART STREQUAL "cli")
+      # It lives for a moment at a time, in which it waits for the others.
+      target_compile_options(${part} PRIVATE -O0)
     endif()
   endif()
   target_sources(${part} PRIVATE ${sources})
