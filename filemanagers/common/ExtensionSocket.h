@@ -20,7 +20,7 @@ class ExtensionSocket {
   using Clock = HostClient::Clock;
 
   // Bytes that are read and badges that are asked for at once, and for how long that is repeated.
-  static constexpr std::size_t kReadSize = std::size_t{16} << 10U;
+  static constexpr std::size_t kReadSize = std::size_t{8} << 10U;
   static constexpr std::size_t kQuestions = 64;
   static constexpr std::chrono::milliseconds kSlice{2};
   // An extension that lets so much wait to be read is left.

@@ -12,7 +12,7 @@ namespace kelpie {
 namespace {
 
 // A host handles a line as a whole, on its main loop: so many badges hold it for some milliseconds.
-constexpr std::size_t kBadgesInALine = 200;
+constexpr std::size_t kBadgesInALine = 100;
 
 // The file URLs of a list. `wrong` becomes true when anything else stood there.
 std::vector<URL> fileURLs(const std::vector<std::string>& texts, bool& wrong) {

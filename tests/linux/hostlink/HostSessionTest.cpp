@@ -305,7 +305,7 @@ TEST_F(HostSessionTest, ManyBadgesAreSentInOrderInLinesOfBoundedLength) {
   queues.runAll();
   int next = 0;
   const std::vector<json> lines = a.take();
-  EXPECT_EQ(lines.size(), 13U);
+  EXPECT_EQ(lines.size(), 25U);
   for (const json& line : lines)
     for (const json& badge : line["badges"])
       EXPECT_EQ(badge[0], "file:///r/" + std::to_string(next++));
