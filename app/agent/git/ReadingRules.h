@@ -21,6 +21,8 @@ struct ReadingRules {
   bool mayFetch = false;
   // Whether the status may look into the working folders of submodules.
   bool mayEnterSubmodules = true;
+
+  friend bool operator==(const ReadingRules&, const ReadingRules&) = default;
 };
 
 }  // namespace kelpie::agent

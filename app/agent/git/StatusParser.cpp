@@ -109,6 +109,8 @@ bool Parser::parseChange(std::string_view fields, int fieldsAfterSub, bool renam
   item.isFolder = submodule->front() == 'S';
   // An item that was removed from the index and announced to it again ("DA") exists.
   item.isGone = workdir->letter == 'D' || (index->letter == 'D' && workdir->letter == '.');
+  constexpr std::string_view kMadeInWorkdir = "ARC";
+  item.isAnnounced = kMadeInWorkdir.find(workdir->letter) != std::string_view::npos;
   if (renamed) {
     const std::optional<std::string_view> before = cutLine();
     if (!before || before->empty()) return false;

@@ -20,6 +20,9 @@ struct StatusItem {
   bool isFolder = false;  // git reports the folder as one item
   // Deleted, in the index or in the working folder. Something else may be at its path.
   bool isGone = false;
+  // Only announced to the index, without its content: the file is there, the index has no content
+  // of it. Or a rename or copy in the working folder, which takes such an item.
+  bool isAnnounced = false;
 
   friend bool operator==(const StatusItem&, const StatusItem&) = default;
 };

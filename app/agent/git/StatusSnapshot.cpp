@@ -135,13 +135,23 @@ StatusSnapshot::StatusSnapshot(std::string root, RepositoryState state,
     : root_(std::move(root)),
       state_(state),
       items_(std::move(items)),
-      untrackedShown_(untrackedShown) {
-  byPath_.reserve(items_.size());
-  // Of an item that was replaced by a folder of its name, the folder's is the one to find.
-  for (std::size_t i = 0; i < items_.size(); ++i) byPath_.insert_or_assign(items_[i].path, i);
-}
+      untrackedShown_(untrackedShown) {}
+
+StatusSnapshot::StatusSnapshot(std::string root, RepositoryState state,
+                               std::vector<StatusItem> items,
+                               std::shared_ptr<const StatusTerms> terms)
+    : root_(std::move(root)),
+      state_(state),
+      items_(std::move(items)),
+      untrackedShown_(terms->untrackedShown),
+      terms_(std::move(terms)) {}
 
 const StatusItem* StatusSnapshot::itemAt(std::string_view path) const {
+  std::call_once(byPathMade_, [this] {
+    byPath_.reserve(items_.size());
+    // Of an item that was replaced by a folder of its name, the folder's is the one to find.
+    for (std::size_t i = 0; i < items_.size(); ++i) byPath_.insert_or_assign(items_[i].path, i);
+  });
   const auto found = byPath_.find(path);
   return found == byPath_.end() ? nullptr : &items_[found->second];
 }

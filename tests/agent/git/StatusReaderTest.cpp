@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -166,6 +167,77 @@ TEST_F(StatusReaderTest, ABrokenIndexTellsGitsWords) {
   const auto* why = std::get_if<std::string>(&reading);
   ASSERT_NE(why, nullptr);
   EXPECT_NE(why->find("index"), std::string::npos) << *why;
+}
+
+// -- In parts -------------------------------------------------------------------------------------
+
+class StatusInParts : public StatusReaderTest {
+ protected:
+  StatusReader::Update update(const std::shared_ptr<const StatusSnapshot>& known,
+                              const std::vector<std::string>& changed) const {
+    ChangedPlaces places;
+    for (const std::string& path : changed) places.add(path);
+    const auto finding = WorkingCopyFinder(GitCommand("git", "/")).find(sandbox_.path("r"));
+    return StatusReader(GitCommand("git", "/"), finding.workingCopy.value())
+        .update(known.get(), places);
+  }
+  static std::map<std::string, int> wordsOf(const StatusReader::Update& update) {
+    std::map<std::string, int> result;
+    for (const StatusItem& item : std::get<0>(update.reading)->items())
+      result[item.path] = item.word;
+    return result;
+  }
+};
+
+TEST_F(StatusInParts, OnlyWhatIsSaidToHaveChangedIsLookedAt) {
+  sandbox_.write("r/modified", "changed\n");
+  const auto known = read();
+  sandbox_.write("r/sub/inner", "changed\n");
+  sandbox_.write("r/sub/new", "");
+  sandbox_.write("r/current", "changed, but not said to be\n");
+  sandbox_.write("r/modified", "modified has a line\n");
+  const auto now = update(known, {"sub/inner", "sub/new", "modified"});
+  EXPECT_EQ(now.whole, "");
+  EXPECT_EQ(wordsOf(now), (std::map<std::string, int>{{"sub/inner", 0x100}, {"sub/new", 0x80}}));
+  const auto next = update(std::get<0>(now.reading), {"current"});
+  EXPECT_EQ(next.whole, "");
+  EXPECT_EQ(wordsOf(next), words());
+}
+
+TEST_F(StatusInParts, TheWholeIsReadWhereAPartIsNotEnough) {
+  const auto known = read();
+  sandbox_.write("r/current", "changed\n");
+  sandbox_.write("r/sub/inner", "changed\n");
+  EXPECT_NE(update(nullptr, {"sub"}).whole, "");
+  EXPECT_EQ(wordsOf(update(nullptr, {"sub"})), words());
+  std::filesystem::create_hard_link(sandbox_.path("r/current"), sandbox_.path("r/sub/other name"));
+  const auto linked = update(known, {"sub/other name"});
+  EXPECT_NE(linked.whole, "");
+  EXPECT_EQ(wordsOf(linked), words());
+}
+
+TEST_F(StatusInParts, ARenameThatGitSeesOneSideOfIsReadWhole) {
+  sandbox_.git("r", {"mv", "moved", "sub/moved"});
+  const auto known = read();
+  sandbox_.write("r/sub/inner", "changed\n");
+  EXPECT_EQ(update(known, {"sub/inner"}).whole, "") << "the rename is elsewhere";
+  const auto now = update(known, {"sub"});
+  EXPECT_NE(now.whole, "");
+  EXPECT_EQ(wordsOf(now), words());
+}
+
+TEST_F(StatusInParts, OtherTermsThanBeforeHaveTheWholeRead) {
+  const auto known = read();
+  const auto finding = WorkingCopyFinder(GitCommand("git", "/")).find(sandbox_.path("r"));
+  StatusTerms terms = *known->terms();
+  terms.rules.mayEnterSubmodules = !terms.rules.mayEnterSubmodules;
+  const StatusSnapshot other(known->root(), RepositoryState::None, known->items(),
+                             std::make_shared<const StatusTerms>(terms));
+  ChangedPlaces places;
+  places.add("current");
+  const StatusReader reader(GitCommand("git", "/"), finding.workingCopy.value());
+  EXPECT_NE(reader.update(&other, places).whole, "");
+  EXPECT_EQ(reader.update(known.get(), places).whole, "");
 }
 
 TEST_F(StatusReaderTest, CancellingEndsIt) {
