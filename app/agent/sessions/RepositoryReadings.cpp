@@ -3,6 +3,7 @@
 #include <utility>
 #include <variant>
 
+#include "agent/git/StatusMerge.h"
 #include "foundation/URL.h"
 
 namespace kelpie::agent {
@@ -29,9 +30,9 @@ StatusReadings::StatusReadings(ReadingContext context)
       reader_(context_.git, context_.workingCopy),
       indexFolders_(context_.git, context_.workingCopy) {}
 
-void StatusReadings::start(bool find, std::function<void(Result)> done) {
+void StatusReadings::start(Question question, std::function<void(Result)> done) {
   thread_.check();
-  find_ = find;
+  question_ = std::move(question);
   run(shared_from_this(), context_, &StatusReadings::read, std::move(done));
 }
 
@@ -41,34 +42,35 @@ void StatusReadings::cancel() {
 }
 
 StatusReadings::Result StatusReadings::read() {
-  Result result = readStatus();
-  result.wasToFind = find_;
+  Result result;
+  result.question = std::move(question_);
+  readStatus(result);
   return result;
 }
 
-StatusReadings::Result StatusReadings::readStatus() {
-  Result result;
+void StatusReadings::readStatus(Result& result) {
   const URL root = URL::fileURLWithPath(context_.workingCopy.root);
-  if (root.identifier(context_.files) != context_.messages->target()) {
+  if (root.identifier(context_.files) != context_.messages->target() ||
+      (result.question.find && isGone())) {
     result.vanished = true;
-    return result;
+    return;
   }
-  if (find_ && isGone()) {
-    result.vanished = true;
-    return result;
-  }
-  StatusReader::Reading reading = reader_.read(context_.cancellable.get());
-  if (auto* failure = std::get_if<std::string>(&reading)) {
+  const std::shared_ptr<const StatusSnapshot>& known = result.question.known;
+  StatusReader::Update update =
+      reader_.update(known.get(), result.question.places, context_.cancellable.get());
+  if (auto* failure = std::get_if<std::string>(&update.reading)) {
     result.failure = std::move(*failure);
     result.vanished = isGone();
-    return result;
+    return;
   }
-  result.snapshot = std::get<0>(std::move(reading));
+  result.snapshot = std::get<0>(std::move(update.reading));
+  result.whole = std::move(update.whole);
+  if (result.question.isProof && known != nullptr)
+    result.difference = differenceBetween(known->items(), result.snapshot->items());
   result.message = context_.messages->status(*result.snapshot, context_.files);
   if (!result.snapshot->untrackedShown() && !context_.workingCopy.bare)
     result.trackedFolders = indexFolders_.readIfChanged(context_.cancellable.get());
   result.settingsFiles = context_.git.in(context_.workingCopy.root).settingsFiles();
-  return result;
 }
 
 // A working copy that git refuses for another reason is still there.

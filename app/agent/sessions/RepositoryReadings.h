@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "agent/git/ChangedPlaces.h"
 #include "agent/git/GitCommand.h"
 #include "agent/git/IndexFolders.h"
 #include "agent/git/ReferencesReader.h"
@@ -34,6 +35,17 @@ struct ReadingContext {
 // and cancel() on the main thread; one reading at a time.
 class StatusReadings : public std::enable_shared_from_this<StatusReadings> {
  public:
+  struct Question {
+    // Git first checks whether the working copy is still the one that was opened.
+    bool find = false;
+    // The status that was read last; null when there is none.
+    std::shared_ptr<const StatusSnapshot> known;
+    // Where something may have changed since then.
+    ChangedPlaces places;
+    // The whole is read to see whether what is known is right.
+    bool isProof = false;
+  };
+
   struct Result {
     // A snapshot with its message, or a failure in git's words.
     std::shared_ptr<const StatusSnapshot> snapshot;
@@ -41,8 +53,12 @@ class StatusReadings : public std::enable_shared_from_this<StatusReadings> {
     std::string failure;
     // The working copy is not there any more, or another one is in its place.
     bool vanished = false;
-    // The reading was to find the working copy first.
-    bool wasToFind = false;
+    // What was asked.
+    Question question;
+    // Why the whole was read, for people; empty when only parts of it were.
+    std::string whole;
+    // After a proof: how what was known differs from the whole, for people; or empty.
+    std::string difference;
     // Where untracked files are not looked at: the folders to watch, unless they are the same as
     // before.
     std::optional<std::vector<std::string>> trackedFolders;
@@ -52,20 +68,19 @@ class StatusReadings : public std::enable_shared_from_this<StatusReadings> {
 
   explicit StatusReadings(ReadingContext context);
 
-  // `find`: git first checks whether the working copy is still the one that was opened. `done` runs
-  // on the main thread, unless the readings were cancelled meanwhile.
-  void start(bool find, std::function<void(Result)> done);
+  // `done` runs on the main thread, unless the readings were cancelled meanwhile.
+  void start(Question question, std::function<void(Result)> done);
   // Stops the reading that runs; none is started any more.
   void cancel();
 
  private:
   Result read();
-  Result readStatus();
+  void readStatus(Result& result);
   // Git finds another working copy at the place, or none. False where git cannot say.
   bool isGone() const;
 
   ReadingContext context_;
-  bool find_ = false;  // changed while no reading runs
+  Question question_;  // changed while no reading runs
   StatusReader reader_;
   IndexFolders indexFolders_;
   ThreadBound thread_;

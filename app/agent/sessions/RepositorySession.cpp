@@ -40,7 +40,8 @@ RepositorySession::RepositorySession(const SessionServices& services,
       statusLane_(services.loop, services.slots, ReadingSlots::Urgency::LaterStatus,
                   [this] { readStatus(); }),
       referencesLane_(services.loop, services.slots, ReadingSlots::Urgency::References,
-                      [this] { readReferences(); }) {
+                      [this] { readReferences(); }),
+      proof_(services.loop, workingCopy.root, services.proofTime, [this] { prove(); }) {
   const auto context = [&](std::string_view label) {
     return ReadingContext{workingCopy,    services.git,          messages_,
                           services.files, services.loop.queue(), services.queues.makeQueue(label)};
@@ -51,8 +52,9 @@ RepositorySession::RepositorySession(const SessionServices& services,
   watch_ = std::make_unique<RepositoryWatch>(
       services.watcher, workingCopy, services.loop.queue(),
       services.queues.makeQueue("org.kelpie.Kelpie.WatchQueue"),
-      RepositoryWatch::Callbacks{[this](Change change) { changed(change); },
-                                 [this] { watchIncomplete(); }});
+      RepositoryWatch::Callbacks{
+          [this](Change change, const std::string& path) { changed(change, path); },
+          [this] { watchIncomplete(); }});
   statusLane_.changed();
   referencesLane_.changed();
 }
@@ -218,27 +220,46 @@ void RepositorySession::tellAll() {
 
 // -- The working copy -----------------------------------------------------------------------------
 
-void RepositorySession::changed(Change change) {
-  if (change.status) statusLane_.changed();
+void RepositorySession::changed(Change change, const std::string& path) {
+  if (change.status) {
+    places_.add(path);
+    isToProve_ = false;
+    proof_.changed();
+    statusLane_.changed();
+  }
   if (change.references) referencesLane_.changed();
   namesChanged_ |= change.names;
   placeChanged_ |= change.place;
 }
 
+// A status that nobody wants would only be out of date sooner.
+void RepositorySession::prove() {
+  if (subscribers_.empty()) return;
+  isToProve_ = !statusLane_.isBehind();
+  places_.addEverything();
+  statusLane_.changed();
+}
+
 void RepositorySession::readStatus() {
-  statusReadings_->start(std::exchange(placeChanged_, false),
+  StatusReadings::Question question{std::exchange(placeChanged_, false), status_,
+                                    std::exchange(places_, {}), std::exchange(isToProve_, false)};
+  // Where changes go unseen, each look is to find them.
+  if (!watch_->isComplete()) question.places.addEverything();
+  statusReadings_->start(std::move(question),
                          [this](StatusReadings::Result result) { statusRead(std::move(result)); });
 }
 
 void RepositorySession::statusRead(StatusReadings::Result result) {
   if (result.vanished) return vanished();
   if (result.snapshot == nullptr) {
-    placeChanged_ |= result.wasToFind;
+    placeChanged_ |= result.question.find;
+    places_.addEverything();
     failed(statusFailure_, "its status cannot be read", result.failure);
     return statusLane_.finished(false);
   }
   statusFailure_ = {};
   wasUnwanted_ = false;
+  held(result);
   status_ = std::move(result.snapshot);
   const bool foundSomething = update(0, std::move(result.message));
   // The same status makes an extension forget what it has concluded from it for items that have
@@ -251,6 +272,13 @@ void RepositorySession::statusRead(StatusReadings::Result result) {
   statusLane_.finished(foundSomething);
   watch_->follow(*status_, result.trackedFolders);
   watchSettings(result.settingsFiles);
+}
+
+// What was read is held to the whole, sooner or later.
+void RepositorySession::held(const StatusReadings::Result& result) {
+  if (result.whole.empty()) return proof_.partsRead();
+  if (!result.question.isProof) return proof_.wholeRead();
+  proof_.proved(statusLane_.isBehind() ? std::string() : result.difference);
 }
 
 // Such a file may also say what the references are worth, such as where a branch is to be pushed.

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "agent/desktop/Notifier.h"
+#include "agent/git/ChangedPlaces.h"
 #include "agent/git/GitCommand.h"
 #include "agent/git/ReferencesSnapshot.h"
 #include "agent/git/StatusSnapshot.h"
@@ -22,6 +23,7 @@
 #include "agent/sessions/ReadingSlots.h"
 #include "agent/sessions/RepositoryReadings.h"
 #include "agent/sessions/SettingsWatch.h"
+#include "agent/sessions/StatusProof.h"
 #include "agent/watch/DirectoryWatcher.h"
 #include "agent/watch/RepositoryWatch.h"
 #include "foundation/ThreadBound.h"
@@ -46,6 +48,8 @@ struct SessionServices {
   // Called after a folder that may be a working copy was looked at, with the reason why it is not
   // opened, or an empty text. May be empty.
   std::function<void(const std::string& folder, const std::string& failure)> looked = {};
+  // How long a status that was read in parts is at rest before it is held to the whole.
+  std::chrono::milliseconds proofTime = StatusProof::kRest;
 };
 
 // One open working copy: reads it, watches it, and tells the extensions that have opened it what
@@ -134,9 +138,12 @@ class RepositorySession {
   void updateWanted();
   // Tells the status again, though the extension knows it: once for all folders of a pause.
   void refresh(Subscriber& subscriber);
-  void changed(Change change);
+  // `path`: see RepositoryWatch::Callbacks.
+  void changed(Change change, const std::string& path = {});
+  void prove();
   void readStatus();
   void statusRead(StatusReadings::Result result);
+  void held(const StatusReadings::Result& result);
   void readReferences();
   void referencesRead(ReferencesReadings::Result result);
   // Whether that differs from what was told before.
@@ -176,6 +183,9 @@ class RepositorySession {
   bool wasUnwanted_ = false;   // nobody wanted the status while it went out of date
   bool namesChanged_ = false;  // since a status was sent
   bool placeChanged_ = false;  // since the working copy was last found where it was
+  ChangedPlaces places_;       // since the last reading of the status started
+  bool isToProve_ = false;     // the next reading is the proof
+  StatusProof proof_;
   std::unique_ptr<MainLoop::Source> idleTimer_;
   std::unique_ptr<MainLoop::Source> secondLook_;
   ThreadBound thread_;

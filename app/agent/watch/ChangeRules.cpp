@@ -63,6 +63,15 @@ constexpr Rule kRules[] = {
     {"modules", "config.worktree", Of::Shared, kStatus, true},
 };
 
+// Files of a working folder by which git judges other items. Written in another case they are the
+// same files in some file systems.
+constexpr std::string_view kRuleFiles[] = {".git", ".gitignore", ".gitattributes", ".gitmodules"};
+
+bool isSameButForCase(std::string_view a, std::string_view b) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+  return std::ranges::equal(a, b, {}, lower, lower);
+}
+
 bool isLock(std::string_view name) { return name.ends_with(".lock"); }
 
 bool fits(const Rule& rule, std::string_view folder, std::string_view name) {
@@ -101,6 +110,20 @@ Change changeOf(const WorkingCopy& workingCopy, std::string_view folder, std::st
   // Which submodules there are, and what git-lfs keeps.
   if (atRoot && (name == ".gitmodules" || name == ".gitattributes")) return kBoth;
   return kStatus;
+}
+
+std::string placeOf(const WorkingCopy& workingCopy, std::string_view folder,
+                    std::string_view name) {
+  if (!isWithin(folder, workingCopy.root) || isWithin(folder, workingCopy.gitDirectory) ||
+      isWithin(folder, workingCopy.commonDirectory) || folder.ends_with("/.git") ||
+      folder.find("/.git/") != std::string_view::npos)
+    return {};
+  if (std::ranges::any_of(kRuleFiles,
+                          [&](std::string_view file) { return isSameButForCase(file, name); }))
+    return {};
+  const std::string_view inside = relativeTo(folder, workingCopy.root);
+  if (name.empty() || inside.empty()) return std::string(name.empty() ? inside : name);
+  return std::string(inside).append("/").append(name);
 }
 
 }  // namespace kelpie::agent

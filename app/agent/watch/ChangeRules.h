@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "agent/git/WorkingCopyFinder.h"
@@ -32,6 +33,11 @@ struct Change {
 // copy. Files that git writes all the time and that affect nothing here, such as its locks, mean
 // nothing.
 Change changeOf(const WorkingCopy& workingCopy, std::string_view folder, std::string_view name);
+
+// The path of that entry, relative to the root, when a change of it can change the status of
+// nothing but the entry and what lies below it. Empty when anything may have another status: after
+// a change of a rule file, or of git's own files.
+std::string placeOf(const WorkingCopy& workingCopy, std::string_view folder, std::string_view name);
 
 // Whether `path` is `folder` or lies below it.
 bool isWithin(std::string_view path, std::string_view folder);

@@ -51,7 +51,7 @@ void RepositoryWatch::happened(const Event& event) {
   if (event.kind == Event::Kind::Lost) {
     pending_ = {workingCopy_.root};
     gitPending_ = true;
-    return callbacks_.changed({true, true, true, true});
+    return callbacks_.changed({true, true, true, true}, {});
   }
   if (event.kind == Event::Kind::FolderGone) {
     folderGone(event.folder);
@@ -66,20 +66,24 @@ void RepositoryWatch::happened(const Event& event) {
 void RepositoryWatch::folderGone(const std::string& folder) {
   watcher_.removeWithin(client_, folder);
   const bool isRoot = folder == workingCopy_.root;
-  // For any other folder, the one above it tells.
-  if (!isRoot && folder != workingCopy_.gitDirectory && folder != workingCopy_.commonDirectory)
-    return;
+  if (!isRoot && folder != workingCopy_.gitDirectory && folder != workingCopy_.commonDirectory) {
+    // The folder above it tells, unless this one moved into a folder that was not watched yet and
+    // has been found there before its former watch told of the move.
+    if (isInGit(workingCopy_, folder)) return;
+    pending_.insert(folder);
+    return callbacks_.changed({true, false}, placeOf(workingCopy_, folder, {}));
+  }
   // Something may be in its place already, or come there, even the same folder.
   if (isRoot) pending_ = {workingCopy_.root};
   gitPending_ = true;
-  callbacks_.changed({true, true, true, true});
+  callbacks_.changed({true, true, true, true}, {});
 }
 
 void RepositoryWatch::inGit(const Event& event) {
   const Change change = changeOf(workingCopy_, event.folder, event.name);
   // Most folders that git makes do not matter, but one for references does.
   if (event.isFolder && event.kind == Event::Kind::Appeared) gitPending_ = true;
-  if (change.any()) callbacks_.changed(change);
+  if (change.any()) callbacks_.changed(change, {});
 }
 
 void RepositoryWatch::inWorkingCopy(const Event& event) {
@@ -93,7 +97,7 @@ void RepositoryWatch::inWorkingCopy(const Event& event) {
     change.place = true;
     gitPending_ = true;
   }
-  if (change.any()) callbacks_.changed(change);
+  if (change.any()) callbacks_.changed(change, placeOf(workingCopy_, event.folder, event.name));
 }
 
 void RepositoryWatch::folderHappened(const Event& event, const std::string& path) {
@@ -157,11 +161,17 @@ void RepositoryWatch::start(Walk walk) {
                 walk = std::move(walk)] {
     TreeWatching git(watcher, client, {joined(workingCopy.commonDirectory, "refs/kelpie")});
     if (walk.git) watchGit(git, workingCopy);
+    Walked walked;
     TreeWatching folders(watcher, client, opaque);
-    for (const std::string& folder : walk.folders) folders.watchFolder(folder);
-    for (const std::string& tree : walk.trees) folders.watchTree(tree);
-    const Walked walked{git.added() > 0, folders.added() > 0,
-                        git.limitReached() || folders.limitReached()};
+    const auto look = [&](const std::string& path, void (TreeWatching::*how)(const std::string&)) {
+      const std::size_t before = folders.added();
+      (folders.*how)(path);
+      if (folders.added() > before) walked.added.push_back(path);
+    };
+    for (const std::string& folder : walk.folders) look(folder, &TreeWatching::watchFolder);
+    for (const std::string& tree : walk.trees) look(tree, &TreeWatching::watchTree);
+    walked.gitAdded = git.added() > 0;
+    walked.limitReached = git.limitReached() || folders.limitReached();
     main->post([this, alive, walked] {
       const std::shared_ptr<bool> isAlive = alive.lock();
       if (isAlive && *isAlive) finished(walked);
@@ -171,8 +181,9 @@ void RepositoryWatch::start(Walk walk) {
 
 void RepositoryWatch::finished(const Walked& walked) {
   if (walked.limitReached && !std::exchange(limitReached_, true)) callbacks_.limitReached();
-  const Change change{walked.gitAdded || walked.foldersAdded, walked.gitAdded};
-  if (change.any()) callbacks_.changed(change);
+  if (walked.gitAdded) callbacks_.changed({true, true}, {});
+  for (const std::string& path : walked.added)
+    callbacks_.changed({true, false}, placeOf(workingCopy_, path, {}));
 }
 
 }  // namespace kelpie::agent

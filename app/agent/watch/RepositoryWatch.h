@@ -21,8 +21,9 @@ namespace kelpie::agent {
 class RepositoryWatch {
  public:
   struct Callbacks {
-    // Something has changed.
-    std::function<void(Change change)> changed;
+    // Something has changed; the status only at and below the path, which is relative to the root,
+    // or anywhere when the path is empty.
+    std::function<void(Change change, const std::string& path)> changed;
     // There are more folders than can be watched: said once. From then on, changes in some of
     // them go unseen.
     std::function<void()> limitReached;
@@ -61,7 +62,8 @@ class RepositoryWatch {
   };
   struct Walked {
     bool gitAdded = false;
-    bool foldersAdded = false;
+    // Those of the trees and folders in which something was not watched before.
+    std::vector<std::string> added;
     bool limitReached = false;
   };
 

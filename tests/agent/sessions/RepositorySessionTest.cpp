@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -66,7 +67,8 @@ class RepositorySessionTest : public testing::Test {
             .notifier = notifier_,
             .git = GitCommand(git_, "/"),
             .slots = slots_,
-            .idleTime = idleTime_};
+            .idleTime = idleTime_,
+            .proofTime = proofTime_};
   }
 
   // The session of the repository in that folder of the sandbox.
@@ -154,6 +156,7 @@ class RepositorySessionTest : public testing::Test {
   FakeNotifier notifier_;
   std::string git_ = "git";
   std::chrono::milliseconds idleTime_ = std::chrono::minutes(10);
+  std::chrono::milliseconds proofTime_ = std::chrono::minutes(1);
   std::unique_ptr<DirectoryWatcher> watcher_ = std::make_unique<DirectoryWatcher>(10000);
   DirectoryWatcher names_{10000, DirectoryWatcher::Interest::Names};
   std::unique_ptr<MainLoop::Source> watching_ =
@@ -240,6 +243,35 @@ TEST_F(RepositorySessionTest, AChangeIsTold) {
   ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
   sandbox_.write("r/sub/f", "2\n");
   EXPECT_TRUE(waitFor([&] { return lastWord("r/sub/f") == KPStatusWorkdirModified; }));
+}
+
+TEST_F(RepositorySessionTest, AChangedFileIsAskedForAloneAndTheWholeOnceItIsQuiet) {
+  sandbox_.writeScript("bin/git", "for all; do :; done\necho \"$* = $all\" >> '" +
+                                      sandbox_.path("asked") + "'\nexec git \"$@\"\n");
+  git_ = sandbox_.path("bin/git");
+  proofTime_ = std::chrono::milliseconds(500);
+  const auto opened = makeSession("r");
+  opened->session->open(port_, sandbox_.path("r"), true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  const auto asked = [this](std::string_view end) {
+    std::istringstream lines(sandbox_.read("asked"));
+    std::size_t count = 0;
+    for (std::string line; std::getline(lines, line);)
+      count += line.find(" status ") != std::string::npos && line.ends_with(end) ? 1U : 0U;
+    return count;
+  };
+  sandbox_.remove("asked");
+  const std::size_t told = count("setStatusInfo:");
+  sandbox_.write("r/sub/f", "2\n");
+  ASSERT_TRUE(waitFor([&] { return lastWord("r/sub/f") == KPStatusWorkdirModified; }));
+  EXPECT_GE(asked("= sub/f"), 1U);
+  EXPECT_EQ(asked("=matching"), 0U);
+  ASSERT_TRUE(waitFor([&] { return asked("=matching") > 0; }));
+  settle();
+  EXPECT_EQ(asked("=matching"), 1U) << "one proof is enough";
+  EXPECT_EQ(count("setStatusInfo:"), told + 1) << "it was right";
+  EXPECT_EQ(linesWith("defect"), 0U);
 }
 
 TEST_F(RepositorySessionTest, TheFoldersThatAnExtensionHasOpenedAreKnown) {

@@ -112,5 +112,32 @@ TEST(ChangeRules, AFolderHoldsItselfAndWhatIsBelow) {
   EXPECT_FALSE(isWithin("/a", "/a/b"));
 }
 
+TEST(ChangeRules, WhereAChangeCanMakeADifference) {
+  const WorkingCopy copy{"/r", "/r/.git", "/r/.git", false};
+  struct Place {
+    const char* why;
+    const char* folder;
+    const char* name;
+    const char* want;
+  };
+  const Place places[] = {
+      {"a file is judged by itself", "/r", "file", "file"},
+      {"so is one further down", "/r/a/b", "file", "a/b/file"},
+      {"a folder itself", "/r/a/b", "", "a/b"},
+      {"the root itself", "/r", "", ""},
+      {"a list of ignored files", "/r/a", ".gitignore", ""},
+      {"in another case it may be the same file", "/r/a", ".GitIgnore", ""},
+      {"attributes", "/r", ".gitattributes", ""},
+      {"submodules", "/r", ".gitmodules", ""},
+      {"a repository comes or goes", "/r/a", ".git", ""},
+      {"inside one", "/r/a/.git", "index", ""},
+      {"git's own files", "/r/.git", "index", ""},
+      {"further down", "/r/.git/info", "exclude", ""},
+      {"of a submodule, elsewhere", "/elsewhere", "HEAD", ""},
+  };
+  for (const Place& each : places)
+    EXPECT_EQ(placeOf(copy, each.folder, each.name), each.want) << each.why;
+}
+
 }  // namespace
 }  // namespace kelpie::agent

@@ -38,7 +38,10 @@ class RepositoryWatchTest : public testing::Test {
     copy_ = *finding.workingCopy;
     watch_ = std::make_unique<RepositoryWatch>(
         *watcher_, copy_, queues_.mainQueue(), queues_.makeQueue("walks"),
-        RepositoryWatch::Callbacks{[this](Change change) { seen_ |= change; },
+        RepositoryWatch::Callbacks{[this](Change change, const std::string& path) {
+                                     seen_ |= change;
+                                     if (change.status) places_.insert(path);
+                                   },
                                    [this] { ++limitsReached_; }});
     settle();
   }
@@ -88,6 +91,7 @@ class RepositoryWatchTest : public testing::Test {
   std::unique_ptr<RepositoryWatch> watch_;
   WorkingCopy copy_;
   Change seen_;
+  std::set<std::string> places_;  // that were told of
   int limitsReached_ = 0;
 };
 
@@ -107,7 +111,8 @@ TEST_F(RepositoryWatchTest, TheFirstFollowingCountsAsAChange) {
   pumpAll(*watcher_, queues_);
   watch_ = std::make_unique<RepositoryWatch>(
       *watcher_, copy_, queues_.mainQueue(), queues_.makeQueue("walks"),
-      RepositoryWatch::Callbacks{[this](Change change) { seen_ |= change; }, [] {}});
+      RepositoryWatch::Callbacks{[this](Change change, const std::string&) { seen_ |= change; },
+                                 [] {}});
   follow();
   EXPECT_EQ(seen(), (Change{true, true})) << "what happened before the watch went unseen";
 }
@@ -176,6 +181,39 @@ TEST_F(RepositoryWatchTest, AMovedFolderIsWatchedUnderItsNewName) {
   EXPECT_EQ(watched(), (std::set<std::string>{".", "moved", "moved/deep"}));
   sandbox_.write("r/moved/deep/f", "2\n");
   EXPECT_EQ(seen(), kStatus);
+}
+
+TEST_F(RepositoryWatchTest, AFolderThatMovesIntoANewOneIsWatchedThere) {
+  open();
+  sandbox_.write("r/new/f", "1\n");
+  EXPECT_EQ(seen(), kNames);
+  // It is found at its new place before its watch tells of the move.
+  std::filesystem::rename(sandbox_.path("r/sub/deep"), sandbox_.path("r/new/deep"));
+  follow();
+  pumpAll(*watcher_, queues_);
+  settle();
+  EXPECT_EQ(watched(), (std::set<std::string>{".", "sub", "new", "new/deep"}));
+}
+
+TEST_F(RepositoryWatchTest, WhereSomethingHasChangedIsTold) {
+  open();
+  places_.clear();
+  sandbox_.write("r/sub/deep/f", "2\n");
+  sandbox_.write("r/g", "1\n");
+  seen();
+  EXPECT_EQ(places_, (std::set<std::string>{"g", "sub/deep/f"}));
+  places_.clear();
+  sandbox_.write("r/new/f", "1\n");
+  seen();
+  EXPECT_EQ(places_, std::set<std::string>{"new"});
+  places_.clear();
+  follow();
+  seen();
+  EXPECT_EQ(places_, std::set<std::string>{"new"}) << "what happened there before went unseen";
+  places_.clear();
+  sandbox_.git("r", {"add", "g"});
+  seen();
+  EXPECT_EQ(places_, std::set<std::string>{""}) << "that may be anywhere";
 }
 
 TEST_F(RepositoryWatchTest, ADeletedFolderIsForgotten) {
