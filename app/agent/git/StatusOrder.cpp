@@ -60,7 +60,7 @@ ItemRanges itemsWithin(const std::vector<StatusItem>& items, std::string_view pa
   const std::string longer = std::string(path) + '\x01';
   ItemRanges ranges;
   for (int part = 0; part < kParts; ++part) {
-    const auto at = static_cast<std::size_t>(2 * part);
+    const std::size_t at = 2 * static_cast<std::size_t>(part);
     ranges.at(at) = {firstFrom(items, part, path, false), firstFrom(items, part, longer, false)};
     ranges.at(at + 1) = {firstFrom(items, part, path, true), firstFrom(items, part, after, false)};
   }

@@ -125,7 +125,7 @@ StatusReader::Reading StatusReader::read(GCancellable* cancellable) const {
   const auto terms = std::make_shared<const StatusTerms>(askTerms(cancellable));
   std::variant<Items, std::string> answer = ask(*terms, {}, cancellable);
   if (auto* failure = std::get_if<std::string>(&answer)) return std::move(*failure);
-  Items& items = std::get<Items>(answer);
+  auto& items = std::get<Items>(answer);
   if (!isInOrder(items))
     return std::make_shared<const StatusSnapshot>(workingCopy_.root, state(), std::move(items),
                                                   terms->untrackedShown);
