@@ -63,7 +63,7 @@ std::optional<std::set<std::string>> pathsFor(const ChangedPlaces& places) {
 std::string upToFolderItem(const Items& known, const std::string& path) {
   for (std::size_t slash = path.find('/'); slash != std::string::npos;
        slash = path.find('/', slash + 1)) {
-    const std::string above = path.substr(0, slash);
+    std::string above = path.substr(0, slash);
     if (isFolderItem(known, above)) return above;
   }
   return path;
