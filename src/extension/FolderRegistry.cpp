@@ -12,6 +12,7 @@
 #include "extension/RootFinder.h"
 #include "extension/ShownItems.h"
 #include "foundation/Error.h"
+#include "foundation/FolderRun.h"
 #include "foundation/MemoFileSystem.h"
 #include "platform/BookmarkResolution.h"
 #include "platform/QueueCheck.h"
@@ -103,7 +104,7 @@ void FolderRegistry::endObservingDirectoryAtURL(const URL& url) {
 void FolderRegistry::requestBadgeIdentifiersForURLs(const std::vector<URL>& urls) {
   checkIsOn(*queue_);
   const MemoFileSystem files(platform_.files);
-  for (const URL& url : urls) noteItem(url, files);
+  noteItems(urls, files);
   std::optional<RepositoryLookup> lookup;
   std::shared_ptr<KPRepository> repository;  // that holds those from `first` up to here
   std::size_t first = 0;
@@ -284,14 +285,23 @@ void FolderRegistry::noteFolder(const URL& url, const FileSystem& files) {
   if (identifier && !url.isPackage(files)) folders_.addInactiveFolder(*identifier, url);
 }
 
-void FolderRegistry::noteItem(const URL& url, const FileSystem& files) {
+void FolderRegistry::noteItems(const std::vector<URL>& urls, const FileSystem& files) {
   checkIsOn(*queue_);
-  const std::optional<URL> parent = url.parentUrl(files);
-  const std::optional<FileIdentifier> identifier =
-      parent ? parent->identifier(files) : std::nullopt;
-  if (!identifier) return;
-  allObservedFiles()->findOrCreate(*identifier)->add(url.path());
-  if (url.isDirectory(files) && !url.isPackage(files)) folders_.addInactiveFolder(*identifier, url);
+  const std::shared_ptr<ObservedPaths> all = allObservedFiles();
+  FolderRun run;
+  std::optional<FileIdentifier> identifier;  // of the run's folder
+  std::shared_ptr<PathSet> items;            // in it
+  for (const URL& url : urls) {
+    if (!run.goesOnWith(url)) {
+      const std::optional<URL> parent = url.parentUrl(files);
+      identifier = parent ? parent->identifier(files) : std::nullopt;
+      items = identifier ? all->findOrCreate(*identifier) : nullptr;
+    }
+    if (items == nullptr) continue;
+    items->add(url.path());
+    const ResourceValues item = files.resourceValues(url);
+    if (item.isDirectory && !item.isPackage) folders_.addInactiveFolder(*identifier, url);
+  }
 }
 
 }  // namespace kelpie

@@ -87,7 +87,7 @@ class FolderRegistry {
   void adoptShownItems(const URL& root, const FileIdentifier& identifier, ObservedPaths& observed,
                        const FileSystem& files);
   void noteFolder(const URL& url, const FileSystem& files);
-  void noteItem(const URL& url, const FileSystem& files);
+  void noteItems(const std::vector<URL>& urls, const FileSystem& files);
 
   const Platform platform_;
   KPUserDefaults& defaults_;

@@ -34,8 +34,16 @@ bool RootFinder::isInPlace(std::size_t root) const {
 }
 
 std::optional<std::size_t> RootFinder::firstRootOf(const URL& url) {
-  const Indexes all = rootsOf(url);
-  return all.empty() ? std::nullopt : std::optional(all.front());
+  if (roots_.empty()) return std::nullopt;
+  const std::optional<FileIdentifier> identifier = url.identifier(files_);
+  std::optional<std::size_t> first;
+  const Indexes equal = rootsEqualTo(url, identifier);
+  if (!equal.empty()) first = equal.front();
+  for (const Holder& holder : holdersAround(url)) {
+    if (first && holder.root >= *first) break;
+    if (isAbove(holder, identifier)) first = holder.root;
+  }
+  return first;
 }
 
 RootFinder::Indexes RootFinder::rootsOf(const URL& url) {
@@ -43,7 +51,7 @@ RootFinder::Indexes RootFinder::rootsOf(const URL& url) {
   const std::optional<FileIdentifier> identifier = url.identifier(files_);
   Indexes above;
   for (const Holder& holder : holdersAround(url))
-    if (!identifier || holder.parent != identifier) above.push_back(holder.root);
+    if (isAbove(holder, identifier)) above.push_back(holder.root);
   const Indexes equal = rootsEqualTo(url, identifier);
   Indexes all;
   std::ranges::set_union(equal, above, std::back_inserter(all));
@@ -66,12 +74,20 @@ RootFinder::Indexes RootFinder::rootsEqualTo(
   return equal;
 }
 
+bool RootFinder::isAbove(const Holder& holder, const std::optional<FileIdentifier>& item) {
+  return !item || holder.parent != item;
+}
+
 const RootFinder::Holders& RootFinder::holdersAround(const URL& url) {
+  if (run_.goesOnWith(url)) return *runHolders_;
   const std::optional<URL> folder = url.parentUrl(files_);
-  if (!folder) return none_;
-  auto known = holders_.find(folder->path());
-  if (known == holders_.end()) known = holders_.emplace(folder->path(), holdersOf(*folder)).first;
-  return known->second;
+  runHolders_ = &none_;
+  if (folder) {
+    auto known = holders_.find(folder->path());
+    if (known == holders_.end()) known = holders_.emplace(folder->path(), holdersOf(*folder)).first;
+    runHolders_ = &known->second;
+  }
+  return *runHolders_;
 }
 
 // Only a root whose identifier stands somewhere on the way up can hold the folder; those few are

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "foundation/FileIdentifier.h"
+#include "foundation/FolderRun.h"
 #include "foundation/URL.h"
 
 namespace kelpie {
@@ -48,6 +49,7 @@ class RootFinder {
 
   Indexes rootsEqualTo(const URL& url, const std::optional<FileIdentifier>& identifier) const;
   bool isInPlace(std::size_t root) const;
+  static bool isAbove(const Holder& holder, const std::optional<FileIdentifier>& item);
   const Holders& holdersAround(const URL& url);
   Holders holdersOf(const URL& folder) const;
 
@@ -57,6 +59,8 @@ class RootFinder {
   Indexes withoutIdentifier_;
   std::unordered_map<std::string, Holders> holders_;  // by the folder's path
   const Holders none_;
+  FolderRun run_;
+  const Holders* runHolders_ = &none_;  // of the run's folder
 };
 
 }  // namespace kelpie

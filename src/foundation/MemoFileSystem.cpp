@@ -12,9 +12,9 @@ namespace kelpie {
 
 ResourceValues MemoFileSystem::resourceValues(const URL& url) const {
   if (!url.isFileURL()) return files_.resourceValues(url);
-  const auto found = seen_.find(url.path());
-  if (found != seen_.end()) return found->second;
-  return seen_.emplace(url.path(), files_.resourceValues(url)).first->second;
+  const auto [seen, isNew] = seen_.try_emplace(url.path());
+  if (isNew) seen->second = files_.resourceValues(url);
+  return seen->second;
 }
 
 std::optional<std::string> MemoFileSystem::localizedName(const URL& url) const {

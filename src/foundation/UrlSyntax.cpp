@@ -193,17 +193,19 @@ std::string percentDecoded(std::string_view text) {
   };
   std::string decoded;
   decoded.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool escaped = text[i] == '%' && text.size() - i >= 3 && isIn(text[i + 1], kHexDigit) &&
-                         isIn(text[i + 2], kHexDigit);
-    if (!escaped) {
-      decoded += text[i];
-      continue;
+  while (true) {
+    const std::size_t percent = std::min(text.find('%'), text.size());
+    decoded += text.substr(0, percent);
+    text.remove_prefix(percent);
+    if (text.empty()) return decoded;
+    if (text.size() >= 3 && isIn(text[1], kHexDigit) && isIn(text[2], kHexDigit)) {
+      decoded += static_cast<char>((valueOf(text[1]) << 4) | valueOf(text[2]));
+      text.remove_prefix(3);
+    } else {
+      decoded += '%';
+      text.remove_prefix(1);
     }
-    decoded += static_cast<char>((valueOf(text[i + 1]) << 4) | valueOf(text[i + 2]));
-    i += 2;
   }
-  return decoded;
 }
 
 std::string percentEncodedPath(std::string_view bytes) {

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/FolderRun.h"
 #include "foundation/ObjectView.h"
 #include "platform/Log.h"
 #include "platform/QueueCheck.h"
@@ -400,18 +401,13 @@ void KPRepository::addObservedURL(const URL& url, const FileSystem& files) {
 }
 
 void KPRepository::addObservedURLs(std::span<const URL> urls, const FileSystem& files) {
-  std::string_view folderPath;  // of the URL before; its set is the same for its neighbours
-  std::shared_ptr<PathSet> set;
+  FolderRun run;
+  std::shared_ptr<PathSet> set;  // of the run's folder
   std::unique_ptr<LookupCache> cache;
   for (const URL& url : urls) {
     if (badges_.isStopped()) return;
-    const std::string_view path = url.path();
-    const std::string_view itsFolder = path.substr(0, path.rfind('/') + 1);
-    if (!url.isFileURL() || itsFolder.empty() || itsFolder != folderPath) {
-      folderPath = itsFolder;
-      set = observedPathsAround(url, files);
-    }
-    if (set != nullptr) set->add(path);
+    if (!run.goesOnWith(url)) set = observedPathsAround(url, files);
+    if (set != nullptr) set->add(url.path());
     // A status that comes in while the badge is chosen and set may have set the right badge
     // already; the one chosen before must not replace that for good.
     for (bool isRight = false; !isRight;) {
@@ -490,7 +486,7 @@ KPRepository::Choice KPRepository::chooseBadge(const URL& url, const ResourceVal
     return {badgeIdentifierForStatus(*word)};
   }
   if (!item.isPackage && !showsFolderStatus()) return {KPBadge::kEmpty};
-  postFolder(url, work);
+  postFolder(url, work, changes);
   return {std::nullopt};
 }
 
@@ -501,7 +497,9 @@ bool KPRepository::showsFolderStatus() const {
 
 // -- Folders --------------------------------------------------------------------------------------
 
-void KPRepository::updateStatusOfDirectoryURL(const URL& folder) { postFolder(folder, nullptr); }
+void KPRepository::updateStatusOfDirectoryURL(const URL& folder) {
+  postFolder(folder, nullptr, std::nullopt);
+}
 
 bool KPRepository::isParentIgnoredUrl(const URL& url) const {
   return LookupCache(status_.places(), platform_.files).isParentIgnored(url);
@@ -530,7 +528,8 @@ KPRepository::Enumeration KPRepository::enumerateUrl(const URL& folder,
 
 // The changed items are those of the moment of the call. A status that comes in waits meanwhile, so
 // that work with an old list stands before the work that follows from the new status.
-void KPRepository::postFolder(const URL& folder, std::shared_ptr<Work> work) {
+void KPRepository::postFolder(const URL& folder, std::shared_ptr<Work> work,
+                              std::optional<std::uint64_t> chosenAt) {
   const MutexLock lock(mutex_);
   if (updateQueue_->isClosed()) return;
   const std::shared_ptr<const UrlList> dirtyUrls = status_.dirtyUrls();
@@ -541,13 +540,15 @@ void KPRepository::postFolder(const URL& folder, std::shared_ptr<Work> work) {
     work->cache->contents().announce(folder.path());
   }
   work->folders.push_back(folder.path());
-  post([folder, dirtyUrls, work = std::move(work)](KPRepository& self) {
-    self.updateFolder(folder, dirtyUrls, *work);
+  post([folder, dirtyUrls, chosenAt, work = std::move(work)](KPRepository& self) {
+    self.updateFolder(folder, dirtyUrls, *work, chosenAt);
   });
 }
 
+// A status that came in since the folder was chosen for want of an entry may have one for it, which
+// counts: the folder is ignored, or a submodule.
 void KPRepository::updateFolder(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls,
-                                Work& work) {
+                                Work& work, std::optional<std::uint64_t> chosenAt) {
   checkIsOn(*updateQueue_);
   {
     const MutexLock lock(mutex_);
@@ -557,8 +558,12 @@ void KPRepository::updateFolder(const URL& folder, const std::shared_ptr<const U
     const std::uint64_t changes = status_.changes();
     LookupCache& cache = cacheFor(work);
     if (cache.isDisplaced(rootIdentifier_)) return;
-    const StatusWord word = statusOfFolder(folder, dirtyUrls, status_, cache);
     const std::optional<FileIdentifier> identifier = cache.identifierOf(folder);
+    if (identifier && chosenAt && status_.tableSince() > *chosenAt) {
+      if (const std::optional<StatusWord> entry = status_.wordOf(*identifier))
+        return badges_.set(badgeIdentifierForStatus(*entry), folder);
+    }
+    const StatusWord word = statusOfFolder(folder, dirtyUrls, status_, cache);
     // Recorded first: a thread that is about to set the badge of the former entry looks again.
     if (identifier && !status_.record(*identifier, word, changes)) continue;
     badges_.set(badgeIdentifierForStatus(word), folder);

@@ -226,7 +226,8 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   void applyStatus(const Object& info);
   void observeRenamedItems(const Object& pathsOfFolders);
   void changeStatus(const Object& urls, WordChange change);
-  void updateFolder(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls, Work& work);
+  void updateFolder(const URL& folder, const std::shared_ptr<const UrlList>& dirtyUrls, Work& work,
+                    std::optional<std::uint64_t> chosenAt);
 
   // The badge of an item without an entry.
   struct Choice {
@@ -247,7 +248,10 @@ class KPRepository : public std::enable_shared_from_this<KPRepository> {
   Choice chooseBadge(const URL& url, const ResourceValues& item, const ItemKey& key,
                      LookupCache& cache, const std::shared_ptr<Work>& work, std::uint64_t changes);
   bool showsFolderStatus() const;
-  void postFolder(const URL& folder, std::shared_ptr<Work> work);
+  // Works out the folder's badge on the update queue. `chosenAt` is the status_.changes() at which
+  // it was seen to have no entry; absent when it is to be worked out whatever its entry.
+  void postFolder(const URL& folder, std::shared_ptr<Work> work,
+                  std::optional<std::uint64_t> chosenAt);
 
   const Platform platform_;
   KPUserDefaults& settings_;

@@ -57,9 +57,9 @@ bool LookupCache::isGitItem(const URL& url, const std::optional<FileIdentifier>&
   const URL& git = *places_.gitUrl;
   if (url.isSameObject(git)) return true;
   if (!url.isFileURL()) return url.absoluteString() == git.absoluteString();
-  if (identifier && identifier == identifierOf(git)) return true;
-  if (!git_) git_.emplace(git, folders_);
-  return git_->isParentOf(identifier, folders_.parentOf(url));
+  if (!git_) git_.emplace(GitFolder{identifierOf(git), Ancestry(git, folders_)});
+  if (identifier && identifier == git_->identifier) return true;
+  return git_->ancestry.isParentOf(identifier, folders_.parentOf(url));
 }
 
 bool LookupCache::isParentIgnored(const URL& url) {

@@ -51,13 +51,18 @@ class LookupCache {
   FolderContents& contents() { return contents_; }
 
  private:
+  struct GitFolder {
+    std::optional<FileIdentifier> identifier;
+    Ancestry ancestry;
+  };
+
   bool isOrIsInIgnored(const FolderCache::Folder* folder);
 
   const ItemPlaces places_;
   FolderCache folders_;
   FolderContents contents_;
   std::optional<Ancestry> root_;       // made when it is first needed
-  std::optional<Ancestry> git_;        // the same
+  std::optional<GitFolder> git_;       // the same
   std::optional<DirtyFolders> dirty_;  // of the list that was asked about last
   std::unordered_map<const FolderCache::Folder*, bool> ignored_;
 };

@@ -107,7 +107,7 @@ void RepositoryStatus::exchange(StatusInfo& info) {
   dirty_ = dirtyCount != 0;
   realDirty_ = dirtyCount != info.newCount;
   ++placesNumber_;
-  ++changes_;
+  tableSince_ = ++changes_;
 }
 
 void RepositoryStatus::end() {
@@ -122,7 +122,7 @@ void RepositoryStatus::setTable(std::optional<StatusTable> table) {
   const MutexLock lock(mutex_);
   if (ended_) return;
   table_.swap(table);
-  ++changes_;
+  tableSince_ = ++changes_;
 }
 
 std::optional<StatusWord> RepositoryStatus::wordOf(const StatusTable::Key& key) const {
@@ -184,6 +184,11 @@ std::uint64_t RepositoryStatus::placesNumber() const {
 std::uint64_t RepositoryStatus::changes() const {
   const MutexLock lock(mutex_);
   return changes_;
+}
+
+std::uint64_t RepositoryStatus::tableSince() const {
+  const MutexLock lock(mutex_);
+  return tableSince_;
 }
 
 }  // namespace kelpie

@@ -82,6 +82,9 @@ class RepositoryStatus {
   // A number that changes whenever many badges may be outdated: a status came in, items were
   // staged, the places changed. Recording an entry does not change it.
   std::uint64_t changes() const;
+  // What changes() became when the present table came in: an entry that was absent while changes()
+  // returned less was absent from another table.
+  std::uint64_t tableSince() const;
 
  private:
   const std::optional<URL> root_;
@@ -100,6 +103,7 @@ class RepositoryStatus {
       std::make_shared<const DeletedUrls>();
   std::uint64_t placesNumber_ KELPIE_GUARDED_BY(mutex_) = 0;
   std::uint64_t changes_ KELPIE_GUARDED_BY(mutex_) = 0;
+  std::uint64_t tableSince_ KELPIE_GUARDED_BY(mutex_) = 0;
   bool ended_ KELPIE_GUARDED_BY(mutex_) = false;
 };
 

@@ -314,6 +314,22 @@ TEST_F(FolderStatusTest, TheEntryStaysUntilTheNextStatus) {
   EXPECT_EQ(platform.finder.badgeFor("/r/d"), "KPCurrentBadge");
 }
 
+// The second message is taken in before the folder's turn has come.
+TEST_F(FolderStatusTest, AnEntryOfALaterStatusOutlivesTheWorkOfAnEarlierOne) {
+  file("/r/d/a");
+  repository->addObservedURL(url("/r/d"));
+  platform.runAll();
+  repository->setStatusInfo(statusInfo({}));
+  repository->setStatusInfo(statusInfo({{"/r/d", KPStatusIgnored}}));
+  platform.runAll();
+  EXPECT_EQ(platform.finder.badgeFor("/r/d"), "KPIgnoredBadge");
+  EXPECT_EQ(word("/r/d"), KPStatusIgnored);
+
+  repository->updateStatusOfDirectoryURL(url("/r/d"));
+  platform.runAll();
+  EXPECT_EQ(platform.finder.badgeFor("/r/d"), "KPCurrentBadge") << "asked for, whatever its entry";
+}
+
 // -- The work of one status message ---------------------------------------------------------------
 
 // A window that shows twenty folders, the root among what was shown.

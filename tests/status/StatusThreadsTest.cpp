@@ -230,6 +230,18 @@ TEST_F(Interrupted, AFolderAskedForWhileAStatusComesInShowsThatStatus) {
   EXPECT_EQ(finder.badges.back(), "KPWorkdirModifiedBadge");
 }
 
+TEST_F(Interrupted, AFolderAskedForWhileItComesToBeIgnoredStaysSo) {
+  file("/r/d/b");
+  send(statusInfo({}));
+  InterruptedFileSystem files(*platform.files);
+  files.path = "/r/.git";  // looked at when no entry was found
+  files.interrupt = [this] { send(statusInfo({{"/r/d", KPStatusIgnored}})); };
+  repository->addObservedURL(url("/r/d"), files);
+  platform.runAll();
+  EXPECT_EQ(word("/r/d"), KPStatusIgnored);
+  EXPECT_EQ(finder.badges.back(), "KPIgnoredBadge");
+}
+
 // -- The search that never ends -------------------------------------------------------------------
 
 // In a process of its own, since a queue is lost: stages an item again and again until its word is

@@ -1,13 +1,14 @@
 #include "linux/hostlink/AskedItems.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace kelpie {
 
-std::string AskedItems::folderOf(const std::string& path) {
+std::string_view AskedItems::folderOf(std::string_view path) {
   const std::size_t slash = path.rfind('/');
-  if (slash == std::string::npos || path.size() == 1) return {};
-  return slash == 0 ? "/" : path.substr(0, slash);
+  if (slash == std::string_view::npos || path.size() == 1) return {};
+  return path.substr(0, std::max<std::size_t>(slash, 1));
 }
 
 bool AskedItems::show(const URL& folder) {
@@ -36,12 +37,15 @@ std::vector<URL> AskedItems::shown() const {
   return urls;
 }
 
-void AskedItems::ask(const std::string& path, std::string url) {
-  const std::string folder = folderOf(path);
-  Asked& item = items_[folder][path];
-  item.url = std::move(url);
-  item.told = nullptr;
-  if (!shown_.contains(folder)) noteUnshown(path, item);
+void AskedItems::ask(const URL& item) {
+  const std::string& path = item.path();
+  const std::string_view folder = folderOf(path);
+  auto items = items_.find(folder);
+  if (items == items_.end()) items = items_.try_emplace(std::string(folder)).first;
+  Asked& asked = items->second[path];
+  asked.url = item.absoluteString();
+  asked.told = nullptr;
+  if (!shown_.contains(folder)) noteUnshown(path, asked);
 }
 
 void AskedItems::noteUnshown(const std::string& path, Asked& item) {
@@ -71,27 +75,18 @@ void AskedItems::forgetOldest() {
   if (folder->second.empty()) items_.erase(folder);
 }
 
-AskedItems::Asked* AskedItems::find(const std::string& path) {
-  const auto folder = items_.find(folderOf(path));
-  if (folder == items_.end()) return nullptr;
-  const auto item = folder->second.find(path);
-  return item == folder->second.end() ? nullptr : &item->second;
-}
-
-bool AskedItems::isNews(const std::string& path, const std::string& badge) {
-  Asked* const item = find(path);
-  if (item == nullptr) return true;
-  if (item->told != nullptr && *item->told == badge) return false;
-  item->told = &*badges_.insert(badge).first;
-  return true;
-}
-
-std::optional<std::string_view> AskedItems::spelling(const std::string& path) const {
-  const auto folder = items_.find(folderOf(path));
-  if (folder == items_.end()) return std::nullopt;
-  const auto item = folder->second.find(path);
-  if (item == folder->second.end()) return std::nullopt;
-  return item->second.url;
+std::optional<std::string_view> AskedItems::spellingToTell(const URL& item,
+                                                           const std::string& badge) {
+  const std::string_view folder = folderOf(item.path());
+  if (const auto items = items_.find(folder); items != items_.end()) {
+    if (const auto asked = items->second.find(item.path()); asked != items->second.end()) {
+      const std::string*& told = asked->second.told;
+      if (told != nullptr && *told == badge) return std::nullopt;
+      told = &*badges_.insert(badge).first;
+      return asked->second.url;
+    }
+  }
+  return shows(folder) ? std::optional<std::string_view>(item.absoluteString()) : std::nullopt;
 }
 
 }  // namespace kelpie

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,22 +31,18 @@ class AskedItems {
   // One window less of the host shows the folder. True when the host no longer shows it; its items
   // are forgotten then. False also for a folder that it does not show.
   bool hide(const std::string& folder);
-  bool shows(const std::string& folder) const { return shown_.contains(folder); }
+  bool shows(std::string_view folder) const { return shown_.contains(folder); }
   // Every folder shown, once each, as the host spelled it first.
   std::vector<URL> shown() const;
 
-  // The host asked for a badge of the item, spelled `url`.
-  void ask(const std::string& path, std::string url);
-  // The host's own spelling of the item when it asked; absent when it did not ask, or the item was
-  // forgotten.
-  std::optional<std::string_view> spelling(const std::string& path) const;
-
-  // The badge is set for the item. False when the host was told that badge last, and has not asked
-  // since: the main application says a whole status again and again, in which little is new.
-  bool isNews(const std::string& path, const std::string& badge);
-
-  // The folder of the path, by its text; "" for the root.
-  static std::string folderOf(const std::string& path);
+  // The host asked for a badge of the item, as it is spelled here.
+  void ask(const URL& item);
+  // The badge is set for the item. The spelling in which the host is to be told of it: its own, or
+  // that of `item` when it has not asked, or the item was forgotten, but it shows the folder.
+  // Absent when the host is not to be told: of what it does not see, and of a badge that it was
+  // told last and has not asked for since (the main application says a whole status again and
+  // again, in which little is new). Borrowed until the next call.
+  std::optional<std::string_view> spellingToTell(const URL& item, const std::string& badge);
 
  private:
   struct Shown {
@@ -63,15 +60,25 @@ class AskedItems {
     std::string path;
   };
 
-  Asked* find(const std::string& path);
+  // Looks up parts of paths without copying them.
+  struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const {
+      return std::hash<std::string_view>()(text);
+    }
+  };
+  template <class Value>
+  using ByPath = std::unordered_map<std::string, Value, TextHash, std::equal_to<>>;
+
+  // The folder of the path, by its text; "" for the root.
+  static std::string_view folderOf(std::string_view path);
   void noteUnshown(const std::string& path, Asked& item);
   bool isStale(const Order& entry) const;
   void forgetOldest();
 
   std::size_t maximumUnshown_;
-  std::unordered_map<std::string, Shown> shown_;  // by path
-  // folder -> path -> item
-  std::unordered_map<std::string, std::unordered_map<std::string, Asked>> items_;
+  ByPath<Shown> shown_;
+  ByPath<ByPath<Asked>> items_;             // folder -> path -> item
   std::unordered_set<std::string> badges_;  // every one told; the extension has a dozen
   // The items of folders that are not shown, oldest first. An entry whose number is not its item's
   // is stale: the item was asked for again, or its folder came into view.

@@ -94,7 +94,7 @@ bool HostSession::serve(const hostlink::EndObserving& line) {
 bool HostSession::serve(const hostlink::RequestBadges& line) {
   bool wrong = line.hasOthers;
   for (const URL& url : fileURLs(line.urls, wrong)) {
-    asked_.ask(url.path(), url.absoluteString());
+    asked_.ask(url);
     hub_.extension().requestBadgeIdentifierForURL(url);
   }
   if (wrong) sendError("an element of urls is no file URL");
@@ -129,11 +129,8 @@ void HostSession::tellBadges(const std::vector<LinuxFinderSyncController::Badge>
     if (!line.badges.empty()) send(std::exchange(line, {}));
   };
   for (const auto& [url, identifier] : badges) {
-    if (!asked_.isNews(url.path(), identifier)) continue;
-    if (const auto spelling = asked_.spelling(url.path()))
+    if (const auto spelling = asked_.spellingToTell(url, identifier))
       line.badges.emplace_back(*spelling, identifier);
-    else if (asked_.shows(AskedItems::folderOf(url.path())))
-      line.badges.emplace_back(url.absoluteString(), identifier);
     if (line.badges.size() >= kBadgesInALine) flush();
   }
   flush();

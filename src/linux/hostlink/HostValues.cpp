@@ -33,8 +33,11 @@ std::vector<Item> itemsOf(const Menu& menu) {
 std::optional<URL> fileURL(const std::string& text) {
   auto url = URL::fromString(text);
   if (!url || !url->isFileURL()) return std::nullopt;
-  const std::string host = url->host();
-  if (!host.empty() && host != "localhost") return std::nullopt;
+  // As nearly all are spelled; anything else is taken apart once more.
+  if (!text.starts_with("file:///")) {
+    const std::string host = url->host();
+    if (!host.empty() && host != "localhost") return std::nullopt;
+  }
   // A path that is not absolute, or holds a zero byte, names no file.
   const std::string& path = url->path();
   if (!path.starts_with('/') || path.find('\0') != std::string::npos) return std::nullopt;

@@ -22,18 +22,30 @@ const json kNull;
 
 // -- Reading --------------------------------------------------------------------------------------
 
+// Whether the line nests deeper than that, up to the first error in it. Looked at before anything
+// is parsed, so that a line of brackets costs no memory.
+bool nestsDeeper(std::string_view line, int nesting) {
+  int depth = 0;
+  bool isInText = false;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    const char c = line[i];
+    if (c == '"')
+      isInText = !isInText;
+    else if (isInText)
+      i += c == '\\' ? 1 : 0;
+    else if ((c == '[' || c == '{') && ++depth > nesting)
+      return true;
+    else if (c == ']' || c == '}')
+      --depth;
+  }
+  return false;
+}
+
 // The object of a line; absent when it is not an object, or nests deeper than that.
-std::optional<json> objectOf(std::string_view text, int nesting) {
-  bool tooDeep = false;
-  // Returning false drops the value, so that a line of brackets costs no memory.
-  const auto keep = [&tooDeep, nesting](int depth, json::parse_event_t event, json&) {
-    const bool opens =
-        event == json::parse_event_t::object_start || event == json::parse_event_t::array_start;
-    if (opens && depth >= nesting) tooDeep = true;
-    return !tooDeep;
-  };
-  json parsed = json::parse(text, keep, /*allow_exceptions=*/false);
-  if (tooDeep || !parsed.is_object()) return std::nullopt;
+std::optional<json> objectOf(std::string_view line, int nesting) {
+  if (nestsDeeper(line, nesting)) return std::nullopt;
+  json parsed = json::parse(line, nullptr, /*allow_exceptions=*/false);
+  if (!parsed.is_object()) return std::nullopt;
   return parsed;
 }
 

@@ -2,39 +2,53 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <string>
+
 namespace kelpie {
 namespace {
 
+URL item(const std::string& path) { return URL::fileURLWithPath(path); }
+
+// The spelling in which the host is told of an item; absent when it is not remembered, since the
+// folder is not shown.
+std::optional<std::string> spelling(AskedItems& items, const std::string& path) {
+  static int number = 0;
+  const URL url = item(path);
+  const auto told = items.spellingToTell(url, "new badge " + std::to_string(++number));
+  return told ? std::optional(std::string(*told)) : std::nullopt;
+}
+
 TEST(AskedItems, RemembersTheSpellingOfWhatWasAsked) {
   AskedItems items;
-  items.ask("/r/a b", "file:///r/a%20b");
-  EXPECT_EQ(items.spelling("/r/a b"), "file:///r/a%20b");
-  EXPECT_EQ(items.spelling("/r/other"), std::nullopt);
+  items.ask(*URL::fromString("file:///r/a%20b"));
+  EXPECT_EQ(spelling(items, "/r/a b"), "file:///r/a%20b");
+  EXPECT_EQ(spelling(items, "/r/other"), std::nullopt);
 }
 
 TEST(AskedItems, TheLastSpellingCounts) {
   AskedItems items;
-  items.ask("/r/-", "file:///r/-");
-  items.ask("/r/-", "file:///r/%2D");
-  EXPECT_EQ(items.spelling("/r/-"), "file:///r/%2D");
+  items.ask(*URL::fromString("file:///r/-"));
+  items.ask(*URL::fromString("file:///r/%2D"));
+  EXPECT_EQ(spelling(items, "/r/-"), "file:///r/%2D");
 }
 
 TEST(AskedItems, ItemsAreForgottenWhenTheirFolderIsNoLongerShown) {
   AskedItems items;
   items.show(URL::fileURLWithPath("/r"));
-  items.ask("/r/a", "file:///r/a");
-  items.ask("/r/sub/b", "file:///r/sub/b");
+  items.ask(*URL::fromString("file:///r/a"));
+  items.ask(*URL::fromString("file:///r/sub/b"));
   EXPECT_TRUE(items.hide("/r"));
-  EXPECT_EQ(items.spelling("/r/a"), std::nullopt);
-  EXPECT_NE(items.spelling("/r/sub/b"), std::nullopt) << "its folder was never shown";
+  EXPECT_EQ(spelling(items, "/r/a"), std::nullopt);
+  EXPECT_NE(spelling(items, "/r/sub/b"), std::nullopt) << "its folder was never shown";
 }
 
 TEST(AskedItems, ItemsAskedForBeforeTheirFolderWasShownGoWithIt) {
   AskedItems items;
-  items.ask("/r/a", "file:///r/a");
+  items.ask(*URL::fromString("file:///r/a"));
   items.show(URL::fileURLWithPath("/r"));
   items.hide("/r");
-  EXPECT_EQ(items.spelling("/r/a"), std::nullopt);
+  EXPECT_EQ(spelling(items, "/r/a"), std::nullopt);
 }
 
 TEST(AskedItems, AFolderShownTwiceIsHiddenTwice) {
@@ -50,67 +64,72 @@ TEST(AskedItems, AFolderShownTwiceIsHiddenTwice) {
 
 TEST(AskedItems, OfFoldersThatAreNotShownTheOldestIsForgottenFirst) {
   AskedItems items(3);
-  for (const char* name : {"1", "2", "3", "4"}) items.ask(std::string("/r/") + name, name);
-  EXPECT_EQ(items.spelling("/r/1"), std::nullopt);
-  for (const char* name : {"2", "3", "4"})
-    EXPECT_EQ(items.spelling(std::string("/r/") + name), name);
+  for (const std::string name : {"1", "2", "3", "4"}) items.ask(item("/r/" + name));
+  EXPECT_EQ(spelling(items, "/r/1"), std::nullopt);
+  for (const std::string name : {"2", "3", "4"})
+    EXPECT_EQ(spelling(items, "/r/" + name), "file:///r/" + name);
 }
 
 TEST(AskedItems, AskingAgainMakesAnItemTheNewest) {
   AskedItems items(2);
-  items.ask("/r/1", "1");
-  items.ask("/r/2", "2");
-  items.ask("/r/1", "1");
-  items.ask("/r/3", "3");
-  EXPECT_EQ(items.spelling("/r/2"), std::nullopt);
-  EXPECT_EQ(items.spelling("/r/1"), "1");
+  items.ask(item("/r/1"));
+  items.ask(item("/r/2"));
+  items.ask(item("/r/1"));
+  items.ask(item("/r/3"));
+  EXPECT_EQ(spelling(items, "/r/2"), std::nullopt);
+  EXPECT_EQ(spelling(items, "/r/1"), "file:///r/1");
 }
 
 TEST(AskedItems, ItemsOfShownFoldersDoNotCount) {
   AskedItems items(2);
   items.show(URL::fileURLWithPath("/shown"));
-  for (int i = 0; i < 10; ++i) items.ask("/shown/" + std::to_string(i), "s");
-  items.ask("/r/1", "1");
-  items.ask("/r/2", "2");
-  EXPECT_EQ(items.spelling("/shown/0"), "s");
-  EXPECT_EQ(items.spelling("/r/1"), "1");
-  EXPECT_EQ(items.spelling("/r/2"), "2");
+  for (int i = 0; i < 10; ++i) items.ask(item("/shown/" + std::to_string(i)));
+  items.ask(item("/r/1"));
+  items.ask(item("/r/2"));
+  EXPECT_EQ(spelling(items, "/shown/0"), "file:///shown/0");
+  EXPECT_EQ(spelling(items, "/r/1"), "file:///r/1");
+  EXPECT_EQ(spelling(items, "/r/2"), "file:///r/2");
 }
 
 TEST(AskedItems, AnItemAskedForOverAndOverStaysTheOnlyOne) {
   AskedItems items(2);
-  items.ask("/r/kept", "kept");
-  for (int i = 0; i < 1000; ++i) items.ask("/r/again", "again");
-  EXPECT_EQ(items.spelling("/r/kept"), "kept");
-  EXPECT_EQ(items.spelling("/r/again"), "again");
+  items.ask(item("/r/kept"));
+  for (int i = 0; i < 1000; ++i) items.ask(item("/r/again"));
+  EXPECT_EQ(spelling(items, "/r/kept"), "file:///r/kept");
+  EXPECT_EQ(spelling(items, "/r/again"), "file:///r/again");
 }
 
-TEST(AskedItems, ABadgeIsNewsOnceUntilTheHostAsksAgain) {
+TEST(AskedItems, ABadgeIsToldOnceUntilTheHostAsksAgain) {
   AskedItems items;
-  items.ask("/r/f", "file:///r/f");
-  EXPECT_TRUE(items.isNews("/r/f", "KPCurrentBadge"));
-  EXPECT_FALSE(items.isNews("/r/f", "KPCurrentBadge"));
-  EXPECT_TRUE(items.isNews("/r/f", "KPIgnoredBadge"));
-  EXPECT_TRUE(items.isNews("/r/f", "KPCurrentBadge"));
-  items.ask("/r/f", "file:///r/f");
-  EXPECT_TRUE(items.isNews("/r/f", "KPCurrentBadge")) << "it waits for an answer";
-  EXPECT_FALSE(items.isNews("/r/f", "KPCurrentBadge"));
+  const URL file = item("/r/f");
+  items.ask(file);
+  EXPECT_TRUE(items.spellingToTell(file, "KPCurrentBadge"));
+  EXPECT_FALSE(items.spellingToTell(file, "KPCurrentBadge"));
+  EXPECT_TRUE(items.spellingToTell(file, "KPIgnoredBadge"));
+  EXPECT_TRUE(items.spellingToTell(file, "KPCurrentBadge"));
+  items.ask(file);
+  EXPECT_TRUE(items.spellingToTell(file, "KPCurrentBadge")) << "it waits for an answer";
+  EXPECT_FALSE(items.spellingToTell(file, "KPCurrentBadge"));
 }
 
-TEST(AskedItems, ABadgeOfAnItemThatIsNotRememberedIsNews) {
+TEST(AskedItems, OfWhatWasNotAskedForAllIsToldThatLiesInAShownFolder) {
   AskedItems items;
-  items.show(URL::fileURLWithPath("/r"));
-  items.ask("/r/f", "file:///r/f");
-  EXPECT_TRUE(items.isNews("/r/f", "KPCurrentBadge"));
+  const URL file = item("/r/f");
+  EXPECT_FALSE(items.spellingToTell(file, "KPCurrentBadge"));
+  items.show(item("/r"));
+  EXPECT_EQ(items.spellingToTell(file, "KPCurrentBadge"), "file:///r/f");
+  EXPECT_EQ(items.spellingToTell(file, "KPCurrentBadge"), "file:///r/f");
+  EXPECT_FALSE(items.spellingToTell(item("/r/sub/f"), "KPCurrentBadge"));
+  items.ask(file);
   items.hide("/r");
-  EXPECT_TRUE(items.isNews("/r/f", "KPCurrentBadge"));
-  EXPECT_TRUE(items.isNews("/r/f", "KPCurrentBadge"));
+  EXPECT_FALSE(items.spellingToTell(file, "KPCurrentBadge"));
 }
 
-TEST(AskedItems, TheFolderOfAPath) {
-  EXPECT_EQ(AskedItems::folderOf("/a/b"), "/a");
-  EXPECT_EQ(AskedItems::folderOf("/a"), "/");
-  EXPECT_EQ(AskedItems::folderOf("/"), "");
+TEST(AskedItems, TheRootIsAFolderWithItems) {
+  AskedItems items;
+  items.show(item("/"));
+  EXPECT_EQ(items.spellingToTell(item("/a"), "KPCurrentBadge"), "file:///a");
+  EXPECT_FALSE(items.spellingToTell(item("/"), "KPCurrentBadge")) << "it lies in no folder";
 }
 
 }  // namespace
