@@ -179,6 +179,32 @@ TEST(HostLineCodec, WhatTheExtensionSaysIsReadWhateverItHolds) {
   EXPECT_TRUE(std::holds_alternative<OtherLine>(readExtensionLine(R"({"type":"news"})").value()));
 }
 
+TEST(HostLineCodec, BracketsInTextsNestNothing) {
+  const std::string many(50, '[');
+  for (const std::string& text : {many, many + R"(\")" + many, R"(\\)" + many, many + R"(\\\")"}) {
+    const HostLineReading reading =
+        readHostLine(R"({"type":"beginObserving","url":")" + text + R"("})");
+    EXPECT_TRUE(reading.line) << text;
+  }
+  EXPECT_FALSE(readHostLine(R"({"type":"\\","url":)" + many).line) << "outside of a text";
+  EXPECT_FALSE(readHostLine(R"({"type":")" + many).line) << "a text without end";
+}
+
+TEST(HostLineCodec, BadgesAreWrittenAsAnyOtherLine) {
+  const Badges badges{{{"file:///r/a%20b", "KPCurrentBadge"},
+                       {"file:///r/\"\\\n\x7f\xc3\xa4\xff[", ""},
+                       {"", "KP\tBadge"}}};
+  const std::string line = lineOf(ExtensionLine(badges));
+  ASSERT_TRUE(line.ends_with("\n"));
+  const auto read = readExtensionLine(line.substr(0, line.size() - 1));
+  ASSERT_TRUE(read);
+  Badges expected = badges;
+  expected.badges[1].first =
+      "file:///r/\"\\\n\x7f\xc3\xa4\xef\xbf\xbd[";  // the byte that is no UTF-8
+  EXPECT_EQ(std::get<Badges>(*read).badges, expected.badges);
+  EXPECT_EQ(lineOf(ExtensionLine(Badges{})), "{\"badges\":[],\"type\":\"badges\"}\n");
+}
+
 TEST(HostLineCodec, LinesThatNestTooDeepAreNone) {
   const auto nested = [](std::size_t depth) {
     return R"({"type":"hello","x":)" + std::string(depth, '[') + std::string(depth, ']') + "}";
