@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <span>
 
 #include "archive/ArchiveClasses.h"
 #include "archive/DecodingLimits.h"
@@ -38,18 +39,25 @@ std::vector<std::string_view> classNames(Kind kind, bool isMutable) {
 
 }  // namespace
 
-// The keys of one object, as they are collected.
+// The keys of one object, as they are collected: on top of those of the objects that hold it.
 class ArchiveWriter::Fields : public KeyedEncoder {
  public:
-  explicit Fields(ArchiveWriter& writer) : writer_(writer) {}
+  explicit Fields(ArchiveWriter& writer) : writer_(writer), first_(writer.keys_.size()) {}
+  ~Fields() override {
+    writer_.keys_.resize(first_);
+    writer_.values_.resize(first_);
+  }
+  Fields(const Fields&) = delete;
+  Fields& operator=(const Fields&) = delete;
 
   void add(std::string_view key, Number value) {
-    keys_.push_back(writer_.list_.addString(key));
-    values_.push_back(value);
+    writer_.keys_.push_back(writer_.list_.addString(key));
+    writer_.values_.push_back(value);
   }
   Number finish(std::uint32_t classUid) {
     add("$class", writer_.list_.addUid(classUid));
-    return writer_.list_.addDictionary(keys_, values_);
+    return writer_.list_.addDictionary(std::span(writer_.keys_).subspan(first_),
+                                       std::span(writer_.values_).subspan(first_));
   }
 
   void encodeInteger(std::string_view key, std::int64_t value) override {
@@ -68,8 +76,7 @@ class ArchiveWriter::Fields : public KeyedEncoder {
 
  private:
   ArchiveWriter& writer_;
-  std::vector<Number> keys_;
-  std::vector<Number> values_;
+  const std::size_t first_;
 };
 
 std::optional<Bytes> ArchiveWriter::archivedData(const Object& root) {
@@ -101,7 +108,7 @@ std::uint32_t ArchiveWriter::uidOf(const Object& object) {
     case Kind::Real:
       return uidOfPlain(list_.addReal(object.doubleValue()));
     case Kind::Date:
-      return addObject(classNames(Kind::Date, false), object);
+      return addPlainObject(object);
     case Kind::String: {
       // The text "$null" would be read as nil.
       const bool isPlain = !object.isMutable() && !ObjectView(object).isEqualToString(kNull);
@@ -115,9 +122,13 @@ std::uint32_t ArchiveWriter::uidOf(const Object& object) {
 }
 
 std::uint32_t ArchiveWriter::uidOfPlain(Number number) {
-  const auto [known, isNew] = plain_.try_emplace(number, objects_.size());
-  if (isNew) objects_.push_back(number);
-  return known->second;
+  if (number >= plain_.size()) plain_.resize(std::max<std::size_t>(number + 1, 2 * plain_.size()));
+  // $null has the first place, so no value has it.
+  if (plain_[number] == 0) {
+    plain_[number] = static_cast<std::uint32_t>(objects_.size());
+    objects_.push_back(number);
+  }
+  return plain_[number];
 }
 
 std::uint32_t ArchiveWriter::uidOfString(const Object& object) {
@@ -158,25 +169,38 @@ std::uint32_t ArchiveWriter::uidOfShared(const Object& object) {
   ++depth_;
   std::uint32_t uid = 0;
   if (const auto archivable = whole.archivable()) {
-    uid = addObject(archivable->classNames(), whole);
+    const ClassNames names = archivable->classNames();
+    uid = addObject(whole, [&] { return uidOfClass(names); });
   } else if (const auto opaque = whole.opaque()) {
     ClassNames names(opaque->classNames.begin(), opaque->classNames.end());
     if (names.empty()) names.push_back(kRootClass);
-    uid = addObject(names, whole);
+    uid = addObject(whole, [&] { return uidOfClass(names); });
   } else {
-    uid = addObject(classNames(whole.kind(), whole.isMutable()), whole);
+    uid = addPlainObject(whole);
   }
   --depth_;
   return uid;
 }
 
-std::uint32_t ArchiveWriter::addObject(const ClassNames& classNames, const Object& object) {
+std::uint32_t ArchiveWriter::addObject(const Object& object,
+                                       FunctionRef<std::uint32_t()> uidOfItsClass) {
   const auto uid = static_cast<std::uint32_t>(objects_.size());
   objects_.push_back(0);  // the place: what the object holds comes behind it
   Fields fields(*this);
   writeFields(object, fields);
-  objects_[uid] = fields.finish(uidOfClass(classNames));
+  objects_[uid] = fields.finish(uidOfItsClass());
   return uid;
+}
+
+std::uint32_t ArchiveWriter::addPlainObject(const Object& object) {
+  return addObject(object, [&] {
+    const std::pair<Kind, bool> of(object.kind(), object.isMutable());
+    const auto known = std::ranges::find(plainClasses_, of, &PlainClass::of);
+    if (known != plainClasses_.end()) return known->uid;
+    const std::uint32_t uid = uidOfClass(classNames(of.first, of.second));
+    plainClasses_.push_back({of, uid});
+    return uid;
+  });
 }
 
 std::uint32_t ArchiveWriter::uidOfClass(const ClassNames& names) {
@@ -255,13 +279,14 @@ void ArchiveWriter::writeOpaque(const OpaqueObject& object, Fields& fields) {
 }
 
 ArchiveWriter::Number ArchiveWriter::references(const ObjectView& elements) {
-  std::vector<Number> numbers;
-  numbers.reserve(elements.size());
+  const std::size_t first = elements_.size();
   elements.forEachElement([&](ObjectView element) {
-    numbers.push_back(reference(element.toObject()));
+    elements_.push_back(reference(element.toObject()));
     return true;
   });
-  return list_.addArray(numbers);
+  const Number array = list_.addArray(std::span(elements_).subspan(first));
+  elements_.resize(first);
+  return array;
 }
 
 }  // namespace kelpie

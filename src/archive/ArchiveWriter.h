@@ -6,10 +6,12 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "archive/BinaryPropertyListWriter.h"
 #include "foundation/Bytes.h"
+#include "foundation/FunctionRef.h"
 #include "foundation/Object.h"
 #include "foundation/ObjectView.h"
 #include "foundation/OpaqueObject.h"
@@ -42,7 +44,10 @@ class ArchiveWriter {
   // The number of an object that has a class.
   std::uint32_t uidOfShared(const Object& object);
   std::uint32_t uidOfClass(const ClassNames& names);
-  std::uint32_t addObject(const ClassNames& classNames, const Object& object);
+  // Writes a new object, and then its class when that is new.
+  std::uint32_t addObject(const Object& object, FunctionRef<std::uint32_t()> uidOfItsClass);
+  // One whose class is that of its kind.
+  std::uint32_t addPlainObject(const Object& object);
 
   void writeFields(const Object& object, Fields& fields);
   void writeError(const Object& object, Fields& fields);
@@ -54,10 +59,19 @@ class ArchiveWriter {
   int nesting_;
   int depth_;
   bool isTooDeep_ = false;
+  // What the objects that are being written hold so far, those inside others on top.
+  std::vector<Number> keys_;
+  std::vector<Number> values_;
+  std::vector<Number> elements_;
   std::vector<Number> objects_;  // the archive's objects, by their numbers in the property list
-  std::unordered_map<Number, std::uint32_t> plain_;
+  std::vector<std::uint32_t> plain_;  // numbers of plain values in the archive, by those in list_
   std::unordered_map<const void*, std::uint32_t> shared_;  // by Object::sharedAddress()
   std::map<std::vector<std::string>, std::uint32_t> classes_;
+  struct PlainClass {
+    std::pair<Object::Kind, bool> of;  // and whether it is mutable
+    std::uint32_t uid = 0;
+  };
+  std::vector<PlainClass> plainClasses_;  // a handful
   std::vector<Object> held_;  // what shared_ has by address: some of it lives for the archive alone
 };
 

@@ -29,9 +29,24 @@ enum : std::uint8_t {
 };
 constexpr std::uint64_t kCountFollows = 15;
 
+// `size` is 8 at most.
 void appendSized(Bytes& bytes, std::uint64_t value, std::size_t size) {
-  for (std::size_t index = size; index-- > 0;)
-    bytes.push_back(static_cast<std::uint8_t>(value >> (8 * index)));
+  std::array<std::uint8_t, 8> digits{};
+  for (std::size_t index = 0; index < size; ++index)
+    digits.at(index) = static_cast<std::uint8_t>(value >> (8 * (size - 1 - index)));
+  bytes.insert(bytes.end(), digits.begin(), digits.begin() + static_cast<std::ptrdiff_t>(size));
+}
+
+// Each in `size` bytes, 8 at most.
+template <class Value>
+void appendAllSized(Bytes& bytes, std::span<const Value> values, std::size_t size) {
+  std::size_t end = bytes.size();
+  bytes.resize(end + values.size() * size);
+  for (std::uint64_t value : values) {
+    end += size;
+    for (std::size_t index = 1; index <= size; ++index, value >>= 8)
+      bytes[end - index] = static_cast<std::uint8_t>(value);
+  }
 }
 
 // How many bytes are enough for every number up to `value`.
@@ -155,15 +170,16 @@ BinaryPropertyListWriter::Number BinaryPropertyListWriter::addCounted(std::uint8
 }
 
 BinaryPropertyListWriter::Number BinaryPropertyListWriter::addUid(std::uint32_t uid) {
-  const auto [known, isNew] = uids_.try_emplace(uid);
-  if (isNew) {
+  if (uid >= uids_.size()) uids_.resize(std::max<std::size_t>(uid + 1, 2 * uids_.size()));
+  std::optional<Number>& known = uids_[uid];
+  if (!known) {
     const std::size_t begin = scalars_.size();
     const std::size_t size = sizeFor(uid);
     scalars_.push_back(static_cast<std::uint8_t>(kUid | (size - 1)));
     appendSized(scalars_, uid, size);
-    known->second = addScalar(begin);
+    known = addScalar(begin);
   }
-  return known->second;
+  return *known;
 }
 
 BinaryPropertyListWriter::Number BinaryPropertyListWriter::addArray(
@@ -200,13 +216,12 @@ Bytes BinaryPropertyListWriter::finish(Number top) const {
     }
     appendCounted(result, entry.form == Form::Array ? kArray : kDictionary, entry.count);
     const std::uint64_t count = entry.form == Form::Array ? entry.count : 2 * entry.count;
-    for (std::uint64_t index = 0; index < count; ++index)
-      appendSized(result, references_[entry.begin + index], referenceSize);
+    appendAllSized(result, std::span(references_).subspan(entry.begin, count), referenceSize);
   }
 
   const std::size_t tableOffset = result.size();
   const std::size_t offsetSize = sizeFor(tableOffset);
-  for (const std::uint64_t offset : offsets) appendSized(result, offset, offsetSize);
+  appendAllSized(result, std::span<const std::uint64_t>(offsets), offsetSize);
   appendSized(result, 0, 6);
   result.push_back(static_cast<std::uint8_t>(offsetSize));
   result.push_back(static_cast<std::uint8_t>(referenceSize));

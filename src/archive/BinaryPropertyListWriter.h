@@ -31,6 +31,7 @@ class BinaryPropertyListWriter {
   // UTF-8; a byte that is not becomes U+FFFD.
   Number addString(std::string_view text);
   Number addData(ByteView bytes);
+  // Takes memory in proportion to the highest one: they are meant to be counted through.
   Number addUid(std::uint32_t uid);
   Number addArray(std::span<const Number> elements);
   // As many keys as values.
@@ -67,7 +68,7 @@ class BinaryPropertyListWriter {
   std::unordered_map<std::int64_t, Number> integers_;
   std::unordered_map<std::uint64_t, Number> unsigneds_;
   std::unordered_map<std::uint64_t, Number> reals_;  // by their bits
-  std::unordered_map<std::uint32_t, Number> uids_;
+  std::vector<std::optional<Number>> uids_;          // by their values
   TextMap strings_;
   TextMap shortData_;
 };
