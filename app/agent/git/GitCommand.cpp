@@ -85,6 +85,7 @@ ProgramCall GitCommand::call(const Arguments& arguments) const {
 
 GitCommand GitCommand::in(std::string folder) const {
   GitCommand other(program_, std::move(folder));
+  other.runner_ = runner_;
   other.guard_ = guard_;
   other.variables_ = variables_;
   return other;
@@ -93,6 +94,18 @@ GitCommand GitCommand::in(std::string folder) const {
 GitCommand GitCommand::withVariables(Environment variables) const {
   GitCommand other(*this);
   other.variables_ = std::move(variables);
+  return other;
+}
+
+GitCommand GitCommand::startedBy(std::shared_ptr<const ProgramRunner> runner) const {
+  GitCommand other(*this);
+  other.runner_ = std::move(runner);
+  return other;
+}
+
+GitCommand GitCommand::unguarded() const {
+  GitCommand other(program_, folder_);
+  other.runner_ = runner_;
   return other;
 }
 
@@ -138,7 +151,11 @@ ProgramResult GitCommand::askUnder(const ReadingRules& rules, const Arguments& a
   question.maximumOutput = kMaximumAnswer;
   question.timeLimit = limit;
   question.endsWithAgent = true;
-  return Subprocess::run(question, cancellable);
+  return run(question, cancellable);
+}
+
+ProgramResult GitCommand::run(const ProgramCall& call, GCancellable* cancellable) const {
+  return runner_ == nullptr ? Subprocess::run(call, cancellable) : (*runner_)(call, cancellable);
 }
 
 std::vector<std::string> GitCommand::settingsFiles() const {
@@ -167,7 +184,7 @@ ProgramCall GitCommand::changeCall(const Arguments& arguments) const {
 ProgramResult GitCommand::runChange(const ProgramCall& change) const {
   if (std::string why = objection(); !why.empty())
     return notStarted(std::move(why) + " Nothing was done.");
-  return Subprocess::run(change);
+  return run(change);
 }
 
 ProgramResult GitCommand::change(const Arguments& arguments) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -17,6 +18,9 @@ struct WorkingCopy;
 using Arguments = std::vector<std::string>;
 // Names and values of variables.
 using Environment = std::vector<std::pair<std::string, std::string>>;
+// Runs a program, as Subprocess::run() does.
+using ProgramRunner =
+    std::function<ProgramResult(const ProgramCall& call, GCancellable* cancellable)>;
 
 // The `git` program, run in one folder. Every call blocks until git has ended, so none is made on
 // the main thread. Variables that name another repository (GIT_DIR and the like) are kept from git.
@@ -33,13 +37,15 @@ class GitCommand {
   // The same git, whose questions run no program that a repository names for itself unless the user
   // trusts it. Without a guard, only the programs that can be switched off in every repository are.
   GitCommand guardedBy(std::shared_ptr<ProgramGuard> guard) const;
-  GitCommand unguarded() const { return {program_, folder_}; }
+  GitCommand unguarded() const;
   // The same git in the root of the working copy, and for changes there only: each change first
   // checks that the folder still is that working copy.
   GitCommand within(const WorkingCopy& workingCopy) const;
 
   // The same git with further variables for its changes.
   GitCommand withVariables(Environment variables) const;
+  // The same git, started by `runner`, which may answer in its place. Not null; any thread.
+  GitCommand startedBy(std::shared_ptr<const ProgramRunner> runner) const;
 
   // Asks git something: it takes no lock that could hinder the user's own git, answers in English,
   // takes every path as it is written, and is stopped after `limit` or when `cancellable` (may be
@@ -87,9 +93,11 @@ class GitCommand {
   ProgramCall call(const Arguments& arguments) const;
   ProgramCall changeCall(const Arguments& arguments) const;
   ProgramResult runChange(const ProgramCall& change) const;
+  ProgramResult run(const ProgramCall& call, GCancellable* cancellable = nullptr) const;
 
   std::string program_;
   std::string folder_;
+  std::shared_ptr<const ProgramRunner> runner_;  // null: Subprocess
   std::shared_ptr<ProgramGuard> guard_;
   std::shared_ptr<const WorkingCopy> workingCopy_;  // the only one that may be changed; or null
   Environment variables_;                           // where it changes something
