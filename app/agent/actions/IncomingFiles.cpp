@@ -1,6 +1,7 @@
 #include "agent/actions/IncomingFiles.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <filesystem>
 #include <set>
@@ -54,17 +55,20 @@ bool parseDifference(std::string_view listed, Entries& entries) {
     return token;
   };
   while (!listed.empty()) {
-    const std::string_view facts = next();
+    std::string_view facts = next();
     if (facts.empty()) continue;
-    const std::size_t mode = facts.find(' ');
-    const std::size_t before = facts.find(' ', mode + 1);
-    const std::size_t oid = facts.find(' ', before + 1);
-    const std::size_t letter = facts.find(' ', oid + 1);
+    if (facts.front() != ':') return false;
+    std::array<std::string_view, 4> fields;
+    for (std::string_view& field : fields) {
+      const std::size_t blank = facts.find(' ');
+      if (blank == std::string_view::npos) return false;
+      field = facts.substr(0, blank);
+      facts.remove_prefix(blank + 1);
+    }
     const std::string_view path = next();
-    if (facts.front() != ':' || letter == std::string_view::npos || path.empty()) return false;
+    if (path.empty()) return false;
     entries.insert_or_assign(std::string(path),
-                             TreeEntry{std::string(facts.substr(mode + 1, before - mode - 1)),
-                                       std::string(facts.substr(oid + 1, letter - oid - 1))});
+                             TreeEntry{std::string(fields[1]), std::string(fields[3])});
   }
   return true;
 }

@@ -355,7 +355,8 @@ bool RecordReader::readManifest(std::string_view text) {
     const auto intended = cutUpTo(rest, ' ');
     const auto mode = cutUpTo(rest, ' ');
     const auto oid = cutUpTo(rest, '\t');
-    if (!oid || kind->size() != 1 || !toNumber(*permissions, item.mode)) return false;
+    if (!kind || !permissions || !intended || !mode || !oid) return false;
+    if (kind->size() != 1 || !toNumber(*permissions, item.mode)) return false;
     if (std::string_view("FLCMDX").find(kind->front()) == std::string_view::npos) return false;
     item.kind = static_cast<Item::Kind>(kind->front());
     item.isIntended = *intended == "1";

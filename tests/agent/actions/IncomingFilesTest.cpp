@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "agent/actions/ActionFixture.h"
+#include "agent/git/AnsweringGit.h"
 
 namespace kelpie::agent {
 namespace {
@@ -273,6 +274,18 @@ TEST_F(IncomingFilesTest, ASubmoduleThatFollowsACheckout) {
   expectCancelled(runOn("checkout:", "refs/heads/next"));
   EXPECT_TRUE(wasAsked("\"x.o\"")) << asked();
   EXPECT_EQ(sandbox.read("r/mod/x.o"), kMine);
+}
+
+TEST(IncomingFilesAnswers, ADifferenceThatLacksFieldsIsRefused) {
+  const IncomingFiles::Source source{{{"HEAD", "topic"}}, {}};
+  const auto entries = [&](const std::string& facts) {
+    return IncomingFiles::entriesOf(answeringGit("/r", {facts + '\0' + "f" + '\0'}), source);
+  };
+  const auto sound = entries(":000000 100644 0a 1b A");
+  ASSERT_TRUE(sound);
+  EXPECT_EQ(sound->at("f"), (TreeEntry{"100644", "1b"}));
+  for (const char* facts : {":", ":0", ":0 1", ":0 1 2", ":0 1 2 3", "0 1 2 3 A"})
+    EXPECT_FALSE(entries(facts)) << facts;
 }
 
 }  // namespace
