@@ -2,8 +2,8 @@
 
 #include <glib.h>
 
-#include <algorithm>
 #include <array>
+#include <unordered_set>
 #include <utility>
 
 namespace kelpie::agent {
@@ -67,14 +67,15 @@ bool GitConfig::getBool(std::string_view key, bool fallback) const {
 
 std::vector<std::string> GitConfig::subsections(std::string_view section) const {
   std::vector<std::string> result;
+  std::unordered_set<std::string_view> seen;
   for (const std::string_view key : keys_) {
     // section.subsection.variable, where the subsection may hold dots of its own.
     const std::size_t first = key.find('.');
     const std::size_t last = key.rfind('.');
     if (first == std::string_view::npos || first == last || key.substr(0, first) != section)
       continue;
-    std::string name(key.substr(first + 1, last - first - 1));
-    if (std::ranges::find(result, name) == result.end()) result.push_back(std::move(name));
+    const std::string_view name = key.substr(first + 1, last - first - 1);
+    if (seen.insert(name).second) result.emplace_back(name);
   }
   return result;
 }

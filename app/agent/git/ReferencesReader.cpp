@@ -8,6 +8,7 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <unordered_map>
 #include <utility>
 
 #include "linux/base/RegularFile.h"
@@ -175,7 +176,11 @@ void ReferencesReader::readSubmodules(ReferencesSnapshot& into) {
   into.submodules = submodulesOf(GitConfig::parse(modules.output));
   if (into.submodules.empty()) return;
   Arguments arguments = {"ls-files", "--stage", "-z", "--"};
-  for (const Submodule& submodule : into.submodules) arguments.push_back(submodule.path);
+  std::unordered_map<std::string_view, Submodule*> byPath;
+  for (Submodule& submodule : into.submodules) {
+    arguments.push_back(submodule.path);
+    byPath.try_emplace(submodule.path, &submodule);
+  }
   const ProgramResult listed = ask(arguments);
   // mode blank oid blank stage tab path NUL
   for (std::string_view rest = listed.output; !rest.empty();) {
@@ -184,9 +189,9 @@ void ReferencesReader::readSubmodules(ReferencesSnapshot& into) {
     const std::size_t tab = entry.find('\t');
     const std::size_t blank = entry.find(' ');
     if (!entry.starts_with("160000 ") || tab == std::string_view::npos) continue;
-    const auto found = std::ranges::find(into.submodules, entry.substr(tab + 1), &Submodule::path);
-    if (found == into.submodules.end()) continue;
-    found->oid = entry.substr(blank + 1, entry.find(' ', blank + 1) - blank - 1);
+    const auto found = byPath.find(entry.substr(tab + 1));
+    if (found == byPath.end()) continue;
+    found->second->oid = entry.substr(blank + 1, entry.find(' ', blank + 1) - blank - 1);
   }
 }
 

@@ -1,5 +1,9 @@
 #include "agent/git/ReferencesSnapshot.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+
 namespace kelpie::agent {
 namespace {
 
@@ -22,13 +26,22 @@ const Reference* ReferencesSnapshot::referenceNamed(std::string_view fullName) c
 }
 
 const Remote* ReferencesSnapshot::remoteOf(const Reference& remoteBranch) const {
-  const Remote* best = nullptr;
-  for (const Remote& remote : remotes) {
-    const std::string prefix = "refs/remotes/" + remote.name + "/";
-    if (!remoteBranch.fullName.starts_with(prefix)) continue;
-    if (best == nullptr || best->name.size() < remote.name.size()) best = &remote;
+  constexpr std::string_view kPrefix = "refs/remotes/";
+  std::string_view name = remoteBranch.fullName;
+  if (!name.starts_with(kPrefix)) return nullptr;
+  name.remove_prefix(kPrefix.size());
+  // A remote that `left` begins with is the last one up to it, or also the beginning of that one.
+  for (std::string_view left = name; !left.empty();) {
+    const auto after = std::ranges::upper_bound(remotes, left, {}, &Remote::name);
+    if (after == remotes.begin()) return nullptr;
+    const std::string_view before = std::prev(after)->name;
+    const auto differ = std::ranges::mismatch(before, left);
+    const auto common = static_cast<std::size_t>(differ.in1 - before.begin());
+    if (common == before.size() && common < name.size() && name[common] == '/')
+      return &*std::prev(after);
+    left = left.substr(0, std::min(common, left.size() - 1));
   }
-  return best;
+  return nullptr;
 }
 
 }  // namespace kelpie::agent

@@ -74,7 +74,7 @@ struct ReferencesSnapshot {
   std::vector<Reference> branches;  // local ones, and a detached HEAD at the end
   std::vector<Reference> tags;
   std::vector<Reference> remoteBranches;  // of all remotes that are configured
-  std::vector<Remote> remotes;
+  std::vector<Remote> remotes;            // by name
   std::vector<Submodule> submodules;
   std::vector<PullRequest> pullRequests;
   std::vector<Stash> stashes;

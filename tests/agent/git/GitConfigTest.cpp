@@ -50,6 +50,15 @@ TEST(GitConfig, SubsectionsMayHoldDots) {
   EXPECT_EQ(config.subsections("remote"), (std::vector<std::string>{"origin", "a.b.c"}));
 }
 
+// Compared with each other they would take longer than a test may.
+TEST(GitConfig, HundredsOfThousandsOfSubsectionsAreListed) {
+  constexpr std::size_t kCount = 400'000;
+  std::string output;
+  for (std::size_t i = 0; i < kCount; ++i)
+    output.append("submodule.m").append(std::to_string(i)).append(".path\np\0"s);
+  EXPECT_EQ(GitConfig::parse(output).subsections("submodule").size(), kCount);
+}
+
 TEST(GitConfig, WhatIsNoSettingsReadsAsNone) {
   const GitConfig config = GitConfig::parse("fatal: no such file");
   EXPECT_EQ(config.get("fatal: no such file"), std::nullopt);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "agent/git/AnsweringGit.h"
 #include "agent/git/GitSandbox.h"
 
 namespace kelpie::agent {
@@ -106,6 +107,27 @@ TEST_F(ReferencesReaderTest, ARemoteInsideTheNameOfAnotherKeepsItsBranches) {
   const ReferencesSnapshot refs = read();
   ASSERT_EQ(refs.remoteBranches.size(), 1U);
   EXPECT_EQ(refs.remoteOf(refs.remoteBranches[0])->name, "team/b");
+}
+
+// Looked for one by one they would take longer than a test may.
+TEST_F(ReferencesReaderTest, HundredsOfThousandsOfSubmodulesGetTheirCommits) {
+  constexpr std::size_t kCount = 200'000;
+  sandbox_.write("r/.gitmodules", "");
+  std::string modules;
+  std::string index;
+  for (std::size_t i = 0; i < kCount; ++i) {
+    const std::string name = "m" + std::to_string(i);
+    modules += "submodule." + name + ".path\n" + name + '\0';
+    index += "160000 " + std::to_string(i) + " 0\t" + name + '\0';
+  }
+  const std::string root = sandbox_.path("r");
+  ReferencesReader reader(answeringGit(root, {"", "", "refs/heads/main\n", "", modules, index}),
+                          {root, root + "/.git", root + "/.git", false});
+  const ReferencesReader::Reading reading = reader.read();
+  ASSERT_TRUE(std::holds_alternative<std::shared_ptr<const ReferencesSnapshot>>(reading));
+  const std::vector<Submodule>& submodules = std::get<0>(reading)->submodules;
+  ASSERT_EQ(submodules.size(), kCount);
+  EXPECT_EQ(submodules.back().oid, std::to_string(kCount - 1));
 }
 
 TEST_F(ReferencesReaderTest, ADetachedHeadIsABranchOfItsOwn) {
