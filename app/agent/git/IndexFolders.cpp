@@ -13,8 +13,24 @@ bool isSame(const struct stat& a, const struct stat& b) {
          a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
+// No working copy has tracked folders inside so many others. An index may name such paths all the
+// same, and a list of all folders of a path takes memory with the square of their number.
+constexpr std::size_t kDeepestFolder = 128;
+
+// The path without what lies deeper in it than the deepest folder.
+std::string_view withoutDepths(std::string_view path) {
+  std::size_t end = 0;
+  for (std::size_t depth = 0; depth < kDeepestFolder; ++depth) {
+    end = path.find('/', end);
+    if (end == std::string_view::npos) return path;
+    ++end;
+  }
+  return path.substr(0, end);
+}
+
 // The folders above the file, from the innermost outwards, up to the first that is there already.
 void addFoldersAbove(std::string_view file, std::set<std::string, std::less<>>& folders) {
+  file = withoutDepths(file);
   for (std::size_t slash = file.rfind('/'); slash != std::string_view::npos && slash > 0;
        slash = file.rfind('/')) {
     file = file.substr(0, slash);

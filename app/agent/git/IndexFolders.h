@@ -19,8 +19,8 @@ class IndexFolders {
         root_(workingCopy.root),
         index_(workingCopy.gitDirectory + "/index") {}
 
-  // Absolute, the working folder included. Absent when the index is the same as at the last call,
-  // or cannot be read. Blocks while git answers.
+  // Absolute, the working folder included, and without those inside more than 127 others. Absent
+  // when the index is the same as at the last call, or cannot be read. Blocks while git answers.
   std::optional<std::vector<std::string>> readIfChanged(GCancellable* cancellable = nullptr);
 
  private:

@@ -1,5 +1,8 @@
 #include "agent/git/StatusSnapshot.h"
 
+#include <algorithm>
+#include <climits>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <unordered_map>
@@ -82,9 +85,14 @@ void MessageParts::addRenamed(const URL& url, const std::string& path) {
   renamed_[at->second].second.push_back(Object::path(path));
 }
 
+// Those of an item whose path is longer do not exist. An index may name it all the same, and to
+// look at each of the folders takes time with the square of their number.
+constexpr std::size_t kLongestFolder = PATH_MAX;
+
 // The folders above the item, the innermost first, the root ("") last.
 template <class Visit>
 void forEachFolderAbove(std::string_view path, Visit visit) {
+  if (path.size() > kLongestFolder) path = path.substr(0, path.rfind('/', kLongestFolder) + 1);
   while (!path.empty()) {
     const std::size_t slash = path.rfind('/');
     path = path.substr(0, slash == std::string_view::npos ? 0 : slash);
@@ -93,6 +101,7 @@ void forEachFolderAbove(std::string_view path, Visit visit) {
 }
 
 void MessageParts::addUnknownFolders(const std::vector<StatusItem>& items) {
+  if (std::ranges::find(items, kStatusUnknown, &StatusItem::word) == items.end()) return;
   // Up to a folder that is there already: those above it are, too.
   std::unordered_set<std::string_view> unknown;
   std::unordered_set<std::string_view> changed;

@@ -140,5 +140,18 @@ TEST_F(StatusSnapshotTest, ItemsAreFoundByPath) {
   EXPECT_EQ(snapshot.itemAt("b"), nullptr);
 }
 
+// An index may name what cannot exist. To look at each folder of such a path would take longer than
+// a test may.
+TEST_F(StatusSnapshotTest, AFileInAMillionFoldersThatIsGoneTakesNoLongerThanOthers) {
+  std::string path;
+  path.reserve(3'000'000);
+  while (path.size() < 3'000'000 - 1) path += "a/";
+  files_.addFile("/r/b/unknown");
+  const Object sent = message(
+      {{path + "f", "", 0x0200, false, true}, {"b/unknown", "", kStatusUnknown, false, false}});
+  EXPECT_EQ(sent["KPStatusDeletedURLs"].size(), 1U);
+  EXPECT_EQ(sent["KPRepositoryStatus"].size(), 3U) << "both, and the folder of the unknown one";
+}
+
 }  // namespace
 }  // namespace kelpie::agent
