@@ -2,16 +2,20 @@
 
 #include <algorithm>
 #include <optional>
+#include <unordered_set>
+#include <utility>
 
 namespace kelpie {
 
 TrustedRepositories TrustedRepositories::fromObject(const Object& list) {
   TrustedRepositories trusted;
   if (!list.isArray()) return trusted;
+  std::unordered_set<std::string> seen;
   for (const Object& element : list.elements())
-    if (const std::optional<std::string> path = element.pathBytes();
-        path && path->starts_with('/') && path->find('\0') == std::string::npos)
-      trusted.add(*path);
+    if (std::optional<std::string> path = element.pathBytes();
+        path && path->starts_with('/') && path->find('\0') == std::string::npos &&
+        seen.insert(*path).second)
+      trusted.paths_.push_back(*std::move(path));
   return trusted;
 }
 

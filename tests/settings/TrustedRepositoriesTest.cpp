@@ -25,6 +25,14 @@ TEST(TrustedRepositories, AnythingButAbsolutePathsIsPassedOver) {
     EXPECT_TRUE(TrustedRepositories::fromObject(none).paths().empty());
 }
 
+// Compared with each other they would take longer than a test may.
+TEST(TrustedRepositories, HundredsOfThousandsOfPathsAreRead) {
+  constexpr std::size_t kCount = 400'000;
+  Objects list;
+  for (std::size_t i = 0; i < kCount; ++i) list.emplace_back("/repository" + std::to_string(i));
+  EXPECT_EQ(TrustedRepositories::fromObject(list).paths().size(), kCount);
+}
+
 TEST(WithheldPrograms, ComeBackAsTheyWere) {
   const WithheldPrograms programs = {{"/a", {"core.fsmonitor: x", "\xff"}}, {"/b\n", {"y"}}};
   EXPECT_EQ(withheldProgramsOf(withheldProgramsToDictionary(programs)), programs);
