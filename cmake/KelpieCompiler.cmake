@@ -45,13 +45,20 @@ if(KELPIE_SANITIZE)
     "-fsanitize=${KELPIE_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options("-fsanitize=${KELPIE_SANITIZE}")
 endif()
+if(KELPIE_COVERAGE)
+  add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+  add_link_options(-fprofile-instr-generate)
+endif()
 if(KELPIE_FUZZ)
   if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     message(FATAL_ERROR "KELPIE_FUZZ needs clang; use the preset asan.")
   endif()
+  # The standard library ends the process when it is asked for what is not there, such as the value
+  # of an optional that has none.
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
-# What is fuzzed tells the fuzzer what it does: the core. The fuzzer's own main() is linked to the
-# fuzz targets only (see fuzz/CMakeLists.txt).
+# What is fuzzed tells the fuzzer what it does: the layers of src/ and the agent. The fuzzer's own
+# main() is linked to the fuzz targets only (see fuzz/CMakeLists.txt).
 add_library(kelpie_fuzzed INTERFACE)
 if(KELPIE_FUZZ)
   target_compile_options(kelpie_fuzzed INTERFACE -fsanitize=fuzzer-no-link)
