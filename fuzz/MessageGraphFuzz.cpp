@@ -18,9 +18,9 @@
 #include "archive/KeyedUnarchiver.h"
 #include "extension/ControllerRoutes.h"
 #include "extension/RepositoryRoutes.h"
-#include "foundation/AllocationMeter.h"
 #include "foundation/Dictionary.h"
 #include "graph/ArchiveGraph.h"
+#include "harness/ReadingCost.h"
 #include "support/HostileMessages.h"
 #include "support/MessageHarness.h"
 
@@ -33,30 +33,6 @@
 
 namespace {
 
-std::uint64_t comparisons = 0;
-
-}  // namespace
-
-// The instrumented code reports each comparison; these stand between it and the fuzzer (see
-// CMakeLists.txt) and count them, which is a measure of work that no clock disturbs.
-#define KELPIE_COUNT(Suffix, Type)                                        \
-  extern "C" void __real___sanitizer_cov_trace_##Suffix(Type a, Type b);  \
-  extern "C" void __wrap___sanitizer_cov_trace_##Suffix(Type a, Type b);  \
-  extern "C" void __wrap___sanitizer_cov_trace_##Suffix(Type a, Type b) { \
-    ++comparisons;                                                        \
-    __real___sanitizer_cov_trace_##Suffix(a, b);                          \
-  }
-KELPIE_COUNT(cmp1, std::uint8_t)
-KELPIE_COUNT(cmp2, std::uint16_t)
-KELPIE_COUNT(cmp4, std::uint32_t)
-KELPIE_COUNT(cmp8, std::uint64_t)
-KELPIE_COUNT(const_cmp1, std::uint8_t)
-KELPIE_COUNT(const_cmp2, std::uint16_t)
-KELPIE_COUNT(const_cmp4, std::uint32_t)
-KELPIE_COUNT(const_cmp8, std::uint64_t)
-
-namespace {
-
 using kelpie::ArchiveGraph;
 using kelpie::Bytes;
 using kelpie::HostileMessage;
@@ -65,11 +41,8 @@ using kelpie::Object;
 using kelpie::RawArchive;
 using Number = kelpie::RawPropertyList::Number;
 
-// The bar: so many times a message's bytes, beyond what any message may take.
-constexpr std::uint64_t kBytesPerByte = 32;
-constexpr std::uint64_t kFreeBytes = 16U << 20U;
-constexpr std::uint64_t kStepsPerByte = 256;
-constexpr std::uint64_t kFreeSteps = 16U << 20U;
+constexpr kelpie::ReadingCost::Limits kMessageLimits{
+    .freeBytes = 16U << 20U, .bytesPerByte = 32, .freeSteps = 16U << 20U, .stepsPerByte = 256};
 
 // What the fuzzer gave, number by number; 0 when it is used up.
 class Draw {
@@ -280,38 +253,22 @@ std::vector<std::string_view> selectors() {
   return result;
 }
 
-void fail(std::string_view selector, const char* what, std::uint64_t taken, std::size_t bytes) {
-  std::fprintf(stderr, "%.*s: a message of %zu bytes took %llu %s\n",
-               static_cast<int>(selector.size()), selector.data(), bytes,
-               static_cast<unsigned long long>(taken), what);
-  std::abort();
-}
-
 struct Cost {
   std::uint64_t peak = 0;
   std::uint64_t steps = 0;
 };
 
-// A comparison is a step, and so is every piece of what is taken from the heap: copies are made by
-// code that is not instrumented.
-Cost costOf(MessageHarness& harness, const Bytes& message) {
-  constexpr std::uint64_t kPiece = 16;
-  const std::uint64_t before = comparisons;
-  const kelpie::AllocationMeter meter;
+// `what` names the message where it costs too much.
+Cost costOf(std::string_view what, MessageHarness& harness, const Bytes& message) {
+  const kelpie::ReadingCost cost;
   try {
     harness.handle(message);
   } catch (const std::invalid_argument&) {
     // An action without what it needs: see ActionForwarder.
   }
   harness.runQueues();
-  return {meter.peak(), comparisons - before + meter.bytes() / kPiece};
-}
-
-void check(std::string_view selector, const Bytes& message, const Cost& cost) {
-  if (cost.peak > kFreeBytes + kBytesPerByte * message.size())
-    fail(selector, "bytes of memory", cost.peak, message.size());
-  if (cost.steps > kFreeSteps + kStepsPerByte * message.size())
-    fail(selector, "steps", cost.steps, message.size());
+  if (!what.empty()) cost.check(what, message.size(), kMessageLimits);
+  return {cost.peak(), cost.steps()};
 }
 
 // With KELPIE_HOSTILE_TABLE=SIZE in the environment: what the messages of the tests cost, by name.
@@ -319,7 +276,7 @@ void printTable(std::size_t size) {
   for (const kelpie::HostileCase& hostile : kelpie::hostileCases()) {
     MessageHarness harness;
     const Bytes message = hostile.make(size, harness.target(), harness.shownFolders());
-    const Cost cost = costOf(harness, message);
+    const Cost cost = costOf("", harness, message);
     std::printf("%.*s %zu %llu %llu\n", static_cast<int>(hostile.name.size()), hostile.name.data(),
                 message.size(), static_cast<unsigned long long>(cost.peak),
                 static_cast<unsigned long long>(cost.steps));
@@ -372,7 +329,7 @@ std::vector<std::string_view> words() {
 // The message as it is, to a controller of its own.
 void send(const Bytes& message) {
   MessageHarness harness;
-  check("as it came", message, costOf(harness, message));
+  costOf("as it came", harness, message);
   (void)harness.menuItems();
 }
 
@@ -391,7 +348,7 @@ void sendDrawn(const std::uint8_t* data, std::size_t size) {
     HostileMessage message(selector, harness.target());
     const std::uint32_t root = Graph(draw, message.archive, 0).make();
     const Bytes bytes = message.finish(root);
-    check(selector, bytes, costOf(harness, bytes));
+    costOf(selector, harness, bytes);
     harness.fakes().messagePorts.forgetSent();
     harness.fakes().events.clear();
   }

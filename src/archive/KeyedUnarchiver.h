@@ -23,7 +23,9 @@ class KeyedUnarchiver {
 
   // The root object, read in place: containers look into `archive` on demand and keep it alive. It
   // reads as unarchiveObject() would, except that an element that does not decode is nil here and
-  // left out there: leaving it out would mean decoding all of them first. nil when there is none.
+  // left out there: leaving it out would mean decoding all of them first. And something deep inside
+  // that makes unarchiveObject() refuse the whole does so here when it is read. nil when there is
+  // none.
   // Reading it costs at most `maximumUnits` of its ReadingBudget.
   static Object open(std::shared_ptr<const Bytes> archive,
                      std::uint64_t maximumUnits = std::numeric_limits<std::uint64_t>::max());
