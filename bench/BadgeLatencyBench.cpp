@@ -1,16 +1,17 @@
 // How long after files were saved does a file manager show the new badges? Asked of repositories of
-// 50,000, 400,000 and 1,000,000 files, a hundred in each folder, with the programs as processes:
-// one file of a folder that is shown is saved, or twenty are, and the time ends when the last of
-// them has its right badge at the host.
+// 1,000, 50,000, 400,000 and 1,000,000 files, a hundred in each folder, with the programs as
+// processes: one file of a folder that is shown is saved, or twenty are, and the time ends when the
+// last of them has its right badge at the host.
 //
 // The floor is `git status -- <the folder>`, which the agent cannot do without; it is timed after
 // each round. The agent waits for 50 ms of quiet before it asks. The bars are a badge within 60 ms
 // and 1.5 times what that git takes, and at most twice its processor time for the agent with its
-// git
-// (`agent_cpu_ms`, of a round). Timing that git writes no index, which would be one more change.
-// The index is that of a user who has just asked for the status; the file-system monitor of git is
-// off, since it has none of its own on Linux. The repository lies in memory where there is such a
-// file system: what git reads is cached either way.
+// git (`agent_cpu_ms`, of a round). Timing that git writes no index, which would be one more
+// change. The index is that of a user who has just asked for the status; the file-system monitor of
+// git is off, since it has none of its own on Linux. The repository lies in memory where there is
+// such a file system: what git reads is cached either way.
+//
+// The memory is the most that each of the two programs has held, from its start on.
 //
 // And how often is the status read while 20,000 new files come, such as from an archive? The bar is
 // three times, and right badges 300 ms after the last file.
@@ -31,6 +32,7 @@
 #include <string_view>
 #include <vector>
 
+#include "PeakMemory.h"
 #include "e2e/GitSession.h"
 #include "e2e/TestHost.h"
 #include "support/TemporaryFolder.h"
@@ -142,6 +144,9 @@ class Latency {
     return static_cast<std::size_t>(lines) + (printed.empty() ? 0 : 1) == changed;
   }
   double agentCpu() const { return cpuMilliseconds(agent_->pid()).value_or(0); }
+  // The most memory that each has held, in megabytes.
+  double agentPeak() const { return PeakMemory::of(agent_->pid()) / 1e6; }
+  double syncPeak() const { return PeakMemory::of(sync_->pid()) / 1e6; }
   std::string conditions() const {
     return git({"--version"}) + ", no file-system monitor, " +
            (large_.path().starts_with(kInMemory) ? "in memory" : "on disk");
@@ -212,11 +217,14 @@ void BadgeLatency(benchmark::State& state) {
   state.counters["bar_ms"] = 60 + 1.5 * median(gitTimes);
   state.counters["agent_cpu_ms"] = median(cpuTimes);
   state.counters["git_cpu_ms"] = median(gitCpuTimes);
+  state.counters["agent_peak_MB"] = latency.agentPeak();
+  state.counters["sync_peak_MB"] = latency.syncPeak();
   state.counters["cpu_ratio"] = median(cpuTimes) / median(gitCpuTimes);
   state.SetLabel(latency.conditions());
 }
 BENCHMARK(BadgeLatency)
     ->ArgNames({"files", "saved"})
+    ->Args({1'000, 1})
     ->Args({50'000, 1})
     ->Args({50'000, 20})
     ->Args({400'000, 1})

@@ -1,7 +1,9 @@
 // What does a file manager's question for the badges of 10,000 items cost, from the bytes of its
 // line to the bytes of the answer? Everything of the extension is the real one but the threads (its
-// queues run in turn on this one) and the main application, which listens and does nothing; the
-// files are real, a fiftieth of them is changed.
+// queues run in turn on this one) and the main application, which listens and does nothing. The
+// files are real, in one folder or a hundred, and in memory where there is such a file system; each
+// fiftieth is changed, and the status has as many entries of files elsewhere as the name says, as
+// that of a repository with so many changes has.
 //
 // The floor is what no answer can do without: the JSON of the question and of the answers, and one
 // lstat() for each item. The bar is 1.5 times the floor. Each round takes the floor and the
@@ -13,6 +15,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -23,6 +26,7 @@
 #include <utility>
 #include <vector>
 
+#include "PeakMemory.h"
 #include "StatusBench.h"
 #include "extension/KPKelpieSync.h"
 #include "extension/RepositoryTable.h"
@@ -44,7 +48,8 @@ constexpr std::size_t kBadgesInALine = 100;
 // The extension behind the host link, and one host.
 class Extension {
  public:
-  explicit Extension(int folderCount)
+  // The status has `others` entries of files that nobody asks for.
+  Extension(int folderCount, int others)
       : finder_(system_.queues.mainQueue()),
         platform_{finder_,
                   system_.messagePorts,
@@ -72,7 +77,7 @@ class Extension {
     sync_->openRepositoryWithUrls(
         Objects{URL::fileURLWithPath(root_), URL::fileURLWithPath(root_ + "/.git")});
     system_.runAll();
-    makeItems(folderCount);
+    makeItems(folderCount, others);
     forget();
   }
 
@@ -100,9 +105,12 @@ class Extension {
   }
 
  private:
-  void makeItems(int folderCount) {
+  void makeItems(int folderCount, int others) {
     json urls = json::array();
     Dictionary entries;
+    for (int i = 0; i < others; ++i)
+      entries.set(otherIdentifier(i),
+                  Objects{kModified, Object::path(root_ + "/elsewhere/" + std::to_string(i))});
     for (int i = 0; i < folderCount; ++i)
       folders_.push_back(folder_.folder("repository/source-" + std::to_string(i)));
     const int each = kItems / folderCount;
@@ -120,6 +128,13 @@ class Extension {
     }
     question_ = json{{"type", "requestBadges"}, {"urls", std::move(urls)}}.dump();
     status_ = Object(std::move(entries));
+  }
+
+  static Object otherIdentifier(int index) {
+    Bytes bytes(16, 0xEE);
+    for (std::size_t i = 0; i < 4; ++i)
+      bytes[8 + i] = static_cast<std::uint8_t>(static_cast<unsigned>(index) >> (8 * i));
+    return Object(std::move(bytes));
   }
 
   TemporaryFolder folder_;
@@ -174,14 +189,15 @@ std::size_t floorOf(const Extension& extension) {
   return size;
 }
 
-void BadgeRequests(benchmark::State& state, int folderCount) {
-  Extension extension(folderCount);
+void BadgeRequests(benchmark::State& state) {
+  Extension extension(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
   if (!isRight(extension.ask(), extension)) {
     state.SkipWithError("wrong badges: the time means nothing");
     return;
   }
   std::vector<double> floors;
   std::vector<double> times;
+  const PeakMemory peak;
   for (auto _ : state) {
     extension.forget();
     double start = milliseconds();
@@ -197,10 +213,19 @@ void BadgeRequests(benchmark::State& state, int folderCount) {
   state.counters["badges_ms"] = median(times);
   state.counters["floor_ms"] = median(floors);
   state.counters["ratio"] = median(times) / median(floors);
+  state.counters["peak_MB"] = peak.growthInMegabytes();
 }
 
-BENCHMARK_CAPTURE(BadgeRequests, one_folder, 1)->UseManualTime()->Iterations(20);
-BENCHMARK_CAPTURE(BadgeRequests, hundred_folders, 100)->UseManualTime()->Iterations(20);
+BENCHMARK(BadgeRequests)
+    ->ArgNames({"folders", "changes"})
+    ->Args({1, 0})
+    ->Args({100, 0})
+    ->Args({100, 50'000})
+    ->Args({100, 400'000})
+    ->Args({100, 1'000'000})
+    ->UseManualTime()
+    ->Iterations(20)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace kelpie

@@ -1,19 +1,25 @@
-// How long does the state of a folder take? Asked of the largest trees that we aim at, on the disk
-// of this machine.
+// How long does the state of a folder take? Asked of trees of 1,000 to 1,000,000 files, which are
+// real, empty, and lie in memory where there is such a file system: a hundred in each folder, ten
+// such folders in each folder of the window. The file manager, the main application and the queues
+// are fakes; all tasks run on one thread.
 //
-// One folder: 200,000 files, 1,000 of them changed. The floor is a bare walk of the same tree with
-// one lstat() for each item; the bar is 0.8 times that, since a listing itself tells what an item
-// is and which file it is.
+// One folder: the one that holds the whole tree, with 5,000 changed files in it (a tenth of the
+// files of a smaller tree), which lie evenly among the others. The floor is a walk of the same tree
+// by its directory entries alone, without a look at any item; the bar is 1.2 times that.
 //
-// One window: a status message comes in while 200 folders side by side are on screen, with 10,000
-// changed items in them. The floor is one bare walk of the folder that holds them; the bar is 3
-// times that.
+// One window: a status message comes in while the folders side by side that make up the tree are
+// on screen, once with the folder that holds them all and once without. The floor is one such walk
+// of the tree; the bar is 1.4 times that.
 //
 // Each round does the walk and the work, one after the other, so that both meet the same machine.
-// "ratio" is by the walk with lstat(), "ratio_without_lstat" by a walk that only lists.
+// "ratio" is by that walk; "ratio_with_lstat" by one that looks at every item, which shows what the
+// listings alone save. The walks count the files. Before anything is timed each folder on screen
+// has to have its badge, with the changed files in every other folder: new ones where they are, and
+// none elsewhere. "peak_MB" is what the rounds take on top of what was held before them.
 
 #include <dirent.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <memory>
@@ -22,17 +28,21 @@
 #include <utility>
 #include <vector>
 
+#include "PeakMemory.h"
 #include "StatusBench.h"
 
 namespace kelpie {
 namespace {
 
-constexpr int kFolders = 200;
-constexpr int kInnerFolders = 10;
-constexpr int kFilesInAnInnerFolder = 100;
-constexpr int kFiles = kFolders * kInnerFolders * kFilesInAnInnerFolder;
+constexpr std::size_t kInnerFolders = 10;
+constexpr std::size_t kFilesInAnInnerFolder = 100;
+constexpr std::size_t kFilesInAFolder = kInnerFolders * kFilesInAnInnerFolder;
+constexpr std::size_t kMostChanged = 5'000;
+constexpr const char* kNew = "KPWorkdirNewBadge";
+constexpr const char* kCurrent = "KPCurrentBadge";
 
-// 200 folders of 1,000 files each.
+// Folders of 1,000 files each. Every other one of them has changed files, unless it is the only
+// one.
 struct Tree {
   TemporaryFolder folder;
   std::string root = folder.folder("r");
@@ -40,14 +50,14 @@ struct Tree {
   std::vector<std::string> folders;
   std::vector<std::string> files;
 
-  Tree() {
+  explicit Tree(std::size_t count) {
     folder.folder("r/.git");
-    for (int i = 0; i < kFolders; ++i) {
+    for (std::size_t i = 0; i < count / kFilesInAFolder; ++i) {
       folders.push_back(top + "/package" + std::to_string(i));
-      for (int j = 0; j < kInnerFolders; ++j) {
+      for (std::size_t j = 0; j < kInnerFolders; ++j) {
         const std::string inner = folders.back() + "/part" + std::to_string(j);
         std::filesystem::create_directories(inner);
-        for (int k = 0; k < kFilesInAnInnerFolder; ++k) {
+        for (std::size_t k = 0; k < kFilesInAnInnerFolder; ++k) {
           files.push_back(inner + "/source_file_" + std::to_string(k) + ".cpp");
           TemporaryFolder::file(files.back());
         }
@@ -55,25 +65,37 @@ struct Tree {
     }
   }
 
-  // Every so many-th file is new.
-  std::shared_ptr<const Bytes> message(int changed) const {
+  // The badge that the folder of the window is to have.
+  const char* expected(std::size_t index) const { return index % 2 == 0 ? kNew : kCurrent; }
+
+  std::shared_ptr<const Bytes> message() const {
     const LinuxFileSystem files_;
+    const std::size_t changed = std::min(kMostChanged, files.size() / 10);
+    const std::size_t changedFolders = (folders.size() + 1) / 2;
     Dictionary entries;
     Objects dirty;
-    for (std::size_t i = 0; i < files.size();
-         i += files.size() / static_cast<std::size_t>(changed)) {
-      const URL url = URL::fileURLWithPath(files[i]);
-      entries.set(Object(*url.identifier(files_)), Objects{0x0080, files[i]});
+    for (std::size_t i = 0; i < changed; ++i) {
+      // In every other folder, as many in each as in any other, far from each other.
+      const std::size_t turn = i / changedFolders;
+      const std::size_t turns = (changed + changedFolders - 1) / changedFolders;
+      const std::string& path =
+          files[i % changedFolders * 2 * kFilesInAFolder + turn * (kFilesInAFolder / turns)];
+      const URL url = URL::fileURLWithPath(path);
+      entries.set(Object(*url.identifier(files_)), Objects{0x0080, path});
       dirty.emplace_back(url);
     }
     return statusMessage(std::move(entries), std::move(dirty));
   }
 };
 
-// Made once: it takes longer than all that is measured.
-const Tree& tree() {
-  static const Tree made;
-  return made;
+// The tree of the size that was asked for last: making one takes longer than all that is measured.
+const Tree& tree(std::size_t files) {
+  static std::unique_ptr<const Tree> made;
+  if (made == nullptr || made->files.size() != files) {
+    made.reset();
+    made = std::make_unique<const Tree>(files);
+  }
+  return *made;
 }
 
 // The number of files below the folder.
@@ -84,10 +106,14 @@ std::size_t walk(const std::string& folder, bool withLstat) {
   while (const dirent* const entry = ::readdir(listing)) {
     const std::string_view name = entry->d_name;
     if (name == "." || name == "..") continue;
+    bool isFolder = entry->d_type == DT_DIR;
+    if (!isFolder && !withLstat) {
+      ++files;
+      continue;
+    }
     std::string path = folder;
     path.append("/").append(name);
     struct stat status = {};
-    bool isFolder = entry->d_type == DT_DIR;
     if (withLstat && ::lstat(path.c_str(), &status) == 0) isFolder = S_ISDIR(status.st_mode);
     files += isFolder ? walk(path, withLstat) : 1;
   }
@@ -95,76 +121,100 @@ std::size_t walk(const std::string& folder, bool withLstat) {
   return files;
 }
 
-// Measures `work` against the two walks. False when a walk finds another number of files.
+// Measures `work` against the two walks. Gives up when a walk finds another number of files.
 template <class Work>
-void measure(benchmark::State& state, const Work& work) {
+void measure(benchmark::State& state, const Tree& tree, const Work& work) {
   std::vector<double> floors;
-  std::vector<double> listings;
+  std::vector<double> looks;
   std::vector<double> times;
+  const PeakMemory peak;
   for (auto _ : state) {
     double start = milliseconds();
-    const std::size_t looked = walk(tree().top, true);
+    const std::size_t listed = walk(tree.top, false);
     floors.push_back(milliseconds() - start);
-    start = milliseconds();
-    const std::size_t listed = walk(tree().top, false);
-    listings.push_back(milliseconds() - start);
-    if (looked != kFiles || listed != kFiles) {
-      state.SkipWithError("the walk missed files: the floor means nothing");
-      return;
-    }
     start = milliseconds();
     work();
     times.push_back(milliseconds() - start);
     state.SetIterationTime(times.back() / 1000);
+    start = milliseconds();
+    const std::size_t looked = walk(tree.top, true);
+    looks.push_back(milliseconds() - start);
+    if (looked != tree.files.size() || listed != tree.files.size()) {
+      state.SkipWithError("the walk missed files: the floor means nothing");
+      return;
+    }
   }
   const double floor = median(std::move(floors));
-  const double listing = median(std::move(listings));
   const double time = median(std::move(times));
   state.counters["floor_ms"] = floor;
   state.counters["ms"] = time;
   state.counters["ratio"] = time / floor;
-  state.counters["ratio_without_lstat"] = time / listing;
+  state.counters["ratio_with_lstat"] = time / median(std::move(looks));
+  state.counters["peak_MB"] = peak.growthInMegabytes();
+}
+
+// Whether each of the window's folders has the badge that it is to have.
+bool badgesAreRight(BenchRepository& bench, const Tree& tree) {
+  for (std::size_t i = 0; i < tree.folders.size(); ++i)
+    if (bench.finder.badges[tree.folders[i]] != tree.expected(i)) return false;
+  return true;
 }
 
 void OneFolder(benchmark::State& state) {
-  BenchRepository bench(tree().root, true);
+  const Tree& made = tree(static_cast<std::size_t>(state.range(0)));
+  BenchRepository bench(made.root, true);
   bench.finder.watches = true;
-  bench.takeIn(tree().message(1'000));
-  const auto work = [&bench] {
-    bench.repository->updateStatusOfDirectoryURL(URL::fileURLWithPath(tree().top));
+  bench.takeIn(made.message());
+  const auto ask = [&bench](const std::string& folder) {
+    bench.repository->updateStatusOfDirectoryURL(URL::fileURLWithPath(folder));
     bench.fakes.runAll();
   };
-  work();
-  if (bench.finder.badges[tree().top] != "KPWorkdirNewBadge") {
+  ask(made.top);
+  for (const std::string& folder : made.folders) ask(folder);
+  if (bench.finder.badges[made.top] != kNew || !badgesAreRight(bench, made)) {
     state.SkipWithError("wrong badge: the time means nothing");
     return;
   }
-  measure(state, work);
+  measure(state, made, [&] { ask(made.top); });
 }
-BENCHMARK(OneFolder)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 void OneWindow(benchmark::State& state) {
-  const auto message = tree().message(10'000);
-  BenchRepository bench(tree().root, true);
-  for (const std::string& folder : tree().folders) bench.show(folder);
+  const Tree& made = tree(static_cast<std::size_t>(state.range(0)));
+  const auto message = made.message();
+  BenchRepository bench(made.root, true);
+  for (const std::string& folder : made.folders) bench.show(folder);
   // What every window shows as well: the root, and with it all that the window's folders hold.
-  if (state.range(0) != 0) bench.show(tree().root);
+  if (state.range(1) != 0) bench.show(made.root);
   bench.finder.watches = true;
   bench.takeIn(message);
-  for (const std::string& folder : tree().folders) {
-    if (bench.finder.badges[folder] == "KPWorkdirNewBadge") continue;
+  if (!badgesAreRight(bench, made)) {
     state.SkipWithError("wrong badge: the time means nothing");
     return;
   }
   bench.finder.watches = false;
-  measure(state, [&] { bench.takeIn(message); });
+  measure(state, made, [&] { bench.takeIn(message); });
 }
-BENCHMARK(OneWindow)
-    ->ArgName("root_shown")
-    ->Arg(0)
-    ->Arg(1)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
+
+// Size by size, so that each tree is made once.
+const bool registered = [] {
+  for (const int files : {1'000, 50'000, 400'000, 1'000'000}) {
+    const int rounds = files < 100'000 ? 20 : 5;
+    benchmark::RegisterBenchmark("OneFolder", OneFolder)
+        ->ArgName("files")
+        ->Arg(files)
+        ->Iterations(rounds)
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("OneWindow", OneWindow)
+        ->ArgNames({"files", "root_shown"})
+        ->Args({files, 0})
+        ->Args({files, 1})
+        ->Iterations(rounds)
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond);
+  }
+  return true;
+}();
 
 }  // namespace
 }  // namespace kelpie

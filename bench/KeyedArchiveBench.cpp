@@ -1,10 +1,17 @@
-// What does it cost to walk through all entries of a status message? Measured against a bare parse
-// of the same property list by libplist, against reading the file and copying its bytes, and, where
-// the archive is small enough for it, against GNUstep's unarchiver. Each in a process of its own,
-// so that its memory can be told.
+// What does it cost to decode a status message and to walk through all its entries? Measured
+// against a bare parse of the same property list by libplist, against reading the file and copying
+// its bytes, and, where the archive is small enough for it, against GNUstep's unarchiver. Each in a
+// process of its own, so that its memory can be told: on top of the archive's bytes.
+//
+// The message: that many entries, which lie 50 to a folder at a path of about a hundred bytes, with
+// fifteen status words in turn and an identifier of 16 bytes each; each tenth item is in the list
+// of the changed ones as well. The bars, at 100,000 entries: six times as fast as libplist, less
+// than four times reading and copying; at 17,000 entries: 25 times as fast as GNUstep.
+//
+// Before anything is timed, what the walk finds is compared with what the eager conversion holds,
+// which makes a value of everything, entry by entry.
 
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 #include <plist/plist.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,6 +30,7 @@
 #include <utility>
 #include <vector>
 
+#include "PeakMemory.h"
 #include "StatusBench.h"
 
 namespace kelpie {
@@ -52,7 +60,7 @@ class ArchiveFile {
   std::shared_ptr<const Bytes> bytes() const {
     std::ifstream file(path_, std::ios::binary);
     auto bytes = std::make_shared<Bytes>(size_);
-    for (std::size_t i = 0; i < size_; ++i) (*bytes)[i] = static_cast<std::uint8_t>(file.get());
+    file.read(reinterpret_cast<char*>(bytes->data()), static_cast<std::streamsize>(size_));
     return bytes;
   }
 
@@ -73,15 +81,6 @@ class ArchiveFile {
   std::size_t size_ = 0;
 };
 
-// The most memory that this process has held since its last reset, in bytes.
-double peakMemory() {
-  std::ifstream status("/proc/self/status");
-  std::string line;
-  while (std::getline(status, line))
-    if (line.starts_with("VmHWM:")) return std::atof(line.c_str() + 6) * 1024;
-  return 0;
-}
-
 struct Measured {
   double milliseconds = 0;  // of the median round
   double memory = 0;        // bytes on top of the archive's own
@@ -96,17 +95,14 @@ Measured measured(const std::function<std::size_t(const std::shared_ptr<const By
   if (child == 0) {
     Measured result;
     const auto bytes = archive.bytes();
-    // Memory that was freed before must not hide what is taken now.
-    ::malloc_trim(0);
-    std::ofstream("/proc/self/clear_refs") << "5";
-    const double before = peakMemory();
+    const PeakMemory peak;
     std::vector<double> times;
     for (int i = 0; i < kRounds; ++i) {
       const double start = kelpie::milliseconds();
       benchmark::DoNotOptimize(round(bytes));
       times.push_back(kelpie::milliseconds() - start);
     }
-    result = {median(std::move(times)), peakMemory() - before};
+    result = {median(std::move(times)), peak.growth()};
     ::_exit(::write(ends[1], &result, sizeof result) == sizeof result ? 0 : 1);
   }
   ::close(ends[1]);
@@ -131,6 +127,26 @@ std::size_t walk(const std::shared_ptr<const Bytes>& bytes) {
 
 std::size_t convert(const std::shared_ptr<const Bytes>& bytes) {
   return KeyedUnarchiver::unarchiveObject(*bytes).dictionary().entries().size();
+}
+
+// Whether the walk finds the keys, words and paths that the conversion holds, in its order.
+bool isRight(const std::shared_ptr<const Bytes>& bytes, std::size_t entries) {
+  const Dictionary known =
+      KeyedUnarchiver::unarchiveObject(*bytes)["KPRepositoryStatus"].dictionary();
+  const Object info = KeyedUnarchiver::open(bytes);
+  std::size_t found = 0;
+  std::size_t right = 0;
+  ObjectView(info)["KPRepositoryStatus"].forEachEntry([&](ObjectView key, ObjectView entry) {
+    if (found == known.size()) return false;
+    const auto& [knownKey, knownEntry] = known.entries()[found++];
+    const ByteView data = key.data().value_or(ByteView());
+    const bool same = knownKey.data() == Bytes(data.begin(), data.end()) &&
+                      knownEntry.at(0).unsignedShortValue() == entry.at(0).unsignedShortValue() &&
+                      knownEntry.at(1).pathBytes() == entry.at(1).pathBytes();
+    right += same ? 1U : 0U;
+    return true;
+  });
+  return known.size() == entries && right == entries;
 }
 
 std::size_t parseWithLibplist(const std::shared_ptr<const Bytes>& bytes) {
@@ -170,8 +186,8 @@ Measured measuredWithGNUstep(const ArchiveFile& archive) {
 void StatusMessage(benchmark::State& state) {
   const ArchiveFile archive(static_cast<int>(state.range(0)));
   const bool forGNUstep = state.range(1) != 0;
-  if (walk(archive.bytes()) < static_cast<std::size_t>(state.range(0)) * 16) {
-    state.SkipWithError("entries were not read: the time means nothing");
+  if (!isRight(archive.bytes(), static_cast<std::size_t>(state.range(0)))) {
+    state.SkipWithError("entries were not read as they are: the time means nothing");
     return;
   }
   const auto bytesSize = static_cast<double>(archive.size());
@@ -181,6 +197,7 @@ void StatusMessage(benchmark::State& state) {
     state.counters["MB"] = bytesSize / 1e6;
     state.counters["view_ms"] = view.milliseconds;
     state.counters["view_memory_%"] = 100 * view.memory / bytesSize;
+    state.counters["peak_MB"] = view.memory / 1e6;
 
     const Measured eager = measured(convert, archive);
     state.counters["eager_ms"] = eager.milliseconds;
@@ -207,8 +224,11 @@ void StatusMessage(benchmark::State& state) {
 // GNUstep reads archives of at most 65,535 objects.
 BENCHMARK(StatusMessage)
     ->ArgNames({"entries", "gnustep"})
+    ->Args({1'000, 1})
     ->Args({17'000, 1})
     ->Args({100'000, 0})
+    ->Args({400'000, 0})
+    ->Args({1'000'000, 0})
     ->Iterations(1)
     ->UseManualTime();
 
