@@ -411,6 +411,27 @@ TEST_F(RepositorySessionTest, AFailureIsLoggedOnceAndToldOfWhenItStays) {
   EXPECT_TRUE(waitForCount("setStatusInfo:", 1));
 }
 
+// What had changed when nothing could be read is not forgotten for what changes later.
+TEST_F(RepositorySessionTest, AReadingThatFailedIsMadeUpForByTheNext) {
+  sandbox_.writeScript("bin/git",
+                       "case \"$*\" in *' status '*)\n"
+                       "  [ ! -e \"$HOME/bad\" ] || { echo 'fatal: no' >&2; exit 128; };;\n"
+                       "esac\n"
+                       "exec git \"$@\"\n");
+  git_ = sandbox_.path("bin/git");
+  const auto opened = makeSession("r");
+  opened->session->open(port_, sandbox_.path("r"), true);
+  ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
+  settle();
+  sandbox_.write("bad", "");
+  sandbox_.write("r/sub/f", "2\n");
+  ASSERT_TRUE(waitFor([&] { return !notifier_.shown.empty(); })) << "nothing is tried any more";
+  sandbox_.remove("bad");
+  sandbox_.write("r/other", "new\n");
+  ASSERT_TRUE(waitFor([&] { return lastWord("r/other") == KPStatusWorkdirNew; }));
+  EXPECT_EQ(lastWord("r/sub/f"), KPStatusWorkdirModified);
+}
+
 // -- More folders than can be watched -------------------------------------------------------------
 
 class FewWatches : public RepositorySessionTest {
