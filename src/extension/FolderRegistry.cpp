@@ -158,27 +158,41 @@ void FolderRegistry::relocateRepository(const FileIdentifier& identifier) {
   folders_.removeObservedDirectory(identifier);
   const std::shared_ptr<KPRepository> repository = repositories_.find(identifier);
   if (repository == nullptr || !repository->isInPlace(files)) return;
-  const std::string place = repository->rootPath();
+  const std::string former = repository->rootPath();
   repository->relocate(files);
-  noteFormerPlace(place, repository->rootPath());
+  const std::string present = repository->rootPath();
+  noteFormerPlace(former, present);
+  takeOverPlace(*repository, files);
+  if (former == present) return;
+  // The other one may be back already where it was opened, so that nothing tells that it has moved.
+  for (const std::shared_ptr<KPRepository>& other : *repositories_.all())
+    if (other->rootPath() == former && other->isInPlace(files) && !other->hasMoved(files))
+      takeOverPlace(*other, files);
+}
+
+void FolderRegistry::takeOverPlace(KPRepository& repository, const FileSystem& files) {
+  checkIsOn(*queue_);
+  forgetFormerPlace(repository.rootPath());
   ShownItems shown(*allObservedFiles(), files);
   shown.putInOrder();
   folders_.putInactiveFoldersInOrder(files);
-  shown.leaveOutStrays(*repository->observedPaths());
-  adoptShownItems(*repository->url(), identifier, *repository->observedPaths(), files);
-  for (const std::shared_ptr<PathSet>& set : repository->observedPaths()->sets()) {
+  shown.leaveOutStrays(*repository.observedPaths());
+  adoptShownItems(*repository.url(), *repository.rootIdentifier(), *repository.observedPaths(),
+                  files);
+  for (const std::shared_ptr<PathSet>& set : repository.observedPaths()->sets()) {
     std::vector<URL> urls;
     for (const std::string& path : set->paths()) urls.push_back(URL::fileURLWithPath(path));
-    repository->addObservedURLs(urls, files);
+    repository.addObservedURLs(urls, files);
   }
-  if (const std::optional<URL> root = files.filePathUrl(*repository->url()))
-    repository->addObservedURL(*root, files);
+  if (const std::optional<URL> root = files.filePathUrl(*repository.url()))
+    repository.addObservedURL(*root, files);
 }
 
 bool FolderRegistry::replaceRepositories(const FileIdentifier& identifier, std::string_view path,
                                          const FileSystem& files) {
   checkIsOn(*queue_);
-  bool takesOver = displaced_.erase(identifier) + formerPlaces_.erase(std::string(path)) != 0;
+  bool takesOver = displaced_.erase(identifier) != 0;
+  takesOver = forgetFormerPlace(std::string(path)) || takesOver;
   std::vector<FileIdentifier> replaced;
   for (const std::shared_ptr<KPRepository>& repository : *repositories_.all()) {
     const std::optional<FileIdentifier>& held = repository->rootIdentifier();
@@ -213,7 +227,18 @@ void FolderRegistry::observe(KPRepository& repository, std::span<const URL> urls
 
 void FolderRegistry::noteFormerPlace(const std::string& place, std::string_view present) {
   checkIsOn(*queue_);
+  const MutexLock lock(mutex_);
   if (place != present && formerPlaces_.size() < kMaximumDisplaced) formerPlaces_.insert(place);
+}
+
+bool FolderRegistry::forgetFormerPlace(const std::string& place) {
+  const MutexLock lock(mutex_);
+  return formerPlaces_.erase(place) != 0;
+}
+
+bool FolderRegistry::isFormerPlace(const std::string& place) const {
+  const MutexLock lock(mutex_);
+  return formerPlaces_.contains(place);
 }
 
 void FolderRegistry::adoptShownItems(const URL& root, const FileIdentifier& identifier,

@@ -50,9 +50,12 @@ class FolderRegistry {
   // replaces a repository that was open there, or elsewhere with this identifier, and that has lost
   // its place: the new one takes over what the file manager shows in the working directory.
   void openRepository(const Opening& opening);
-  // The root of an open repository has moved, followed by its file reference: hands over to it what
-  // the file manager shows there.
+  // The root of an open repository has moved, followed by its file reference, or another repository
+  // has answered for its place meanwhile: hands over to it what the file manager shows there.
   void relocateRepository(const FileIdentifier& identifier);
+  // Whether another repository has answered for the place of a root since the one that is there was
+  // opened or relocated. Any thread.
+  bool isFormerPlace(const std::string& place) const;
 
   // -- Any thread ---------------------------------------------------------------------------------
 
@@ -83,6 +86,9 @@ class FolderRegistry {
                            const FileSystem& files);
   void observe(KPRepository& repository, std::span<const URL> urls, const FileSystem& files);
   void noteFormerPlace(const std::string& place, std::string_view present);
+  // What is shown in its place is the repository's, in place of what it was shown elsewhere.
+  void takeOverPlace(KPRepository& repository, const FileSystem& files);
+  bool forgetFormerPlace(const std::string& place);  // whether it was one
   // Adds the items shown inside the root to `observed`, unless another repository holds them.
   void adoptShownItems(const URL& root, const FileIdentifier& identifier, ObservedPaths& observed,
                        const FileSystem& files);
@@ -96,15 +102,15 @@ class FolderRegistry {
   // Repositories that gave way to another one at their path, and may be opened elsewhere: what is
   // shown there is handed over to them then. Observer queue.
   std::unordered_set<FileIdentifier> displaced_;
-  // The paths of root folders that repositories have moved away from: another one that is opened
-  // there takes over what is shown there. Observer queue.
-  std::unordered_set<std::string> formerPlaces_;
   std::atomic<std::int32_t> applicationPid_ = 0;
   std::atomic<bool> hasApplicationEnded_ = false;
   RepositoryTable repositories_;
   FolderTables folders_;
   mutable Mutex mutex_;
   std::shared_ptr<ObservedPaths> allObservedFiles_ KELPIE_GUARDED_BY(mutex_);
+  // The paths of root folders that repositories have moved away from: another one that is opened
+  // there takes over what is shown there.
+  std::unordered_set<std::string> formerPlaces_ KELPIE_GUARDED_BY(mutex_);
 };
 
 }  // namespace kelpie

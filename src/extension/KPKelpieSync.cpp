@@ -236,7 +236,7 @@ void KPKelpieSync::openRepositoryWithUrls(const Object& urls) {
   if (!identifier) return;
   const std::shared_ptr<KPRepository> held = registry_->repositories().find(*identifier);
   if (held != nullptr && held->isInPlace(platform_.files)) {
-    if (held->hasMoved(platform_.files)) {
+    if (held->hasMoved(platform_.files) || registry_->isFormerPlace(held->rootPath())) {
       ++repositoryOpenings_;
       observerQueue_->post([registry = registry_, identifier = *identifier] {
         registry->relocateRepository(identifier);

@@ -195,6 +195,47 @@ TEST_P(MovedRepositories, TwoThatChangePlacesAnswerForTheirNewPlaces) {
   }
 }
 
+// What was shown while they stood in each other's place is their own again.
+TEST_P(MovedRepositories, TwoThatChangePlacesAndBackAnswerForTheirOwnPlaces) {
+  for (const char* root : {"/code/a", "/code/b"}) {
+    make(root);
+    open(root);
+    sendStatus(root, kModified);
+  }
+  swap("/code/a", "/code/b");
+  show("/code/b");
+  swap("/code/a", "/code/b");
+  open("/code/a");
+  open("/code/b");
+  sendStatus("/code/a", kNew);
+  sendStatus("/code/b", kDeleted);
+  if (GetParam()) {
+    EXPECT_EQ(badgesOf("/code/b"), both("KPWorkdirDeletedBadge"));
+  } else {
+    // Nobody answered for them then. A file manager asks anew after it has seen them go and come.
+    for (const std::string& item : itemsOf("/code/b")) request(item);
+    EXPECT_EQ(badgesOf("/code/b"), both("KPWorkdirDeletedBadge"));
+  }
+}
+
+// The second is opened in the first one's place; then each is where its folder was at first. That
+// the second has moved on is seen only when the first has been opened again.
+TEST_P(MovedRepositories, OneThatIsBackTakesOverWhatAnotherShowedInItsPlace) {
+  make("/code/a");
+  make("/code/b");
+  open("/code/a");
+  swap("/code/a", "/code/b");
+  open("/code/a");
+  sendStatus("/code/a", kModified);
+  show("/code/a");
+  swap("/code/a", "/code/b");
+  open("/code/a");
+  open("/code/b");
+  sendStatus("/code/b", kDeleted);
+  sendStatus("/code/a", kNew);
+  EXPECT_EQ(badgesOf("/code/a"), both("KPIndexNewBadge"));
+}
+
 TEST_P(MovedRepositories, AStatusSetsNoBadgeWhereAnotherOneStandsNow) {
   for (const char* root : {"/code/a", "/code/b"}) {
     make(root);
