@@ -13,7 +13,8 @@
 #include "linux/hostlink/HostValues.h"
 
 // The addresses that a repository's settings name, and the URLs that hosts write. The first piece
-// is an address, the second a URL, the third a full name of a reference, and the rest are refspecs.
+// is an address, the second a URL, the third a full name of a reference, the fourth is
+// refspecs, one each line.
 // A page's address is handed to a browser: it must be one word without a user's name or password.
 namespace {
 
@@ -47,7 +48,11 @@ void readAddresses(FuzzTarget::Input input) {
   if (const auto url = hostlink::fileURL(text)) checkFileUrl(*url);
   const std::string name = pieces.next();
   std::vector<std::string> refspecs;
-  while (pieces.hasNext()) refspecs.push_back(pieces.next());
+  const std::string lines = pieces.next();
+  for (std::string_view rest = lines; !rest.empty();) {
+    refspecs.emplace_back(rest.substr(0, rest.find('\n')));
+    rest.remove_prefix(std::min(rest.size(), refspecs.back().size() + 1));
+  }
   (void)agent::nameOnRemote(refspecs, name);
   // A name is written once for each refspec that fits, as the refspec says.
   cost.check("AddressFuzz", pieces.size() + refspecs.size() * name.size(), kAddressLimits);

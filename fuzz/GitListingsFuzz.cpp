@@ -121,7 +121,8 @@ void readListing(FuzzTarget::Input input) {
   const ReadingCost cost;
   const GitAnswers answers(pieces, listedFolder().path());
   kListingReaders.at(input[0] % kListingReaders.size())(answers.git(), pieces);
-  cost.check("GitListingsFuzz", pieces.size(), kListingLimits);
+  cost.check("GitListingsFuzz", pieces.size() + GitAnswers::kBytesOfRecord * pieces.records(),
+             kListingLimits);
 }
 
 const FuzzTarget kGitListingsFuzz("GitListingsFuzz", readListing);

@@ -21,7 +21,7 @@ using namespace kelpie;
 using namespace kelpie::agent;
 
 constexpr ReadingCost::Limits kReferencesLimits{
-    .freeBytes = 100'000, .bytesPerByte = 400, .freeSteps = 300'000, .stepsPerByte = 160};
+    .freeBytes = 100'000, .bytesPerByte = 400, .freeSteps = 300'000, .stepsPerByte = 250};
 
 const TemporaryFolder& referencesFolder() {
   static const TemporaryFolder folder;

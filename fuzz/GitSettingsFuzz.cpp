@@ -82,7 +82,8 @@ void guardRepository(FuzzTarget::Input input) {
   (void)guard.settingsFilesOf(folder.path());
   (void)guard.objectionTo({folder.path(), folder / ".git", folder / ".git", false});
   (void)settingsFiles(answers.git());
-  cost.check("GitSettingsFuzz", pieces.size(), kGuardLimits);
+  cost.check("GitSettingsFuzz", pieces.size() + GitAnswers::kBytesOfRecord * pieces.records(),
+             kGuardLimits);
   require(rules.refusal.empty() || !rules.refusal.starts_with(' '));
 }
 

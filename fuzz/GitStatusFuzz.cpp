@@ -89,7 +89,8 @@ void readStatus(FuzzTarget::Input input) {
   }
   IndexFolders tracked(answers.git(), workingCopy);
   (void)tracked.readIfChanged();
-  cost.check("GitStatusFuzz", pieces.size(), kStatusLimits);
+  cost.check("GitStatusFuzz", pieces.size() + GitAnswers::kBytesOfRecord * pieces.records(),
+             kStatusLimits);
 }
 
 const FuzzTarget kGitStatusFuzz("GitStatusFuzz", readStatus);

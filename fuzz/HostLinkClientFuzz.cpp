@@ -106,7 +106,7 @@ void hearExtension(FuzzTarget::Input input) {
     if (i < 4) host.ask();
   }
   host.leave();
-  cost.check("HostLinkClientFuzz", pieces.size() + kBytesOfLine * pieces.lines(), kClientLimits);
+  cost.check("HostLinkClientFuzz", pieces.size() + kBytesOfLine * pieces.records(), kClientLimits);
 }
 
 const FuzzTarget kHostLinkClientFuzz("HostLinkClientFuzz", hearExtension);

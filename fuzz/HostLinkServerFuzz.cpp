@@ -144,7 +144,7 @@ void serveHosts(FuzzTarget::Input input) {
     }
     // Answers cost something, too, as does their being read here.
     const std::size_t heard = hosts[0].heard() + hosts[1].heard();
-    cost.check("HostLinkServerFuzz", pieces.size() + kBytesOfHostLine * pieces.lines() + heard,
+    cost.check("HostLinkServerFuzz", pieces.size() + kBytesOfHostLine * pieces.records() + heard,
                kServerLimits);
   }
   QuietLoop::runDue();

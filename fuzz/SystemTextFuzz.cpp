@@ -93,14 +93,14 @@ constexpr std::array kSystemReaders = {readMounts, readConfiguration, readVersio
 
 void readSystemText(FuzzTarget::Input input) {
   if (input.empty()) return;
-  const std::string text(textOf(input.subspan(1)));
+  TextPieces pieces(textOf(input.subspan(1)), systemFolder().path());
   const std::size_t reader = input[0] % (kSystemReaders.size() + 1);
   if (reader < kSystemReaders.size()) {
+    const std::string text = pieces.next();
     const ReadingCost cost;
     kSystemReaders.at(reader)(text);
-    cost.check("SystemTextFuzz", input.size(), kSystemLimits);
+    cost.check("SystemTextFuzz", text.size(), kSystemLimits);
   } else {
-    TextPieces pieces(text, systemFolder().path());
     const ReadingCost cost;
     findWorkingCopy(pieces);
     cost.check("SystemTextFuzz, working copy", pieces.size(), kSystemLimits);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -14,6 +15,9 @@ namespace kelpie::agent {
 // follows. When the pieces are used up, git fails. One thread.
 class GitAnswers {
  public:
+  // What a record costs of itself, however short it is, counts as so many bytes.
+  static constexpr std::size_t kBytesOfRecord = 4;
+
   // `pieces` outlives what git() returns.
   GitAnswers(TextPieces& pieces, std::string folder);
 

@@ -25,10 +25,11 @@ TextPieces::TextPieces(std::string_view input, std::string folder) : folder_(std
   }
 }
 
-std::size_t TextPieces::lines() const {
+std::size_t TextPieces::records() const {
   std::size_t count = 0;
   for (const std::string& piece : pieces_)
-    count += static_cast<std::size_t>(std::ranges::count(piece, '\n'));
+    count += static_cast<std::size_t>(
+        std::ranges::count_if(piece, [](char each) { return each == '\n' || each == '\0'; }));
   return count;
 }
 

@@ -26,8 +26,8 @@ class TextPieces {
   const std::vector<std::string>& all() const { return pieces_; }
   // The bytes of all texts.
   std::size_t size() const { return size_; }
-  // The line ends in all texts.
-  std::size_t lines() const;
+  // The line ends and zero bytes in all texts: each is the end of a record.
+  std::size_t records() const;
 
   // The next text; empty when there is none left.
   std::string next();
