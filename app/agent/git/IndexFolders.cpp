@@ -15,12 +15,12 @@ bool isSame(const struct stat& a, const struct stat& b) {
 
 // No working copy has tracked folders inside so many others. An index may name such paths all the
 // same, and a list of all folders of a path takes memory with the square of their number.
-constexpr std::size_t kDeepestFolder = 128;
+constexpr std::size_t kMostFoldersDeep = 128;
 
 // The path without what lies deeper in it than the deepest folder.
 std::string_view withoutDepths(std::string_view path) {
   std::size_t end = 0;
-  for (std::size_t depth = 0; depth < kDeepestFolder; ++depth) {
+  for (std::size_t depth = 0; depth < kMostFoldersDeep; ++depth) {
     end = path.find('/', end);
     if (end == std::string_view::npos) return path;
     ++end;

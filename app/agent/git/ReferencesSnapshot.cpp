@@ -26,10 +26,10 @@ const Reference* ReferencesSnapshot::referenceNamed(std::string_view fullName) c
 }
 
 const Remote* ReferencesSnapshot::remoteOf(const Reference& remoteBranch) const {
-  constexpr std::string_view kPrefix = "refs/remotes/";
+  constexpr std::string_view kRemotes = "refs/remotes/";
   std::string_view name = remoteBranch.fullName;
-  if (!name.starts_with(kPrefix)) return nullptr;
-  name.remove_prefix(kPrefix.size());
+  if (!name.starts_with(kRemotes)) return nullptr;
+  name.remove_prefix(kRemotes.size());
   // A remote that `left` begins with is the last one up to it, or also the beginning of that one.
   for (std::string_view left = name; !left.empty();) {
     const auto after = std::ranges::upper_bound(remotes, left, {}, &Remote::name);
