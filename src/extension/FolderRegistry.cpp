@@ -203,6 +203,8 @@ bool FolderRegistry::replaceRepositories(const FileIdentifier& identifier, std::
       noteFormerPlace(place, path);
     } else if (held != identifier) {
       takesOver = true;  // it has moved on, followed by its reference
+    } else {
+      noteFormerPlace(place, path);  // it was opened there before it has moved
     }
   }
   for (const FileIdentifier& held : replaced) {

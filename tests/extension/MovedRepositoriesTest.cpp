@@ -236,6 +236,30 @@ TEST_P(MovedRepositories, OneThatIsBackTakesOverWhatAnotherShowedInItsPlace) {
   EXPECT_EQ(badgesOf("/code/a"), both("KPIndexNewBadge"));
 }
 
+// Its openings were sent before anything was heard of the first, and two of them came before it
+// moved.
+TEST_P(MovedRepositories, OneThatIsOpenedOnceMoreElsewhereLeavesItsFormerPlace) {
+  make("/code/a");
+  make("/code/b");
+  const auto openLater = [this](const std::string& root) {
+    controller->openRepositoryWithUrls(
+        Objects{URL::fileURLWithPath(root, true), URL::fileURLWithPath(root + "/.git", true)});
+  };
+  openLater("/code/a");
+  for (const std::string& item : itemsOf("/code/a"))
+    controller->requestBadgeIdentifierForURL(URL::fileURLWithPath(item));
+  openLater("/code/a");
+  openLater("/code/b");
+  ManualQueue& queue = *fakes.queues.withLabel("org.kelpie.Kelpie.Sync.ObserverQueue").at(0);
+  ASSERT_TRUE(queue.runOne());
+  ASSERT_TRUE(queue.runOne());
+  ASSERT_EQ(badgesOf("/code/a"), both("KPCurrentBadge"));
+  swap("/code/a", "/code/b");
+  fakes.runAll();
+  sendStatus("/code/a", kDeleted);
+  EXPECT_EQ(badgesOf("/code/a"), both("KPWorkdirDeletedBadge"));
+}
+
 TEST_P(MovedRepositories, AStatusSetsNoBadgeWhereAnotherOneStandsNow) {
   for (const char* root : {"/code/a", "/code/b"}) {
     make(root);
