@@ -49,12 +49,7 @@ inline double median(std::vector<double> times) {
 // read of them later is cached either way.
 class TemporaryFolder {
  public:
-  TemporaryFolder() {
-    const std::filesystem::path inMemory = "/dev/shm";
-    std::error_code none;
-    const auto parent = std::filesystem::is_directory(inMemory, none)
-                            ? inMemory
-                            : std::filesystem::temp_directory_path();
+  explicit TemporaryFolder(const std::filesystem::path& parent = roomyFolder()) {
     std::string name = (parent / "kelpie-bench-XXXXXX").string();
     if (::mkdtemp(name.data()) != nullptr) path_ = std::filesystem::canonical(name).string();
   }
@@ -74,6 +69,13 @@ class TemporaryFolder {
   static void file(const std::string& path) { std::ofstream stream(path); }
 
  private:
+  static std::filesystem::path roomyFolder() {
+    const std::filesystem::path inMemory = "/dev/shm";
+    std::error_code none;
+    return std::filesystem::is_directory(inMemory, none) ? inMemory
+                                                         : std::filesystem::temp_directory_path();
+  }
+
   std::string path_;
 };
 

@@ -177,7 +177,7 @@ class CountedExtension {
     return statusMessage(std::move(entries), std::move(dirty));
   }
 
-  TemporaryFolder folder_;
+  TemporaryFolder folder_{"/tmp"};  // how deep it lies is among what is counted
   FakePlatform system_;
   LinuxFinderSyncController finder_;
   Platform platform_;
