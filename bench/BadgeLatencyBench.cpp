@@ -23,7 +23,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
-#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <optional>
@@ -32,30 +31,24 @@
 #include <string_view>
 #include <vector>
 
-#include "PeakMemory.h"
 #include "e2e/GitSession.h"
 #include "e2e/TestHost.h"
+#include "harness/BenchFiles.h"
+#include "harness/PeakMemory.h"
+#include "harness/Timing.h"
 #include "support/TemporaryFolder.h"
 
 namespace kelpie {
 namespace {
 
-namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kFilesInAFolder = 100;
 constexpr int kRounds = 20;
 constexpr int kNewFiles = 20'000;
-constexpr const char* kInMemory = "/dev/shm";
 
 double millisecondsSince(Clock::time_point start) {
   return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-double median(std::vector<double> times) {
-  const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
-  std::nth_element(times.begin(), middle, times.end());
-  return *middle;
 }
 
 // The processor time of the process, and of those that it has waited for; absent when it is gone.
@@ -148,8 +141,7 @@ class Latency {
   double agentPeak() const { return PeakMemory::of(agent_->pid()) / 1e6; }
   double syncPeak() const { return PeakMemory::of(sync_->pid()) / 1e6; }
   std::string conditions() const {
-    return git({"--version"}) + ", no file-system monitor, " +
-           (large_.path().starts_with(kInMemory) ? "in memory" : "on disk");
+    return git({"--version"}) + ", no file-system monitor, " + "in " + roomyFolder();
   }
   const TemporaryFolder& folderOfAll() const { return large_; }
   TestHost& host() { return *host_; }
@@ -174,7 +166,7 @@ class Latency {
   }
 
   GitSession session_;
-  TemporaryFolder large_{fs::is_directory(kInMemory) ? kInMemory : "/tmp"};
+  TemporaryFolder large_{roomyFolder()};
   std::unique_ptr<ChildProcess> agent_;
   std::unique_ptr<ChildProcess> sync_;
   std::unique_ptr<TestHost> host_;

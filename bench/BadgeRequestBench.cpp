@@ -13,27 +13,26 @@
 #include <benchmark/benchmark.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
-#include "PeakMemory.h"
-#include "StatusBench.h"
 #include "extension/KPKelpieSync.h"
-#include "extension/RepositoryTable.h"
-#include "linux/hostlink/HostLinkHub.h"
-#include "linux/hostlink/HostSession.h"
-#include "platform/linux/LinuxFinderSyncController.h"
+#include "foundation/Dictionary.h"
+#include "foundation/URL.h"
+#include "harness/BenchFiles.h"
+#include "harness/FloorRounds.h"
+#include "harness/HostedExtension.h"
+#include "harness/StatusMessages.h"
+#include "platform/linux/LinuxFileSystem.h"
 #include "protocol/BadgeIdentifiers.h"
+#include "status/KPRepository.h"
+#include "support/FakePlatform.h"
+#include "support/TemporaryFolder.h"
 
 namespace kelpie {
 namespace {
@@ -45,38 +44,15 @@ constexpr int kChangedEvery = 50;
 constexpr StatusWord kModified = 0x0100;
 constexpr std::size_t kBadgesInALine = 100;
 
-// The extension behind the host link, and one host.
-class Extension {
+// The extension, and the question.
+class Asked {
  public:
   // The status has `others` entries of files that nobody asks for.
-  Extension(int folderCount, int others)
-      : finder_(system_.queues.mainQueue()),
-        platform_{finder_,
-                  system_.messagePorts,
-                  system_.defaults,
-                  system_.entitlements,
-                  system_.applications,
-                  system_.processMonitors,
-                  system_.notifications,
-                  *files_,
-                  system_.queues,
-                  system_.bundle,
-                  system_.limits,
-                  system_.log},
-        defaults_(platform_),
-        installed_(files_) {
-    KPKelpieSync::initialize(platform_);
-    sync_ = KPKelpieSync::create(platform_, defaults_);
-    sync_->setApplicationPid(42);
-    hub_ = std::make_unique<HostLinkHub>(*sync_, finder_, [](const Image&) { return ""; });
-    session_ = std::make_unique<HostSession>(
-        *hub_, [this](std::string line) { answers_.push_back(std::move(line)); });
-    session_->handleLine(R"({"type":"hello","host":"bench","version":1})");
-    root_ = folder_.folder("repository");
-    folder_.folder("repository/.git");
-    sync_->openRepositoryWithUrls(
-        Objects{URL::fileURLWithPath(root_), URL::fileURLWithPath(root_ + "/.git")});
-    system_.runAll();
+  Asked(int folderCount, int others) {
+    root_ = folder_.addFolder("repository");
+    folder_.addFolder("repository/.git");
+    extension_.open(root_);
+    fakes_.runAll();
     makeItems(folderCount, others);
     forget();
   }
@@ -88,20 +64,19 @@ class Extension {
 
   // The lines that answer the question.
   std::vector<std::string> ask() {
-    answers_.clear();
-    session_->handleLine(question_);
-    system_.runAll();
-    return std::exchange(answers_, {});
+    extension_.handleLine(question_);
+    fakes_.runAll();
+    return extension_.takeAnswers();
   }
 
   // The folders have left the screen, and come into view with a new status.
   void forget() {
     for (const std::string& folder : folders_)
-      sync_->endObservingDirectoryAtURL(URL::fileURLWithPath(folder));
-    system_.runAll();
-    sync_->repositories().all()->front()->setStatus(status_);
-    system_.runAll();
-    answers_.clear();
+      extension_.sync().endObservingDirectoryAtURL(URL::fileURLWithPath(folder));
+    fakes_.runAll();
+    extension_.repository()->setStatus(status_);
+    fakes_.runAll();
+    extension_.takeAnswers();
   }
 
  private:
@@ -109,15 +84,15 @@ class Extension {
     json urls = json::array();
     Dictionary entries;
     for (int i = 0; i < others; ++i)
-      entries.set(otherIdentifier(i),
+      entries.set(identifierOfNoFile(i),
                   Objects{kModified, Object::path(root_ + "/elsewhere/" + std::to_string(i))});
     for (int i = 0; i < folderCount; ++i)
-      folders_.push_back(folder_.folder("repository/source-" + std::to_string(i)));
+      folders_.push_back(folder_.addFolder("repository/source-" + std::to_string(i)));
     const int each = kItems / folderCount;
     for (int i = 0; i < kItems; ++i) {
       const std::string path =
           folders_[static_cast<std::size_t>(i / each)] + "/file " + std::to_string(i) + ".cpp";
-      TemporaryFolder::file(path);
+      touch(path);
       const URL url = URL::fileURLWithPath(path);
       if (i % kChangedEvery == 0)
         entries.set(Object::orNil(url.identifier(*files_)), Objects{kModified, Object::path(path)});
@@ -130,24 +105,10 @@ class Extension {
     status_ = Object(std::move(entries));
   }
 
-  static Object otherIdentifier(int index) {
-    Bytes bytes(16, 0xEE);
-    for (std::size_t i = 0; i < 4; ++i)
-      bytes[8 + i] = static_cast<std::uint8_t>(static_cast<unsigned>(index) >> (8 * i));
-    return Object(std::move(bytes));
-  }
-
-  TemporaryFolder folder_;
-  FakePlatform system_;
+  TemporaryFolder folder_{roomyFolder()};
+  FakePlatform fakes_;
   std::shared_ptr<LinuxFileSystem> files_ = std::make_shared<LinuxFileSystem>();
-  LinuxFinderSyncController finder_;
-  Platform platform_;
-  KPUserDefaults defaults_;
-  ScopedFileSystem installed_;
-  std::unique_ptr<KPKelpieSync> sync_;
-  std::unique_ptr<HostLinkHub> hub_;
-  std::vector<std::string> answers_;
-  std::unique_ptr<HostSession> session_;
+  HostedExtension extension_{fakes_, files_};
   std::string root_;
   std::vector<std::string> folders_;
   std::vector<std::string> paths_;
@@ -157,20 +118,20 @@ class Extension {
 };
 
 // Every item has been answered, each with its own badge.
-bool isRight(const std::vector<std::string>& lines, const Extension& extension) {
+bool isRight(const std::vector<std::string>& lines, const Asked& asked) {
   std::unordered_map<std::string, std::string> told;
   for (const std::string& line : lines) {
     const json object = json::parse(line);
     if (object["type"] != "badges") return false;
     for (const json& pair : object["badges"]) told[pair[0]] = pair[1];
   }
-  return told == extension.expected();
+  return told == asked.expected();
 }
 
 // What any answer takes: the question read, a look at each item, the answers written. The number of
 // bytes of these.
-std::size_t floorOf(const Extension& extension) {
-  const json question = json::parse(extension.question());
+std::size_t floorOf(const Asked& asked) {
+  const json question = json::parse(asked.question());
   std::size_t size = 0;
   std::size_t index = 0;
   struct stat status = {};
@@ -180,7 +141,7 @@ std::size_t floorOf(const Extension& extension) {
         json{{"type", "badges"}, {"badges", std::exchange(badges, json::array())}}.dump().size();
   };
   for (const json& url : question["urls"]) {
-    benchmark::DoNotOptimize(::lstat(extension.paths()[index].c_str(), &status));
+    benchmark::DoNotOptimize(::lstat(asked.paths()[index].c_str(), &status));
     badges.push_back(json::array(
         {url, index++ % kChangedEvery == 0 ? badge::kWorkdirModified : badge::kCurrent}));
     if (badges.size() >= kBadgesInALine) flush();
@@ -190,30 +151,19 @@ std::size_t floorOf(const Extension& extension) {
 }
 
 void BadgeRequests(benchmark::State& state) {
-  Extension extension(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
-  if (!isRight(extension.ask(), extension)) {
+  Asked asked(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
+  if (!isRight(asked.ask(), asked)) {
     state.SkipWithError("wrong badges: the time means nothing");
     return;
   }
-  std::vector<double> floors;
-  std::vector<double> times;
-  const PeakMemory peak;
+  FloorRounds rounds(state);
   for (auto _ : state) {
-    extension.forget();
-    double start = milliseconds();
-    benchmark::DoNotOptimize(floorOf(extension));
-    floors.push_back(milliseconds() - start);
-
-    start = milliseconds();
-    const std::vector<std::string> lines = extension.ask();
-    benchmark::DoNotOptimize(lines.data());
-    times.push_back(milliseconds() - start);
-    state.SetIterationTime(times.back() / 1000);
+    asked.forget();
+    rounds.floor([&] { benchmark::DoNotOptimize(floorOf(asked)); });
+    std::vector<std::string> lines;
+    rounds.work([&] { lines = asked.ask(); });
   }
-  state.counters["badges_ms"] = median(times);
-  state.counters["floor_ms"] = median(floors);
-  state.counters["ratio"] = median(times) / median(floors);
-  state.counters["peak_MB"] = peak.growthInMegabytes();
+  rounds.report("badges_ms");
 }
 
 BENCHMARK(BadgeRequests)

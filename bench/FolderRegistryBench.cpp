@@ -16,15 +16,14 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
-#include <ctime>
 #include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "extension/KPKelpieSync.h"
+#include "harness/FloorRounds.h"
+#include "harness/QuietFinder.h"
 #include "platform/linux/LinuxFileSystem.h"
 #include "settings/KPUserDefaults.h"
 #include "support/FakePlatform.h"
@@ -34,19 +33,6 @@ namespace kelpie {
 namespace {
 
 constexpr std::size_t kItems = 100'000;
-
-// Takes badges as fast as they can be taken.
-class CountingFinder final : public FinderSyncController {
- public:
-  std::size_t badges = 0;
-
-  void setBadgeImage(const Image&, std::string_view, std::string_view) override {}
-  void setBadgeIdentifier(std::string_view, const URL&) override { ++badges; }
-  std::vector<URL> directoryURLs() const override { return {}; }
-  void setDirectoryURLs(std::vector<URL>) override {}
-  std::vector<URL> selectedItemURLs() const override { return {}; }
-  std::optional<URL> targetedURL() const override { return std::nullopt; }
-};
 
 // A repository with one huge folder.
 class WorkingCopy {
@@ -68,38 +54,27 @@ class WorkingCopy {
 class Extension {
  public:
   explicit Extension(const WorkingCopy& copy)
-      : platform_{finder_,
-                  system_.messagePorts,
-                  system_.defaults,
-                  system_.entitlements,
-                  system_.applications,
-                  system_.processMonitors,
-                  system_.notifications,
-                  *files_,
-                  system_.queues,
-                  system_.bundle,
-                  system_.limits,
-                  system_.log},
+      : platform_(fakes_.platformWith(finder_, *files_)),
         defaults_(platform_),
         installed_(files_),
         sync_(KPKelpieSync::create(platform_, defaults_)),
         folder_(URL::fileURLWithPath(copy.folder(), true)) {
-    system_.messagePorts.setListening("group.org.kelpie.App", true);
+    fakes_.messagePorts.setListening("group.org.kelpie.App", true);
     sync_->setApplicationPid(42);
     sync_->openRepositoryWithUrls(
         Objects{URL::fileURLWithPath(copy.root()), URL::fileURLWithPath(copy.root() + "/.git")});
-    system_.runAll();
-    finder_.badges = 0;
+    fakes_.runAll();
+    finder_.count = 0;
   }
 
   void begin() { sync_->beginObservingDirectoryAtURL(folder_); }
-  void work() { system_.runAll(); }
+  void work() { fakes_.runAll(); }
   // Badges since the last call.
-  std::size_t takeBadges() { return std::exchange(finder_.badges, 0); }
+  std::size_t takeBadges() { return std::exchange(finder_.count, 0); }
 
  private:
-  CountingFinder finder_;
-  FakePlatform system_;
+  QuietFinder finder_;
+  FakePlatform fakes_;
   std::shared_ptr<LinuxFileSystem> files_ = std::make_shared<LinuxFileSystem>();
   Platform platform_;
   KPUserDefaults defaults_;
@@ -109,15 +84,10 @@ class Extension {
 };
 
 // How long the file manager waits is a matter of the clock on the wall; work is measured in
-// processor time, the kernel's included, so that a round which other processes interrupt counts for
-// what it did itself.
+// processor time.
 double wallMilliseconds() {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
   return std::chrono::duration<double, std::milli>(now).count();
-}
-
-double workMilliseconds() {
-  return 1000.0 * static_cast<double>(std::clock()) / static_cast<double>(CLOCKS_PER_SEC);
 }
 
 // One listing with one lstat() an item. How many items there were.
@@ -136,44 +106,31 @@ std::size_t lookAtAll(const std::string& folder) {
   return count - 2;  // "." and ".."
 }
 
-double median(std::vector<double> times) {
-  const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
-  std::nth_element(times.begin(), middle, times.end());
-  return *middle;
-}
-
 void FolderComesIntoView(benchmark::State& state, bool isFresh) {
   const WorkingCopy copy;
   auto extension = std::make_unique<Extension>(copy);
   std::vector<double> hostTimes;
-  std::vector<double> floorTimes;
-  std::vector<double> workTimes;
+  FloorRounds rounds(state);
   for (auto _ : state) {
     if (isFresh) {
       extension.reset();
       extension = std::make_unique<Extension>(copy);
     }
-    double start = workMilliseconds();
-    const std::size_t items = lookAtAll(copy.folder());
-    floorTimes.push_back(workMilliseconds() - start);
+    std::size_t items = 0;
+    rounds.floor([&] { items = lookAtAll(copy.folder()); });
 
-    start = wallMilliseconds();
+    const double start = wallMilliseconds();
     extension->begin();
     hostTimes.push_back(wallMilliseconds() - start);
 
-    start = workMilliseconds();
-    extension->work();
-    workTimes.push_back(workMilliseconds() - start);
-    state.SetIterationTime(workTimes.back() / 1000);
+    rounds.work([&] { extension->work(); });
     if (items != kItems || extension->takeBadges() != kItems) {
       state.SkipWithError("not every item got its badge: the time means nothing");
       return;
     }
   }
   state.counters["host_ms"] = *std::max_element(hostTimes.begin(), hostTimes.end());
-  state.counters["floor_ms"] = median(floorTimes);
-  state.counters["work_ms"] = median(workTimes);
-  state.counters["ratio"] = median(workTimes) / median(floorTimes);
+  rounds.report("work_ms");
 }
 
 BENCHMARK_CAPTURE(FolderComesIntoView, fresh, true)->UseManualTime()->Iterations(15);

@@ -17,7 +17,9 @@
 // has to have its badge, with the changed files in every other folder: new ones where they are, and
 // none elsewhere. "peak_MB" is what the rounds take on top of what was held before them.
 
+#include <benchmark/benchmark.h>
 #include <dirent.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -28,8 +30,12 @@
 #include <utility>
 #include <vector>
 
-#include "PeakMemory.h"
-#include "StatusBench.h"
+#include "harness/BenchFiles.h"
+#include "harness/BenchRepository.h"
+#include "harness/FloorRounds.h"
+#include "harness/StatusMessages.h"
+#include "platform/linux/LinuxFileSystem.h"
+#include "support/TemporaryFolder.h"
 
 namespace kelpie {
 namespace {
@@ -44,14 +50,14 @@ constexpr const char* kCurrent = "KPCurrentBadge";
 // Folders of 1,000 files each. Every other one of them has changed files, unless it is the only
 // one.
 struct Tree {
-  TemporaryFolder folder;
-  std::string root = folder.folder("r");
-  std::string top = folder.folder("r/w");
+  TemporaryFolder folder{roomyFolder()};
+  std::string root = folder.addFolder("r");
+  std::string top = folder.addFolder("r/w");
   std::vector<std::string> folders;
   std::vector<std::string> files;
 
   explicit Tree(std::size_t count) {
-    folder.folder("r/.git");
+    folder.addFolder("r/.git");
     for (std::size_t i = 0; i < count / kFilesInAFolder; ++i) {
       folders.push_back(top + "/package" + std::to_string(i));
       for (std::size_t j = 0; j < kInnerFolders; ++j) {
@@ -59,7 +65,7 @@ struct Tree {
         std::filesystem::create_directories(inner);
         for (std::size_t k = 0; k < kFilesInAnInnerFolder; ++k) {
           files.push_back(inner + "/source_file_" + std::to_string(k) + ".cpp");
-          TemporaryFolder::file(files.back());
+          touch(files.back());
         }
       }
     }
@@ -84,7 +90,7 @@ struct Tree {
       entries.set(Object(*url.identifier(files_)), Objects{0x0080, path});
       dirty.emplace_back(url);
     }
-    return statusMessage(std::move(entries), std::move(dirty));
+    return archived(statusInfo(std::move(entries), std::move(dirty)));
   }
 };
 
@@ -124,19 +130,13 @@ std::size_t walk(const std::string& folder, bool withLstat) {
 // Measures `work` against the two walks. Gives up when a walk finds another number of files.
 template <class Work>
 void measure(benchmark::State& state, const Tree& tree, const Work& work) {
-  std::vector<double> floors;
+  FloorRounds rounds(state);
   std::vector<double> looks;
-  std::vector<double> times;
-  const PeakMemory peak;
   for (auto _ : state) {
-    double start = milliseconds();
-    const std::size_t listed = walk(tree.top, false);
-    floors.push_back(milliseconds() - start);
-    start = milliseconds();
-    work();
-    times.push_back(milliseconds() - start);
-    state.SetIterationTime(times.back() / 1000);
-    start = milliseconds();
+    std::size_t listed = 0;
+    rounds.floor([&] { listed = walk(tree.top, false); });
+    rounds.work(work);
+    const double start = milliseconds();
     const std::size_t looked = walk(tree.top, true);
     looks.push_back(milliseconds() - start);
     if (looked != tree.files.size() || listed != tree.files.size()) {
@@ -144,13 +144,8 @@ void measure(benchmark::State& state, const Tree& tree, const Work& work) {
       return;
     }
   }
-  const double floor = median(std::move(floors));
-  const double time = median(std::move(times));
-  state.counters["floor_ms"] = floor;
-  state.counters["ms"] = time;
-  state.counters["ratio"] = time / floor;
-  state.counters["ratio_with_lstat"] = time / median(std::move(looks));
-  state.counters["peak_MB"] = peak.growthInMegabytes();
+  rounds.report("ms");
+  state.counters["ratio_with_lstat"] = rounds.medianTime() / median(std::move(looks));
 }
 
 // Whether each of the window's folders has the badge that it is to have.

@@ -30,8 +30,14 @@
 #include <utility>
 #include <vector>
 
-#include "PeakMemory.h"
-#include "StatusBench.h"
+#include "archive/KeyedUnarchiver.h"
+#include "foundation/ObjectView.h"
+#include "foundation/URL.h"
+#include "harness/BenchFiles.h"
+#include "harness/PeakMemory.h"
+#include "harness/StatusMessages.h"
+#include "harness/Timing.h"
+#include "support/TemporaryFolder.h"
 
 namespace kelpie {
 namespace {
@@ -45,15 +51,15 @@ constexpr int kSlowRounds = 3;
 // The archive of a status message of that many entries, on disk.
 class ArchiveFile {
  public:
-  explicit ArchiveFile(int entries) : path_(folder_.path() + "/archive") {
+  explicit ArchiveFile(int entries) : path_(folder_ / "archive") {
     Dictionary status;
     Objects dirty;
     for (int i = 0; i < entries; ++i) {
       const std::string path = folderOf(i) + "/file_" + std::to_string(i) + ".txt";
-      status.set(key(i), Objects{Object(1 << (i % 15)), Object(path)});
+      status.set(identifierOfNoFile(i), Objects{Object(1 << (i % 15)), Object(path)});
       if (i % 10 == 0) dirty.emplace_back(URL::fileURLWithPath(path));
     }
-    const auto message = statusMessage(std::move(status), std::move(dirty));
+    const auto message = archived(statusInfo(std::move(status), std::move(dirty)));
     size_ = message->size();
     std::ofstream file(path_, std::ios::binary);
     std::copy(message->begin(), message->end(), std::ostreambuf_iterator<char>(file));
@@ -73,14 +79,8 @@ class ArchiveFile {
     return "/home/user/code/a-repository-of-some-size/directory_" + std::to_string(i / 500) +
            "/subdirectory_" + std::to_string(i / 50 % 10);
   }
-  static Object key(int i) {
-    Bytes bytes(16, 0);
-    for (std::size_t n = 0; n < 4; ++n)
-      bytes[8 + n] = static_cast<std::uint8_t>(static_cast<unsigned>(i) >> (8 * n));
-    return Object(std::move(bytes));
-  }
 
-  TemporaryFolder folder_;
+  TemporaryFolder folder_{roomyFolder()};
   std::string path_;
   std::size_t size_ = 0;
 };

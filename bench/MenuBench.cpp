@@ -17,24 +17,25 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "PeakMemory.h"
-#include "StatusBench.h"
 #include "extension/KPKelpieSync.h"
 #include "extension/RepositoryTable.h"
 #include "foundation/Dictionary.h"
+#include "harness/BenchFiles.h"
+#include "harness/FloorRounds.h"
 #include "platform/linux/LinuxFileSystem.h"
 #include "refs/KPRefsManager.h"
 #include "settings/KPUserDefaults.h"
 #include "status/KPRepository.h"
 #include "support/FakePlatform.h"
 #include "support/References.h"
+#include "support/ScopedFileSystem.h"
+#include "support/TemporaryFolder.h"
 
 namespace kelpie {
 namespace {
@@ -81,12 +82,7 @@ std::shared_ptr<const KPTreeNode> referencesTree() {
 class Extension {
  public:
   Extension(int folderCount, int repositories)
-      : platform_{system_.finder,        system_.messagePorts,
-                  system_.defaults,      system_.entitlements,
-                  system_.applications,  system_.processMonitors,
-                  system_.notifications, *files_,
-                  system_.queues,        system_.bundle,
-                  system_.limits,        system_.log},
+      : platform_(fakes_.platformWith(fakes_.finder, *files_)),
         defaults_(platform_),
         installed_(files_),
         sync_(KPKelpieSync::create(platform_, defaults_)) {
@@ -104,7 +100,7 @@ class Extension {
                        .head = true}));
     std::vector<URL> urls;
     for (const std::string& path : paths_) urls.push_back(URL::fileURLWithPath(path));
-    system_.finder.select(std::move(urls), std::nullopt);
+    fakes_.finder.select(std::move(urls), std::nullopt);
   }
 
   const std::vector<std::string>& paths() const { return paths_; }
@@ -112,17 +108,18 @@ class Extension {
 
  private:
   void open(const std::string& name) {
-    const std::string root = folder_.folder(name);
-    const std::string git = folder_.folder(name + "/.git");
+    const std::string root = folder_.addFolder(name);
+    const std::string git = folder_.addFolder(name + "/.git");
     sync_->openRepositoryWithUrls(Objects{URL::fileURLWithPath(root), URL::fileURLWithPath(git)});
-    system_.runAll();
+    fakes_.runAll();
   }
 
   void makeItems(const std::string& name, int folderCount) {
     for (int i = 0; i < kItems; ++i) {
-      const std::string folder = folder_.folder(name + "/source" + std::to_string(i % folderCount));
+      const std::string folder =
+          folder_.addFolder(name + "/source" + std::to_string(i % folderCount));
       paths_.push_back(folder + "/file-" + std::to_string(i) + ".cpp");
-      TemporaryFolder::file(paths_.back());
+      touch(paths_.back());
     }
   }
 
@@ -135,8 +132,8 @@ class Extension {
     return status;
   }
 
-  TemporaryFolder folder_;
-  FakePlatform system_;
+  TemporaryFolder folder_{roomyFolder()};
+  FakePlatform fakes_;
   std::shared_ptr<LinuxFileSystem> files_ = std::make_shared<LinuxFileSystem>();
   Platform platform_;
   KPUserDefaults defaults_;
@@ -167,26 +164,17 @@ void MenuOfSelection(benchmark::State& state, int folderCount, int repositories)
     state.SkipWithError("wrong menu: the time means nothing");
     return;
   }
-  std::vector<double> floors;
-  std::vector<double> times;
-  const PeakMemory peak;
+  FloorRounds rounds(state);
   for (auto _ : state) {
-    double start = milliseconds();
-    struct stat status = {};
-    for (const std::string& path : extension.paths())
-      benchmark::DoNotOptimize(::lstat(path.c_str(), &status));
-    floors.push_back(milliseconds() - start);
-
-    start = milliseconds();
-    const std::optional<Menu> menu = extension.menu();
-    benchmark::DoNotOptimize(&menu);
-    times.push_back(milliseconds() - start);
-    state.SetIterationTime(times.back() / 1000);
+    rounds.floor([&] {
+      struct stat status = {};
+      for (const std::string& path : extension.paths())
+        benchmark::DoNotOptimize(::lstat(path.c_str(), &status));
+    });
+    std::optional<Menu> menu;
+    rounds.work([&] { menu = extension.menu(); });
   }
-  state.counters["menu_ms"] = median(times);
-  state.counters["floor_ms"] = median(floors);
-  state.counters["ratio"] = median(times) / median(floors);
-  state.counters["peak_MB"] = peak.growthInMegabytes();
+  rounds.report("menu_ms");
 }
 
 // A selection in one folder is the usual one; search results lie in many; many repositories are

@@ -32,22 +32,23 @@
 #include <utility>
 #include <vector>
 
-#include "PeakMemory.h"
-#include "StatusBench.h"
-#include "archive/KeyedArchiver.h"
 #include "extension/KPKelpieSync.h"
 #include "extension/RepositoryTable.h"
 #include "foundation/Dictionary.h"
-#include "linux/hostlink/HostLinkHub.h"
-#include "linux/hostlink/HostSession.h"
+#include "foundation/URL.h"
+#include "harness/BenchFiles.h"
+#include "harness/HostedExtension.h"
+#include "harness/PeakMemory.h"
+#include "harness/StatusMessages.h"
 #include "platform/FIMenuKind.h"
-#include "platform/linux/LinuxFinderSyncController.h"
+#include "platform/linux/LinuxFileSystem.h"
 #include "protocol/BadgeIdentifiers.h"
 #include "protocol/MessageKeys.h"
 #include "settings/KPUserDefaults.h"
 #include "status/KPRepository.h"
 #include "support/FakePlatform.h"
 #include "support/HostileMessages.h"
+#include "support/TemporaryFolder.h"
 #include "support/ThreadedQueues.h"
 
 namespace kelpie {
@@ -61,37 +62,75 @@ constexpr double kBar = 50;
 constexpr std::chrono::microseconds kPause(500);
 constexpr std::string_view kRoot = "/home/repo";
 constexpr std::size_t kFolders = 16;
+constexpr std::size_t kMostQuietMenus = 1'000;
 
-// A controller with one open repository, items on screen and queues that run by themselves.
+// The operating system of a controller whose queues run by themselves, each on a thread, and whose
+// main application listens and does nothing.
+class LiveSystem {
+ public:
+  LiveSystem() {
+    fakes.groupDefaults().changeFromOutside("KPApplicationVersion", "1");
+    fakes.groupDefaults().changeFromOutside("KPShowFolderGitStatus", true);
+    fakes.applications.running["org.kelpie.Kelpie"] = {700};
+    fakes.messagePorts.setListening("group.org.kelpie.App", true);
+  }
+
+  // Returns when the main queue has done the task.
+  template <class Task>
+  void onMainQueue(const Task& task) {
+    std::promise<void> done;
+    queues.mainQueue()->post([&] {
+      task();
+      done.set_value();
+    });
+    done.get_future().wait();
+  }
+
+  // Has the controller take in the message. Ready when the update queue of its repository has
+  // nothing left of it, and of what that has given it in turn.
+  std::future<void> takeIn(KPKelpieSync& controller, std::shared_ptr<const Bytes> message) {
+    auto done = std::make_shared<std::promise<void>>();
+    std::future<void> end = done->get_future();
+    queues.mainQueue()->post([&controller, done, message = std::move(message)]() mutable {
+      controller.handleSelectorMessage(std::move(message));
+      const std::shared_ptr<SerialQueue> queue =
+          controller.repositories().all()->front()->updateQueue();
+      queue->post([queue, done] {
+        queue->post([queue, done] { queue->post([done] { done->set_value(); }); });
+      });
+    });
+    return end;
+  }
+
+  ThreadedQueues queues;
+  FakePlatform fakes{queues};
+};
+
+// A controller with one open repository and items on screen.
 class LiveController {
  public:
   LiveController() {
-    fakes_.groupDefaults().changeFromOutside("KPApplicationVersion", "1");
-    fakes_.groupDefaults().changeFromOutside("KPShowFolderGitStatus", true);
-    fakes_.applications.running["org.kelpie.Kelpie"] = {700};
-    fakes_.messagePorts.setListening("group.org.kelpie.App", true);
-    const URL root = fakes_.files->addFolder(kRoot);
-    const URL git = fakes_.files->addFolder(std::string(kRoot) + "/.git");
-    fakes_.finder.select({}, root);
-    onMainQueue([&] {
-      KPKelpieSync::initialize(fakes_.platform());
-      controller_ = KPKelpieSync::create(fakes_.platform(), defaults_);
+    FakePlatform& fakes = system_.fakes;
+    const URL root = fakes.files->addFolder(kRoot);
+    const URL git = fakes.files->addFolder(std::string(kRoot) + "/.git");
+    fakes.finder.select({}, root);
+    system_.onMainQueue([&] {
+      KPKelpieSync::initialize(fakes.platform());
+      controller_ = KPKelpieSync::create(fakes.platform(), defaults_);
+      controller_->openRepositoryWithUrls(Objects{root, git});
     });
-    const Dictionary opening{{kMessageSelectorKey, "openRepositoryWithUrls:"},
-                             {kMessageArgumentKey, Objects{root, git}}};
-    handle(std::make_shared<const Bytes>(KeyedArchiver::archivedData(opening).value()));
-    queues_.waitUntilIdle();
+    system_.queues.waitUntilIdle();
     for (std::size_t index = 0; index < kFolders; ++index) {
       const std::string path = std::string(kRoot) + "/d" + std::to_string(index);
-      shown_.push_back(identifierOf(fakes_.files->addFolder(path)));
+      shown_.push_back(identifierOf(fakes.files->addFolder(path)));
       controller_->requestBadgeIdentifierForURL(URL::fileURLWithPath(path));
-      controller_->requestBadgeIdentifierForURL(fakes_.files->addFile(path + "/a"));
+      controller_->requestBadgeIdentifierForURL(fakes.files->addFile(path + "/a"));
     }
-    queues_.waitUntilIdle();
+    system_.queues.waitUntilIdle();
   }
   ~LiveController() {
-    onMainQueue([&] { controller_.reset(); });
-    queues_.waitUntilIdle();
+    system_.onMainQueue([this] { controller_.reset(); });
+    system_.queues.waitUntilIdle();
   }
   LiveController(const LiveController&) = delete;
   LiveController& operator=(const LiveController&) = delete;
@@ -100,35 +139,17 @@ class LiveController {
     return hostile.make(kBytes, identifierOf(URL::fileURLWithPath(kRoot)), shown_);
   }
 
-  // Returns when the main queue has the message.
-  void handle(std::shared_ptr<const Bytes> message) {
-    queues_.mainQueue()->post([this, message = std::move(message)]() mutable {
-      controller_->handleSelectorMessage(std::move(message));
-    });
+  std::future<void> takeIn(std::shared_ptr<const Bytes> message) {
+    return system_.takeIn(*controller_, std::move(message));
   }
 
   // How long a menu takes to come. Absent when there is nothing in it.
   std::optional<Milliseconds> waitForMenu() {
     const Clock::time_point asked = Clock::now();
     std::optional<Menu> menu;
-    onMainQueue([&] { menu = controller_->menuForMenuKind(FIMenuKind::ToolbarItemMenu); });
+    system_.onMainQueue([&] { menu = controller_->menuForMenuKind(FIMenuKind::ToolbarItemMenu); });
     if (!menu || menu->items.empty()) return std::nullopt;
     return Clock::now() - asked;
-  }
-
-  // Ready when the update queue has nothing left of what it was given before, and of what that has
-  // given it in turn.
-  std::future<void> endOfIntake() {
-    auto done = std::make_shared<std::promise<void>>();
-    std::future<void> end = done->get_future();
-    const std::shared_ptr<KPRepository> repository = controller_->repositories().all()->front();
-    queues_.mainQueue()->post([repository, done] {
-      const std::shared_ptr<SerialQueue> queue = repository->updateQueue();
-      queue->post([queue, done] {
-        queue->post([queue, done] { queue->post([done] { done->set_value(); }); });
-      });
-    });
-    return end;
   }
 
  private:
@@ -138,22 +159,54 @@ class LiveController {
     return {bytes.begin(), bytes.end()};
   }
 
-  template <class Task>
-  void onMainQueue(const Task& task) {
-    std::promise<void> done;
-    queues_.mainQueue()->post([&] {
-      task();
-      done.set_value();
-    });
-    done.get_future().wait();
-  }
-
-  ThreadedQueues queues_;
-  FakePlatform fakes_{queues_};
-  KPUserDefaults defaults_{fakes_.platform()};
+  LiveSystem system_;
+  KPUserDefaults defaults_{system_.fakes.platform()};
   std::unique_ptr<KPKelpieSync> controller_;
   std::vector<Bytes> shown_;
 };
+
+// What somebody waits who asks for a menu again and again, each wait in milliseconds.
+struct Waits {
+  double longest = 0;  // while the message was taken in
+  std::size_t menus = 0;
+  double intake = 0;  // how long that was
+  double quiet = 0;   // the longest of as many, but at most kMostQuietMenus, after it
+  double growth = 0;  // bytes, the most that was held on top of the message and what was there
+
+  void report(benchmark::State& state) const {
+    state.counters["longest_ms"] = longest;
+    state.counters["bar_ms"] = kBar;
+    state.counters["menus"] = static_cast<double>(menus);
+    state.counters["intake_ms"] = intake;
+    state.counters["quiet_ms"] = quiet;
+  }
+};
+
+// Absent when a menu had nothing in it.
+template <class Live>
+std::optional<Waits> waitsDuring(Live& live, std::shared_ptr<const Bytes> message) {
+  Waits waits;
+  const auto ask = [&live](double& longest) {
+    const std::optional<Milliseconds> wait = live.waitForMenu();
+    if (wait) longest = std::max(longest, wait->count());
+    std::this_thread::sleep_for(kPause);
+    return wait.has_value();
+  };
+  bool isAnswered = ask(waits.longest);
+  const PeakMemory peak;
+  const Clock::time_point begin = Clock::now();
+  const std::future<void> end = live.takeIn(std::move(message));
+  for (waits.menus = 1;
+       isAnswered && end.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
+       ++waits.menus)
+    isAnswered = ask(waits.longest);
+  waits.intake = Milliseconds(Clock::now() - begin).count();
+  waits.growth = peak.growth();
+  for (std::size_t i = 0; isAnswered && i < std::min(waits.menus, kMostQuietMenus); ++i)
+    isAnswered = ask(waits.quiet);
+  if (!isAnswered) return std::nullopt;
+  return waits;
+}
 
 double longestOverAll = 0;
 
@@ -161,35 +214,13 @@ void MenuDuringIntake(benchmark::State& state) {
   const HostileCase& hostile = hostileCases()[static_cast<std::size_t>(state.range(0))];
   for (auto _ : state) {
     LiveController live;
-    const auto message = std::make_shared<const Bytes>(live.message(hostile));
-    std::vector<double> waits;
-    const auto ask = [&] {
-      const std::optional<Milliseconds> wait = live.waitForMenu();
-      if (wait) waits.push_back(wait->count());
-      std::this_thread::sleep_for(kPause);
-      return wait.has_value();
-    };
-    bool isAnswered = ask();
-    const Clock::time_point begin = Clock::now();
-    live.handle(message);
-    const std::future<void> end = live.endOfIntake();
-    while (isAnswered && end.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
-      isAnswered = ask();
-    const Milliseconds intake = Clock::now() - begin;
-    const double longest = std::ranges::max(waits);
-    const std::size_t menus = waits.size();
-    waits.clear();
-    while (isAnswered && waits.size() < menus) isAnswered = ask();
-    if (!isAnswered) {
+    const auto waits = waitsDuring(live, std::make_shared<const Bytes>(live.message(hostile)));
+    if (!waits) {
       state.SkipWithError("a menu without items: the waits mean nothing");
       return;
     }
-    longestOverAll = std::max(longestOverAll, longest);
-    state.counters["longest_ms"] = longest;
-    state.counters["bar_ms"] = kBar;
-    state.counters["menus"] = static_cast<double>(menus);
-    state.counters["intake_ms"] = intake.count();
-    state.counters["quiet_ms"] = std::ranges::max(waits);
+    longestOverAll = std::max(longestOverAll, waits->longest);
+    waits->report(state);
     state.counters["longest_so_far_ms"] = longestOverAll;
     state.SetLabel(std::string(hostile.name));
   }
@@ -202,34 +233,24 @@ BENCHMARK(MenuDuringIntake)
 using nlohmann::json;
 
 constexpr int kShown = 500;
-constexpr std::size_t kMostQuietMenus = 1'000;
 constexpr StatusWord kModified = 0x0100;
 
-// The controller behind the host link, with one host that shows a folder of 500 items.
+// The extension behind the host link, with one host that shows a folder of 500 items.
 class LiveHostLink {
  public:
   LiveHostLink() {
-    fakes_.groupDefaults().changeFromOutside("KPApplicationVersion", "1");
-    fakes_.applications.running["org.kelpie.Kelpie"] = {700};
-    fakes_.messagePorts.setListening("group.org.kelpie.App", true);
-    folder_.folder("r/.git");
+    folder_.addFolder("r/.git");
     json urls = json::array();
     for (int i = 0; i < kShown; ++i) {
       paths_.push_back(shownFolder_ + "/file" + std::to_string(i) + ".cpp");
-      TemporaryFolder::file(paths_.back());
+      touch(paths_.back());
       urls.push_back(URL::fileURLWithPath(paths_.back()).absoluteString());
     }
-    onMainQueue([&] {
-      KPKelpieSync::initialize(platform_);
-      controller_ = KPKelpieSync::create(platform_, defaults_);
-      hub_ = std::make_unique<HostLinkHub>(*controller_, finder_, [](const Image&) { return ""; });
-      session_ = std::make_unique<HostSession>(
-          *hub_, [this](std::string line) { answers_.push_back(std::move(line)); });
-      session_->handleLine(R"({"type":"hello","host":"bench","version":1})");
-      controller_->openRepositoryWithUrls(
-          Objects{URL::fileURLWithPath(root_), URL::fileURLWithPath(root_ + "/.git")});
+    system_.onMainQueue([this] {
+      extension_ = std::make_unique<HostedExtension>(system_.fakes, files_);
+      extension_->open(root_);
     });
-    queues_.waitUntilIdle();
+    system_.queues.waitUntilIdle();
     const std::string shown = URL::fileURLWithPath(shownFolder_, true).absoluteString();
     say(json{{"type", "beginObserving"}, {"url", shown}});
     say(json{{"type", "requestBadges"}, {"urls", std::move(urls)}});
@@ -240,12 +261,8 @@ class LiveHostLink {
             .dump();
   }
   ~LiveHostLink() {
-    onMainQueue([&] {
-      session_.reset();
-      hub_.reset();
-      controller_.reset();
-    });
-    queues_.waitUntilIdle();
+    system_.onMainQueue([this] { extension_.reset(); });
+    system_.queues.waitUntilIdle();
   }
   LiveHostLink(const LiveHostLink&) = delete;
   LiveHostLink& operator=(const LiveHostLink&) = delete;
@@ -259,51 +276,32 @@ class LiveHostLink {
                                               : root_ + "/source/module" + std::to_string(i / 100) +
                                                     "/file" + std::to_string(i) + ".cpp";
       const URL url = URL::fileURLWithPath(path);
-      status.set(i < kShown / 2 ? Object(*url.identifier(*files_)) : otherIdentifier(i),
+      status.set(i < kShown / 2 ? Object(*url.identifier(*files_)) : identifierOfNoFile(i),
                  Objects{kModified, path});
       dirty.emplace_back(url);
     }
-    const Dictionary info{{"KPRepositoryState", 0},
-                          {"KPRepositoryStatus", Object(std::move(status))},
-                          {"KPStatusDirtyURLs", std::move(dirty)},
-                          {"KPStatusNewCount", 0}};
     const URL root = URL::fileURLWithPath(root_);
-    const Dictionary message{{kMessageSelectorKey, "setStatusInfo:"},
-                             {kMessageTargetKey, Object(*root.identifier(*files_))},
-                             {kMessageArgumentKey, info}};
-    return std::make_shared<const Bytes>(KeyedArchiver::archivedData(message).value());
+    return archived(
+        Dictionary{{kMessageSelectorKey, "setStatusInfo:"},
+                   {kMessageTargetKey, Object(*root.identifier(*files_))},
+                   {kMessageArgumentKey, statusInfo(std::move(status), std::move(dirty))}});
   }
 
-  // Returns when the main queue has the message.
-  void handle(std::shared_ptr<const Bytes> message) {
-    queues_.mainQueue()->post([this, message = std::move(message)]() mutable {
-      controller_->handleSelectorMessage(std::move(message));
-    });
-  }
-  std::future<void> endOfIntake() {
-    auto done = std::make_shared<std::promise<void>>();
-    std::future<void> end = done->get_future();
-    queues_.mainQueue()->post([this, done] {
-      const std::shared_ptr<SerialQueue> queue =
-          controller_->repositories().all()->front()->updateQueue();
-      queue->post([queue, done] {
-        queue->post([queue, done] { queue->post([done] { done->set_value(); }); });
-      });
-    });
-    return end;
+  std::future<void> takeIn(std::shared_ptr<const Bytes> message) {
+    return system_.takeIn(extension_->sync(), std::move(message));
   }
 
   // How long a menu takes to come. Absent when there is nothing in it.
   std::optional<Milliseconds> waitForMenu() {
     const Clock::time_point asked = Clock::now();
-    std::string answer;
-    onMainQueue([&] {
-      session_->handleLine(question_);
-      answer = answers_.back();
-      note();
+    std::vector<std::string> lines;
+    system_.onMainQueue([&] {
+      extension_->handleLine(question_);
+      lines = extension_->takeAnswers();
     });
     const Milliseconds wait = Clock::now() - asked;
-    const json line = json::parse(answer);
+    note(lines);
+    const json line = json::parse(lines.back());
     if (line["type"] != "menu" || line["menu"].is_null() || line["menu"]["items"].empty())
       return std::nullopt;
     return wait;
@@ -311,8 +309,8 @@ class LiveHostLink {
 
   // Whether each item on screen has been told its badge.
   bool badgesAreRight() {
-    queues_.waitUntilIdle();
-    onMainQueue([this] { note(); });
+    system_.queues.waitUntilIdle();
+    system_.onMainQueue([this] { note(extension_->takeAnswers()); });
     for (std::size_t i = 0; i < paths_.size(); ++i) {
       const auto told = badges_.find(URL::fileURLWithPath(paths_[i]).absoluteString());
       const auto expected = i % 2 == 0 ? badge::kWorkdirModified : badge::kCurrent;
@@ -322,62 +320,27 @@ class LiveHostLink {
   }
 
  private:
-  static Object otherIdentifier(int index) {
-    Bytes bytes(16, 0xEE);
-    for (std::size_t i = 0; i < 4; ++i)
-      bytes[8 + i] = static_cast<std::uint8_t>(static_cast<unsigned>(index) >> (8 * i));
-    return Object(std::move(bytes));
-  }
   void say(const json& line) {
-    onMainQueue([&] { session_->handleLine(line.dump()); });
-    queues_.waitUntilIdle();
+    system_.onMainQueue([&] { extension_->handleLine(line.dump()); });
+    system_.queues.waitUntilIdle();
   }
-  // Keeps the badges of the lines that came, and drops the lines.
-  void note() {
-    for (const std::string& text : answers_) {
+  // Keeps the badges of the lines that came.
+  void note(const std::vector<std::string>& lines) {
+    for (const std::string& text : lines) {
       const json line = json::parse(text);
       if (line["type"] != "badges") continue;
       for (const json& pair : line["badges"]) badges_[pair[0]] = pair[1];
     }
-    answers_.clear();
-  }
-  template <class Task>
-  void onMainQueue(const Task& task) {
-    std::promise<void> done;
-    queues_.mainQueue()->post([&] {
-      task();
-      done.set_value();
-    });
-    done.get_future().wait();
   }
 
-  TemporaryFolder folder_;
-  std::string root_ = folder_.folder("r");
-  std::string shownFolder_ = folder_.folder("r/shown");
+  TemporaryFolder folder_{roomyFolder()};
+  std::string root_ = folder_.addFolder("r");
+  std::string shownFolder_ = folder_.addFolder("r/shown");
   std::vector<std::string> paths_;
-  ThreadedQueues queues_;
-  FakePlatform fakes_{queues_};
+  LiveSystem system_;
   std::shared_ptr<LinuxFileSystem> files_ = std::make_shared<LinuxFileSystem>();
-  LinuxFinderSyncController finder_{queues_.mainQueue()};
-  Platform platform_{finder_,
-                     fakes_.messagePorts,
-                     fakes_.defaults,
-                     fakes_.entitlements,
-                     fakes_.applications,
-                     fakes_.processMonitors,
-                     fakes_.notifications,
-                     *files_,
-                     queues_,
-                     fakes_.bundle,
-                     fakes_.limits,
-                     fakes_.log};
-  KPUserDefaults defaults_{platform_};
-  ScopedFileSystem installed_{files_};
-  std::unique_ptr<KPKelpieSync> controller_;
-  std::unique_ptr<HostLinkHub> hub_;
-  std::unique_ptr<HostSession> session_;
+  std::unique_ptr<HostedExtension> extension_;
   std::string question_;
-  std::vector<std::string> answers_;  // main queue
   std::unordered_map<std::string, std::string> badges_;
 };
 
@@ -386,38 +349,15 @@ void LargeStatus(benchmark::State& state) {
     LiveHostLink live;
     auto message = live.message(static_cast<int>(state.range(0)));
     const auto size = static_cast<double>(message->size());
-    std::vector<double> waits;
-    const auto ask = [&] {
-      const std::optional<Milliseconds> wait = live.waitForMenu();
-      if (wait) waits.push_back(wait->count());
-      std::this_thread::sleep_for(kPause);
-      return wait.has_value();
-    };
-    bool isAnswered = ask();
-    const PeakMemory peak;
-    const Clock::time_point begin = Clock::now();
-    live.handle(std::move(message));
-    const std::future<void> end = live.endOfIntake();
-    while (isAnswered && end.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
-      isAnswered = ask();
-    const Milliseconds intake = Clock::now() - begin;
-    const double growth = peak.growth();
-    const double longest = std::ranges::max(waits);
-    const std::size_t menus = waits.size();
-    waits.clear();
-    while (isAnswered && waits.size() < std::min(menus, kMostQuietMenus)) isAnswered = ask();
-    if (!isAnswered || !live.badgesAreRight()) {
+    const auto waits = waitsDuring(live, std::move(message));
+    if (!waits || !live.badgesAreRight()) {
       state.SkipWithError("a menu without items, or wrong badges: the waits mean nothing");
       return;
     }
-    state.counters["longest_ms"] = longest;
-    state.counters["bar_ms"] = kBar;
-    state.counters["menus"] = static_cast<double>(menus);
-    state.counters["intake_ms"] = intake.count();
-    state.counters["quiet_ms"] = std::ranges::max(waits);
+    waits->report(state);
     state.counters["message_MB"] = size / 1e6;
-    state.counters["peak_MB"] = growth / 1e6;
-    state.counters["times_message"] = (size + growth) / size;
+    state.counters["peak_MB"] = waits->growth / 1e6;
+    state.counters["times_message"] = (size + waits->growth) / size;
   }
 }
 BENCHMARK(LargeStatus)

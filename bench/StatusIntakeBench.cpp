@@ -15,20 +15,26 @@
 // that the message was made with. "peak_MB" is the memory that the rounds take on top of the
 // message and of what was left by the first intake.
 
+#include <benchmark/benchmark.h>
 #include <malloc.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "PeakMemory.h"
-#include "StatusBench.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/ObjectView.h"
+#include "harness/BenchFiles.h"
+#include "harness/BenchRepository.h"
+#include "harness/FloorRounds.h"
+#include "harness/StatusMessages.h"
+#include "platform/linux/LinuxFileSystem.h"
 #include "status/KPBadge.h"
+#include "support/TemporaryFolder.h"
 
 namespace kelpie {
 namespace {
@@ -44,17 +50,17 @@ int wordOf(int index) { return kWords[index % 6]; }
 struct Screen {
   int entries;
   int count = std::min(kMostShown, entries);  // of the items on screen
-  TemporaryFolder folder;
-  std::string root = folder.folder("r");
+  TemporaryFolder folder{roomyFolder()};
+  std::string root = folder.addFolder("r");
   std::vector<std::string> shown;  // every other one has an entry
 
   explicit Screen(int entryCount) : entries(entryCount) {
-    folder.folder("r/.git");
+    folder.addFolder("r/.git");
     for (int i = 0; i < count; ++i) {
       const std::string name = "r/src/module" + std::to_string(i / kShownInAFolder);
-      if (i % kShownInAFolder == 0) folder.folder(name);
+      if (i % kShownInAFolder == 0) folder.addFolder(name);
       shown.push_back(folder.path() + "/" + name + "/file" + std::to_string(i) + ".cpp");
-      TemporaryFolder::file(shown.back());
+      touch(shown.back());
     }
   }
 
@@ -69,19 +75,11 @@ struct Screen {
           isShown ? shown[static_cast<std::size_t>(2 * i)]
                   : root + "/src/other" + std::to_string(i / 100) + "/file" + std::to_string(i);
       const URL url = URL::fileURLWithPath(path);
-      status.set(isShown ? Object(*url.identifier(files)) : otherIdentifier(i),
+      status.set(isShown ? Object(*url.identifier(files)) : identifierOfNoFile(i),
                  Objects{wordOf(i), path});
       if (i < dirtyUrls) dirty.emplace_back(url);
     }
-    return statusMessage(std::move(status), std::move(dirty));
-  }
-
- private:
-  static Object otherIdentifier(int index) {
-    Bytes bytes(16, 0xEE);
-    for (std::size_t i = 0; i < 4; ++i)
-      bytes[8 + i] = static_cast<std::uint8_t>(static_cast<unsigned>(index) >> (8 * i));
-    return Object(std::move(bytes));
+    return archived(statusInfo(std::move(status), std::move(dirty)));
   }
 };
 
@@ -125,28 +123,17 @@ void StatusIntake(benchmark::State& state) {
     return;
   }
 
-  std::vector<double> floorTimes;
-  std::vector<double> times;
-  const PeakMemory peak;
+  FloorRounds rounds(state);
   for (auto _ : state) {
-    double start = milliseconds();
-    struct stat status = {};
-    std::size_t found = 0;
-    for (const std::string& path : screen.shown) found += ::lstat(path.c_str(), &status) == 0;
-    benchmark::DoNotOptimize(found += readOnce(message));
-    floorTimes.push_back(milliseconds() - start);
-
-    start = milliseconds();
-    bench.takeIn(message);
-    times.push_back(milliseconds() - start);
-    state.SetIterationTime(times.back() / 1000);
+    rounds.floor([&] {
+      struct stat status = {};
+      std::size_t found = 0;
+      for (const std::string& path : screen.shown) found += ::lstat(path.c_str(), &status) == 0;
+      benchmark::DoNotOptimize(found += readOnce(message));
+    });
+    rounds.work([&] { bench.takeIn(message); });
   }
-  const double floor = median(std::move(floorTimes));
-  const double time = median(std::move(times));
-  state.counters["floor_ms"] = floor;
-  state.counters["intake_ms"] = time;
-  state.counters["ratio"] = time / floor;
-  state.counters["peak_MB"] = peak.growthInMegabytes();
+  rounds.report("intake_ms");
 }
 BENCHMARK(StatusIntake)
     ->ArgNames({"entries", "dirty"})

@@ -11,7 +11,6 @@
 #include <valgrind/callgrind.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <functional>
 #include <iostream>
@@ -22,19 +21,23 @@
 #include <utility>
 #include <vector>
 
-#include "StatusBench.h"
 #include "agent/git/StatusMerge.h"
 #include "agent/git/StatusParser.h"
 #include "agent/git/StatusSnapshot.h"
 #include "agent/link/RepositoryMessages.h"
-#include "extension/KPKelpieSync.h"
-#include "extension/RepositoryTable.h"
+#include "archive/KeyedUnarchiver.h"
 #include "foundation/ObjectView.h"
-#include "linux/hostlink/HostLinkHub.h"
-#include "linux/hostlink/HostSession.h"
-#include "platform/linux/LinuxFinderSyncController.h"
+#include "foundation/URL.h"
+#include "harness/BenchFiles.h"
+#include "harness/HostedExtension.h"
+#include "harness/StatusMessages.h"
+#include "platform/linux/LinuxFileSystem.h"
 #include "protocol/MessageKeys.h"
 #include "protocol/StatusKeys.h"
+#include "settings/SettingsKeys.h"
+#include "status/KPRepository.h"
+#include "support/FakePlatform.h"
+#include "support/TemporaryFolder.h"
 
 namespace kelpie {
 namespace {
@@ -86,48 +89,28 @@ class CountingFiles final : public FileSystem {
 // The extension with one open repository and one host.
 class CountedExtension {
  public:
-  CountedExtension()
-      : finder_(system_.queues.mainQueue()),
-        platform_{finder_,
-                  system_.messagePorts,
-                  system_.defaults,
-                  system_.entitlements,
-                  system_.applications,
-                  system_.processMonitors,
-                  system_.notifications,
-                  *files,
-                  system_.queues,
-                  system_.bundle,
-                  system_.limits,
-                  system_.log},
-        defaults_(platform_),
-        installed_(files) {
-    system_.groupDefaults().changeFromOutside(kShowFolderGitStatusKey, true);
-    KPKelpieSync::initialize(platform_);
-    sync_ = KPKelpieSync::create(platform_, defaults_);
-    sync_->setApplicationPid(42);
-    hub_ = std::make_unique<HostLinkHub>(*sync_, finder_, [](const Image&) { return ""; });
-    session_ = std::make_unique<HostSession>(
-        *hub_, [this](std::string line) { answers.push_back(std::move(line)); });
-    say({{"type", "hello"}, {"host", "costs"}, {"version", 1}});
+  CountedExtension() {
+    fakes_.groupDefaults().changeFromOutside(kShowFolderGitStatusKey, true);
     makeFiles();
-    sync_->openRepositoryWithUrls(
-        Objects{URL::fileURLWithPath(root_), URL::fileURLWithPath(root_ + "/.git")});
-    system_.runAll();
+    extension_.open(root_);
+    fakes_.runAll();
     message = makeMessage();
   }
 
-  void say(const nlohmann::json& line) {
-    session_->handleLine(line.dump());
-    system_.runAll();
+  // What the host is told for the line.
+  std::vector<std::string> answersTo(const nlohmann::json& line) {
+    extension_.takeAnswers();
+    extension_.handleLine(line.dump());
+    fakes_.runAll();
+    return extension_.takeAnswers();
   }
   void takeIn() {
-    repository().setStatusInfo(KeyedUnarchiver::open(message));
-    system_.runAll();
+    extension_.repository()->setStatusInfo(KeyedUnarchiver::open(message));
+    fakes_.runAll();
   }
   void workOut(const std::string& folder) {
-    repository().updateStatusOfDirectoryURL(URL::fileURLWithPath(folder));
-    system_.runAll();
+    extension_.repository()->updateStatusOfDirectoryURL(URL::fileURLWithPath(folder));
+    fakes_.runAll();
   }
 
   std::vector<std::string> shownUrls() const {
@@ -141,19 +124,16 @@ class CountedExtension {
 
   std::shared_ptr<CountingFiles> files = std::make_shared<CountingFiles>();
   std::shared_ptr<const Bytes> message;
-  std::vector<std::string> answers;  // lines for the host
 
  private:
-  KPRepository& repository() { return *sync_->repositories().all()->front(); }
-
   void makeFiles() {
-    root_ = folder_.folder("repository");
-    folder_.folder("repository/.git");
+    root_ = folder_.addFolder("repository");
+    folder_.addFolder("repository/.git");
     for (std::size_t i = 0; i < kFiles; ++i) {
       const std::string name = "repository/src/part" + std::to_string(i / kFilesInAFolder);
-      if (i % kFilesInAFolder == 0) folder_.folder(name);
+      if (i % kFilesInAFolder == 0) folder_.addFolder(name);
       paths_.push_back(folder_.path() + "/" + name + "/file" + std::to_string(i) + ".cpp");
-      TemporaryFolder::file(paths_.back());
+      touch(paths_.back());
     }
   }
 
@@ -166,26 +146,17 @@ class CountedExtension {
                   Objects{kModified, Object::path(paths_[i])});
       dirty.emplace_back(url);
     }
-    for (std::size_t i = 0; entries.size() < kEntries; ++i) {
-      Bytes identifier(16, 0xEE);
-      for (std::size_t byte = 0; byte < 4; ++byte)
-        identifier[8 + byte] = static_cast<std::uint8_t>(i >> (8 * byte));
+    for (int i = 0; entries.size() < kEntries; ++i) {
       const std::string path = root_ + "/other/file" + std::to_string(i);
-      entries.set(Object(std::move(identifier)), Objects{kModified, Object::path(path)});
+      entries.set(identifierOfNoFile(i), Objects{kModified, Object::path(path)});
       dirty.emplace_back(URL::fileURLWithPath(path));
     }
-    return statusMessage(std::move(entries), std::move(dirty));
+    return archived(statusInfo(std::move(entries), std::move(dirty)));
   }
 
-  TemporaryFolder folder_{"/tmp"};  // how deep it lies is among what is counted
-  FakePlatform system_;
-  LinuxFinderSyncController finder_;
-  Platform platform_;
-  KPUserDefaults defaults_;
-  ScopedFileSystem installed_;
-  std::unique_ptr<KPKelpieSync> sync_;
-  std::unique_ptr<HostLinkHub> hub_;
-  std::unique_ptr<HostSession> session_;
+  TemporaryFolder folder_;  // always as deep: that is among what is counted
+  FakePlatform fakes_;
+  HostedExtension extension_{fakes_, files};
   std::string root_;
   std::vector<std::string> paths_;
 };
@@ -233,16 +204,12 @@ std::vector<Road> roads(CountedExtension& extension, CountedAgent& agent) {
   const auto urls = extension.shownUrls();
   const auto askForBadges = [&extension,
                              question = json{{"type", "requestBadges"}, {"urls", urls}}] {
-    extension.answers.clear();
-    extension.say(question);
-    return extension.answers.size() == kShown / 100;
+    return extension.answersTo(question).size() == kShown / 100;
   };
   const auto askForMenu =
       [&extension, question = json{{"type", "menu"}, {"id", 1}, {"kind", 0}, {"selected", urls}}] {
-        extension.answers.clear();
-        extension.say(question);
-        return extension.answers.size() == 1 &&
-               extension.answers[0].find("Stage 100 Files") != std::string::npos;
+        const std::vector<std::string> answers = extension.answersTo(question);
+        return answers.size() == 1 && answers[0].find("Stage 100 Files") != std::string::npos;
       };
   return {
       {"badges-of-1000-new-items", askForBadges},

@@ -322,18 +322,7 @@ class Simulation {
   std::mt19937 random_;
   FakePlatform fakes_;
   InterruptingFinder finder_{fakes_.finder};
-  const Platform platform_{finder_,
-                           fakes_.platform().messagePorts,
-                           fakes_.platform().defaults,
-                           fakes_.platform().entitlements,
-                           fakes_.platform().applications,
-                           fakes_.platform().processMonitors,
-                           fakes_.platform().notifications,
-                           fakes_.platform().files,
-                           fakes_.platform().queues,
-                           fakes_.platform().bundle,
-                           fakes_.platform().limits,
-                           fakes_.platform().log};
+  const Platform platform_ = fakes_.platformWith(finder_);
   std::unique_ptr<KPUserDefaults> defaults_;
   std::unique_ptr<KPKelpieSync> controller_;
   bool isRunning_ = false;

@@ -157,11 +157,7 @@ TEST_F(RepositoryFixture, ABadgeChosenBeforeAStatusDoesNotOutliveIt) {
 class Interrupted : public RepositoryFixture {
  protected:
   void SetUp() override {
-    const Platform& all = platform.platform();
-    interrupted = std::make_unique<Platform>(
-        Platform{finder, all.messagePorts, all.defaults, all.entitlements, all.applications,
-                 all.processMonitors, all.notifications, all.files, all.queues, all.bundle,
-                 all.limits, all.log});
+    interrupted = std::make_unique<Platform>(platform.platformWith(finder));
     repository =
         KPRepository::create(url("/r"), url("/r/.git"), observedPaths, *interrupted, settings);
     showFolderStatus(true);

@@ -39,4 +39,24 @@ FakePlatform::FakePlatform(SerialQueues* realQueues)
                 limits,
                 log} {}
 
+Platform FakePlatform::platformWith(FinderSyncController& otherFinder) const {
+  return platformWith(otherFinder, platform_.files);
+}
+
+Platform FakePlatform::platformWith(FinderSyncController& otherFinder,
+                                    FileSystem& otherFiles) const {
+  return {otherFinder,
+          platform_.messagePorts,
+          platform_.defaults,
+          platform_.entitlements,
+          platform_.applications,
+          platform_.processMonitors,
+          platform_.notifications,
+          otherFiles,
+          platform_.queues,
+          platform_.bundle,
+          platform_.limits,
+          platform_.log};
+}
+
 }  // namespace kelpie

@@ -35,6 +35,9 @@ class FakePlatform {
 
   // What the core is handed.
   const Platform& platform() const { return platform_; }
+  // The same, but with another file manager, or other files too; the caller installs those.
+  Platform platformWith(FinderSyncController& otherFinder) const;
+  Platform platformWith(FinderSyncController& otherFinder, FileSystem& otherFiles) const;
   // The settings that the main application writes.
   FakeUserDefaults& groupDefaults() { return defaults.suite(kApplicationGroup); }
   // Runs all manual queues dry.
