@@ -229,8 +229,11 @@ TEST(URL, CopiesAreTheSameObject) {
 }
 
 TEST(UrlSyntax, AnEscapeThatIsNoneIsLeftAlone) {
-  EXPECT_EQ(percentDecoded("a%2"), "a%2");
+  for (const char* text : {"%", "a%", "a%2", "a%%", "%z1", "%1z", "%zz", "% 41"})
+    EXPECT_EQ(percentDecoded(text), text);
   EXPECT_EQ(percentDecoded("%zz%41%4a%4A"), "%zzAJJ");
+  EXPECT_EQ(percentDecoded("%%41%4%42"), "%A%4B");
+  EXPECT_EQ(percentDecoded("%2541"), "%41") << "once only";
 }
 
 }  // namespace

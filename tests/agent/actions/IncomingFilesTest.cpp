@@ -284,6 +284,9 @@ TEST(IncomingFilesAnswers, ADifferenceThatLacksFieldsIsRefused) {
   const auto sound = entries(":000000 100644 0a 1b A");
   ASSERT_TRUE(sound);
   EXPECT_EQ(sound->at("f"), (TreeEntry{"100644", "1b"}));
+  EXPECT_FALSE(IncomingFiles::entriesOf(
+      answeringGit("/r", {std::string(":000000 100644 0a 1b A") + '\0' + '\0'}), source))
+      << "an entry without a path";
   for (const char* facts : {":", ":0", ":0 1", ":0 1 2", ":0 1 2 3", "0 1 2 3 A"})
     EXPECT_FALSE(entries(facts)) << facts;
 }

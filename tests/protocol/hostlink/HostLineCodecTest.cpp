@@ -181,12 +181,15 @@ TEST(HostLineCodec, WhatTheExtensionSaysIsReadWhateverItHolds) {
 
 TEST(HostLineCodec, BracketsInTextsNestNothing) {
   const std::string many(50, '[');
-  for (const std::string& text : {many, many + R"(\")" + many, R"(\\)" + many, many + R"(\\\")"}) {
+  for (const std::string& text :
+       {many, many + R"(\")" + many, R"(\")" + many, R"(\\)" + many, many + R"(\\\")"}) {
     const HostLineReading reading =
         readHostLine(R"({"type":"beginObserving","url":")" + text + R"("})");
     EXPECT_TRUE(reading.line) << text;
   }
-  EXPECT_FALSE(readHostLine(R"({"type":"\\","url":)" + many).line) << "outside of a text";
+  // The text ends behind two backslashes: what follows is nested.
+  EXPECT_FALSE(
+      readHostLine(R"({"x":"\\","type":"hello","y":)" + many + std::string(50, ']') + "}").line);
   EXPECT_FALSE(readHostLine(R"({"type":")" + many).line) << "a text without end";
 }
 
@@ -205,15 +208,42 @@ TEST(HostLineCodec, BadgesAreWrittenAsAnyOtherLine) {
   EXPECT_EQ(lineOf(ExtensionLine(Badges{})), "{\"badges\":[],\"type\":\"badges\"}\n");
 }
 
+// What has to be escaped is so, whatever stands beside it.
+TEST(HostLineCodec, ABadgeMayHoldAnyText) {
+  std::vector<std::string> texts = {"\xc3\xa4", "a\xe2\x82\xac"};
+  for (int c = 0; c < 128; ++c) texts.push_back("a" + std::string(1, static_cast<char>(c)));
+  Badges badges;
+  for (const std::string& text : texts) badges.badges.emplace_back(text, text);
+  EXPECT_EQ(answered(badges).badges, badges.badges);
+  EXPECT_EQ(answered(Badges{{{"\xff", "a"}}}).badges.at(0).first, "\xef\xbf\xbd");
+}
+
 TEST(HostLineCodec, LinesThatNestTooDeepAreNone) {
-  const auto nested = [](std::size_t depth) {
-    return R"({"type":"hello","x":)" + std::string(depth, '[') + std::string(depth, ']') + "}";
+  // The line itself is the outermost of so many.
+  const auto lists = [](std::size_t depth) {
+    return R"({"type":"hello","x":)" + std::string(depth - 1, '[') + std::string(depth - 1, ']') +
+           "}";
   };
-  EXPECT_TRUE(readHostLine(nested(10)).line);
-  EXPECT_FALSE(readHostLine(nested(20)).line);
-  EXPECT_TRUE(readExtensionLine(nested(200)));
-  EXPECT_FALSE(readExtensionLine(nested(300)));
+  const auto objects = [](std::size_t depth) {
+    std::string line = R"({"type":"hello")";
+    for (std::size_t left = depth - 1; left > 0; --left) line += R"(,"x":{"y":0)";
+    return line + std::string(depth, '}');
+  };
+  EXPECT_TRUE(readHostLine(lists(16)).line);
+  EXPECT_FALSE(readHostLine(lists(17)).line);
+  EXPECT_TRUE(readHostLine(objects(16)).line);
+  EXPECT_FALSE(readHostLine(objects(17)).line);
+  EXPECT_TRUE(readExtensionLine(lists(256)));
+  EXPECT_FALSE(readExtensionLine(lists(257)));
   EXPECT_FALSE(readExtensionLine(std::string(1'000'000, '[')));
+}
+
+TEST(HostLineCodec, WhatStandsSideBySideDoesNotNest) {
+  std::string line = R"({"type":"hello","x":[0)";
+  for (int i = 0; i < 300; ++i) line += R"(,[],{},[{"y":[]}])";
+  line += "]}";
+  EXPECT_TRUE(readHostLine(line).line);
+  EXPECT_TRUE(readExtensionLine(line));
 }
 
 TEST(HostLineCodec, BytesThatAreNoTextDoNotBreakALine) {
