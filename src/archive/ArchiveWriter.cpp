@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <iterator>
 #include <span>
 
@@ -121,6 +122,18 @@ std::uint32_t ArchiveWriter::uidOf(const Object& object) {
   }
 }
 
+std::optional<std::uint32_t> ArchiveWriter::uidOfAddress(const void* address) const {
+  const auto known = sharedIndex_.find(std::hash<const void*>()(address), [&](std::size_t index) {
+    return shared_[index].address == address;
+  });
+  return known ? std::optional(shared_[*known].uid) : std::nullopt;
+}
+
+void ArchiveWriter::share(const Object& object, const void* address, std::uint32_t uid) {
+  sharedIndex_.add(std::hash<const void*>()(address), shared_.size());
+  shared_.push_back({object, address, uid});
+}
+
 std::uint32_t ArchiveWriter::uidOfPlain(Number number) {
   if (number >= plain_.size()) plain_.resize(std::max<std::size_t>(number + 1, 2 * plain_.size()));
   // $null has the first place, so no value has it.
@@ -135,12 +148,11 @@ std::uint32_t ArchiveWriter::uidOfString(const Object& object) {
   // A long one is known by its identity, so that it is looked at once however many refer to it.
   constexpr std::size_t kLong = 64;
   const void* address = object.sharedAddress();
-  if (const auto known = shared_.find(address); known != shared_.end()) return known->second;
+  if (const auto known = uidOfAddress(address)) return *known;
   const std::string text = object.stringValue();
   const std::uint32_t uid = uidOfPlain(list_.addString(text));
   if (text.size() >= kLong) {
-    shared_.emplace(address, uid);
-    held_.push_back(object);
+    share(object, address, uid);
   }
   return uid;
 }
@@ -148,23 +160,21 @@ std::uint32_t ArchiveWriter::uidOfString(const Object& object) {
 std::uint32_t ArchiveWriter::uidOfData(const Object& object) {
   // Data too long to be compared is known by its identity.
   const void* address = object.sharedAddress();
-  if (const auto known = shared_.find(address); known != shared_.end()) return known->second;
+  if (const auto known = uidOfAddress(address)) return *known;
   const std::uint32_t uid = uidOfPlain(list_.addData(*ObjectView(object).data()));
-  shared_.emplace(address, uid);
-  held_.push_back(object);
+  share(object, address, uid);
   return uid;
 }
 
 std::uint32_t ArchiveWriter::uidOfShared(const Object& object) {
   const Object whole = object.whole();
   const void* address = whole.sharedAddress();
-  if (const auto known = shared_.find(address); known != shared_.end()) return known->second;
+  if (const auto known = uidOfAddress(address)) return *known;
   if (whole.isNil() || isTooDeep_ || depth_ == DecodingLimits::kMaximumDepth) {
     isTooDeep_ = true;
     return 0;
   }
-  shared_.emplace(address, objects_.size());
-  held_.push_back(whole);
+  share(whole, address, static_cast<std::uint32_t>(objects_.size()));
 
   ++depth_;
   std::uint32_t uid = 0;

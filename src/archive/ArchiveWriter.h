@@ -5,13 +5,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "archive/BinaryPropertyListWriter.h"
 #include "foundation/Bytes.h"
 #include "foundation/FunctionRef.h"
+#include "foundation/HashIndex.h"
 #include "foundation/Object.h"
 #include "foundation/ObjectView.h"
 #include "foundation/OpaqueObject.h"
@@ -49,6 +49,9 @@ class ArchiveWriter {
   // One whose class is that of its kind.
   std::uint32_t addPlainObject(const Object& object);
 
+  std::optional<std::uint32_t> uidOfAddress(const void* address) const;
+  void share(const Object& object, const void* address, std::uint32_t uid);
+
   void writeFields(const Object& object, Fields& fields);
   void writeError(const Object& object, Fields& fields);
   void writeOpaque(const OpaqueObject& object, Fields& fields);
@@ -65,14 +68,20 @@ class ArchiveWriter {
   std::vector<Number> elements_;
   std::vector<Number> objects_;  // the archive's objects, by their numbers in the property list
   std::vector<std::uint32_t> plain_;  // numbers of plain values in the archive, by those in list_
-  std::unordered_map<const void*, std::uint32_t> shared_;  // by Object::sharedAddress()
   std::map<std::vector<std::string>, std::uint32_t> classes_;
   struct PlainClass {
     std::pair<Object::Kind, bool> of;  // and whether it is mutable
     std::uint32_t uid = 0;
   };
   std::vector<PlainClass> plainClasses_;  // a handful
-  std::vector<Object> held_;  // what shared_ has by address: some of it lives for the archive alone
+  // An object that is known by its identity, and kept: some of them live for the archive alone.
+  struct Shared {
+    Object object;
+    const void* address = nullptr;  // its sharedAddress()
+    std::uint32_t uid = 0;
+  };
+  std::vector<Shared> shared_;
+  HashIndex sharedIndex_;  // of shared_, by address
 };
 
 }  // namespace kelpie

@@ -1,7 +1,9 @@
 #include "archive/BinaryPropertyListWriter.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <functional>
 #include <limits>
 
 #include "archive/PropertyListFormat.h"
@@ -70,9 +72,15 @@ void appendInteger(Bytes& bytes, std::uint64_t value) {
 }
 
 // A marker with its count, which stands behind it when it does not fit.
-void appendCounted(Bytes& bytes, std::uint8_t marker, std::uint64_t count) {
+void appendMarker(Bytes& bytes, std::uint8_t marker, std::uint64_t count) {
   bytes.push_back(static_cast<std::uint8_t>(marker | std::min(count, kCountFollows)));
   if (count >= kCountFollows) appendInteger(bytes, count);
+}
+
+// The same, and what is counted.
+void appendCounted(Bytes& bytes, std::uint8_t marker, ByteView contents, std::uint64_t count) {
+  appendMarker(bytes, marker, count);
+  bytes.insert(bytes.end(), contents.begin(), contents.end());
 }
 
 }  // namespace
@@ -82,51 +90,52 @@ BinaryPropertyListWriter::Number BinaryPropertyListWriter::addScalar(std::size_t
   return static_cast<Number>(entries_.size() - 1);
 }
 
-BinaryPropertyListWriter::Number BinaryPropertyListWriter::addBoolean(bool value) {
-  auto& known = booleans_[value ? 1 : 0];
-  if (!known) {
-    const std::size_t begin = scalars_.size();
-    scalars_.push_back(value ? kTrue : kFalse);
-    known = addScalar(begin);
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addScalarOnce(std::size_t begin) {
+  const ByteView bytes = ByteView(scalars_).subspan(begin);
+  const std::size_t hash = std::hash<std::string_view>()(textOf(bytes));
+  const auto known = known_.find(hash, [&](std::size_t number) {
+    return std::ranges::equal(bytesOfScalar(entries_[number]), bytes);
+  });
+  if (known) {
+    scalars_.resize(begin);
+    return static_cast<Number>(*known);
   }
-  return *known;
+  known_.add(hash, entries_.size());
+  return addScalar(begin);
+}
+
+ByteView BinaryPropertyListWriter::bytesOfScalar(const Entry& entry) const {
+  return ByteView(scalars_).subspan(entry.begin, entry.count);
+}
+
+BinaryPropertyListWriter::Number BinaryPropertyListWriter::addBoolean(bool value) {
+  const std::size_t begin = scalars_.size();
+  scalars_.push_back(value ? kTrue : kFalse);
+  return addScalarOnce(begin);
 }
 
 BinaryPropertyListWriter::Number BinaryPropertyListWriter::addInteger(std::int64_t value) {
-  const auto [known, isNew] = integers_.try_emplace(value);
-  if (isNew) {
-    const std::size_t begin = scalars_.size();
-    appendInteger(scalars_, static_cast<std::uint64_t>(value));
-    known->second = addScalar(begin);
-  }
-  return known->second;
+  const std::size_t begin = scalars_.size();
+  appendInteger(scalars_, static_cast<std::uint64_t>(value));
+  return addScalarOnce(begin);
 }
 
 BinaryPropertyListWriter::Number BinaryPropertyListWriter::addUnsigned(std::uint64_t value) {
   if (value <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
     return addInteger(static_cast<std::int64_t>(value));
-  const auto [known, isNew] = unsigneds_.try_emplace(value);
-  if (isNew) {
-    // Eight bytes are signed, so the next size it is.
-    const std::size_t begin = scalars_.size();
-    scalars_.push_back(kInteger | 4);
-    appendSized(scalars_, 0, 8);
-    appendSized(scalars_, value, 8);
-    known->second = addScalar(begin);
-  }
-  return known->second;
+  // Eight bytes are signed, so the next size it is.
+  const std::size_t begin = scalars_.size();
+  scalars_.push_back(kInteger | 4);
+  appendSized(scalars_, 0, 8);
+  appendSized(scalars_, value, 8);
+  return addScalarOnce(begin);
 }
 
 BinaryPropertyListWriter::Number BinaryPropertyListWriter::addReal(double value) {
-  const auto bits = std::bit_cast<std::uint64_t>(value);
-  const auto [known, isNew] = reals_.try_emplace(bits);
-  if (isNew) {
-    const std::size_t begin = scalars_.size();
-    scalars_.push_back(kReal);
-    appendSized(scalars_, bits, 8);
-    known->second = addScalar(begin);
-  }
-  return known->second;
+  const std::size_t begin = scalars_.size();
+  scalars_.push_back(kReal);
+  appendSized(scalars_, std::bit_cast<std::uint64_t>(value), 8);
+  return addScalarOnce(begin);
 }
 
 BinaryPropertyListWriter::Number BinaryPropertyListWriter::addDate(
@@ -138,35 +147,21 @@ BinaryPropertyListWriter::Number BinaryPropertyListWriter::addDate(
 }
 
 BinaryPropertyListWriter::Number BinaryPropertyListWriter::addString(std::string_view text) {
-  if (const auto known = strings_.find(text); known != strings_.end()) return known->second;
-  Number number = 0;
+  const std::size_t begin = scalars_.size();
   if (isAscii(text)) {
-    number = addCounted(kAscii, text.size(), bytesOf(text));
+    appendCounted(scalars_, kAscii, bytesOf(text), text.size());
   } else {
     Bytes codeUnits;
     appendUtf16(codeUnits, text);
-    number = addCounted(kUtf16, codeUnits.size() / 2, codeUnits);
+    appendCounted(scalars_, kUtf16, codeUnits, codeUnits.size() / 2);
   }
-  strings_.emplace(text, number);
-  return number;
+  return addScalarOnce(begin);
 }
 
 BinaryPropertyListWriter::Number BinaryPropertyListWriter::addData(ByteView bytes) {
-  if (bytes.size() > kShortData) return addCounted(kData, bytes.size(), bytes);
-  const std::string_view text = textOf(bytes);
-  if (const auto known = shortData_.find(text); known != shortData_.end()) return known->second;
-  const Number number = addCounted(kData, bytes.size(), bytes);
-  shortData_.emplace(text, number);
-  return number;
-}
-
-BinaryPropertyListWriter::Number BinaryPropertyListWriter::addCounted(std::uint8_t marker,
-                                                                      std::uint64_t count,
-                                                                      ByteView contents) {
   const std::size_t begin = scalars_.size();
-  appendCounted(scalars_, marker, count);
-  scalars_.insert(scalars_.end(), contents.begin(), contents.end());
-  return addScalar(begin);
+  appendCounted(scalars_, kData, bytes, bytes.size());
+  return bytes.size() > kShortData ? addScalar(begin) : addScalarOnce(begin);
 }
 
 BinaryPropertyListWriter::Number BinaryPropertyListWriter::addUid(std::uint32_t uid) {
@@ -210,11 +205,11 @@ Bytes BinaryPropertyListWriter::finish(Number top) const {
   for (const Entry& entry : entries_) {
     offsets.push_back(result.size());
     if (entry.form == Form::Scalar) {
-      const auto begin = scalars_.begin() + static_cast<std::ptrdiff_t>(entry.begin);
-      result.insert(result.end(), begin, begin + static_cast<std::ptrdiff_t>(entry.count));
+      const ByteView bytes = bytesOfScalar(entry);
+      result.insert(result.end(), bytes.begin(), bytes.end());
       continue;
     }
-    appendCounted(result, entry.form == Form::Array ? kArray : kDictionary, entry.count);
+    appendMarker(result, entry.form == Form::Array ? kArray : kDictionary, entry.count);
     const std::uint64_t count = entry.form == Form::Array ? entry.count : 2 * entry.count;
     appendAllSized(result, std::span(references_).subspan(entry.begin, count), referenceSize);
   }

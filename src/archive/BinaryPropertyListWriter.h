@@ -1,17 +1,14 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <span>
-#include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "foundation/Bytes.h"
+#include "foundation/HashIndex.h"
 
 namespace kelpie {
 
@@ -48,29 +45,17 @@ class BinaryPropertyListWriter {
     std::uint64_t count;  // of bytes, elements or entries
   };
 
-  // Looks text up without copying it.
-  struct TextHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view text) const {
-      return std::hash<std::string_view>{}(text);
-    }
-  };
-  using TextMap = std::unordered_map<std::string, Number, TextHash, std::equal_to<>>;
-
-  // Adds what was appended to scalars_ since `begin`.
+  // Each adds the object that was appended to scalars_ from `begin` on; the second one takes it
+  // away again when there is an equal one.
   Number addScalar(std::size_t begin);
-  Number addCounted(std::uint8_t marker, std::uint64_t count, ByteView contents);
+  Number addScalarOnce(std::size_t begin);
+  ByteView bytesOfScalar(const Entry& entry) const;
 
   std::vector<Entry> entries_;
-  Bytes scalars_;                   // whole objects that hold no others
-  std::vector<Number> references_;  // the contents of those that do
-  std::array<std::optional<Number>, 2> booleans_;
-  std::unordered_map<std::int64_t, Number> integers_;
-  std::unordered_map<std::uint64_t, Number> unsigneds_;
-  std::unordered_map<std::uint64_t, Number> reals_;  // by their bits
-  std::vector<std::optional<Number>> uids_;          // by their values
-  TextMap strings_;
-  TextMap shortData_;
+  Bytes scalars_;                            // whole objects that hold no others
+  std::vector<Number> references_;           // the contents of those that do
+  HashIndex known_;                          // entries_ that are held once, by their bytes
+  std::vector<std::optional<Number>> uids_;  // by their values
 };
 
 }  // namespace kelpie

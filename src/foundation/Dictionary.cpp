@@ -42,7 +42,7 @@ void Dictionary::set(Object key, Object value, ObjectComparison& comparison) {
   hashes_.push_back(key.hash());
   entries_.emplace_back(std::move(key), std::move(value));
   if (!index_.empty())
-    index_.emplace(hashes_.back(), entries_.size() - 1);
+    index_.add(hashes_.back(), entries_.size() - 1);
   else if (entries_.size() > kLinearSize)
     rebuildIndex();
 }
@@ -80,25 +80,21 @@ std::size_t Dictionary::indexOf(const Object& key, ObjectComparison& comparison)
 
 template <class IsKey>
 std::size_t Dictionary::search(std::size_t hash, const IsKey& isKey) const {
-  if (index_.empty()) {
-    for (std::size_t index = 0; index < entries_.size(); ++index) {
-      // By hash first here, too, so that a URL is found or not whatever the size is.
-      if (hashes_[index] == hash && isKey(entries_[index].first)) return index;
-    }
-    return entries_.size();
-  }
-  const auto [begin, end] = index_.equal_range(hash);
-  for (auto candidate = begin; candidate != end; ++candidate)
-    if (isKey(entries_[candidate->second].first)) return candidate->second;
-  return entries_.size();
+  // By hash first whatever the size, so that a URL is found or not whatever the size is.
+  const auto isAt = [&](std::size_t index) {
+    return hashes_[index] == hash && isKey(entries_[index].first);
+  };
+  if (!index_.empty()) return index_.find(hash, isAt).value_or(entries_.size());
+  std::size_t index = 0;
+  while (index < entries_.size() && !isAt(index)) ++index;
+  return index;
 }
 
 void Dictionary::rebuildIndex() {
   index_.clear();
   if (entries_.size() <= kLinearSize) return;
   index_.reserve(entries_.size());
-  for (std::size_t index = 0; index < entries_.size(); ++index)
-    index_.emplace(hashes_[index], index);
+  for (std::size_t index = 0; index < entries_.size(); ++index) index_.add(hashes_[index], index);
 }
 
 }  // namespace kelpie

@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <initializer_list>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "foundation/HashIndex.h"
 #include "foundation/Object.h"
 
 namespace kelpie {
@@ -66,8 +66,7 @@ class Dictionary {
 
   std::vector<Entry> entries_;
   std::vector<std::size_t> hashes_;  // Object::hash() of the keys, by position
-  // From Object::hash() to positions in entries_; empty while a linear search is cheaper.
-  std::unordered_multimap<std::size_t, std::size_t> index_;
+  HashIndex index_;                  // of entries_; empty while a linear search is cheaper
 };
 
 }  // namespace kelpie
