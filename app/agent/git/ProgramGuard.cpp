@@ -132,6 +132,9 @@ void ProgramGuard::visit(const std::string& folder, std::size_t depth, Visit& vi
       return;
     }
     if (!record->failure.empty()) visit.rules.refusal = record->failure;
+    // It may become one before git is asked: a working copy that is being unpacked, say.
+    else if (!record->workingCopy && depth == 0)
+      visit.rules.refusal = "It is not a git repository.";
     // Not a valid ".git": git looks no further in a submodule.
     if (!record->workingCopy || (depth > 0 && record->workingCopy->root != folder)) return;
     add(*record, visit);

@@ -311,6 +311,20 @@ TEST_F(ProgramGuardTest, WhatHasNotChangedCostsNoProcess) {
   FAIL() << "git is asked each time";
 }
 
+// As while a working copy is being unpacked: it may be a repository when the next question comes.
+TEST_F(ProgramGuardTest, NothingIsAskedWhereTheRepositoryIsNotWholeYet) {
+  config("core.fsmonitor", evil());
+  const WorkingCopy copy = workingCopy();
+  sandbox_.remove("r/.git/HEAD");
+  const ReadingRules early = rules();
+  EXPECT_FALSE(early.refusal.empty());
+  sandbox_.write("r/.git/HEAD", "ref: refs/heads/main\n");
+  (void)git().in(copy.root).askUnder(early, {"status"});
+  EXPECT_FALSE(isMarked());
+  EXPECT_TRUE(rules().refusal.empty()) << "it is whole now";
+  expectThatGitRuns();
+}
+
 TEST_F(ProgramGuardTest, MoreThanCanBeSwitchedOffIsNotAsked) {
   std::string many;
   for (int i = 0; i < 1000; ++i)
