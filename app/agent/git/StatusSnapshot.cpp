@@ -1,12 +1,12 @@
 #include "agent/git/StatusSnapshot.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
+#include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
 #include "foundation/Dictionary.h"
@@ -32,6 +32,8 @@ class MessageParts {
  private:
   void addEntry(Object key, const StatusItem& item, const std::string& path, URL url);
   void addRenamed(const URL& url, const std::string& path);
+  // False when there is no such folder.
+  bool addUnknownFolder(std::string_view folder);
 
   std::string root_;
   const FileSystem& files_;
@@ -85,39 +87,47 @@ void MessageParts::addRenamed(const URL& url, const std::string& path) {
   renamed_[at->second].second.push_back(Object::path(path));
 }
 
-// Those of an item whose path is longer do not exist. An index may name it all the same, and to
-// look at each of the folders takes time with the square of their number.
-constexpr std::size_t kLongestFolder = PATH_MAX;
+std::size_t commonLength(std::string_view a, std::string_view b) {
+  const auto differ = std::ranges::mismatch(a, b);
+  return static_cast<std::size_t>(differ.in1 - a.begin());
+}
 
-// The folders above the item, the innermost first, the root ("") last.
-template <class Visit>
-void forEachFolderAbove(std::string_view path, Visit visit) {
-  if (path.size() > kLongestFolder) path = path.substr(0, path.rfind('/', kLongestFolder) + 1);
-  while (!path.empty()) {
-    const std::size_t slash = path.rfind('/');
-    path = path.substr(0, slash == std::string_view::npos ? 0 : slash);
-    if (!visit(path)) return;
+// The longest beginning that the path shares with one of the others, which are sorted.
+std::size_t commonLength(std::string_view path, const std::vector<std::string_view>& others) {
+  const auto after = std::ranges::lower_bound(others, path);
+  const std::size_t with = after == others.end() ? 0 : commonLength(path, *after);
+  return after == others.begin() ? with : std::max(with, commonLength(path, *std::prev(after)));
+}
+
+// An index may name what cannot exist, a path of a million folders too, so none of them is looked
+// at but those that are added, and the first that does not exist.
+void MessageParts::addUnknownFolders(const std::vector<StatusItem>& items) {
+  std::vector<std::string_view> unknown;
+  std::vector<std::string_view> changed;
+  for (const StatusItem& item : items)
+    if (item.word != KPStatusIgnored)
+      (item.word == kStatusUnknown ? unknown : changed).push_back(item.path);
+  if (unknown.empty()) return;
+  std::ranges::sort(unknown);
+  std::ranges::sort(changed);
+  if (changed.empty()) addUnknownFolder("");
+  std::string_view before;
+  for (const std::string_view path : unknown) {
+    // So far its folders hold something changed as well, or were added for the path before.
+    const std::size_t known = std::max(commonLength(path, before), commonLength(path, changed));
+    for (std::size_t slash = path.find('/', known); slash != std::string_view::npos;
+         slash = path.find('/', slash + 1))
+      if (!addUnknownFolder(path.substr(0, slash))) break;
+    before = path;
   }
 }
 
-void MessageParts::addUnknownFolders(const std::vector<StatusItem>& items) {
-  if (std::ranges::find(items, kStatusUnknown, &StatusItem::word) == items.end()) return;
-  // Up to a folder that is there already: those above it are, too.
-  std::unordered_set<std::string_view> unknown;
-  std::unordered_set<std::string_view> changed;
-  for (const StatusItem& item : items) {
-    if (item.word == KPStatusIgnored) continue;
-    auto& folders = item.word == kStatusUnknown ? unknown : changed;
-    forEachFolderAbove(item.path,
-                       [&](std::string_view folder) { return folders.insert(folder).second; });
-  }
-  for (const std::string_view folder : unknown) {
-    if (changed.contains(folder)) continue;
-    std::string path = root_ + std::string(folder);
-    if (path.size() > 1 && path.ends_with('/')) path.pop_back();
-    if (const auto identifier = URL::fileURLWithPath(path, true).identifier(files_))
-      status_.set(*identifier, Objects{Object(kStatusUnknown), Object::path(path)});
-  }
+bool MessageParts::addUnknownFolder(std::string_view folder) {
+  std::string path = root_ + std::string(folder);
+  if (path.size() > 1 && path.ends_with('/')) path.pop_back();
+  const auto identifier = URL::fileURLWithPath(path, true).identifier(files_);
+  if (identifier) status_.set(*identifier, Objects{Object(kStatusUnknown), Object::path(path)});
+  return identifier.has_value();
 }
 
 Object MessageParts::toObject(RepositoryState state) && {

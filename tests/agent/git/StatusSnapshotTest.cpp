@@ -2,10 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <map>
+#include <random>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "foundation/Dictionary.h"
 #include "foundation/FileIdentifier.h"
 #include "foundation/URL.h"
 #include "support/EventLog.h"
@@ -140,17 +147,54 @@ TEST_F(StatusSnapshotTest, ItemsAreFoundByPath) {
   EXPECT_EQ(snapshot.itemAt("b"), nullptr);
 }
 
+// Against the plain definition: every folder above an unknown item that is above no changed one.
+TEST_F(StatusSnapshotTest, FoldersWithUnknownItemsOnlyAreUnknown) {
+  std::mt19937 random(7);
+  const auto below = [&random](std::size_t bound) { return random() % bound; };
+  for (int round = 0; round < 300; ++round) {
+    std::map<std::string, StatusItem> items;
+    std::set<std::string> unknown;
+    std::set<std::string> changed;
+    for (std::size_t left = below(8); left > 0; --left) {
+      std::string path;
+      for (std::size_t depth = below(4); depth > 0; --depth)
+        path += std::string(1 + below(2), "a!0"[below(3)]) + '/';
+      const StatusWord word =
+          std::array<StatusWord, 3>{kStatusUnknown, 0x0100, KPStatusIgnored}.at(below(3));
+      const std::string file = path + "file" + std::to_string(left);
+      files_.addFile("/r/" + file);
+      items["/r/" + file] = {file, "", word, false, false};
+      if (word == KPStatusIgnored) continue;
+      std::set<std::string>& folders = word == kStatusUnknown ? unknown : changed;
+      for (; !path.empty(); path = path.substr(0, path.rfind('/', path.size() - 2) + 1))
+        folders.insert("/r/" + path.substr(0, path.size() - 1));
+      folders.insert("/r");
+    }
+    std::vector<StatusItem> all;
+    for (const auto& [path, item] : items) all.push_back(item);
+    std::set<std::string> want;
+    std::ranges::set_difference(unknown, changed, std::inserter(want, want.end()));
+    const Dictionary sent = message(std::move(all))["KPRepositoryStatus"].dictionary();
+    std::set<std::string> got;
+    for (const auto& [key, entry] : sent.entries())
+      if (const std::string path = entry.at(1).stringValue(); !items.contains(path))
+        got.insert(path);
+    ASSERT_EQ(got, want);
+  }
+}
+
 // An index may name what cannot exist. To look at each folder of such a path would take longer than
 // a test may.
-TEST_F(StatusSnapshotTest, AFileInAMillionFoldersThatIsGoneTakesNoLongerThanOthers) {
+TEST_F(StatusSnapshotTest, FilesInAMillionFoldersThatAreGoneTakeNoLongerThanOthers) {
   std::string path;
   path.reserve(3'000'000);
   while (path.size() < 3'000'000 - 1) path += "a/";
   files_.addFile("/r/b/unknown");
-  const Object sent = message(
-      {{path + "f", "", 0x0200, false, true}, {"b/unknown", "", kStatusUnknown, false, false}});
+  const Object sent = message({{path + "f", "", 0x0200, false, true},
+                               {"z/" + path, "", kStatusUnknown, false, false},
+                               {"b/unknown", "", kStatusUnknown, false, false}});
   EXPECT_EQ(sent["KPStatusDeletedURLs"].size(), 1U);
-  EXPECT_EQ(sent["KPRepositoryStatus"].size(), 3U) << "both, and the folder of the unknown one";
+  EXPECT_EQ(sent["KPRepositoryStatus"].size(), 3U) << "what is gone, what is there, and its folder";
 }
 
 }  // namespace
