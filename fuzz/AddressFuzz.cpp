@@ -47,12 +47,9 @@ void readAddresses(FuzzTarget::Input input) {
   const std::string text = pieces.next();
   if (const auto url = hostlink::fileURL(text)) checkFileUrl(*url);
   const std::string name = pieces.next();
-  std::vector<std::string> refspecs;
   const std::string lines = pieces.next();
-  for (std::string_view rest = lines; !rest.empty();) {
-    refspecs.emplace_back(rest.substr(0, rest.find('\n')));
-    rest.remove_prefix(std::min(rest.size(), refspecs.back().size() + 1));
-  }
+  std::vector<std::string> refspecs;
+  for (const std::string_view line : linesOf(lines)) refspecs.emplace_back(line);
   (void)agent::nameOnRemote(refspecs, name);
   // A name is written once for each refspec that fits, as the refspec says.
   cost.check("AddressFuzz", pieces.size() + refspecs.size() * name.size(), kAddressLimits);

@@ -17,8 +17,8 @@
 #include "harness/FuzzTarget.h"
 #include "harness/GitAnswers.h"
 #include "harness/ReadingCost.h"
+#include "harness/SampleCopy.h"
 #include "harness/TextPieces.h"
-#include "support/TemporaryFolder.h"
 
 // What git lists for actions: the index, trees, differences, and the records of what an action has
 // put aside. All of it may have been made by somebody else. The first byte chooses the reader.
@@ -30,21 +30,11 @@ using namespace kelpie::agent;
 constexpr ReadingCost::Limits kListingLimits{
     .freeBytes = 400'000, .bytesPerByte = 200, .freeSteps = 100'000, .stepsPerByte = 90};
 
-const TemporaryFolder& listedFolder() {
-  static const TemporaryFolder folder;
-  static const bool isMade = [] {
-    folder.addFile(".git/HEAD", "ref: refs/heads/main\n");
-    folder.addFile("sub/.git", "gitdir: ../.git/modules/sub\n");
-    folder.addFile("in/the/way", "x");
-    return true;
-  }();
-  require(isMade);
-  return folder;
-}
-
-WorkingCopy listedCopy() {
-  const TemporaryFolder& folder = listedFolder();
-  return {folder.path(), folder / ".git", folder / ".git", false};
+const SampleCopy& listedCopy() {
+  static const SampleCopy copy{{".git/HEAD", "ref: refs/heads/main\n"},
+                               {"sub/.git", "gitdir: ../.git/modules/sub\n"},
+                               {"in/the/way", "x"}};
+  return copy;
 }
 
 bool isWanted(std::string_view path) { return !path.starts_with('-'); }
@@ -80,7 +70,7 @@ void readIncoming(const GitCommand& git, TextPieces& /*pieces*/) {
 }
 
 void readRecord(const GitCommand& git, TextPieces& /*pieces*/) {
-  const KeptChanges kept(git, listedCopy());
+  const KeptChanges kept(git, listedCopy().workingCopy());
   const auto newest = kept.newest();
   const auto* record = std::get_if<std::optional<KeptChanges::Record>>(&newest);
   if (record == nullptr || !*record) return;
@@ -95,21 +85,20 @@ void readRecord(const GitCommand& git, TextPieces& /*pieces*/) {
 
 void readSummary(const GitCommand& git, TextPieces& /*pieces*/) {
   const StatusSnapshot status(
-      listedCopy().root, RepositoryState::None,
+      listedCopy().root(), RepositoryState::None,
       {{"a", "", KPStatusWorkdirNew, false, false}, {"b", "", KPStatusIgnored, false, false}},
       true);
-  require(WorkingCopySummary::read(git, listedCopy(), &status).changes.size() == 1);
+  require(WorkingCopySummary::read(git, listedCopy().workingCopy(), &status).changes.size() == 1);
   (void)problemOfGit(git);
 }
 
 // The first pieces are the index itself, and a shared one: git is only asked where these may hold a
 // submodule.
 void readSubmoduleList(const GitCommand& git, TextPieces& pieces) {
-  listedFolder().addFile(".git/index", pieces.next());
-  listedFolder().addFile(".git/sharedindex.0", pieces.next());
-  if (const auto submodules = submodulesInIndex(git, listedCopy()))
-    for (const std::string& path : *submodules)
-      require(path.starts_with(listedFolder().path() + "/"));
+  const SampleCopy& copy = listedCopy();
+  for (const char* name : {".git/index", ".git/sharedindex.0"}) copy.put({name, pieces.next()});
+  if (const auto submodules = submodulesInIndex(git, copy.workingCopy()))
+    for (const std::string& path : *submodules) require(path.starts_with(copy.root() + "/"));
 }
 
 constexpr std::array kListingReaders = {readIndex,  readTree,    readIncoming,
@@ -117,12 +106,11 @@ constexpr std::array kListingReaders = {readIndex,  readTree,    readIncoming,
 
 void readListing(FuzzTarget::Input input) {
   if (input.empty()) return;
-  TextPieces pieces(textOf(input.subspan(1)), listedFolder().path());
+  TextPieces pieces(textOf(input.subspan(1)), listedCopy().root());
   const ReadingCost cost;
-  const GitAnswers answers(pieces, listedFolder().path());
+  const GitAnswers answers(pieces, listedCopy().root());
   kListingReaders.at(input[0] % kListingReaders.size())(answers.git(), pieces);
-  cost.check("GitListingsFuzz", pieces.size() + GitAnswers::kBytesOfRecord * pieces.records(),
-             kListingLimits);
+  cost.check("GitListingsFuzz", pieces.sizeWith(GitAnswers::kBytesOfRecord), kListingLimits);
 }
 
 const FuzzTarget kGitListingsFuzz("GitListingsFuzz", readListing);

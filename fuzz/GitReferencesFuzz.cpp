@@ -9,8 +9,8 @@
 #include "harness/FuzzTarget.h"
 #include "harness/GitAnswers.h"
 #include "harness/ReadingCost.h"
+#include "harness/SampleCopy.h"
 #include "harness/TextPieces.h"
-#include "support/TemporaryFolder.h"
 
 // What git says of references, remotes, stashes, pull requests and submodules: names that others
 // have chosen. The pieces answer the questions of one reading, in order. What is read becomes the
@@ -23,11 +23,10 @@ using namespace kelpie::agent;
 constexpr ReadingCost::Limits kReferencesLimits{
     .freeBytes = 100'000, .bytesPerByte = 400, .freeSteps = 300'000, .stepsPerByte = 250};
 
-const TemporaryFolder& referencesFolder() {
-  static const TemporaryFolder folder;
-  static const std::string modules = folder.addFile(".gitmodules", "[submodule \"a\"]\n");
-  static const std::string git = folder.addFile(".git/info/attributes", "* filter=lfs\n");
-  return folder;
+const SampleCopy& referencesCopy() {
+  static const SampleCopy copy{{".gitmodules", "[submodule \"a\"]\n"},
+                               {".git/info/attributes", "* filter=lfs\n"}};
+  return copy;
 }
 
 void checkReferences(const ReferencesSnapshot& references) {
@@ -46,11 +45,11 @@ void checkReferences(const ReferencesSnapshot& references) {
 }
 
 void readReferences(FuzzTarget::Input input) {
-  const TemporaryFolder& folder = referencesFolder();
-  TextPieces pieces(textOf(input), folder.path());
+  const SampleCopy& copy = referencesCopy();
+  TextPieces pieces(textOf(input), copy.root());
   const ReadingCost cost;
-  const GitAnswers answers(pieces, folder.path());
-  ReferencesReader reader(answers.git(), {folder.path(), folder / ".git", folder / ".git", false});
+  const GitAnswers answers(pieces, copy.root());
+  ReferencesReader reader(answers.git(), copy.workingCopy());
   const ReferencesReader::Reading reading = reader.read();
   if (const auto* read = std::get_if<std::shared_ptr<const ReferencesSnapshot>>(&reading)) {
     checkReferences(**read);

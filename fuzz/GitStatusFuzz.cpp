@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -15,9 +14,9 @@
 #include "harness/FuzzTarget.h"
 #include "harness/GitAnswers.h"
 #include "harness/ReadingCost.h"
+#include "harness/SampleCopy.h"
 #include "harness/TextPieces.h"
 #include "platform/linux/LinuxFileSystem.h"
-#include "support/TemporaryFolder.h"
 
 // What git says of the status, which names the files of a foreign repository. The first piece is
 // the places that change after the first reading, one each line; the others answer the questions:
@@ -32,10 +31,9 @@ constexpr ReadingCost::Limits kStatusLimits{
     .freeBytes = 400'000, .bytesPerByte = 200, .freeSteps = 250'000, .stepsPerByte = 90};
 
 // The index that the list of tracked files belongs to, and nothing else.
-const TemporaryFolder& statusFolder() {
-  static const TemporaryFolder folder;
-  static const std::string index = folder.addFile(".git/index", "DIRC");
-  return folder;
+const SampleCopy& statusCopy() {
+  static const SampleCopy copy{{".git/index", "DIRC"}};
+  return copy;
 }
 
 // The watch tells of paths that exist, which are not long.
@@ -43,11 +41,8 @@ constexpr std::size_t kLongestPlace = 256;
 
 ChangedPlaces placesIn(std::string_view lines) {
   ChangedPlaces places;
-  while (!lines.empty()) {
-    const std::string_view line = lines.substr(0, lines.find('\n'));
-    lines.remove_prefix(std::min(lines.size(), line.size() + 1));
+  for (const std::string_view line : linesOf(lines))
     if (!line.empty() && line.size() <= kLongestPlace) places.add(line);
-  }
   return places;
 }
 
@@ -61,20 +56,18 @@ void checkItems(const StatusSnapshot& status) {
 }
 
 void readStatus(FuzzTarget::Input input) {
-  const TemporaryFolder& folder = statusFolder();
-  TextPieces pieces(textOf(input), folder.path());
+  const SampleCopy& copy = statusCopy();
+  TextPieces pieces(textOf(input), copy.root());
   const ReadingCost cost;
   const std::string changed = pieces.next();
   const ChangedPlaces places = placesIn(changed);
-  const GitAnswers answers(pieces, folder.path());
+  const GitAnswers answers(pieces, copy.root());
   GitCommand git = answers.git();
   if (changed.starts_with('!')) {
-    // So young that the guard must look at the settings each time, whenever this runs.
-    folder.addFile(".git/HEAD", "ref: refs/heads/main\n");
+    copy.renewHead();
     git = git.guardedBy(std::make_shared<ProgramGuard>(answers.git(), ProgramGuard::Callbacks()));
   }
-  const WorkingCopy workingCopy{folder.path(), folder / ".git", folder / ".git", false};
-  const StatusReader reader(git, workingCopy);
+  const StatusReader reader(git, copy.workingCopy());
   const StatusReader::Reading first = reader.read();
   const auto* known = std::get_if<std::shared_ptr<const StatusSnapshot>>(&first);
   if (known != nullptr) {
@@ -87,10 +80,9 @@ void readStatus(FuzzTarget::Input input) {
       (void)(*next)->toObject(LinuxFileSystem());
     }
   }
-  IndexFolders tracked(answers.git(), workingCopy);
+  IndexFolders tracked(answers.git(), copy.workingCopy());
   (void)tracked.readIfChanged();
-  cost.check("GitStatusFuzz", pieces.size() + GitAnswers::kBytesOfRecord * pieces.records(),
-             kStatusLimits);
+  cost.check("GitStatusFuzz", pieces.sizeWith(GitAnswers::kBytesOfRecord), kStatusLimits);
 }
 
 const FuzzTarget kGitStatusFuzz("GitStatusFuzz", readStatus);

@@ -22,9 +22,6 @@ using namespace std::chrono_literals;
 constexpr ReadingCost::Limits kClientLimits{
     .freeBytes = 60'000, .bytesPerByte = 200, .freeSteps = 250'000, .stepsPerByte = 130};
 
-// What a line costs of itself, however short it is, counts as so many bytes.
-constexpr std::size_t kBytesOfLine = 16;
-
 // A host that does what file managers do.
 class FuzzedHost {
  public:
@@ -106,7 +103,7 @@ void hearExtension(FuzzTarget::Input input) {
     if (i < 4) host.ask();
   }
   host.leave();
-  cost.check("HostLinkClientFuzz", pieces.size() + kBytesOfLine * pieces.records(), kClientLimits);
+  cost.check("HostLinkClientFuzz", pieces.sizeWith(TextPieces::kBytesOfHostLine), kClientLimits);
 }
 
 const FuzzTarget kHostLinkClientFuzz("HostLinkClientFuzz", hearExtension);

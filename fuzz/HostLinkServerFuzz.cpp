@@ -33,9 +33,6 @@ constexpr ReadingCost::Limits kServerLimits{
 // So short that some inputs have a line beyond it.
 constexpr std::size_t kServerLine = std::size_t{64} << 10U;
 
-// What a line costs of itself, however short it is, counts as so many bytes.
-constexpr std::size_t kBytesOfHostLine = 16;
-
 struct Buffered {
   std::string text;
   std::size_t taken = 0;
@@ -144,7 +141,7 @@ void serveHosts(FuzzTarget::Input input) {
     }
     // Answers cost something, too, as does their being read here.
     const std::size_t heard = hosts[0].heard() + hosts[1].heard();
-    cost.check("HostLinkServerFuzz", pieces.size() + kBytesOfHostLine * pieces.records() + heard,
+    cost.check("HostLinkServerFuzz", pieces.sizeWith(TextPieces::kBytesOfHostLine) + heard,
                kServerLimits);
   }
   QuietLoop::runDue();

@@ -25,12 +25,12 @@ TextPieces::TextPieces(std::string_view input, std::string folder) : folder_(std
   }
 }
 
-std::size_t TextPieces::records() const {
-  std::size_t count = 0;
+std::size_t TextPieces::sizeWith(std::size_t bytesOfRecord) const {
+  std::size_t records = 0;
   for (const std::string& piece : pieces_)
-    count += static_cast<std::size_t>(
+    records += static_cast<std::size_t>(
         std::ranges::count_if(piece, [](char each) { return each == '\n' || each == '\0'; }));
-  return count;
+  return size_ + bytesOfRecord * records;
 }
 
 std::string TextPieces::next() { return hasNext() ? pieces_[next_++] : std::string(); }
@@ -64,6 +64,15 @@ void TextPieces::append(std::string_view part, std::size_t count, std::size_t ro
         text += folder_;
       else
         text += each;
+}
+
+std::vector<std::string_view> linesOf(std::string_view text) {
+  std::vector<std::string_view> lines;
+  while (!text.empty()) {
+    lines.push_back(text.substr(0, text.find('\n')));
+    text.remove_prefix(std::min(text.size(), lines.back().size() + 1));
+  }
+  return lines;
 }
 
 }  // namespace kelpie

@@ -20,14 +20,17 @@ namespace kelpie {
 class TextPieces {
  public:
   static constexpr std::size_t kMostBytes = std::size_t{96} << 10U;
+  // What a line of the host link costs of itself: see sizeWith().
+  static constexpr std::size_t kBytesOfHostLine = 16;
 
   explicit TextPieces(std::string_view input, std::string folder = {});
 
   const std::vector<std::string>& all() const { return pieces_; }
   // The bytes of all texts.
   std::size_t size() const { return size_; }
-  // The line ends and zero bytes in all texts: each is the end of a record.
-  std::size_t records() const;
+  // The same, where a record (up to a line end or a zero byte) counts as so many bytes more: what
+  // it costs of itself, however short it is.
+  std::size_t sizeWith(std::size_t bytesOfRecord) const;
 
   // The next text; empty when there is none left.
   std::string next();
@@ -44,5 +47,8 @@ class TextPieces {
   std::size_t next_ = 0;
   std::size_t number_ = 0;
 };
+
+// The lines of the text, without their ends.
+std::vector<std::string_view> linesOf(std::string_view text);
 
 }  // namespace kelpie

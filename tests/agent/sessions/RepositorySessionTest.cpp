@@ -143,6 +143,18 @@ class RepositorySessionTest : public testing::Test {
         lines, [&](const std::string& line) { return line.find(text) != std::string::npos; }));
   }
 
+  // Its status fails while the sandbox holds a file "bad". Each one is a line in the file
+  // "readings".
+  void useGitWhoseStatusMayFail() {
+    sandbox_.writeScript("bin/git",
+                         "case \"$*\" in *' status '*)\n"
+                         "  echo x >> \"$HOME/readings\"\n"
+                         "  [ ! -e \"$HOME/bad\" ] || { echo 'fatal: no' >&2; exit 128; };;\n"
+                         "esac\n"
+                         "exec git \"$@\"\n");
+    git_ = sandbox_.path("bin/git");
+  }
+
   static std::string selectorOf(const Object& message) {
     return message[kMessageSelectorKey].stringValue();
   }
@@ -390,13 +402,8 @@ TEST_F(RepositorySessionTest, AWorkingCopyThatHasGoneIsTakenAndCloses) {
 // -- What fails -----------------------------------------------------------------------------------
 
 TEST_F(RepositorySessionTest, AFailureIsLoggedOnceAndToldOfWhenItStays) {
-  sandbox_.writeScript("bin/git",
-                       "case \"$*\" in *' status '*)\n"
-                       "  echo x >> \"$HOME/readings\"\n"
-                       "  [ -e \"$HOME/good\" ] || { echo 'fatal: no' >&2; exit 128; };;\n"
-                       "esac\n"
-                       "exec git \"$@\"\n");
-  git_ = sandbox_.path("bin/git");
+  useGitWhoseStatusMayFail();
+  sandbox_.write("bad", "");
   const auto opened = makeSession("r");
   opened->session->open(port_, sandbox_.path("r"), true);
   ASSERT_TRUE(waitFor([&] { return sandbox_.exists("readings") && !notifier_.shown.empty(); }));
@@ -406,19 +413,14 @@ TEST_F(RepositorySessionTest, AFailureIsLoggedOnceAndToldOfWhenItStays) {
   EXPECT_EQ(notifier_.shown.size(), 1U);
   EXPECT_EQ(notifier_.shown.at(0).title, "A git repository cannot be read");
   EXPECT_EQ(selectors(), Selectors()) << "no badge is better than a wrong one";
-  sandbox_.write("good", "");
+  sandbox_.remove("bad");
   opened->session->readAgain();
   EXPECT_TRUE(waitForCount("setStatusInfo:", 1));
 }
 
 // What had changed when nothing could be read is not forgotten for what changes later.
 TEST_F(RepositorySessionTest, AReadingThatFailedIsMadeUpForByTheNext) {
-  sandbox_.writeScript("bin/git",
-                       "case \"$*\" in *' status '*)\n"
-                       "  [ ! -e \"$HOME/bad\" ] || { echo 'fatal: no' >&2; exit 128; };;\n"
-                       "esac\n"
-                       "exec git \"$@\"\n");
-  git_ = sandbox_.path("bin/git");
+  useGitWhoseStatusMayFail();
   const auto opened = makeSession("r");
   opened->session->open(port_, sandbox_.path("r"), true);
   ASSERT_TRUE(waitForCount("setStatusInfo:", 1));
