@@ -330,6 +330,25 @@ TEST(HostileArchive, AnUnknownObjectInsideItself) {
   use(archive.finish(self));
 }
 
+// It is no property list at all, so the archive is none. In place that is found out when the part
+// is read which holds it.
+TEST(HostileArchive, APlainValueInsideItselfIsNilAsAWhole) {
+  RawArchive archive(1, 1);
+  const Number before = archive.list.ascii("before");
+  const Number self = archive.list.raw({0xA1, static_cast<std::uint8_t>(before + 1)});
+  ASSERT_EQ(self, before + 1);
+  const std::uint32_t thing = archive.reserve();
+  archive.set(thing, archive.object({"XYThing", "NSObject"}, {{"field", self}}));
+  const Bytes bytes = archive.finish(archive.addArray({thing, archive.addString("sound")}));
+  use(bytes);
+  EXPECT_TRUE(KeyedUnarchiver::unarchiveObject(bytes).isNil());
+  const Object opened = open(bytes);
+  EXPECT_TRUE(opened.at(0).isNil());
+  EXPECT_EQ(opened.at(1).stringValue(), "sound");
+  EXPECT_TRUE(opened.whole().isNil());
+  EXPECT_FALSE(KeyedArchiver::archivedData(opened));
+}
+
 // -- Depth ----------------------------------------------------------------------------------------
 
 // An array in an array in an array …
