@@ -6,14 +6,18 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "macos/MainLoop.h"
 #include "platform/contract/FileSystemContract.h"
+#include "platform/contract/NotificationContract.h"
 #include "platform/contract/ProcessMonitorContract.h"
 #include "platform/contract/SerialQueuesContract.h"
 #include "platform/macos/MacFileSystem.h"
+#include "platform/macos/MacNotificationCenter.h"
 #include "platform/macos/MacProcessMonitors.h"
 #include "platform/macos/MacSerialQueues.h"
+#include "platform/macos/Strings.h"
 #include "support/TemporaryFolder.h"
 
 // The macOS platform, held to what the fakes are held to.
@@ -50,6 +54,24 @@ class MacSerialQueuesWorld final : public SerialQueuesWorld {
   MacSerialQueues queues_;
 };
 
+// The system does not tell what this process posts from what another one does.
+class MacNotificationWorld final : public NotificationWorld {
+ public:
+  DistributedNotificationCenter& center() override { return center_; }
+  void postFromOutside(std::string_view name, std::string_view object) override {
+    [[NSDistributedNotificationCenter defaultCenter] postNotificationName:nsString(name)
+                                                                   object:nsString(object)
+                                                                 userInfo:nil
+                                                       deliverImmediately:YES];
+  }
+  bool runUntil(const std::function<bool()>& condition) override {
+    return kelpie::runUntil(condition);
+  }
+
+ private:
+  MacNotificationCenter center_;
+};
+
 class MacProcessMonitorWorld final : public ProcessMonitorWorld {
  public:
   MacProcessMonitorWorld() : child_(fork()) {
@@ -84,6 +106,10 @@ INSTANTIATE_TEST_SUITE_P(Mac, FileSystemContract,
 INSTANTIATE_TEST_SUITE_P(Mac, SerialQueuesContract,
                          testing::Values([]() -> std::unique_ptr<SerialQueuesWorld> {
                            return std::make_unique<MacSerialQueuesWorld>();
+                         }));
+INSTANTIATE_TEST_SUITE_P(Mac, NotificationContract,
+                         testing::Values([]() -> std::unique_ptr<NotificationWorld> {
+                           return std::make_unique<MacNotificationWorld>();
                          }));
 INSTANTIATE_TEST_SUITE_P(Mac, ProcessMonitorContract,
                          testing::Values([]() -> std::unique_ptr<ProcessMonitorWorld> {

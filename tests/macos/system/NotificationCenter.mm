@@ -1,5 +1,9 @@
 #include "macos/system/NotificationCenter.h"
 
+@interface HostNotificationCenter ()
+- (void)deliver:(NSNotification*)notification;
+@end
+
 @implementation HostNotificationCenter
 
 + (HostNotificationCenter*)center {
@@ -35,7 +39,15 @@
   @synchronized(self) {
     [_posted addObject:[NSArray arrayWithObjects:name, object, nil]];
   }
-  [self postNotificationName:name object:object userInfo:info];
+  [self performSelectorOnMainThread:@selector(deliver:)
+                         withObject:[NSNotification notificationWithName:name
+                                                                  object:object
+                                                                userInfo:info]
+                      waitUntilDone:NO];
+}
+
+- (void)deliver:(NSNotification*)notification {
+  [self postNotification:notification];
 }
 
 - (NSArray*)posted {
