@@ -26,6 +26,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t kMaximumErrors = std::size_t{64} << 10U;
 // How long a program may take to end after SIGTERM: git takes its lock files away first.
 constexpr std::chrono::milliseconds kGrace{2000};
+// How often, in milliseconds, it is looked whether a program has ended, if nothing tells.
+constexpr unsigned kLook = 10;
 
 class Descriptor {
  public:
@@ -106,6 +108,7 @@ class Run {
   bool start();
   bool spawn(int input, int output, int errors);
   bool pump();
+  bool hasEnded() const;
   void readInto(Descriptor& from, std::string& into, std::size_t maximum, bool dropRest);
   void drain();
   void endProgram();
@@ -117,7 +120,7 @@ class Run {
   std::optional<Clock::time_point> deadline_;
   ProgramResult result_;
   GPid pid_ = 0;
-  Descriptor process_;  // a pidfd
+  Descriptor process_;  // a pidfd; none when there was no room for one
   Descriptor output_;
   Descriptor errors_;
   std::vector<char> buffer_ = std::vector<char>(65536);
@@ -137,6 +140,7 @@ bool Run::start() {
   output_ = Descriptor(output[0]);
   Descriptor outputEnd(output[1]);
   if (!call_.outputMatters) outputEnd = Descriptor(open("/dev/null", O_WRONLY | O_CLOEXEC));
+  if (outputEnd.get() < 0) return fail(systemError("output"));
   if (pipe2(errors.data(), O_CLOEXEC) != 0) return fail(systemError("pipe"));
   errors_ = Descriptor(errors[0]);
   const Descriptor errorsEnd(errors[1]);
@@ -179,6 +183,13 @@ bool Run::spawn(int input, int output, int errors) {
   return true;
 }
 
+// Whether the program has ended; it is not waited for yet, and keeps its number.
+bool Run::hasEnded() const {
+  siginfo_t info{};
+  return waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         info.si_pid == pid_;
+}
+
 int Run::pollTimeout() const {
   if (!deadline_) return -1;
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline_ - Clock::now()).count();
@@ -193,9 +204,16 @@ bool Run::pump() {
   std::array<pollfd, 4> waits{pollfd{process_.get(), POLLIN, 0}, pollfd{output_.get(), POLLIN, 0},
                               pollfd{errors_.get(), POLLIN, 0},
                               pollfd{cancelled ? cancel.fd : -1, POLLIN, 0}};
-  const int ready = poll(waits.data(), waits.size(), pollTimeout());
+  // Without a pidfd nothing tells of the end.
+  const bool looks = process_.get() < 0;
+  const auto limit = static_cast<unsigned>(pollTimeout());  // none is the largest
+  const bool isLook = looks && limit > kLook;
+  const int ready = poll(waits.data(), waits.size(), static_cast<int>(isLook ? kLook : limit));
+  const int error = errno;
   if (cancelled) g_cancellable_release_fd(cancellable_);
-  if (ready < 0) return errno == EINTR;
+  if (ready < 0) return error == EINTR;
+  if (looks && hasEnded()) processEnded_ = true;
+  if (ready == 0 && (isLook || processEnded_)) return true;
   if (ready == 0) {
     result_.end = ProgramResult::End::TimedOut;
     stopped_ = true;

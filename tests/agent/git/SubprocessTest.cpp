@@ -1,8 +1,10 @@
 #include "agent/git/Subprocess.h"
 
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -10,6 +12,7 @@
 #include <thread>
 
 #include "linux/base/GLibPointers.h"
+#include "support/linux/FailingCalls.h"
 
 namespace kelpie::agent {
 namespace {
@@ -54,6 +57,26 @@ TEST(Subprocess, LargeOutputArrivesWhole) {
   const ProgramResult result = Subprocess::run(shell("head -c 3000000 /dev/zero"));
   EXPECT_TRUE(result.succeeded());
   EXPECT_EQ(result.output.size(), 3000000U);
+}
+
+// -- Without a descriptor that tells of the end ---------------------------------------------------
+
+TEST(Subprocess, TheEndIsSeenWithoutADescriptorForIt) {
+  ProgramResult result;
+  withFailingCalls({SYS_pidfd_open}, EMFILE, [&] {
+    result = Subprocess::run(shell("printf out; sleep 0.1; printf more; exec >&- 2>&-; exit 3"));
+  });
+  EXPECT_EQ(result.end, End::Exited);
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.output, "outmore");
+}
+
+TEST(Subprocess, TheTimeLimitHoldsWithoutADescriptorForTheEnd) {
+  ProgramResult result;
+  ProgramCall call = shell("exec sleep 1000");
+  call.timeLimit = milliseconds(200);
+  withFailingCalls({SYS_pidfd_open}, EMFILE, [&] { result = Subprocess::run(call); });
+  EXPECT_EQ(result.end, End::TimedOut);
 }
 
 TEST(Subprocess, TooMuchOutputEndsTheProgram) {
