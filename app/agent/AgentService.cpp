@@ -25,6 +25,9 @@
 namespace kelpie::agent {
 namespace {
 
+// How long after the system had no watcher to give it is asked again.
+constexpr std::chrono::milliseconds kWatchAgain{2000};
+
 // How many gits run at a time: as many as the machine can use.
 std::size_t readingsAtATime() { return std::max(4U, std::thread::hardware_concurrency()); }
 
@@ -133,14 +136,7 @@ AgentService::Configuration AgentService::configuration() const {
 }
 
 bool AgentService::start() {
-  if (watcher_.descriptor() < 0)
-    loop_.log().write("changes of files cannot be watched: too many watchers of this user");
-  else
-    watching_ =
-        loop_.watch(watcher_.descriptor(), G_IO_IN, [this](GIOCondition) { watcher_.dispatch(); });
-  if (names_.descriptor() >= 0)
-    watchingNames_ =
-        loop_.watch(names_.descriptor(), G_IO_IN, [this](GIOCondition) { names_.dispatch(); });
+  watchChanges();
   if (!peer_.listen(ports_, kApplicationGroup)) return false;
   appMessages_ =
       notifications_.addObserver(kAppMessageNotification, [this](const std::string& message) {
@@ -152,6 +148,22 @@ bool AgentService::start() {
   registry_.checkGit();
   announce();
   return true;
+}
+
+// Also what was shown before is watched as soon as that can be: its watchers are told.
+void AgentService::watchChanges() {
+  const auto watches = [this](DirectoryWatcher& watcher,
+                              std::unique_ptr<MainLoop::Source>& source) {
+    if (source == nullptr && watcher.open())
+      source = loop_.watch(watcher.descriptor(), G_IO_IN,
+                           [&watcher](GIOCondition) { watcher.dispatch(); });
+    return source != nullptr;
+  };
+  const bool watchesFolders = watches(watcher_, watching_);
+  if (watches(names_, watchingNames_) && watchesFolders) return watchingAgain_.reset();
+  if (!std::exchange(saidUnwatched_, true))
+    loop_.log().write("changes of files cannot be watched: too many watchers of this user");
+  watchingAgain_ = loop_.callAfter(kWatchAgain, [this] { watchChanges(); });
 }
 
 void AgentService::announce() {

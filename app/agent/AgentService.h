@@ -47,6 +47,7 @@ class AgentService {
   bool start();
   // Tells the extensions to look for this application.
   void announce();
+  void watchChanges();
 
  private:
   // What the user's file says, for all parts.
@@ -88,6 +89,8 @@ class AgentService {
   ProtocolPeer peer_;
   std::unique_ptr<MainLoop::Source> watching_;
   std::unique_ptr<MainLoop::Source> watchingNames_;
+  std::unique_ptr<MainLoop::Source> watchingAgain_;
+  bool saidUnwatched_ = false;
   std::unique_ptr<NotificationObservation> appMessages_;
   std::unique_ptr<DefaultsObservation> trusting_;
 };

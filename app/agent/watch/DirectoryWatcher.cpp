@@ -38,10 +38,12 @@ constexpr std::array<KindOfMask, 4> kKinds = {{
     {IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB, Kind::Changed},
 }};
 
+int newInotify() { return inotify_init1(IN_NONBLOCK | IN_CLOEXEC); }
+
 }  // namespace
 
 DirectoryWatcher::DirectoryWatcher(std::size_t limit, Interest interest)
-    : inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), limit_(limit), interest_(interest) {}
+    : limit_(limit), interest_(interest), inotify_(newInotify()) {}
 
 DirectoryWatcher::~DirectoryWatcher() {
   if (inotify_ >= 0) close(inotify_);
@@ -51,6 +53,23 @@ std::size_t DirectoryWatcher::defaultLimit() {
   std::ifstream file("/proc/sys/fs/inotify/max_user_watches");
   std::size_t allowed = 0;
   return file >> allowed ? allowed / 4 * 3 : kFallbackLimit;
+}
+
+bool DirectoryWatcher::open() {
+  thread_.check();
+  {
+    const MutexLock lock(mutex_);
+    if (inotify_ >= 0) return true;
+    inotify_ = newInotify();
+    if (inotify_ < 0) return false;
+  }
+  tellLost();
+  return true;
+}
+
+int DirectoryWatcher::descriptor() const {
+  const MutexLock lock(mutex_);
+  return inotify_;
 }
 
 DirectoryWatcher::Client DirectoryWatcher::addClient(Handler handler) {
@@ -157,7 +176,7 @@ void DirectoryWatcher::dispatch() {
   // Bounded, so that a storm of events leaves the main loop its other work: the descriptor stays
   // readable for the rest.
   alignas(inotify_event) std::array<char, 65536> buffer{};
-  const ssize_t size = read(inotify_, buffer.data(), buffer.size());
+  const ssize_t size = read(descriptor(), buffer.data(), buffer.size());
   for (ssize_t at = 0; at < size;) {
     const char* start = buffer.data() + at;
     inotify_event event{};
@@ -169,32 +188,37 @@ void DirectoryWatcher::dispatch() {
   }
 }
 
-void DirectoryWatcher::deliver(int watch, std::uint32_t mask, std::string_view name) {
-  std::vector<std::pair<Client, std::string>> watchers;
-  Event event;
+void DirectoryWatcher::tellLost() {
+  std::vector<Client> clients;
   {
     const MutexLock lock(mutex_);
-    if ((mask & IN_Q_OVERFLOW) != 0) {
-      event.kind = Kind::Lost;
-      for (const auto& [client, subscriber] : clients_) watchers.emplace_back(client, "");
-    } else {
-      const auto found = watches_.find(watch);
-      if (found == watches_.end()) return;
-      watchers = found->second.watchers;
-      if ((mask & IN_IGNORED) != 0) {
-        // The system has ended the watch by itself.
-        for (const auto& [client, folder] : watchers) forget(client, folder, watch);
-        watches_.erase(found);
-        return;
-      }
+    for (const auto& [client, subscriber] : clients_) clients.push_back(client);
+  }
+  Event event;
+  event.kind = Kind::Lost;
+  for (const Client client : clients) call(client, event);
+}
+
+void DirectoryWatcher::deliver(int watch, std::uint32_t mask, std::string_view name) {
+  if ((mask & IN_Q_OVERFLOW) != 0) return tellLost();
+  std::vector<std::pair<Client, std::string>> watchers;
+  {
+    const MutexLock lock(mutex_);
+    const auto found = watches_.find(watch);
+    if (found == watches_.end()) return;
+    watchers = found->second.watchers;
+    if ((mask & IN_IGNORED) != 0) {
+      // The system has ended the watch by itself.
+      for (const auto& [client, folder] : watchers) forget(client, folder, watch);
+      watches_.erase(found);
+      return;
     }
   }
-  if (event.kind != Kind::Lost) {
-    const auto* kind = std::ranges::find_if(
-        kKinds, [&](const KindOfMask& each) { return (mask & each.mask) != 0; });
-    if (kind == kKinds.end()) return;
-    event.kind = kind->kind;
-  }
+  const auto* kind =
+      std::ranges::find_if(kKinds, [&](const KindOfMask& each) { return (mask & each.mask) != 0; });
+  if (kind == kKinds.end()) return;
+  Event event;
+  event.kind = kind->kind;
   event.name = name;
   event.isFolder = (mask & IN_ISDIR) != 0;
   for (auto& [client, folder] : watchers) {

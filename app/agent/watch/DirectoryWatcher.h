@@ -76,9 +76,12 @@ class DirectoryWatcher {
   std::size_t count() const;
   std::set<std::string> foldersOf(Client client) const;
 
+  // Main thread. Where the system had no descriptor to give when this was made, asks for one again;
+  // with it, every client is told that events were lost. Whether there is one.
+  bool open();
   // The descriptor that becomes readable when something has happened, for a main loop; -1 when the
-  // system has no more to give.
-  int descriptor() const { return inotify_; }
+  // system has no more to give. Main thread.
+  int descriptor() const;
   // Main thread. Calls the handlers for what has happened.
   void dispatch();
 
@@ -92,6 +95,8 @@ class DirectoryWatcher {
     bool modest = false;
   };
 
+  // To all clients.
+  void tellLost();
   void deliver(int watch, std::uint32_t mask, std::string_view name);
   void call(Client client, const Event& event);
   // Ends one watcher's interest.
@@ -99,10 +104,10 @@ class DirectoryWatcher {
   // The system has ended the watch.
   void forget(Client client, const std::string& folder, int watch) KELPIE_REQUIRES(mutex_);
 
-  int inotify_ = -1;
   const std::size_t limit_;
   const Interest interest_;
   mutable Mutex mutex_;  // never held while a handler runs
+  int inotify_ KELPIE_GUARDED_BY(mutex_) = -1;
   std::unordered_map<int, Watch> watches_ KELPIE_GUARDED_BY(mutex_);
   std::unordered_map<Client, Subscriber> clients_ KELPIE_GUARDED_BY(mutex_);
   Client lastClient_ KELPIE_GUARDED_BY(mutex_) = 0;

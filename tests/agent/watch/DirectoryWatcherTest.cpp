@@ -9,10 +9,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "agent/git/GitSandbox.h"
+#include "support/linux/FullTable.h"
 
 namespace kelpie::agent {
 namespace {
@@ -46,6 +48,27 @@ class DirectoryWatcherTest : public testing::Test {
   DirectoryWatcher::Client client_ = 0;
   std::vector<Event> events_;
 };
+
+TEST_F(DirectoryWatcherTest, WithoutADescriptorAtFirstItWatchesFromTheNextOneOn) {
+  std::optional<FullTable> full(std::in_place);
+  DirectoryWatcher late(100);
+  std::vector<Event> events;
+  const auto client = late.addClient([&](const Event& event) { events.push_back(event); });
+  EXPECT_FALSE(late.open());
+  EXPECT_EQ(late.descriptor(), -1);
+  full.reset();
+  EXPECT_EQ(late.add(client, sandbox_.path("a")), Outcome::NotThere);
+  EXPECT_TRUE(events.empty());
+  ASSERT_TRUE(late.open());
+  ASSERT_EQ(events.size(), 1U);
+  EXPECT_EQ(events.front().kind, Event::Kind::Lost);
+  EXPECT_EQ(late.add(client, sandbox_.path("a")), Outcome::Watched);
+  EXPECT_TRUE(late.open());
+  EXPECT_EQ(events.size(), 1U);
+  sandbox_.write("a/f", "1");
+  late.dispatch();
+  EXPECT_GT(events.size(), 1U);
+}
 
 TEST_F(DirectoryWatcherTest, TellsWhatHappensInAWatchedFolder) {
   ASSERT_EQ(watcher_.add(client_, sandbox_.path("a")), Outcome::Watched);
