@@ -72,8 +72,9 @@ std::unique_ptr<SessionBus> AgentProgram::connectToBus() {
     ProcessEnd::now(EXIT_FAILURE);
   }
   bus->setClosedHandler([this] {
-    log_.write("the session bus has ended");
-    ProcessEnd::now(EXIT_SUCCESS);
+    const SessionBus::Loss loss = SessionBus::loss();
+    log_.write(loss.reason);
+    ProcessEnd::now(loss.status);
   });
   return std::move(bus);
 }

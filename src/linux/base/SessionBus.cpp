@@ -10,7 +10,11 @@
 namespace kelpie {
 namespace {
 
-constexpr guint kConnectSeconds = 5;
+// How often connecting is tried, for how long each time, and how long after another: what the
+// system was short of may be there then. Nobody else tries again.
+constexpr int kAttempts = 2;
+constexpr guint kAttemptMilliseconds = 2400;
+constexpr gulong kPauseMicroseconds = 100'000;
 
 // GLib's own search would start a bus where there is none, and nobody would end that.
 std::optional<std::string> sessionAddress() {
@@ -25,7 +29,8 @@ std::optional<std::string> sessionAddress() {
   return std::string("unix:path=") + escaped.get();
 }
 
-// A connection that is being made. GLib holds it until it says how that ended.
+// A connection that is being made. GLib holds it until it says how that ended; if it has no thread
+// to connect on, it never does.
 struct Connecting {
   GObjectPtr<GCancellable> cancellable{g_cancellable_new()};
   GObjectPtr<GDBusConnection> connection;
@@ -33,20 +38,22 @@ struct Connecting {
   bool ended = false;
   bool late = false;
 };
+using SharedConnecting = std::shared_ptr<Connecting>;
 
 void connecting(GObject* /*source*/, GAsyncResult* result, gpointer data) {
-  auto* attempt = static_cast<Connecting*>(data);
+  const std::unique_ptr<SharedConnecting> owned(static_cast<SharedConnecting*>(data));
+  Connecting& attempt = **owned;
   GError* error = nullptr;
-  attempt->connection.reset(g_dbus_connection_new_for_address_finish(result, &error));
-  attempt->error.reset(error);
-  attempt->ended = true;
+  attempt.connection.reset(g_dbus_connection_new_for_address_finish(result, &error));
+  attempt.error.reset(error);
+  attempt.ended = true;
 }
 
 gboolean giveUp(gpointer data) {
   auto* attempt = static_cast<Connecting*>(data);
   attempt->late = true;
   g_cancellable_cancel(attempt->cancellable.get());
-  return G_SOURCE_CONTINUE;
+  return G_SOURCE_REMOVE;
 }
 
 }  // namespace
@@ -54,27 +61,38 @@ gboolean giveUp(gpointer data) {
 SessionBus::Attempt SessionBus::connect() {
   const auto address = sessionAddress();
   if (!address) return {nullptr, "there is no session bus: DBUS_SESSION_BUS_ADDRESS is not set"};
-  return connectTo(*address);
+  Attempt attempt = connectTo(*address);
+  for (int i = 1; !attempt.bus && i < kAttempts; ++i) {
+    g_usleep(kPauseMicroseconds);
+    attempt = connectTo(*address);
+  }
+  return attempt;
 }
 
 SessionBus::Attempt SessionBus::connectTo(const std::string& address) {
-  Connecting attempt;
+  const auto attempt = std::make_shared<Connecting>();
   constexpr auto kFlags =
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-  g_dbus_connection_new_for_address(address.c_str(), kFlags, nullptr, attempt.cancellable.get(),
-                                    connecting, &attempt);
-  const GSourcePtr limit(g_timeout_source_new_seconds(kConnectSeconds));
-  g_source_set_callback(limit.get(), giveUp, &attempt, nullptr);
+  g_dbus_connection_new_for_address(address.c_str(), kFlags, nullptr, attempt->cancellable.get(),
+                                    connecting,
+                                    std::make_unique<SharedConnecting>(attempt).release());
+  const GSourcePtr limit(g_timeout_source_new(kAttemptMilliseconds));
+  g_source_set_callback(limit.get(), giveUp, attempt.get(), nullptr);
   g_source_attach(limit.get(), nullptr);
-  while (!attempt.ended) g_main_context_iteration(nullptr, TRUE);
+  while (!attempt->ended && !attempt->late) g_main_context_iteration(nullptr, TRUE);
 
-  if (attempt.connection)
+  if (attempt->connection)
     return {std::unique_ptr<SessionBus>(
-                new SessionBus(std::move(attempt.connection))),  // NOLINT(*-owning-memory)
+                new SessionBus(std::move(attempt->connection))),  // NOLINT(*-owning-memory)
             ""};
-  if (attempt.late) return {nullptr, "cannot connect to the session bus: it does not answer"};
-  return {nullptr, std::string("cannot connect to the session bus: ") + attempt.error->message};
+  if (attempt->late) return {nullptr, "cannot connect to the session bus: it does not answer"};
+  return {nullptr, std::string("cannot connect to the session bus: ") + attempt->error->message};
+}
+
+SessionBus::Loss SessionBus::loss() {
+  if (connect().bus) return {"the connection to the session bus was lost", EXIT_FAILURE};
+  return {"the session bus has ended", EXIT_SUCCESS};
 }
 
 SessionBus::SessionBus(GObjectPtr<GDBusConnection> connection)

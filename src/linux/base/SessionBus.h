@@ -23,10 +23,20 @@ class SessionBus {
     std::string problem;
   };
   // Connects to the bus that DBUS_SESSION_BUS_ADDRESS names, else to `$XDG_RUNTIME_DIR/bus`; never
-  // starts one. Runs the main loop meanwhile, for 5 seconds at most.
+  // starts one. Tries once more when that fails. Runs the main loop meanwhile, for 5 seconds at
+  // most.
   static Attempt connect();
-  // Connects to the bus at that D-Bus address.
+  // Connects to the bus at that D-Bus address; tried once.
   static Attempt connectTo(const std::string& address);
+
+  // Why a connection has closed, in one line, and the status with which a program ends then: 0 with
+  // the bus, since with it ends the session; 1 where the bus is still there, so that the program is
+  // started again. Connects to find out.
+  struct Loss {
+    const char* reason;
+    int status;
+  };
+  static Loss loss();
 
   ~SessionBus();
   SessionBus(const SessionBus&) = delete;

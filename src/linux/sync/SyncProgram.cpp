@@ -102,8 +102,9 @@ std::unique_ptr<SessionBus> SyncProgram::connectToBus() {
   }
   // With the bus the session ends, and all that could be shown with it.
   bus->setClosedHandler([this] {
-    log_.write("the session bus has ended");
-    ProcessEnd::now(EXIT_SUCCESS);
+    const SessionBus::Loss loss = SessionBus::loss();
+    log_.write(loss.reason);
+    ProcessEnd::now(loss.status);
   });
   return std::move(bus);
 }

@@ -1,8 +1,14 @@
 #include "linux/base/SessionBus.h"
 
+#include <glib-unix.h>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <thread>
 #include <utility>
 
 #include "linux/base/BusName.h"
@@ -11,6 +17,8 @@
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
 #include "support/LongEnough.h"
+#include "support/linux/FailingCalls.h"
+#include "support/linux/OwnProcess.h"
 #include "support/linux/PrivateBus.h"
 #include "support/linux/TestSocket.h"
 
@@ -85,6 +93,36 @@ TEST_F(SessionBusTest, ABusThatDoesNotAnswerIsGivenUp) {
   EXPECT_EQ(attempt.problem, "cannot connect to the session bus: it does not answer");
 }
 
+TEST_F(SessionBusTest, ABusThatTurnsTheFirstAttemptAwayIsTriedOnceMore) {
+  const TemporaryFolder folder;
+  const std::string path = folder / "bus";
+  const EnvironmentVariable address("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + path).c_str());
+  const TestSocket busy = TestSocket::listen(path);
+  std::thread bus([&] {
+    TestSocket first = busy.accept();
+    std::filesystem::rename(daemon.address().substr(std::string("unix:path=").size()), path);
+    first.close();
+  });
+  const auto attempt = SessionBus::connect();
+  bus.join();
+  EXPECT_TRUE(attempt.bus) << attempt.problem;
+}
+
+TEST(SessionBusProcess, DISABLED_HasNoThreadToConnectOn) {
+  if (!isStartedAsProcess()) GTEST_SKIP();
+  // Has GLib make the thread without which it ends the process.
+  const GSourcePtr signal(g_unix_signal_source_new(SIGUSR1));
+  SessionBus::Attempt attempt;
+  withFailingCalls({SYS_clone, SYS_clone3}, EAGAIN, [&] { attempt = SessionBus::connect(); });
+  EXPECT_EQ(attempt.problem, "cannot connect to the session bus: it does not answer");
+}
+
+TEST_F(SessionBusTest, WithoutAThreadToConnectOnNobodyWaitsForEver) {
+  const auto process = startDisabledTest("SessionBusProcess.DISABLED_HasNoThreadToConnectOn",
+                                         {{"DBUS_SESSION_BUS_ADDRESS", daemon.address()}});
+  EXPECT_EQ(process->waitForEnd(), 0) << process->output() << process->errors();
+}
+
 TEST_F(SessionBusTest, TheEndOfTheBusIsToldOnceAndTheProcessLivesOn) {
   const auto bus = connect();
   int told = 0;
@@ -93,6 +131,15 @@ TEST_F(SessionBusTest, TheEndOfTheBusIsToldOnceAndTheProcessLivesOn) {
   EXPECT_TRUE(runUntil([&] { return told > 0; }));
   EXPECT_EQ(bus->callBus("GetNameOwner", kTestName, "(s)", kLongEnough), nullptr);
   EXPECT_EQ(told, 1);
+}
+
+TEST_F(SessionBusTest, ALostConnectionIsToldFromTheEndOfTheBus) {
+  const EnvironmentVariable address("DBUS_SESSION_BUS_ADDRESS", daemon.address().c_str());
+  EXPECT_EQ(SessionBus::loss().status, EXIT_FAILURE);
+  EXPECT_STREQ(SessionBus::loss().reason, "the connection to the session bus was lost");
+  daemon.end();
+  EXPECT_EQ(SessionBus::loss().status, EXIT_SUCCESS);
+  EXPECT_STREQ(SessionBus::loss().reason, "the session bus has ended");
 }
 
 TEST_F(SessionBusTest, ACallThatIsNotAnsweredEnds) {
