@@ -28,6 +28,9 @@ namespace {
 // How long after the system had no watcher to give it is asked again.
 constexpr std::chrono::milliseconds kWatchAgain{2000};
 
+// How long after the settings could not be written that is tried again.
+constexpr std::chrono::milliseconds kPublishAgain{5000};
+
 // How many gits run at a time: as many as the machine can use.
 std::size_t readingsAtATime() { return std::max(4U, std::thread::hardware_concurrency()); }
 
@@ -183,15 +186,22 @@ void AgentService::summarise(const std::string& path, const BusInterface::Summar
       });
 }
 
-// Without the version the extension takes no notice of this application.
+// Without the version the extension takes no notice of this application, so that it is tried until
+// it works.
 void AgentService::publish() {
   const std::optional<DefaultsFile> file = DefaultsFile::ofSuite(kApplicationGroup);
   const std::optional<std::string> problem =
       file ? PublishedSettings(*file).publish(kVersion, g_get_home_dir())
            : "there is no folder for the settings";
-  if (!problem) return;
-  loop_.log().write("settings: " + *problem);
-  notifier_.notify("The settings cannot be written", *problem);
+  if (!problem) {
+    if (std::exchange(publishingAgain_, nullptr) != nullptr) announce();
+    return;
+  }
+  if (publishingAgain_ == nullptr) {
+    loop_.log().write("settings: " + *problem);
+    notifier_.notify("The settings cannot be written", *problem);
+  }
+  publishingAgain_ = loop_.callAfter(kPublishAgain, [this] { publish(); });
 }
 
 }  // namespace kelpie::agent

@@ -91,6 +91,7 @@ class AgentService {
   std::unique_ptr<MainLoop::Source> watchingNames_;
   std::unique_ptr<MainLoop::Source> watchingAgain_;
   bool saidUnwatched_ = false;
+  std::unique_ptr<MainLoop::Source> publishingAgain_;
   std::unique_ptr<NotificationObservation> appMessages_;
   std::unique_ptr<DefaultsObservation> trusting_;
 };

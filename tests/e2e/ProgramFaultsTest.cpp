@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -145,13 +146,18 @@ INSTANTIATE_TEST_SUITE_P(Programs, RuntimeFaults, testing::Values("kelpie-sync",
 
 class FullDisk : public ProgramFaults {
  protected:
-  // Starts one of the programs where no file can grow: writing to one fails, as on a full disk.
+  // Starts one of the programs where no file can grow, until there is room again: writing to one
+  // fails, as on a full disk.
   std::unique_ptr<ChildProcess> startOnFullDisk(const std::string& name,
                                                 std::vector<std::string> arguments = {}) const {
-    std::vector<std::string> command = {"env", "--ignore-signal=XFSZ", "prlimit", "--fsize=0:0",
-                                        ProcessHost::program(name)};
+    std::vector<std::string> command = {"env", "--ignore-signal=XFSZ", "prlimit",
+                                        "--fsize=0:", ProcessHost::program(name)};
     command.insert(command.end(), arguments.begin(), arguments.end());
     return std::make_unique<ChildProcess>(command, session.environment());
+  }
+  static void makeRoomFor(const ChildProcess& program) {
+    const rlimit unlimited = {RLIM_INFINITY, RLIM_INFINITY};
+    EXPECT_EQ(::prlimit(program.pid(), RLIMIT_FSIZE, &unlimited, nullptr), 0);
   }
   std::string settingsFile() const { return session.sharedDefaults().path(); }
   // There is the file, and nothing that was meant to take its place.
@@ -173,7 +179,7 @@ TEST_F(FullDisk, AFolderIsNotAddedAndThoseBeforeStay) {
   expectService();
 }
 
-TEST_F(FullDisk, TheAgentSaysThatItCannotWriteItsVersionAndServesWhoKnowsIt) {
+TEST_F(FullDisk, TheAgentSaysThatItCannotWriteItsVersionAndServesAsSoonAsThereIsRoom) {
   session.observe({repository});
   agent = startOnFullDisk("kelpie-agent");
   EXPECT_TRUE(GitSession::hasLogged(
@@ -182,12 +188,10 @@ TEST_F(FullDisk, TheAgentSaysThatItCannotWriteItsVersionAndServesWhoKnowsIt) {
   EXPECT_EQ(host().menu(3, {}).at("items").at(0).at("title"), "Kelpie is not running")
       << "an application without a version is none";
   expectNothingElse();
-  // There is room again.
-  agent->signal(SIGTERM);
-  EXPECT_EQ(agent->waitForEnd(), 0);
-  agent = session.startAgent();
+  makeRoomFor(*agent);
   host().show(repository);
   EXPECT_TRUE(host().sees(file, "KPCurrentBadge"));
+  EXPECT_EQ(agent->errors().find("cannot write"), agent->errors().rfind("cannot write"));
 }
 
 }  // namespace
