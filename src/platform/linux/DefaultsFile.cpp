@@ -127,22 +127,26 @@ DefaultsFile::Reading DefaultsFile::read() const {
     reading.problem = std::move(text);
     return std::move(reading);
   };
+  const auto unreadable = [&](int error) {
+    reading.isPassing = true;
+    return problem(systemErrorText("cannot read " + path_, error));
+  };
   // Without waiting for somebody who would write to a pipe.
-  reading.file.reset(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  do reading.file.reset(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  while (!reading.file && errno == EINTR);
   if (!reading.file) {
-    if (errno == ENOENT || errno == ENOTDIR) return reading;
     const int error = errno;
     reading.stamp = stamp();
-    return problem(systemErrorText("cannot read " + path_, error));
+    // Who takes it for missing replaces it: so it is missing only if nothing is seen there, either.
+    const bool isMissing = (error == ENOENT || error == ENOTDIR) && reading.stamp == Stamp();
+    return isMissing ? std::move(reading) : unreadable(error);
   }
   struct stat status = {};
-  if (::fstat(reading.file.get(), &status) != 0)
-    return problem(systemErrorText("cannot read " + path_, errno));
+  if (::fstat(reading.file.get(), &status) != 0) return unreadable(errno);
   reading.stamp = stampOf(status);
   if (!S_ISREG(status.st_mode)) return problem(path_ + " is not a file");
   Bytes bytes;
-  if (const int error = readAll(reading.file.get(), bytes); error != 0)
-    return problem(systemErrorText("cannot read " + path_, error));
+  if (const int error = readAll(reading.file.get(), bytes); error != 0) return unreadable(error);
   if (bytes.size() > kLargestFile) return problem(path_ + " is too large for settings");
   const Object values = PropertyList::read(bytes);
   if (!values.isDictionary()) return problem(path_ + " does not hold settings");

@@ -48,6 +48,8 @@ class DefaultsFile {
   struct Reading {
     Dictionary values;                   // keys are strings; empty when the file is missing
     std::optional<std::string> problem;  // in one line, when it could not be read; no values then
+    // The problem is the system's, not the file's: the next attempt may succeed.
+    bool isPassing = false;
     Stamp stamp;
     UniqueFd file;  // while it is held, no file that comes later can have the same stamp
   };

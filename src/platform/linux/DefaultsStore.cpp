@@ -19,9 +19,11 @@ DefaultsStore::DefaultsStore(DefaultsFile file, Log& log)
 }
 
 void DefaultsStore::refresh() {
-  if (reading_ && file_.stamp() == reading_->stamp) return;
+  const bool wasBehind = reading_ && reading_->isPassing;
+  if (reading_ && !wasBehind && file_.stamp() == reading_->stamp) return;
   reading_ = file_.read();
   if (reading_->problem) {
+    if (wasBehind && reading_->isPassing) return;  // it has been said
     log_.write(*reading_->problem + "; the former settings stay");
     return;
   }
@@ -76,6 +78,11 @@ std::shared_ptr<const DefaultsStore::Observer> DefaultsStore::addObserver(
 void DefaultsStore::removeObserver(const std::shared_ptr<const Observer>& observer) {
   const MutexLock lock(mutex_);
   observers_.remove(observer);
+}
+
+bool DefaultsStore::isBehind() {
+  const MutexLock lock(mutex_);
+  return reading_ && reading_->isPassing;
 }
 
 void DefaultsStore::checkForChanges() {

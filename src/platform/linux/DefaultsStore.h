@@ -16,7 +16,8 @@ namespace kelpie {
 
 // The settings of one suite: what its file holds, the registered values, and who wants to know of
 // changes. Every read looks whether another file has taken the place of the one that was read. A
-// file that cannot be read leaves the former values in force and is logged once. Any thread; reads
+// file that cannot be read leaves the former values in force and is logged once; where that may
+// pass, the next read tries again. Any thread; reads
 // block as one look at a file does.
 class DefaultsStore {
  public:
@@ -44,6 +45,9 @@ class DefaultsStore {
   // Calls the observers of the keys whose values are others than when this was last done, on the
   // calling thread. So one who comes after a change, but before that was told, is told as well.
   void checkForChanges();
+
+  // Whether the file could not be read for a reason that may pass: the values are those of before.
+  bool isBehind();
 
  private:
   using Values = std::shared_ptr<const Dictionary>;

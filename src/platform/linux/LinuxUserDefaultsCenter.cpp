@@ -1,8 +1,14 @@
 #include "platform/linux/LinuxUserDefaultsCenter.h"
 
+#include <chrono>
 #include <utility>
 
 namespace kelpie {
+namespace {
+
+constexpr std::chrono::milliseconds kAgain{3000};
+
+}  // namespace
 
 LinuxUserDefaultsCenter::LinuxUserDefaultsCenter(MainLoop& loop, std::string_view bundleIdentifier)
     : loop_(loop),
@@ -18,6 +24,7 @@ std::unique_ptr<UserDefaults> LinuxUserDefaultsCenter::defaultsWithSuiteName(
 
 std::shared_ptr<DefaultsStore> LinuxUserDefaultsCenter::open(DefaultsFile file) {
   auto store = std::make_shared<DefaultsStore>(std::move(file), loop_.log());
+  if (store->isBehind()) checkAgain();
   const MutexLock lock(mutex_);
   std::erase_if(stores_, [](const auto& weak) { return weak.expired(); });
   stores_.push_back(store);
@@ -31,8 +38,21 @@ void LinuxUserDefaultsCenter::checkForChanges() {
     const MutexLock lock(mutex_);
     stores = stores_;
   }
-  for (const auto& weak : stores)
-    if (const auto store = weak.lock()) store->checkForChanges();
+  bool isBehind = false;
+  for (const auto& weak : stores) {
+    const auto store = weak.lock();
+    if (!store) continue;
+    store->checkForChanges();
+    isBehind |= store->isBehind();
+  }
+  if (isBehind) checkAgain();
+}
+
+void LinuxUserDefaultsCenter::checkAgain() {
+  loop_.queue()->post([this, alive = std::weak_ptr<bool>(alive_)] {
+    if (alive.expired()) return;
+    again_ = loop_.callAfter(kAgain, [this] { checkForChanges(); });
+  });
 }
 
 }  // namespace kelpie

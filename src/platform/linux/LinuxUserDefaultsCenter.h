@@ -27,11 +27,15 @@ class LinuxUserDefaultsCenter final : public UserDefaultsCenter {
  private:
   std::shared_ptr<DefaultsStore> open(DefaultsFile file);
   void checkForChanges();
+  // Any thread. Checks once more in a while, for a store whose file could not be read.
+  void checkAgain();
 
   MainLoop& loop_;
   DefaultsWatch watch_;  // before anything is read: no change is missed
   Mutex mutex_;
   std::vector<std::weak_ptr<DefaultsStore>> stores_ KELPIE_GUARDED_BY(mutex_);
+  std::unique_ptr<MainLoop::Source> again_;
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   LinuxUserDefaults standard_;
 };
 

@@ -5,8 +5,10 @@
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <filesystem>
@@ -18,6 +20,7 @@
 #include "archive/PropertyList.h"
 #include "support/EnvironmentVariable.h"
 #include "support/TemporaryFolder.h"
+#include "support/linux/FailingCalls.h"
 
 namespace kelpie {
 namespace {
@@ -90,6 +93,14 @@ TEST_F(DefaultsFileTest, AMissingFileReadsAsEmpty) {
   EXPECT_TRUE(reading.values.empty());
   EXPECT_EQ(reading.stamp, DefaultsFile::Stamp());
   EXPECT_EQ(file.stamp(), DefaultsFile::Stamp());
+}
+
+TEST_F(DefaultsFileTest, AFileThatIsSeenButNotFoundIsNotTakenForMissing) {
+  ASSERT_EQ(set("kept", 1), std::nullopt);
+  DefaultsFile::Reading reading;
+  withFailingCalls({SYS_openat}, ENOENT, [&] { reading = file.read(); });
+  EXPECT_TRUE(reading.problem);
+  EXPECT_TRUE(reading.isPassing);
 }
 
 TEST_F(DefaultsFileTest, ReadsABinaryPropertyListOfADictionary) {

@@ -21,6 +21,7 @@
 #include "support/FakeLog.h"
 #include "support/LongEnough.h"
 #include "support/TemporaryFolder.h"
+#include "support/linux/FullTable.h"
 
 namespace kelpie {
 namespace {
@@ -189,6 +190,24 @@ TEST_F(LinuxUserDefaultsTest, AFileThatDoesNotParseAtTheStartReadsAsEmptyAndIsLo
   const auto store = center.defaultsWithSuiteName(kSuite);
   EXPECT_TRUE(store->dictionaryRepresentation().empty());
   EXPECT_TRUE(store->objectForKey("key").isNil());
+  EXPECT_EQ(log.lines().size(), 1U);
+}
+
+TEST_F(LinuxUserDefaultsTest, AFileThatCannotBeReadForAMomentIsReadAgainAndItsObserversAreTold) {
+  change("key", "value");
+  std::unique_ptr<UserDefaults> late;
+  {
+    const FullTable full;
+    late = center.defaultsWithSuiteName(kSuite);
+    EXPECT_TRUE(late->objectForKey("key").isNil());
+    EXPECT_TRUE(late->objectForKey("key").isNil());
+  }
+  EXPECT_EQ(log.lines(),
+            std::vector<std::string>{"cannot read " + file().path() +
+                                     ": Too many open files; the former settings stay"});
+  const auto observation = late->observe("key", [this] { told.emplace_back("key"); });
+  EXPECT_TRUE(runUntil([&] { return !told.empty(); }));
+  EXPECT_TRUE(late->objectForKey("key").isEqual(Object("value")));
   EXPECT_EQ(log.lines().size(), 1U);
 }
 
