@@ -104,7 +104,8 @@ DirectoryWatcher::Outcome DirectoryWatcher::add(Client client, const std::string
     return Outcome::LimitReached;
   const std::uint32_t mask = interest_ == Interest::Names ? kMask & ~kChangesOfEntries : kMask;
   const int watch = inotify_add_watch(inotify_, folder.c_str(), mask);
-  if (watch < 0) return errno == ENOSPC ? Outcome::LimitReached : Outcome::NotThere;
+  const bool isFull = watch < 0 && (errno == ENOSPC || errno == ENOMEM);
+  if (watch < 0) return isFull ? Outcome::LimitReached : Outcome::NotThere;
   const auto [at, isNew] = subscriber->second.folders.try_emplace(folder, watch);
   if (!isNew && at->second == watch) return Outcome::WatchedBefore;
   // Another folder is in its place now.

@@ -8,6 +8,10 @@
 namespace kelpie::agent {
 namespace {
 
+// How often in a row what could not be read is looked at again at once; after that, when somebody
+// looks.
+constexpr int kWalksAtOnce = 3;
+
 using Event = DirectoryWatcher::Event;
 
 std::string joined(const std::string& folder, const std::string& name) {
@@ -165,12 +169,15 @@ void RepositoryWatch::start(Walk walk) {
     TreeWatching folders(watcher, client, opaque);
     const auto look = [&](const std::string& path, void (TreeWatching::*how)(const std::string&)) {
       const std::size_t before = folders.added();
+      const std::size_t unread = folders.unread();
       (folders.*how)(path);
+      if (folders.unread() > unread) walked.unread.push_back(path);
       if (folders.added() > before) walked.added.push_back(path);
     };
     for (const std::string& folder : walk.folders) look(folder, &TreeWatching::watchFolder);
     for (const std::string& tree : walk.trees) look(tree, &TreeWatching::watchTree);
     walked.gitAdded = git.added() > 0;
+    walked.gitUnread = git.unread() > 0;
     walked.limitReached = git.limitReached() || folders.limitReached();
     main->post([this, alive, walked] {
       const std::shared_ptr<bool> isAlive = alive.lock();
@@ -182,8 +189,21 @@ void RepositoryWatch::start(Walk walk) {
 void RepositoryWatch::finished(const Walked& walked) {
   if (walked.limitReached && !std::exchange(limitReached_, true)) callbacks_.limitReached();
   if (walked.gitAdded) callbacks_.changed({true, true}, {});
+  walkAgain(walked);
   for (const std::string& path : walked.added)
     callbacks_.changed({true, false}, placeOf(workingCopy_, path, {}));
+}
+
+void RepositoryWatch::walkAgain(const Walked& walked) {
+  if (walked.unread.empty() && !walked.gitUnread) {
+    failedWalks_ = 0;
+    return;
+  }
+  gitPending_ |= walked.gitUnread;
+  pending_.insert(walked.unread.begin(), walked.unread.end());
+  if (failedWalks_ >= kWalksAtOnce) return;
+  ++failedWalks_;
+  callbacks_.changed({true, walked.gitUnread}, {});
 }
 
 }  // namespace kelpie::agent

@@ -51,7 +51,7 @@ class RepositoryWatch {
   void setModest(bool modest) { watcher_.setModest(client_, modest); }
 
   // Every folder that should be watched is, or will be once the walk under way has ended.
-  bool isComplete() const { return !limitReached_; }
+  bool isComplete() const { return !limitReached_ && failedWalks_ == 0; }
 
  private:
   // What the walking queue is to watch, and the result.
@@ -64,6 +64,9 @@ class RepositoryWatch {
     bool gitAdded = false;
     // Those of the trees and folders in which something was not watched before.
     std::vector<std::string> added;
+    // Trees in which something could not be read, of git's folders: whether there are any.
+    std::vector<std::string> unread;
+    bool gitUnread = false;
     bool limitReached = false;
   };
 
@@ -76,6 +79,8 @@ class RepositoryWatch {
   void setOpaque(const StatusSnapshot& status, Walk& walk);
   void start(Walk walk);
   void finished(const Walked& walked);
+  // Has what could not be read walked once more.
+  void walkAgain(const Walked& walked);
 
   DirectoryWatcher& watcher_;
   const WorkingCopy workingCopy_;
@@ -89,6 +94,7 @@ class RepositoryWatch {
   std::set<std::string, std::less<>> pending_;
   bool gitPending_ = true;  // the git directories are to be walked, too
   bool limitReached_ = false;
+  int failedWalks_ = 0;  // in a row
   // Tasks check it to see whether this still exists.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   ThreadBound thread_;

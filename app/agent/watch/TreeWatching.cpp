@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <filesystem>
 #include <memory>
@@ -77,8 +78,15 @@ void TreeWatching::watchTree(const std::string& folder) {
 
 void TreeWatching::read(const std::string& folder, bool isStart) {
   const std::unique_ptr<DIR, CloseFolder> open(opendir(folder.c_str()));
-  if (!open) return;
-  while (const dirent* entry = readdir(open.get())) {
+  if (!open) {
+    // One that is gone tells by itself; what the user may not read, git cannot read, either.
+    if (errno != ENOENT && errno != ENOTDIR && errno != EACCES) ++unread_;
+    return;
+  }
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(open.get());
+    if (entry == nullptr) break;
     const std::string_view name = static_cast<const char*>(entry->d_name);
     if (name == "." || name == "..") continue;
     if (name == ".git") {
@@ -89,6 +97,7 @@ void TreeWatching::read(const std::string& folder, bool isStart) {
     path += name;
     if (isFolder(path, entry->d_type) && !opaque_.contains(path)) todo_.push_back(std::move(path));
   }
+  if (errno != 0) ++unread_;
 }
 
 void TreeWatching::watchSubmodule(const std::string& folder) {

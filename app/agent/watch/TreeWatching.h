@@ -30,6 +30,8 @@ class TreeWatching {
   std::size_t added() const { return added_; }
   // There are folders that could not be watched.
   bool limitReached() const { return limitReached_; }
+  // Folders that are there, but could not be read: what is in them is not watched.
+  std::size_t unread() const { return unread_; }
 
  private:
   bool watch(const std::string& folder);
@@ -42,6 +44,7 @@ class TreeWatching {
   std::vector<std::string> todo_;
   std::size_t added_ = 0;
   bool limitReached_ = false;
+  std::size_t unread_ = 0;
 };
 
 }  // namespace kelpie::agent

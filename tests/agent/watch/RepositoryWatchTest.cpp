@@ -17,6 +17,7 @@
 #include "agent/watch/WatchPump.h"
 #include "support/EventLog.h"
 #include "support/ManualQueues.h"
+#include "support/linux/FullTable.h"
 
 namespace kelpie::agent {
 namespace {
@@ -320,6 +321,24 @@ TEST_F(RepositoryWatchTest, WithoutUntrackedFilesOnlyTrackedFoldersAreWatched) {
                  std::vector<std::string>{sandbox_.path("r"), sandbox_.path("r/sub/deep")});
   EXPECT_EQ(seen(), kStatus);
   EXPECT_EQ(watched(), (std::set<std::string>{".", "sub/deep"}));
+}
+
+TEST_F(RepositoryWatchTest, AFolderThatCouldNotBeReadForAMomentIsReadAgain) {
+  open();
+  sandbox_.write("r/new/deep/f", "1\n");
+  seen();
+  follow();
+  {
+    const FullTable full;
+    pumpAll(*watcher_, queues_);
+  }
+  EXPECT_FALSE(watch_->isComplete());
+  EXPECT_FALSE(watched().contains("new/deep"));
+  EXPECT_TRUE(std::exchange(seen_, {}).status);
+  settle();
+  EXPECT_TRUE(watch_->isComplete());
+  EXPECT_TRUE(watched().contains("new/deep"));
+  EXPECT_EQ(limitsReached_, 0);
 }
 
 TEST_F(RepositoryWatchTest, TooManyFoldersAreSaidOnce) {
