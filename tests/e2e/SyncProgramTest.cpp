@@ -51,6 +51,23 @@ class SyncProgram : public testing::Test {
   ProcessHost host;
 };
 
+// -- The start -----------------------------------------------------------------------------------
+
+// It would live, but show nothing.
+TEST_F(SyncProgram, WithoutAPortOfItsOwnItSaysWhyAndEnds) {
+  // Long enough for the port's address not to fit, and short enough for that of the host link.
+  constexpr std::size_t kLength = 80;
+  const std::string& home = host.home().path();
+  const std::string name(kLength - home.size() - 1, 'x');
+  host.setVariable("XDG_RUNTIME_DIR", host.home().addFolder(name));
+  const auto sync = host.start("kelpie-sync");
+  EXPECT_EQ(sync->waitForEnd(), 1);
+  EXPECT_NE(sync->errors().find("File name too long\n"), std::string::npos) << sync->errors();
+  EXPECT_TRUE(
+      sync->errors().ends_with("the controller cannot be made: no application could reach it\n"))
+      << sync->errors();
+}
+
 // -- The command line ----------------------------------------------------------------------------
 
 TEST_F(SyncProgram, PrintsItsVersionAndNothingElse) {

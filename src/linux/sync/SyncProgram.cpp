@@ -2,13 +2,17 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
+#include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "Configuration.h"
@@ -112,6 +116,7 @@ std::unique_ptr<SessionBus> SyncProgram::connectToBus() {
 void SyncProgram::serve() {
   auto problem = makeController();
   if (!problem) problem = openHostLink();
+  if (!problem) problem = checkPort();
   if (problem) {
     log_.write(*problem);
     ProcessEnd::now(EXIT_FAILURE);
@@ -132,6 +137,16 @@ std::optional<std::string> SyncProgram::makeController() {
   }
   if (!controller_)
     return "the controller cannot be made: the limit on open files cannot be raised";
+  return std::nullopt;
+}
+
+std::optional<std::string> SyncProgram::checkPort() const {
+  // The controller lives without a port, but shows nothing then.
+  std::error_code ignored;
+  const std::string port = runtime_.portsFolder() + "/" + std::string(kApplicationGroup) +
+                           ".Sync." + std::to_string(::getpid());
+  if (!std::filesystem::is_socket(port, ignored))
+    return "the controller cannot be made: no application could reach it";
   return std::nullopt;
 }
 

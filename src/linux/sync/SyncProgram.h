@@ -36,6 +36,7 @@ class SyncProgram {
   std::unique_ptr<SessionBus> connectToBus();
   std::optional<std::string> makeController();
   std::optional<std::string> openHostLink();
+  std::optional<std::string> checkPort() const;
   void claimName();
 
   Log& log_;
