@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <future>
 #include <iostream>
+#include <new>
+#include <thread>
 
 #include "linux/base/MainLoop.h"
 #include "linux/base/SocketFiles.h"
@@ -50,6 +52,12 @@ TEST(ProcessEndProcess, DISABLED_WithAStatus) {
   if (isStartedAsProcess()) ProcessEnd::now(3);
 }
 
+TEST(ProcessEndProcess, DISABLED_WithAnException) {
+  if (!isStartedAsProcess()) GTEST_SKIP() << "runs as another process only";
+  ASSERT_EQ(ProcessEnd::onSignals(), std::nullopt);
+  std::thread([] { throw std::bad_alloc(); }).join();
+}
+
 class ProcessEndTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(ProcessEndTest, ASignalEndsItWithStatus0AndRemovesItsSockets) {
@@ -69,6 +77,12 @@ INSTANTIATE_TEST_SUITE_P(WhateverItDoes, ProcessEndTest,
                          testing::Values("DISABLED_WithAnIdleMainLoop", "DISABLED_WithAStuckQueue",
                                          "DISABLED_WithAStuckMainThread"),
                          [](const auto& test) { return std::string(test.param).substr(9); });
+
+TEST(ProcessEnd, AnExceptionThatNobodyCatchesIsOneLine) {
+  const auto process = startDisabledTest("ProcessEndProcess.DISABLED_WithAnException", {});
+  EXPECT_EQ(process->waitForEnd(), 128 + SIGABRT);
+  EXPECT_EQ(process->errors(), "the program ends: std::bad_alloc\n");
+}
 
 TEST(ProcessEnd, NowEndsWithThatStatus) {
   const auto process = startDisabledTest("ProcessEndProcess.DISABLED_WithAStatus", {});
