@@ -79,8 +79,9 @@ void TreeWatching::watchTree(const std::string& folder) {
 void TreeWatching::read(const std::string& folder, bool isStart) {
   const std::unique_ptr<DIR, CloseFolder> open(opendir(folder.c_str()));
   if (!open) {
-    // One that is gone tells by itself; what the user may not read, git cannot read, either.
-    if (errno != ENOENT && errno != ENOTDIR && errno != EACCES) ++unread_;
+    // One that is gone tells by itself. One that the user may not read is not watched, so that
+    // nobody comes here for it.
+    if (errno != ENOENT && errno != ENOTDIR) ++unread_;
     return;
   }
   for (;;) {
