@@ -36,6 +36,12 @@ std::string variable(const char* name) {
   return value == nullptr ? "" : value;
 }
 
+// How many calls of the kind fail in a row.
+long times() {
+  const std::string wanted = variable("KELPIE_FAULTS_TIMES");
+  return wanted.empty() ? 1 : std::stol(wanted);
+}
+
 // A call that a session without a fault has made.
 struct Call {
   std::string kind;
@@ -92,7 +98,7 @@ class Faults : public testing::TestWithParam<std::string> {
       const bool isNew = seen.emplace(call.kind, call.place).second;
       if (extent() != Extent::All && !isNew) continue;
       for (const std::string& error : FaultErrors::of(call.kind))
-        faults.push_back({GetParam(), call.kind, call.number, error, 1, ""});
+        faults.push_back({GetParam(), call.kind, call.number, error, times(), ""});
     }
     return extent() == Extent::Sample ? sampleOf(std::move(faults)) : shareOf(faults);
   }
