@@ -119,13 +119,20 @@ bool restrict(Sites& now, const Sites& before) {
   return hasMore;
 }
 
+// What was to be put aside, and could not be read just now, would be lost without having been
+// named.
+bool isNewlyUnkeepable(const std::string& path, const PathSurvey& now, const PathSurvey& before) {
+  return now.unkeepable().contains(path) && !before.unkeepable().contains(path);
+}
+
 bool differs(const Sites& now, const Sites& before) {
   return std::ranges::any_of(now, [&](const Site& site) {
     const Site& same = *std::ranges::find_if(
         before, [&](const Site& each) { return each.workingCopy == site.workingCopy; });
     return std::ranges::any_of(site.plan.targets, [&](const auto& target) {
       return target.second != same.plan.targets.at(target.first) ||
-             !site.survey.at(target.first).isAs(same.survey.at(target.first));
+             !site.survey.at(target.first).isAs(same.survey.at(target.first)) ||
+             isNewlyUnkeepable(target.first, site.survey, same.survey);
     });
   });
 }
