@@ -54,7 +54,7 @@ class AgentProgram {
   bool hasName_ = false;
   // Of the copy that this one waits for; null when it waits for none.
   std::shared_ptr<ProcessMonitor> ownerMonitor_;
-  std::unique_ptr<MainLoop::Source> patience_;  // until the wait is told of
+  std::unique_ptr<EventLoop::Timer> patience_;  // until the wait is told of
   bool hasSaidSo_ = false;
   std::unique_ptr<AgentService> service_;
 };

@@ -89,9 +89,9 @@ class AgentService {
   ProtocolPeer peer_;
   std::unique_ptr<MainLoop::Source> watching_;
   std::unique_ptr<MainLoop::Source> watchingNames_;
-  std::unique_ptr<MainLoop::Source> watchingAgain_;
+  std::unique_ptr<EventLoop::Timer> watchingAgain_;
   bool saidUnwatched_ = false;
-  std::unique_ptr<MainLoop::Source> publishingAgain_;
+  std::unique_ptr<EventLoop::Timer> publishingAgain_;
   std::unique_ptr<NotificationObservation> appMessages_;
   std::unique_ptr<DefaultsObservation> trusting_;
 };

@@ -39,7 +39,7 @@ class ActionProgress {
 
  private:
   struct Watched {
-    std::unique_ptr<MainLoop::Source> timer;
+    std::unique_ptr<EventLoop::Timer> timer;
     std::optional<Notifier::Key> told;
   };
 

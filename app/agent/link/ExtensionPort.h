@@ -11,7 +11,7 @@
 
 #include "agent/link/RepositoryMessages.h"
 #include "foundation/ThreadBound.h"
-#include "linux/base/MainLoop.h"
+#include "linux/base/EventLoop.h"
 #include "platform/MessagePort.h"
 #include "platform/SerialQueue.h"
 
@@ -34,7 +34,7 @@ class ExtensionPort : public std::enable_shared_from_this<ExtensionPort> {
   };
 
   struct Services {
-    MainLoop& loop;
+    EventLoop& loop;
     SerialQueues& queues;
     MessagePorts& ports;
   };
@@ -82,7 +82,7 @@ class ExtensionPort : public std::enable_shared_from_this<ExtensionPort> {
   bool sending_ = false;
   bool answered_ = false;  // a message has gone out since the connection was made
   bool silent_ = false;    // the last message did not go out in time
-  std::unique_ptr<MainLoop::Source> retry_;
+  std::unique_ptr<EventLoop::Timer> retry_;
   ThreadBound thread_;
 };
 

@@ -9,7 +9,7 @@ namespace kelpie::agent {
 
 using Clock = ReadingPace::Clock;
 
-ReadingLane::ReadingLane(MainLoop& loop, std::shared_ptr<ReadingSlots> slots,
+ReadingLane::ReadingLane(EventLoop& loop, std::shared_ptr<ReadingSlots> slots,
                          ReadingSlots::Urgency urgency, std::function<void()> begin)
     : loop_(loop), slots_(std::move(slots)), urgency_(urgency), begin_(std::move(begin)) {}
 
@@ -19,7 +19,7 @@ ReadingLane::~ReadingLane() {
 
 void ReadingLane::changed() {
   thread_.check();
-  pace_.changed(Clock::now());
+  pace_.changed(loop_.now());
   schedule();
 }
 
@@ -32,7 +32,7 @@ void ReadingLane::setWanted(bool wanted) {
 void ReadingLane::finished(bool foundSomething) {
   thread_.check();
   stage_ = Stage::Resting;
-  pace_.finished(Clock::now(), foundSomething);
+  pace_.finished(loop_.now(), foundSomething);
   slots_->leave(ticket_);
   schedule();
 }
@@ -42,14 +42,14 @@ void ReadingLane::schedule() {
   if (!wanted_ || stage_ != Stage::Resting || timer_ != nullptr) return;
   const std::optional<Clock::time_point> next = pace_.next();
   if (!next) return;
-  const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
+  const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*next - loop_.now());
   timer_ = loop_.callAfter(std::max(wait, std::chrono::milliseconds::zero()), [this] { due(); });
 }
 
 void ReadingLane::due() {
   timer_.reset();
   const std::optional<Clock::time_point> next = pace_.next();
-  if (!wanted_ || !next || *next > Clock::now()) return schedule();
+  if (!wanted_ || !next || *next > loop_.now()) return schedule();
   stage_ = Stage::Queued;
   queueUp();
 }
@@ -76,7 +76,7 @@ void ReadingLane::begin(ReadingSlots::Ticket ticket) {
   }
   ticket_ = ticket;
   stage_ = Stage::Reading;
-  pace_.started(Clock::now());
+  pace_.started(loop_.now());
   begin_();
 }
 

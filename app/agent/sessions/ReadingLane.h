@@ -6,7 +6,7 @@
 #include "agent/sessions/ReadingPace.h"
 #include "agent/sessions/ReadingSlots.h"
 #include "foundation/ThreadBound.h"
-#include "linux/base/MainLoop.h"
+#include "linux/base/EventLoop.h"
 
 namespace kelpie::agent {
 
@@ -15,7 +15,7 @@ namespace kelpie::agent {
 class ReadingLane {
  public:
   // `begin` starts a reading, whose end is to be told with finished(). `loop` outlives this.
-  ReadingLane(MainLoop& loop, std::shared_ptr<ReadingSlots> slots, ReadingSlots::Urgency urgency,
+  ReadingLane(EventLoop& loop, std::shared_ptr<ReadingSlots> slots, ReadingSlots::Urgency urgency,
               std::function<void()> begin);
   ~ReadingLane();
   ReadingLane(const ReadingLane&) = delete;
@@ -25,6 +25,8 @@ class ReadingLane {
   void changed();
   // The last reading is known to be out of date.
   bool isBehind() const { return pace_.hasChanged(); }
+  // A reading runs.
+  bool isReading() const { return stage_ == Stage::Reading; }
   // Applies to a reading that waits for its turn as well.
   void setUrgency(ReadingSlots::Urgency urgency);
   // Whether the reading is wanted. Changes in between are read once it is.
@@ -40,7 +42,7 @@ class ReadingLane {
   void queueUp();
   void begin(ReadingSlots::Ticket ticket);
 
-  MainLoop& loop_;
+  EventLoop& loop_;
   std::shared_ptr<ReadingSlots> slots_;
   ReadingSlots::Urgency urgency_;
   std::function<void()> begin_;
@@ -48,7 +50,7 @@ class ReadingLane {
   bool wanted_ = false;
   Stage stage_ = Stage::Resting;
   ReadingSlots::Ticket ticket_ = 0;
-  std::unique_ptr<MainLoop::Source> timer_;
+  std::unique_ptr<EventLoop::Timer> timer_;
   // Tasks that wait for a slot check it to see whether this still exists.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   ThreadBound thread_;

@@ -5,7 +5,7 @@
 
 namespace kelpie::agent {
 
-ReadingSlots::ReadingSlots(MainLoop& loop, std::size_t slots, std::chrono::milliseconds patience)
+ReadingSlots::ReadingSlots(EventLoop& loop, std::size_t slots, std::chrono::milliseconds patience)
     : loop_(loop), slots_(std::max<std::size_t>(slots, 1)), patience_(patience) {}
 
 void ReadingSlots::enter(Urgency urgency, std::function<void(Ticket ticket)> start) {

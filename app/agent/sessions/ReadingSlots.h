@@ -10,7 +10,7 @@
 #include <memory>
 
 #include "foundation/ThreadBound.h"
-#include "linux/base/MainLoop.h"
+#include "linux/base/EventLoop.h"
 
 namespace kelpie::agent {
 
@@ -22,7 +22,7 @@ class ReadingSlots {
   using Ticket = std::uint64_t;
 
   // `loop` outlives this. At least one slot.
-  ReadingSlots(MainLoop& loop, std::size_t slots, std::chrono::milliseconds patience = kPatience);
+  ReadingSlots(EventLoop& loop, std::size_t slots, std::chrono::milliseconds patience = kPatience);
 
   // What is waited for, the most urgent first: items on screen, then items that may never be.
   enum class Urgency { Finding, Status, References, LaterStatus, LaterFinding };
@@ -42,11 +42,11 @@ class ReadingSlots {
   // The most urgent queue that is not empty; null when all are.
   Waiting* nextWaiting();
 
-  MainLoop& loop_;
+  EventLoop& loop_;
   const std::size_t slots_;
   const std::chrono::milliseconds patience_;
   // Each with the timer after which it no longer counts.
-  std::map<Ticket, std::unique_ptr<MainLoop::Source>> running_;
+  std::map<Ticket, std::unique_ptr<EventLoop::Timer>> running_;
   std::array<Waiting, 5> waiting_;  // by urgency
   Ticket last_ = 0;
   ThreadBound thread_;

@@ -25,30 +25,30 @@ void run(const std::shared_ptr<Readings>& self, const ReadingContext& context,
 
 }  // namespace
 
-StatusReadings::StatusReadings(ReadingContext context)
+GitStatusReadings::GitStatusReadings(ReadingContext context)
     : context_(std::move(context)),
       reader_(context_.git, context_.workingCopy),
       indexFolders_(context_.git, context_.workingCopy) {}
 
-void StatusReadings::start(Question question, std::function<void(Result)> done) {
+void GitStatusReadings::start(Question question, std::function<void(Result)> done) {
   thread_.check();
   question_ = std::move(question);
-  run(shared_from_this(), context_, &StatusReadings::read, std::move(done));
+  run(shared_from_this(), context_, &GitStatusReadings::read, std::move(done));
 }
 
-void StatusReadings::cancel() {
+void GitStatusReadings::cancel() {
   thread_.check();
   g_cancellable_cancel(context_.cancellable.get());
 }
 
-StatusReadings::Result StatusReadings::read() {
+GitStatusReadings::Result GitStatusReadings::read() {
   Result result;
   result.question = std::move(question_);
   readStatus(result);
   return result;
 }
 
-void StatusReadings::readStatus(Result& result) {
+void GitStatusReadings::readStatus(Result& result) {
   const URL root = URL::fileURLWithPath(context_.workingCopy.root);
   if (root.identifier(context_.files) != context_.messages->target() ||
       (result.question.find && isGone())) {
@@ -74,27 +74,27 @@ void StatusReadings::readStatus(Result& result) {
 }
 
 // A working copy that git refuses for another reason is still there.
-bool StatusReadings::isGone() const {
+bool GitStatusReadings::isGone() const {
   const WorkingCopy& own = context_.workingCopy;
   const WorkingCopyFinder::Finding finding = WorkingCopyFinder(context_.git).find(own.root);
   if (finding.workingCopy) return *finding.workingCopy != own;
   return finding.failure.empty();
 }
 
-ReferencesReadings::ReferencesReadings(ReadingContext context)
+GitReferencesReadings::GitReferencesReadings(ReadingContext context)
     : context_(std::move(context)), reader_(context_.git, context_.workingCopy) {}
 
-void ReferencesReadings::start(std::function<void(Result)> done) {
+void GitReferencesReadings::start(std::function<void(Result)> done) {
   thread_.check();
-  run(shared_from_this(), context_, &ReferencesReadings::read, std::move(done));
+  run(shared_from_this(), context_, &GitReferencesReadings::read, std::move(done));
 }
 
-void ReferencesReadings::cancel() {
+void GitReferencesReadings::cancel() {
   thread_.check();
   g_cancellable_cancel(context_.cancellable.get());
 }
 
-ReferencesReadings::Result ReferencesReadings::read() {
+GitReferencesReadings::Result GitReferencesReadings::read() {
   Result result;
   ReferencesReader::Reading reading = reader_.read(context_.cancellable.get());
   if (auto* failure = std::get_if<std::string>(&reading)) {

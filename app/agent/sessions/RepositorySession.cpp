@@ -42,26 +42,17 @@ RepositorySession::RepositorySession(const SessionServices& services,
       referencesLane_(services.loop, services.slots, ReadingSlots::Urgency::References,
                       [this] { readReferences(); }),
       proof_(services.loop, workingCopy.root, services.proofTime, [this] { prove(); }) {
-  const auto context = [&](std::string_view label) {
-    return ReadingContext{workingCopy,    services.git,          messages_,
-                          services.files, services.loop.queue(), services.queues.makeQueue(label)};
-  };
-  statusReadings_ = std::make_shared<StatusReadings>(context("org.kelpie.Kelpie.StatusQueue"));
-  referencesReadings_ =
-      std::make_shared<ReferencesReadings>(context("org.kelpie.Kelpie.ReferencesQueue"));
-  watch_ = std::make_unique<RepositoryWatch>(
-      services.watcher, workingCopy, services.loop.queue(),
-      services.queues.makeQueue("org.kelpie.Kelpie.WatchQueue"),
-      RepositoryWatch::Callbacks{
-          [this](Change change, const std::string& path) { changed(change, path); },
-          [this] { watchIncomplete(); }});
+  parts_ =
+      services.makeParts(services, workingCopy, messages_,
+                         {[this](Change change, const std::string& path) { changed(change, path); },
+                          [this] { watchIncomplete(); }});
   statusLane_.changed();
   referencesLane_.changed();
 }
 
 RepositorySession::~RepositorySession() {
-  statusReadings_->cancel();
-  referencesReadings_->cancel();
+  parts_.status->cancel();
+  parts_.references->cancel();
 }
 
 // -- The extensions -------------------------------------------------------------------------------
@@ -82,7 +73,7 @@ void RepositorySession::open(const std::shared_ptr<ExtensionPort>& port, const s
   tell(subscriber);
   updateWanted();
   // What cannot be watched is looked at when somebody looks.
-  if (!watch_->isComplete()) changed({true, true});
+  if (!parts_.watch->isComplete()) changed({true, true});
 }
 
 bool RepositorySession::isOpenFor(const std::string& portName, const std::string& folder) const {
@@ -93,7 +84,7 @@ bool RepositorySession::isOpenFor(const std::string& portName, const std::string
 
 void RepositorySession::setNeighbour(bool isNeighbour) {
   thread_.check();
-  if (std::exchange(isNeighbour_, isNeighbour) != isNeighbour) watch_->setModest(isNeighbour);
+  if (std::exchange(isNeighbour_, isNeighbour) != isNeighbour) parts_.watch->setModest(isNeighbour);
 }
 
 void RepositorySession::withdraw() {
@@ -244,9 +235,9 @@ void RepositorySession::readStatus() {
   StatusReadings::Question question{std::exchange(placeChanged_, false), status_,
                                     std::exchange(places_, {}), std::exchange(isToProve_, false)};
   // Where changes go unseen, each look is to find them.
-  if (!watch_->isComplete()) question.places.addEverything();
-  statusReadings_->start(std::move(question),
-                         [this](StatusReadings::Result result) { statusRead(std::move(result)); });
+  if (!parts_.watch->isComplete()) question.places.addEverything();
+  parts_.status->start(std::move(question),
+                       [this](StatusReadings::Result result) { statusRead(std::move(result)); });
 }
 
 void RepositorySession::statusRead(StatusReadings::Result result) {
@@ -270,7 +261,7 @@ void RepositorySession::statusRead(StatusReadings::Result result) {
   tellAll();
   // The lane first: what the watch finds new leads to one more reading.
   statusLane_.finished(foundSomething);
-  watch_->follow(*status_, result.trackedFolders);
+  parts_.watch->follow(*status_, result.trackedFolders);
   watchSettings(result.settingsFiles);
 }
 
@@ -294,7 +285,7 @@ void RepositorySession::watchSettings(const std::vector<std::string>& files) {
 }
 
 void RepositorySession::readReferences() {
-  referencesReadings_->start(
+  parts_.references->start(
       [this](ReferencesReadings::Result result) { referencesRead(std::move(result)); });
 }
 
@@ -310,7 +301,7 @@ void RepositorySession::referencesRead(ReferencesReadings::Result result) {
     foundSomething |= update(i + 1, std::move(result.messages[i]));
   if (foundSomething) tellAll();
   referencesLane_.finished(foundSomething);
-  watch_->followReferences();
+  parts_.watch->followReferences();
 }
 
 // One log line for each failure, however often it is met, and one notice for one that stays. What

@@ -21,19 +21,18 @@
 #include "agent/sessions/EarlyFolders.h"
 #include "agent/sessions/ReadingLane.h"
 #include "agent/sessions/ReadingSlots.h"
-#include "agent/sessions/RepositoryReadings.h"
+#include "agent/sessions/SessionParts.h"
 #include "agent/sessions/SettingsWatch.h"
 #include "agent/sessions/StatusProof.h"
 #include "agent/watch/DirectoryWatcher.h"
-#include "agent/watch/RepositoryWatch.h"
 #include "foundation/ThreadBound.h"
-#include "linux/base/MainLoop.h"
+#include "linux/base/EventLoop.h"
 
 namespace kelpie::agent {
 
 // What the sessions of all repositories share. It outlives them.
 struct SessionServices {
-  MainLoop& loop;
+  EventLoop& loop;
   SerialQueues& queues;
   DirectoryWatcher& watcher;
   DirectoryWatcher& names;  // one that is interested in names alone
@@ -50,6 +49,8 @@ struct SessionServices {
   std::function<void(const std::string& folder, const std::string& failure)> looked = {};
   // How long a status that was read in parts is at rest before it is held to the whole.
   std::chrono::milliseconds proofTime = StatusProof::kRest;
+  // What a session reads and watches with.
+  SessionPartsMaker makeParts = partsWithGit;
 };
 
 // One open working copy: reads it, watches it, and tells the extensions that have opened it what
@@ -124,7 +125,7 @@ class RepositorySession {
     bool isToOpen = false;  // it is to be told of the working copy, for the first time or again
     std::array<std::uint64_t, kMessages> told{};  // the revisions that it knows
     // Runs for kRefreshPause after the status was told again, and whether it is wanted once more.
-    std::unique_ptr<MainLoop::Source> refreshPause{};
+    std::unique_ptr<EventLoop::Timer> refreshPause{};
     bool isToRefresh = false;
   };
 
@@ -138,7 +139,7 @@ class RepositorySession {
   void updateWanted();
   // Tells the status again, though the extension knows it: once for all folders of a pause.
   void refresh(Subscriber& subscriber);
-  // `path`: see RepositoryWatch::Callbacks.
+  // `path`: see WorkingCopyWatch::Callbacks.
   void changed(Change change, const std::string& path = {});
   void prove();
   void readStatus();
@@ -163,9 +164,7 @@ class RepositorySession {
   const bool wasTaken_;
   Callbacks callbacks_;
   std::shared_ptr<const RepositoryMessages> messages_;
-  std::shared_ptr<StatusReadings> statusReadings_;
-  std::shared_ptr<ReferencesReadings> referencesReadings_;
-  std::unique_ptr<RepositoryWatch> watch_;
+  SessionParts parts_;
   std::vector<std::string> settingsFiles_;
   std::unique_ptr<SettingsWatch> settingsWatch_;  // of these; null without any
 
@@ -186,8 +185,8 @@ class RepositorySession {
   ChangedPlaces places_;       // since the last reading of the status started
   bool isToProve_ = false;     // the next reading is the proof
   StatusProof proof_;
-  std::unique_ptr<MainLoop::Source> idleTimer_;
-  std::unique_ptr<MainLoop::Source> secondLook_;
+  std::unique_ptr<EventLoop::Timer> idleTimer_;
+  std::unique_ptr<EventLoop::Timer> secondLook_;
   ThreadBound thread_;
 };
 

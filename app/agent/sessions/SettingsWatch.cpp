@@ -16,7 +16,7 @@ constexpr int kMaximumLinks = 8;
 
 }  // namespace
 
-SettingsWatch::SettingsWatch(MainLoop& loop, SerialQueues& queues, DirectoryWatcher& names,
+SettingsWatch::SettingsWatch(EventLoop& loop, SerialQueues& queues, DirectoryWatcher& names,
                              Callbacks callbacks)
     : loop_(loop),
       names_(names),

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "agent/watch/DirectoryWatcher.h"
-#include "linux/base/MainLoop.h"
+#include "linux/base/EventLoop.h"
 #include "platform/SerialQueue.h"
 
 namespace kelpie::agent {
@@ -28,7 +28,8 @@ class SettingsWatch {
   };
 
   // `names` is a watcher that is interested in names. All outlive this.
-  SettingsWatch(MainLoop& loop, SerialQueues& queues, DirectoryWatcher& names, Callbacks callbacks);
+  SettingsWatch(EventLoop& loop, SerialQueues& queues, DirectoryWatcher& names,
+                Callbacks callbacks);
   ~SettingsWatch();
   SettingsWatch(const SettingsWatch&) = delete;
   SettingsWatch& operator=(const SettingsWatch&) = delete;
@@ -43,14 +44,14 @@ class SettingsWatch {
   static Places watchAll(const std::vector<std::string>& files, DirectoryWatcher& names,
                          DirectoryWatcher::Client client);
 
-  MainLoop& loop_;
+  EventLoop& loop_;
   DirectoryWatcher& names_;
   const Callbacks callbacks_;
   DirectoryWatcher::Client client_;
   std::shared_ptr<SerialQueue> queue_;
   Places places_;
   bool isWatching_ = false;
-  std::unique_ptr<MainLoop::Source> timer_;
+  std::unique_ptr<EventLoop::Timer> timer_;
   // Tasks check it to see whether this still exists.
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

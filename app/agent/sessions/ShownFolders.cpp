@@ -35,7 +35,7 @@ bool isAtOrBelow(std::string_view path, std::string_view folder) {
 
 }  // namespace
 
-ShownFolders::ShownFolders(MainLoop& loop, DirectoryWatcher& names, Callbacks callbacks)
+ShownFolders::ShownFolders(EventLoop& loop, DirectoryWatcher& names, Callbacks callbacks)
     : loop_(loop),
       names_(names),
       callbacks_(std::move(callbacks)),

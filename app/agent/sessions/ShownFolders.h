@@ -13,7 +13,7 @@
 #include "agent/link/ExtensionPort.h"
 #include "agent/watch/DirectoryWatcher.h"
 #include "foundation/ThreadBound.h"
-#include "linux/base/MainLoop.h"
+#include "linux/base/EventLoop.h"
 
 namespace kelpie::agent {
 
@@ -30,7 +30,7 @@ class ShownFolders {
   };
 
   // `names` is a watcher that is interested in names. All outlive this.
-  ShownFolders(MainLoop& loop, DirectoryWatcher& names, Callbacks callbacks);
+  ShownFolders(EventLoop& loop, DirectoryWatcher& names, Callbacks callbacks);
   ~ShownFolders();
   ShownFolders(const ShownFolders&) = delete;
   ShownFolders& operator=(const ShownFolders&) = delete;
@@ -83,14 +83,14 @@ class ShownFolders {
   bool isShownWithin(const std::string& path) const;
   void tell();
 
-  MainLoop& loop_;
+  EventLoop& loop_;
   DirectoryWatcher& names_;
   const Callbacks callbacks_;
   DirectoryWatcher::Client client_;
   std::map<std::string, Folder, std::less<>> folders_;
   std::uint64_t lastAge_ = 0;
   std::set<std::string> doubted_;
-  std::unique_ptr<MainLoop::Source> timer_;
+  std::unique_ptr<EventLoop::Timer> timer_;
   ThreadBound thread_;
 };
 

@@ -10,7 +10,7 @@ constexpr std::chrono::milliseconds kNewsTravels{200};
 
 }  // namespace
 
-StatusProof::StatusProof(MainLoop& loop, std::string root, std::chrono::milliseconds rest,
+StatusProof::StatusProof(EventLoop& loop, std::string root, std::chrono::milliseconds rest,
                          std::function<void()> begin)
     : loop_(loop), root_(std::move(root)), rest_(rest), begin_(std::move(begin)) {}
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "foundation/ThreadBound.h"
-#include "linux/base/MainLoop.h"
+#include "linux/base/EventLoop.h"
 
 namespace kelpie::agent {
 
@@ -20,7 +20,7 @@ class StatusProof {
   static constexpr std::chrono::milliseconds kRest = std::chrono::minutes(1);
 
   // `root` is for the log; `begin` starts a reading of the whole. `loop` outlives this.
-  StatusProof(MainLoop& loop, std::string root, std::chrono::milliseconds rest,
+  StatusProof(EventLoop& loop, std::string root, std::chrono::milliseconds rest,
               std::function<void()> begin);
   StatusProof(const StatusProof&) = delete;
   StatusProof& operator=(const StatusProof&) = delete;
@@ -40,12 +40,12 @@ class StatusProof {
   std::size_t defects() const { return defects_; }
 
  private:
-  MainLoop& loop_;
+  EventLoop& loop_;
   const std::string root_;
   const std::chrono::milliseconds rest_;
   const std::function<void()> begin_;
-  std::unique_ptr<MainLoop::Source> due_;
-  std::unique_ptr<MainLoop::Source> verdict_;
+  std::unique_ptr<EventLoop::Timer> due_;
+  std::unique_ptr<EventLoop::Timer> verdict_;
   std::size_t defects_ = 0;
   ThreadBound thread_;
 };

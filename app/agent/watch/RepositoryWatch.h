@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -9,8 +8,8 @@
 
 #include "agent/git/StatusSnapshot.h"
 #include "agent/git/WorkingCopyFinder.h"
-#include "agent/watch/ChangeRules.h"
 #include "agent/watch/DirectoryWatcher.h"
+#include "agent/watch/WorkingCopyWatch.h"
 #include "foundation/ThreadBound.h"
 #include "platform/SerialQueue.h"
 
@@ -18,40 +17,20 @@ namespace kelpie::agent {
 
 // Watches one working copy: what git keeps of it, and every folder of it that is not ignored. Main
 // thread; folders are walked through on a queue of their own.
-class RepositoryWatch {
+class RepositoryWatch final : public WorkingCopyWatch {
  public:
-  struct Callbacks {
-    // Something has changed; the status only at and below the path, which is relative to the root,
-    // or anywhere when the path is empty.
-    std::function<void(Change change, const std::string& path)> changed;
-    // There are more folders than can be watched: said once. From then on, changes in some of
-    // them go unseen.
-    std::function<void()> limitReached;
-  };
-
   RepositoryWatch(DirectoryWatcher& watcher, WorkingCopy workingCopy,
                   std::shared_ptr<SerialQueue> main, std::shared_ptr<SerialQueue> walks,
                   Callbacks callbacks);
-  ~RepositoryWatch();
+  ~RepositoryWatch() override;
   RepositoryWatch(const RepositoryWatch&) = delete;
   RepositoryWatch& operator=(const RepositoryWatch&) = delete;
 
-  // After each status: watches the folders that have come into being or are ignored no more, and
-  // lets go of those that are ignored now. The first call watches the whole working copy. Where the
-  // user does not want to see untracked files, only `trackedFolders` (absolute; absent when they
-  // are the same as before) are watched. When something was not watched before, it counts as
-  // changed once more, since what happened to it until now went unseen.
   void follow(const StatusSnapshot& status,
-              const std::optional<std::vector<std::string>>& trackedFolders = std::nullopt);
-
-  // After the references were read: watches the folders that git has made for new ones.
-  void followReferences();
-
-  // Whether it leaves half of the watches to others.
-  void setModest(bool modest) { watcher_.setModest(client_, modest); }
-
-  // Every folder that should be watched is, or will be once the walk under way has ended.
-  bool isComplete() const { return !limitReached_ && failedWalks_ == 0; }
+              const std::optional<std::vector<std::string>>& trackedFolders) override;
+  void followReferences() override;
+  void setModest(bool modest) override { watcher_.setModest(client_, modest); }
+  bool isComplete() const override { return !limitReached_ && failedWalks_ == 0; }
 
  private:
   // What the walking queue is to watch, and the result.

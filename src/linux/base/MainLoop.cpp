@@ -158,7 +158,7 @@ std::unique_ptr<MainLoop::Source> MainLoop::watch(int fd, GIOCondition condition
   return std::make_unique<Source>(source);
 }
 
-std::unique_ptr<MainLoop::Source> MainLoop::callAfter(std::chrono::milliseconds delay,
+std::unique_ptr<EventLoop::Timer> MainLoop::callAfter(std::chrono::milliseconds delay,
                                                       std::function<void()> task) {
   checkIsOn(*queue_);
   GSource* source = g_timeout_source_new(static_cast<guint>(delay.count()));

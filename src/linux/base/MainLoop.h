@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 
+#include "linux/base/EventLoop.h"
 #include "platform/Log.h"
 #include "platform/SerialQueue.h"
 
@@ -15,13 +16,13 @@ namespace kelpie {
 // The main thread's event loop: GLib's default context, on which the session bus delivers as
 // well. Made on the main thread. All callbacks run there; a std::invalid_argument that one of them
 // lets out is logged as one line, and the loop goes on. One at a time in a process.
-class MainLoop {
+class MainLoop final : public EventLoop {
  public:
   // A registered callback; letting it go ends it, also from inside the callback. Main thread.
-  class Source {
+  class Source final : public Timer {
    public:
     explicit Source(GSource* source) : source_(source) {}
-    ~Source();
+    ~Source() override;
     Source(const Source&) = delete;
     Source& operator=(const Source&) = delete;
 
@@ -31,7 +32,7 @@ class MainLoop {
 
   // `log` outlives this.
   explicit MainLoop(Log& log);
-  ~MainLoop();
+  ~MainLoop() override;
   MainLoop(const MainLoop&) = delete;
   MainLoop& operator=(const MainLoop&) = delete;
 
@@ -43,18 +44,16 @@ class MainLoop {
   // Any thread.
   void quit(int status);
 
-  // The main thread's queue. Its tasks run one after the other, and other events come in between.
-  // isCurrent() is true on the main thread, whatever event runs there. Any thread.
-  std::shared_ptr<SerialQueue> queue() const;
-
   // Calls `onReady` each time that `fd` is ready for one of `conditions`, or has an error or a
   // hang-up. `fd` is borrowed for the life of the source. Main thread.
   std::unique_ptr<Source> watch(int fd, GIOCondition conditions,
                                 std::function<void(GIOCondition)> onReady);
-  // Calls `task` once. Main thread.
-  std::unique_ptr<Source> callAfter(std::chrono::milliseconds delay, std::function<void()> task);
 
-  Log& log() const { return log_; }
+  std::shared_ptr<SerialQueue> queue() const override;
+  std::unique_ptr<Timer> callAfter(std::chrono::milliseconds delay,
+                                   std::function<void()> task) override;
+  Clock::time_point now() const override { return Clock::now(); }
+  Log& log() const override { return log_; }
 
  private:
   class Queue;

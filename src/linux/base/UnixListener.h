@@ -34,7 +34,7 @@ class UnixListener {
   std::string path_;
   UniqueFd socket_;
   Handler handler_;
-  std::unique_ptr<MainLoop::Source> source_;  // waits for connections, or for the end of a pause
+  std::unique_ptr<EventLoop::Timer> source_;  // waits for connections, or for the end of a pause
 };
 
 }  // namespace kelpie

@@ -57,7 +57,7 @@ class HostConnection {
   std::string endReason_;
   std::unique_ptr<MainLoop::Source> reading_;
   std::unique_ptr<MainLoop::Source> writing_;  // while the socket takes no more
-  std::unique_ptr<MainLoop::Source> ending_;
+  std::unique_ptr<EventLoop::Timer> ending_;
   ThreadBound thread_;
 };
 

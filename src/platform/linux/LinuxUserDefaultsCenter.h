@@ -34,7 +34,7 @@ class LinuxUserDefaultsCenter final : public UserDefaultsCenter {
   DefaultsWatch watch_;  // before anything is read: no change is missed
   Mutex mutex_;
   std::vector<std::weak_ptr<DefaultsStore>> stores_ KELPIE_GUARDED_BY(mutex_);
-  std::unique_ptr<MainLoop::Source> again_;
+  std::unique_ptr<EventLoop::Timer> again_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   LinuxUserDefaults standard_;
 };

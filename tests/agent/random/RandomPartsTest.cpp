@@ -76,7 +76,7 @@ class KeptStatus {
       if (update.reading.index() != 0) return places_.addEverything();
       known_ = std::get<0>(std::move(update.reading));
       ++readings_[update.whole];
-      watch_->follow(*known_);
+      watch_->follow(*known_, std::nullopt);
       pump();
     }
   }

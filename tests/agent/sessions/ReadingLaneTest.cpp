@@ -5,6 +5,7 @@
 #include <chrono>
 #include <string>
 
+#include "linux/base/MainLoop.h"
 #include "support/EventLog.h"
 #include "support/FakeLog.h"
 

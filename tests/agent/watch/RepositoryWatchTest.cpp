@@ -51,7 +51,7 @@ class RepositoryWatchTest : public testing::Test {
   void follow() {
     const auto reading = StatusReader(GitCommand("git", "/"), copy_).read();
     ASSERT_EQ(reading.index(), 0U);
-    watch_->follow(*std::get<0>(reading));
+    watch_->follow(*std::get<0>(reading), std::nullopt);
   }
 
   // Follows until nothing changes any more, and forgets what was seen by then.
