@@ -50,7 +50,10 @@ RepositorySession::RepositorySession(const SessionServices& services,
   referencesLane_.changed();
 }
 
+// A lane that goes gives its slot to the next one, which must not be the other lane of this.
 RepositorySession::~RepositorySession() {
+  statusLane_.setWanted(false);
+  referencesLane_.setWanted(false);
   parts_.status->cancel();
   parts_.references->cancel();
 }
@@ -139,7 +142,9 @@ void RepositorySession::forget(const std::string& portName) {
 RepositorySession::Subscriber& RepositorySession::subscribe(
     const std::shared_ptr<ExtensionPort>& port) {
   idleTimer_.reset();
-  if (subscribers_.empty()) wasUnwanted_ = statusLane_.isBehind();
+  // What a reading that runs was begun for, and what one that failed was to find, is not known.
+  if (subscribers_.empty())
+    wasUnwanted_ |= statusLane_.isBehind() || statusLane_.isReading() || !places_.isEmpty();
   Subscriber& subscriber =
       subscribers_.try_emplace(port->name(), Subscriber{port, EarlyFolders(workingCopy_.root), {}})
           .first->second;

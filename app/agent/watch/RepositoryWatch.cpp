@@ -187,7 +187,13 @@ void RepositoryWatch::start(Walk walk) {
 }
 
 void RepositoryWatch::finished(const Walked& walked) {
-  if (walked.limitReached && !std::exchange(limitReached_, true)) callbacks_.limitReached();
+  if (walked.limitReached && !std::exchange(limitReached_, true)) {
+    // The owner may let go of this.
+    const std::shared_ptr<bool> alive = alive_;
+    const auto limitReached = callbacks_.limitReached;
+    limitReached();
+    if (!*alive) return;
+  }
   if (walked.gitAdded) callbacks_.changed({true, true}, {});
   walkAgain(walked);
   for (const std::string& path : walked.added)

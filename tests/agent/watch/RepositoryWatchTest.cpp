@@ -352,6 +352,26 @@ TEST_F(RepositoryWatchTest, TooManyFoldersAreSaidOnce) {
   EXPECT_EQ(limitsReached_, 1);
 }
 
+// As the session of a working copy does that nobody has asked for.
+TEST_F(RepositoryWatchTest, ItsOwnerMayLetGoOfItWhenThereAreTooManyFolders) {
+  for (int i = 0; i < 30; ++i) sandbox_.write("r/many/" + std::to_string(i) + "/f", "1\n");
+  watcher_ = std::make_unique<DirectoryWatcher>(20);
+  copy_ = WorkingCopyFinder(GitCommand("git", "/")).find(sandbox_.path("r")).workingCopy.value();
+  bool isGone = false;
+  watch_ = std::make_unique<RepositoryWatch>(
+      *watcher_, copy_, queues_.mainQueue(), queues_.makeQueue("walks"),
+      RepositoryWatch::Callbacks{
+          [&isGone](const Change&, const std::string&) { EXPECT_FALSE(isGone); },
+          [this, &isGone] {
+            isGone = true;
+            watch_.reset();
+          }});
+  follow();
+  pumpAll(*watcher_, queues_);
+  EXPECT_TRUE(isGone);
+  EXPECT_EQ(watcher_->count(), 0U);
+}
+
 TEST_F(RepositoryWatchTest, ARepositoryThatGoesIsSeen) {
   open();
   std::filesystem::rename(sandbox_.path("r"), sandbox_.path("elsewhere"));
