@@ -27,7 +27,7 @@ class Ticks {
   }
 
   MainLoop& loop_;
-  std::unique_ptr<MainLoop::Source> timer_;
+  std::unique_ptr<EventLoop::Timer> timer_;
 };
 
 }  // namespace
