@@ -15,11 +15,17 @@ ExtensionPort::ExtensionPort(const Services& services, std::string name,
       callbacks_(std::move(callbacks)),
       queue_(services.queues.makeQueue("org.kelpie.Kelpie.SendingQueue")) {}
 
-// The newer message goes to the end: what was posted in between may have to come before it.
+// A message that waits already keeps its place: what was posted after it may only be understood
+// behind it. A newer one about its matter goes to the end: what was posted in between may have to
+// come before it.
 void ExtensionPort::post(const Matter& matter, Message message) {
   thread_.check();
   if (message == nullptr || remote_ == nullptr) return;
-  std::erase_if(waiting_, [&](const Letter& letter) { return letter.matter == matter; });
+  const auto waiting = std::ranges::find(waiting_, matter, &Letter::matter);
+  if (waiting != waiting_.end()) {
+    if (isSameMessage(waiting->message, message)) return;
+    waiting_.erase(waiting);
+  }
   waiting_.push_back({matter, std::move(message)});
   if (matter.folder.empty())
     std::stable_partition(waiting_.begin(), waiting_.end(), [&](const Letter& letter) {
@@ -64,7 +70,13 @@ void ExtensionPort::sent(std::int32_t status) {
 void ExtensionPort::timedOut() {
   if (!std::exchange(silent_, true))
     services_.loop.log().write("port " + name_ + ": the extension does not read, trying again");
-  if (!isWaiting(underWay_.matter)) waiting_.push_front(std::move(underWay_));
+  const auto waiting = std::ranges::find(waiting_, underWay_.matter, &Letter::matter);
+  if (waiting == waiting_.end()) {
+    waiting_.push_front(std::move(underWay_));
+  } else if (isSameMessage(waiting->message, underWay_.message)) {
+    waiting_.erase(waiting);
+    waiting_.push_front(std::move(underWay_));
+  }
   underWay_ = {};
   retry_ = services_.loop.callAfter(kRetryAfter, [weak = weak_from_this()] {
     if (const auto port = weak.lock()) {
@@ -83,10 +95,6 @@ void ExtensionPort::connectionEnded() {
   waiting_.clear();
   if (remote_ == nullptr) return callbacks_.gone(name_);
   callbacks_.renewed(name_);
-}
-
-bool ExtensionPort::isWaiting(const Matter& matter) const {
-  return std::ranges::find(waiting_, matter, &Letter::matter) != waiting_.end();
 }
 
 }  // namespace kelpie::agent

@@ -19,7 +19,8 @@ namespace kelpie::agent {
 
 // The sending port to one running extension. Messages go out in order, on a queue of their own, so
 // that an extension that does not read delays nothing else. A newer message about the same matter
-// replaces one that still waits, so that the queue stays small. Main thread.
+// replaces one that still waits, so that the queue stays small; the same one keeps its place. Main
+// thread.
 class ExtensionPort : public std::enable_shared_from_this<ExtensionPort> {
  public:
   // The matter of a message: a working copy, by a number of its own, a selector, and possibly one
@@ -70,7 +71,6 @@ class ExtensionPort : public std::enable_shared_from_this<ExtensionPort> {
   void sent(std::int32_t status);
   void timedOut();
   void connectionEnded();
-  bool isWaiting(const Matter& matter) const;
 
   Services services_;
   const std::string name_;

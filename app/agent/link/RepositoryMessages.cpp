@@ -38,6 +38,10 @@ Message archived(Dictionary content) {
 
 }  // namespace
 
+bool isSameMessage(const Message& a, const Message& b) {
+  return a == b || (a != nullptr && b != nullptr && *a == *b);
+}
+
 RepositoryMessages::RepositoryMessages(WorkingCopy workingCopy, FileIdentifier target)
     : workingCopy_(std::move(workingCopy)), target_(std::move(target)) {}
 

@@ -19,6 +19,8 @@ namespace kelpie::agent {
 
 // An archived message, made once for all its receivers. Null for a message that cannot be archived.
 using Message = std::shared_ptr<const Bytes>;
+// Whether both are null or say the same.
+bool isSameMessage(const Message& a, const Message& b);
 
 // The messages that tell an extension of one working copy. Immutable; any thread.
 class RepositoryMessages {

@@ -22,10 +22,6 @@ std::string_view selectorOf(std::size_t index) {
                     : RepositoryMessages::referenceSelector(index - 1);
 }
 
-bool isSame(const Message& a, const Message& b) {
-  return a == b || (a != nullptr && b != nullptr && *a == *b);
-}
-
 }  // namespace
 
 RepositorySession::RepositorySession(const SessionServices& services,
@@ -177,7 +173,7 @@ void RepositorySession::updateWanted() {
 
 bool RepositorySession::update(std::size_t index, Message message) {
   Telling& telling = tellings_.at(index);
-  if (message == nullptr || isSame(telling.message, message)) return false;
+  if (message == nullptr || isSameMessage(telling.message, message)) return false;
   telling.message = std::move(message);
   ++telling.revision;
   return true;

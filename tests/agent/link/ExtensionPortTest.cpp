@@ -100,6 +100,35 @@ TEST_F(ExtensionPortTest, ANewerMessageTakesThePlaceOfOneThatStillWaits) {
   EXPECT_EQ(sent(), (Texts{"first:", "of another", "opening:", "new"}));
 }
 
+// What was posted in between may only be understood after it.
+TEST_F(ExtensionPortTest, AMessageThatIsPostedOnceMoreKeepsItsPlace) {
+  post(1, "first:");  // under way at once
+  post(1, "opening:");
+  post(1, "references:");
+  post(1, "opening:");
+  run();
+  EXPECT_EQ(sent(), (Texts{"first:", "opening:", "references:"}));
+}
+
+TEST_F(ExtensionPortTest, AMessageThatIsPostedOnceMoreKeepsItsPlaceThoughItDidNotGoOutInTime) {
+  ports_.failSends(RemoteMessagePort::kSendTimeout);
+  post(1, "opening:");  // under way at once
+  post(1, "references:");
+  post(1, "opening:");
+  run();
+  ports_.failSends(RemoteMessagePort::kSuccess);
+  const std::size_t tried = ports_.sent().size();
+  ASSERT_TRUE(loop_.runUntil(
+      [&] {
+        run();
+        return port_->waiting() == 0;
+      },
+      std::chrono::seconds(20)));
+  const Texts all = sent();
+  EXPECT_EQ(Texts(all.begin() + static_cast<std::ptrdiff_t>(tried), all.end()),
+            (Texts{"opening:", "references:"}));
+}
+
 TEST_F(ExtensionPortTest, WhatIsSaidOfAFolderComesAfterWhatIsSaidOfItsWorkingCopy) {
   post(1, "first:");  // under way at once
   post(1, "opening:", "old");

@@ -357,8 +357,10 @@ void SessionSimulation::show(const std::string& name, const std::string& folder,
   if (extension.port == nullptr) extension.port = connect(name);
   openSession();
   events_.add(name + " shows " + folder + (shallow ? ", shallow" : "") + (again ? ", again" : ""));
-  if (!session_->isUsed())
+  if (!session_->isUsed()) {
     extension.askedFirst = {repository_.changesTold, repository_.readingsMade};
+    extension.isAnswered = false;
+  }
   extension.wantsReferences |= !shallow;
   session_->open(extension.port, folder, shallow, again);
 }
@@ -502,7 +504,7 @@ void SessionSimulation::received(const std::string& name, const Bytes& message) 
   if (text.starts_with("status"))
     receivedStatus(extension, text);
   else if (text.starts_with("references"))
-    extension.references = text;
+    receivedReferences(extension, text);
   else
     receivedArchive(extension, name, message);
 }
@@ -510,11 +512,16 @@ void SessionSimulation::received(const std::string& name, const Bytes& message) 
 void SessionSimulation::receivedStatus(Extension& extension, const std::string& text) {
   EXPECT_TRUE(extension.isOpen) << "a status of a working copy that it does not know";
   const SimulatedRepository::Reading& reading = repository_.readings[text];
-  EXPECT_TRUE(reading.changesTold >= extension.askedFirst.changesTold ||
+  EXPECT_TRUE(!extension.isAnswered || reading.changesTold >= extension.askedFirst.changesTold ||
               reading.number > extension.askedFirst.number)
       << "a status that was known to be out of date: " << text;
-  extension.askedFirst = {};
+  if (extension.isAnswered) extension.askedFirst = {};
   extension.status = text;
+}
+
+void SessionSimulation::receivedReferences(Extension& extension, const std::string& text) {
+  EXPECT_TRUE(extension.isOpen) << "references of a working copy that it does not know";
+  extension.references = text;
 }
 
 void SessionSimulation::receivedArchive(Extension& extension, const std::string& name,
@@ -524,6 +531,7 @@ void SessionSimulation::receivedArchive(Extension& extension, const std::string&
   events_.add(name + " is told: " + selector);
   if (selector == RepositoryMessages::kOpening) {
     extension.isOpen = true;
+    extension.isAnswered = true;
   } else if (selector == RepositoryMessages::kIdentifier) {
     extension.isTaken = message[kMessageArgumentKey].isNil();
   } else if (selector == RepositoryMessages::kLookAgain) {

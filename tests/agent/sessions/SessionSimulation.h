@@ -79,8 +79,10 @@ class SessionSimulation {
     std::string status;
     std::string references;
     // What there was when it asked first, of a session that nobody used; its first status is of a
-    // reading that began later than these changes, or at least ended later.
+    // reading that began later than these changes, or at least ended later. What was on its way
+    // comes before the answer.
     SimulatedRepository::Reading askedFirst;
+    bool isAnswered = false;
   };
 
   bool chance(unsigned oneIn) { return random_() % oneIn == 0; }
@@ -100,6 +102,7 @@ class SessionSimulation {
   void quit(const std::string& name);
   void received(const std::string& name, const Bytes& message);
   void receivedArchive(Extension& extension, const std::string& name, const Bytes& bytes);
+  static void receivedReferences(Extension& extension, const std::string& text);
   void receivedStatus(Extension& extension, const std::string& text);
   SessionServices services();
 
