@@ -379,6 +379,9 @@ TEST(HostileArchive, ArraysBeyondTheLimitAreNilAsAWhole) {
     EXPECT_EQ(opened.at(0).at(0).size(), 1U);
     EXPECT_TRUE(opened.whole().isNil());
     EXPECT_FALSE(opened.isEqual(opened));
+    const Object built = Objects{Objects{}};
+    EXPECT_FALSE(opened.isEqual(built));
+    EXPECT_FALSE(built.isEqual(opened));
     EXPECT_FALSE(KeyedArchiver::archivedData(opened));
     EXPECT_LE(opened.description().size(), 310U);
     // What is not too deep is read, also afterwards.

@@ -373,5 +373,27 @@ TEST(KeyedArchiver, AnUnknownObjectIsWrittenAsItCame) {
   EXPECT_TRUE(KeyedUnarchiver::unarchiveObject(*bytes).isEqual(object));
 }
 
+// Where references take one byte, what stands behind a list of keys or values may look like one
+// more of them.
+TEST(KeyedArchiver, DictionariesEndWhereTheyEnd) {
+  for (int count = 1; count < 60; ++count) {
+    Objects dictionaries;
+    for (int i = 0; i < count; ++i) {
+      Dictionary entries;
+      for (int j = 0; j <= i % 8; ++j)
+        entries.set(Object("key" + std::to_string(j)), Object(std::to_string(i * 10 + j)));
+      dictionaries.emplace_back(std::move(entries));
+    }
+    const auto archive = KeyedArchiver::archivedData(Object(dictionaries));
+    ASSERT_TRUE(archive);
+    const Object read = KeyedUnarchiver::unarchiveObject(*archive);
+    for (int i = 0; i < count; ++i) {
+      const Object entries = read.at(static_cast<std::size_t>(i));
+      EXPECT_EQ(entries.size(), static_cast<std::size_t>(i % 8 + 1)) << count << ", " << i;
+    }
+    EXPECT_TRUE(read.isEqual(Object(dictionaries))) << count;
+  }
+}
+
 }  // namespace
 }  // namespace kelpie
