@@ -8,12 +8,12 @@ namespace kelpie {
 
 namespace {
 
-constexpr std::size_t kSmallest = 32;  // slots
+constexpr std::size_t kFewestSlots = 32;
 
 }  // namespace
 
 void HashIndex::reserve(std::size_t count) {
-  const std::size_t needed = std::bit_ceil(std::max(2 * count, kSmallest));
+  const std::size_t needed = std::bit_ceil(std::max(2 * count, kFewestSlots));
   if (needed > slots_.size()) grow(needed);
 }
 
@@ -23,7 +23,7 @@ void HashIndex::clear() {
 }
 
 void HashIndex::add(std::size_t hash, std::size_t position) {
-  if (2 * (count_ + 1) > slots_.size()) grow(std::max(2 * slots_.size(), kSmallest));
+  if (2 * (count_ + 1) > slots_.size()) grow(std::max(2 * slots_.size(), kFewestSlots));
   put({mix(hash), static_cast<std::uint32_t>(position)});
   ++count_;
 }
