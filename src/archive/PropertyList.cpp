@@ -15,7 +15,7 @@ Object PropertyList::read(ByteView bytes) {
   DecodingLimits limits(budget);
   PropertyListDecoder decoder(*list, limits);
   Object result = decoder.object(list->item(list->topNumber()));
-  return decoder.isRefused() ? Object() : result;
+  return decoder.isRefused() || decoder.hasOtherKeys() ? Object() : result;
 }
 
 std::optional<Bytes> PropertyList::write(const Object& value) {

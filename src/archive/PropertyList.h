@@ -12,8 +12,9 @@ namespace kelpie {
 class PropertyList {
  public:
   // The value, whole. nil when `bytes` are no binary property list, are cut off, lie about counts
-  // or offsets, hold themselves or nest deeper than 256 levels; a value of a kind that no property
-  // list here holds (a UID, a set) is skipped.
+  // or offsets, hold themselves, nest deeper than 256 levels or have a key that is no string, with
+  // which they could not be written again; a value of a kind that no property list here holds (a
+  // UID, a set) is skipped.
   static Object read(ByteView bytes);
 
   // The property list of `value`: strings, data, numbers, dates, arrays and dictionaries with

@@ -86,6 +86,7 @@ Object PropertyListDecoder::dictionary(const BinaryPropertyList::Item& item) {
     }
     Object key = object(list_.keyAt(item, index));
     Object value = object(list_.valueAt(item, index));
+    hasOtherKeys_ |= !key.isNil() && !key.isString();
     if (key.isNil() || value.isNil()) continue;
     entries.set(std::move(key), std::move(value), comparison_);
   }

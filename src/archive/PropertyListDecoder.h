@@ -26,6 +26,9 @@ class PropertyListDecoder {
   // Whether a value held itself or nested too deep, or more was asked for than the bytes can hold:
   // what was made is not whole.
   bool isRefused() const { return isRefused_; }
+  // Whether a dictionary has a key that is no string. Archives may; what is a property list alone
+  // could not be written again.
+  bool hasOtherKeys() const { return hasOtherKeys_; }
 
  private:
   Object made(const BinaryPropertyList::Item& item);
@@ -36,6 +39,7 @@ class PropertyListDecoder {
   DecodingLimits& limits_;
   ObjectComparison comparison_;
   bool isRefused_ = false;
+  bool hasOtherKeys_ = false;
   // By the position in the list; absent while it is being made.
   std::unordered_map<std::uint32_t, std::optional<Object>> known_;
 };

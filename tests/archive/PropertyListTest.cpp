@@ -82,6 +82,17 @@ TEST(PropertyList, AUidIsLeftOut) {
   EXPECT_TRUE(PropertyList::read(list.finish(uid)).isNil());
 }
 
+// It could not be written again: settings that were read so would never change any more.
+TEST(PropertyList, WhatHasAKeyThatIsNoStringIsNil) {
+  for (const bool isDeep : {false, true}) {
+    RawPropertyList list;
+    const auto text = list.ascii("a");
+    const auto odd = list.dictionary({{list.data({1, 2}), text}, {text, text}});
+    const auto top = isDeep ? list.dictionary({{list.ascii("deep"), odd}}) : odd;
+    EXPECT_TRUE(PropertyList::read(list.finish(top)).isNil());
+  }
+}
+
 TEST(PropertyList, WhatHoldsItselfIsNil) {
   RawPropertyList list(1);
   const auto self = list.raw({0xA1, 0x00});  // an array of object 0, which it is
