@@ -7,6 +7,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <set>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -167,9 +169,11 @@ TEST_F(TrueBadges, AfterARestartOfTheAgentWhatIsInViewIsReadFirst) {
   agent = session.startAgent();
   EXPECT_TRUE(host().sees(shown + "/file.txt", "KPCurrentBadge"));
   const std::string asked = session.read("asked");
-  const auto before = static_cast<std::string_view>(asked).substr(0, asked.find(shown + "\n"));
-  // As many as are read at a time may be under way.
-  EXPECT_LE(std::ranges::count(before, '\n'), 8) << asked;
+  std::istringstream before(asked.substr(0, asked.find(shown + "\n")));
+  std::set<std::string> others;
+  for (std::string line; std::getline(before, line);) others.insert(line);
+  // As many as are read at a time may be under way; on a busy machine one of them twice.
+  EXPECT_LE(others.size(), 8U) << asked;
 }
 
 // -- Settings -------------------------------------------------------------------------------------
