@@ -10,16 +10,15 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <ctime>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "foundation/Menu.h"
+#include "harness/Timing.h"
 #include "refs/KPRefsManager.h"
 #include "support/EventLog.h"
 #include "support/FakeBundle.h"
@@ -94,18 +93,6 @@ bool takeTitles(const Menu& menu, std::vector<std::string>& titles) {
     titles.push_back(item.title);
   }
   return true;
-}
-
-// Processor time, so that a round that other processes interrupt counts for what it did itself.
-double milliseconds() {
-  return 1000.0 * static_cast<double>(std::clock()) / static_cast<double>(CLOCKS_PER_SEC);
-}
-
-// Of at least one time.
-double median(std::vector<double> times) {
-  const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
-  std::nth_element(times.begin(), middle, times.end());
-  return *middle;
 }
 
 // Memory once taken stays with the process: handing it back and taking it again after each round
