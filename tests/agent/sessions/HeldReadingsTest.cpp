@@ -9,22 +9,15 @@
 #include <utility>
 #include <vector>
 
-#include "agent/FakeNotifier.h"
-#include "agent/VirtualLoop.h"
 #include "agent/link/ExtensionPort.h"
 #include "agent/sessions/ReadingSlots.h"
 #include "agent/sessions/RepositorySession.h"
-#include "agent/sessions/SessionParts.h"
-#include "agent/watch/DirectoryWatcher.h"
+#include "agent/sessions/SessionWorld.h"
 #include "archive/KeyedArchiver.h"
 #include "foundation/Dictionary.h"
 #include "foundation/URL.h"
 #include "protocol/MessageKeys.h"
-#include "support/EventLog.h"
-#include "support/FakeFileSystem.h"
-#include "support/FakeLog.h"
 #include "support/FakeMessagePorts.h"
-#include "support/ManualQueues.h"
 
 namespace kelpie::agent {
 namespace {
@@ -60,7 +53,7 @@ struct BlindWatch final : public WorkingCopyWatch {
 };
 
 // A session that reads when the test says so, and one slot for its readings.
-class HeldReadingsTest : public testing::Test {
+class HeldReadingsTest : public testing::Test, protected SessionWorld {
  protected:
   HeldReadingsTest() {
     files_->addFolder(std::string(kPlace) + "/.git");
@@ -69,21 +62,12 @@ class HeldReadingsTest : public testing::Test {
                                             "g.Sync.11", ports_.createRemote("g.Sync.11"),
                                             ExtensionPort::Callbacks{});
     session_ = std::make_unique<RepositorySession>(
-        SessionServices{
-            .loop = loop_,
-            .queues = queues_,
-            .watcher = watcher_,
-            .names = watcher_,
-            .files = *files_,
-            .notifier = notifier_,
-            .git = GitCommand("none", "/"),
-            .slots = slots_,
-            .makeParts =
-                [this](const SessionServices&, const WorkingCopy&,
-                       const std::shared_ptr<const RepositoryMessages>&,
-                       WorkingCopyWatch::Callbacks) {
-                  return SessionParts{status_, references_, std::make_unique<BlindWatch>()};
-                }},
+        services(
+            slots_,
+            [this](const SessionServices&, const WorkingCopy&,
+                   const std::shared_ptr<const RepositoryMessages>&, WorkingCopyWatch::Callbacks) {
+              return SessionParts{status_, references_, std::make_unique<BlindWatch>()};
+            }),
         WorkingCopy{kPlace, std::string(kPlace) + "/.git", std::string(kPlace) + "/.git", false},
         *URL::fileURLWithPath(kPlace).identifier(*files_), false, RepositorySession::Callbacks{});
   }
@@ -116,14 +100,7 @@ class HeldReadingsTest : public testing::Test {
     return ports_.sent().size();
   }
 
-  EventLog events_;
-  ManualQueues queues_{events_};
-  FakeLog log_{events_};
-  VirtualLoop loop_{queues_, log_};
-  std::shared_ptr<FakeFileSystem> files_ = std::make_shared<FakeFileSystem>(events_);
   FakeMessagePorts ports_{events_, queues_.mainQueue()};
-  FakeNotifier notifier_;
-  DirectoryWatcher watcher_{1};
   std::shared_ptr<ReadingSlots> slots_ =
       std::make_shared<ReadingSlots>(loop_, 1, std::chrono::minutes(1));
   std::shared_ptr<HeldStatus> status_ = std::make_shared<HeldStatus>();

@@ -318,28 +318,21 @@ SessionSimulation::~SessionSimulation() {
   for (auto& [name, extension] : extensions_) extension.port.reset();
 }
 
-SessionServices SessionSimulation::services() {
-  return {.loop = loop_,
-          .queues = queues_,
-          .watcher = watcher_,
-          .names = watcher_,
-          .files = *files_,
-          .notifier = notifier_,
-          .git = GitCommand("none", "/"),
-          .slots = slots_,
-          .makeParts = [this](const SessionServices&, const WorkingCopy&,
-                              const std::shared_ptr<const RepositoryMessages>&,
-                              WorkingCopyWatch::Callbacks callbacks) {
-            return SessionParts{std::make_shared<Status>(*this),
-                                std::make_shared<References>(*this),
-                                std::make_unique<Watch>(*this, std::move(callbacks))};
-          }};
+SessionParts SessionSimulation::makeParts(WorkingCopyWatch::Callbacks callbacks) {
+  return {std::make_shared<Status>(*this), std::make_shared<References>(*this),
+          std::make_unique<Watch>(*this, std::move(callbacks))};
 }
 
 void SessionSimulation::openSession() {
   if (session_ != nullptr) return;
   session_ = std::make_unique<RepositorySession>(
-      services(), workingCopy_, *URL::fileURLWithPath(kRoot).identifier(*files_), wasTaken_,
+      services(slots_,
+               [this](const SessionServices&, const WorkingCopy&,
+                      const std::shared_ptr<const RepositoryMessages>&,
+                      WorkingCopyWatch::Callbacks callbacks) {
+                 return makeParts(std::move(callbacks));
+               }),
+      workingCopy_, *URL::fileURLWithPath(kRoot).identifier(*files_), wasTaken_,
       RepositorySession::Callbacks{[this](bool isGone) { sessionClosed(isGone); }});
   if (chance(4)) session_->setNeighbour(true);
 }

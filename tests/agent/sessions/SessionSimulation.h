@@ -8,16 +8,10 @@
 #include <string_view>
 #include <vector>
 
-#include "agent/FakeNotifier.h"
-#include "agent/VirtualLoop.h"
 #include "agent/link/ExtensionPort.h"
 #include "agent/sessions/ReadingSlots.h"
 #include "agent/sessions/RepositorySession.h"
-#include "agent/watch/DirectoryWatcher.h"
-#include "support/EventLog.h"
-#include "support/FakeFileSystem.h"
-#include "support/FakeLog.h"
-#include "support/ManualQueues.h"
+#include "agent/sessions/SessionWorld.h"
 
 namespace kelpie::agent {
 
@@ -43,7 +37,7 @@ struct SimulatedRepository {
 
 // One session of the agent with the real lanes, slots and ports, and around it git, the watch, the
 // extensions and the clock, in an order that the seed gives. See SessionSimulationTest.
-class SessionSimulation {
+class SessionSimulation : private SessionWorld {
  public:
   explicit SessionSimulation(unsigned seed);
   ~SessionSimulation();
@@ -104,16 +98,9 @@ class SessionSimulation {
   void receivedArchive(Extension& extension, const std::string& name, const Bytes& bytes);
   static void receivedReferences(Extension& extension, const std::string& text);
   void receivedStatus(Extension& extension, const std::string& text);
-  SessionServices services();
+  SessionParts makeParts(WorkingCopyWatch::Callbacks callbacks);
 
   std::mt19937 random_;
-  EventLog events_;
-  ManualQueues queues_{events_};
-  FakeLog log_{events_};
-  VirtualLoop loop_{queues_, log_};
-  std::shared_ptr<FakeFileSystem> files_ = std::make_shared<FakeFileSystem>(events_);
-  FakeNotifier notifier_;
-  DirectoryWatcher watcher_{1};  // nothing is watched with it
   SimulatedRepository repository_;
   WorkingCopy workingCopy_;
   std::unique_ptr<Ports> ports_;
