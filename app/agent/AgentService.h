@@ -47,9 +47,10 @@ class AgentService {
   bool start();
   // Tells the extensions to look for this application.
   void announce();
-  void watchChanges();
 
  private:
+  // Listens for changes of files; where the system has no watcher to give, asks again in a while.
+  void watchChanges();
   // What the user's file says, for all parts.
   struct Configuration {
     GitCommand git{"git", "/"};

@@ -151,9 +151,7 @@ std::uint32_t ArchiveWriter::uidOfString(const Object& object) {
   if (const auto known = uidOfAddress(address)) return *known;
   const std::string text = object.stringValue();
   const std::uint32_t uid = uidOfPlain(list_.addString(text));
-  if (text.size() >= kLong) {
-    share(object, address, uid);
-  }
+  if (text.size() >= kLong) share(object, address, uid);
   return uid;
 }
 

@@ -17,8 +17,7 @@ namespace kelpie {
 // The settings of one suite: what its file holds, the registered values, and who wants to know of
 // changes. Every read looks whether another file has taken the place of the one that was read. A
 // file that cannot be read leaves the former values in force and is logged once; where that may
-// pass, the next read tries again. Any thread; reads
-// block as one look at a file does.
+// pass, the next read tries again. Any thread; reads block as one look at a file does.
 class DefaultsStore {
  public:
   // `log` outlives this.
