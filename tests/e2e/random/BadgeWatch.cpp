@@ -144,6 +144,7 @@ bool BadgeWatch::settle(int step, const std::string& what, bool lasting) {
   readTruth(step);
   const auto told = Clock::now();
   const Expected expected = expectedOf(host_.items());
+  compared_ += expected.size();
   if (!waitUntilRight(expected, told + ChildProcess::kLongEnough)) {
     complain(step, what, expected);
     return false;
@@ -157,11 +158,12 @@ bool BadgeWatch::settle(int step, const std::string& what, bool lasting) {
   return false;
 }
 
-void BadgeWatch::complain(int step, const std::string& what, const Expected& expected) const {
+void BadgeWatch::complain(int step, const std::string& what, const Expected& expected) {
   std::ostringstream text;
   text << "step " << step << ": " << what << '\n';
   for (const auto& [path, item] : host_.items()) {
     if (fits(item.badge, expected.at(path))) continue;
+    ++wrong_;
     text << "  " << readable(path) << "\n    expected";
     for (const std::string& badge : expected.at(path)) text << " \"" << badge << '"';
     text << ", seen \"" << item.badge << "\", asked in step " << item.askedAt << '\n';

@@ -42,6 +42,9 @@ class BadgeWatch {
   Latencies latencies() const;
   // How often a folder had a badge for which the rules leave two.
   std::size_t ambiguous() const { return ambiguous_; }
+  // How many badges were held to git's words, and how many of them stayed wrong.
+  std::size_t compared() const { return compared_; }
+  std::size_t wrong() const { return wrong_; }
 
  private:
   using Clock = PatientHost::Clock;
@@ -55,7 +58,7 @@ class BadgeWatch {
   void note(int step, const PatientHost::Items& before, const Expected& expected,
             Clock::time_point told);
   void listFiles(const std::string& folder, std::ostream& text) const;
-  void complain(int step, const std::string& what, const Expected& expected) const;
+  void complain(int step, const std::string& what, const Expected& expected);
 
   const GitSession& session_;
   const std::vector<std::string> roots_;
@@ -68,6 +71,8 @@ class BadgeWatch {
   int startedAt_ = 0;
   std::vector<std::pair<double, int>> latencies_;  // with the step
   std::size_t ambiguous_ = 0;
+  std::size_t compared_ = 0;
+  std::size_t wrong_ = 0;
 };
 
 }  // namespace kelpie

@@ -4,6 +4,8 @@
 
 #include <csignal>
 #include <cstddef>
+#include <iterator>
+#include <vector>
 
 namespace kelpie {
 
@@ -25,6 +27,8 @@ const Programs::Disturbance::Kind Programs::Disturbance::kKinds[] = {
 };
 
 namespace {
+
+bool ends(int signal) { return signal == SIGKILL || signal == SIGTERM; }
 
 std::string endOf(const std::string& text) {
   constexpr std::size_t kShown = 4000;
@@ -48,29 +52,37 @@ std::string Programs::logs() {
          (sync_ ? "sync:\n" + endOf(sync_->errors()) : "");
 }
 
+bool Programs::Disturbance::mayHappen(const Kind& kind, Mortal mortal) {
+  return (!ends(kind.toAgent) || mortal == Mortal::Agent || mortal == Mortal::Both) &&
+         (!ends(kind.toSync) || mortal == Mortal::Extension || mortal == Mortal::Both);
+}
+
 Programs::Disturbance::Disturbance(Programs& programs, Playground& chooser) : programs_(programs) {
-  if (!chooser.chance(4)) return;
-  kind_ = &kKinds[chooser.below(std::size(kKinds))];
+  if (!chooser.chance(programs.percent_)) return;
+  std::vector<const Kind*> kinds;
+  for (const Kind& kind : kKinds)
+    if (mayHappen(kind, programs.mortal_)) kinds.push_back(&kind);
+  kind_ = chooser.oneOf(kinds);
   if (kind_->toSync != 0) programs_.sync_->signal(kind_->toSync);
   if (kind_->toAgent != 0) programs_.agent_->signal(kind_->toAgent);
 }
 
 std::string Programs::Disturbance::name() const { return kind_ == nullptr ? "" : kind_->name; }
 
-bool Programs::Disturbance::hasCutOff() const {
-  return kind_ != nullptr && kind_->toSync == SIGKILL;
-}
+bool Programs::Disturbance::hasCutOff() const { return kind_ != nullptr && ends(kind_->toSync); }
 
 bool Programs::Disturbance::end() {
   if (kind_ == nullptr) return true;
   GitSession& session = programs_.session_;
   if (kind_->toAgent == SIGSTOP) programs_.agent_->signal(SIGCONT);
-  if (kind_->toAgent == SIGKILL || kind_->toAgent == SIGTERM) {
+  if (ends(kind_->toAgent)) {
+    ++programs_.ended_;
     if (!programs_.agent_->waitForEnd()) return false;
     programs_.agent_ = session.startAgent();
   }
   if (kind_->toSync == SIGSTOP) programs_.sync_->signal(SIGCONT);
-  if (kind_->toSync == SIGKILL) {
+  if (ends(kind_->toSync)) {
+    ++programs_.ended_;
     if (!programs_.sync_->waitForEnd()) return false;
     programs_.sync_ = session.startSync();
   }

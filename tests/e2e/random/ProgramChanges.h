@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -11,9 +12,19 @@ namespace kelpie {
 // The agent and the extension, which are killed and stopped now and then. One thread.
 class Programs {
  public:
-  explicit Programs(GitSession& session) : session_(session) {}
+  // Which of them may be ended; the others only stand still now and then.
+  enum class Mortal { Neither, Agent, Extension, Both };
+
+  // `percent`: of how many steps something happens to them.
+  explicit Programs(GitSession& session, Mortal mortal = Mortal::Both, unsigned percent = kPercent)
+      : session_(session), mortal_(mortal), percent_(percent) {}
+  static constexpr unsigned kPercent = 4;
 
   void start();
+  ChildProcess& agent() { return *agent_; }
+  ChildProcess& extension() { return *sync_; }
+  // How many processes have been ended so far.
+  std::size_t ended() const { return ended_; }
   // Takes what they have written, so that they never wait for it to be read.
   void drain();
   // The last of what they have written.
@@ -33,6 +44,7 @@ class Programs {
    private:
     struct Kind;
     static const Kind kKinds[];
+    static bool mayHappen(const Kind& kind, Mortal mortal);
 
     Programs& programs_;
     const Kind* kind_ = nullptr;
@@ -40,6 +52,9 @@ class Programs {
 
  private:
   GitSession& session_;
+  const Mortal mortal_;
+  const unsigned percent_;
+  std::size_t ended_ = 0;
   std::unique_ptr<ChildProcess> agent_;
   std::unique_ptr<ChildProcess> sync_;
 };
