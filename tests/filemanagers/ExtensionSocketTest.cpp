@@ -1,6 +1,7 @@
 #include "common/ExtensionSocket.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <optional>
@@ -11,6 +12,7 @@
 #include "protocol/BadgeIdentifiers.h"
 #include "support/TemporaryFolder.h"
 #include "support/linux/ChildProcess.h"
+#include "support/linux/SecondUser.h"
 #include "support/linux/TestSocket.h"
 
 namespace kelpie::filemanagers {
@@ -58,6 +60,20 @@ TEST_F(ExtensionSocketTest, AnImpossibleSocketIsNotStarted) {
   ExtensionSocket impossible(session, folder / std::string(200, 'n'));
   EXPECT_EQ(impossible.connect(), Outcome::Failed);
   EXPECT_FALSE(session.client().wantsConnection(HostClient::Clock::now())) << "a pause is kept";
+}
+
+TEST_F(ExtensionSocketTest, AnotherUsersSocketIsToldNothing) {
+  if (!SecondUser::isPossible()) GTEST_SKIP() << "only root can be somebody else";
+  ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);
+  std::optional<TestSocket> theirs;
+  {
+    const SecondUser user;
+    theirs = TestSocket::listen(folder / "trap");
+  }
+  ExtensionSocket trapped(session, folder / "trap");
+  EXPECT_EQ(trapped.connect(), Outcome::Failed);
+  EXPECT_FALSE(trapped.isOpen());
+  EXPECT_EQ(theirs->accept().readExactly(1), "");
 }
 
 TEST_F(ExtensionSocketTest, TheEndOfTheOtherSideIsSeen) {

@@ -1,13 +1,16 @@
 #include "cli/link/HostLink.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <optional>
 
 #include "support/TemporaryFolder.h"
+#include "support/linux/SecondUser.h"
 #include "support/linux/TestSocket.h"
 
 namespace kelpie::cli {
@@ -34,6 +37,20 @@ class HostLinkTest : public ::testing::Test {
   std::unique_ptr<HostLink> link;
   std::string bytes;
 };
+
+TEST_F(HostLinkTest, AnotherUsersSocketIsLeft) {
+  if (!SecondUser::isPossible()) GTEST_SKIP() << "only root can be somebody else";
+  ASSERT_EQ(::chmod(folder.path().c_str(), 0777), 0);
+  const std::string trap = folder / "trap";
+  std::optional<TestSocket> theirs;
+  {
+    const SecondUser user;
+    theirs = TestSocket::listen(trap);
+  }
+  int error = 0;
+  EXPECT_EQ(HostLink::connect(trap, error), nullptr);
+  EXPECT_EQ(error, EPERM);
+}
 
 TEST_F(HostLinkTest, SilenceAndTheEndAreToldApart) {
   EXPECT_EQ(link->receive(bytes, Clock::now()), HostLink::Event::Quiet);
