@@ -7,8 +7,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <ostream>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "extension/FolderTables.h"
 #include "foundation/AllocationMeter.h"
 #include "refs/KPRefsManager.h"
 #include "status/KPRepository.h"
@@ -83,6 +87,62 @@ TEST(HostileIdentifier, ThatCannotBeSentBackLeavesARepositoryThatIsOfferedNowher
   EXPECT_GT(others, 0U);
   EXPECT_LT(others, items);
 }
+
+// What a property of the controller holds, for each message above that sets one.
+struct PropertyCase {
+  std::string_view message;
+  std::size_t (*held)(KPKelpieSync& controller);
+};
+
+std::size_t observedPaths(KPKelpieSync& controller) {
+  std::size_t count = 0;
+  for (const auto& set : controller.allObservedFiles()->sets()) count += set->size();
+  return count;
+}
+std::size_t inactiveFolders(KPKelpieSync& controller) {
+  std::size_t count = 0;
+  for (const auto& [parent, folders] : controller.folders().inactiveFolders())
+    count += folders.size();
+  return count;
+}
+std::size_t observedDirectories(KPKelpieSync& controller) {
+  return controller.folders().observedDirectories().size();
+}
+std::size_t targets(KPKelpieSync& controller) { return controller.targetURLs().size(); }
+
+constexpr PropertyCase kProperties[] = {
+    {"AllObservedFiles", observedPaths},
+    {"InactiveObservedFiles", inactiveFolders},
+    {"ObservedDirectories", observedDirectories},
+    {"TargetUrls", targets},
+};
+
+void PrintTo(const PropertyCase& property, std::ostream* stream) { *stream << property.message; }
+
+class HostileProperties : public testing::TestWithParam<PropertyCase> {};
+
+// A property that is read in part only would be as wrong as any other value.
+TEST_P(HostileProperties, StayWhatTheyWere) {
+  const auto isIt = [](const HostileCase& hostile) { return hostile.name == GetParam().message; };
+  const auto hostile = std::ranges::find_if(hostileCases(), isIt);
+  ASSERT_NE(hostile, hostileCases().end());
+  MessageHarness harness;
+  harness.controller().setTargetURLs(
+      Objects{URL::fileURLWithPath("/a"), URL::fileURLWithPath("/b")});
+  harness.runQueues();
+  const std::size_t before = GetParam().held(harness.controller());
+  // Of a longer one the main thread would not reach the property.
+  harness.handle(hostile->make(40'000, harness.target(), harness.shownFolders()));
+  harness.runQueues();
+  EXPECT_EQ(GetParam().held(harness.controller()), before);
+  const std::vector<std::string> lines = harness.fakes().log.lines();
+  EXPECT_EQ(std::ranges::count(
+                lines, "A property that says more than its message's bytes can hold is not set."),
+            1);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, HostileProperties, testing::ValuesIn(kProperties),
+                         [](const auto& test) { return std::string(test.param.message); });
 
 INSTANTIATE_TEST_SUITE_P(All, HostileMessages, testing::ValuesIn(hostileCases()),
                          [](const auto& test) { return std::string(test.param.name); });

@@ -183,6 +183,7 @@ TEST(Object, NumbersAreEqualByValueWhateverTheirWidth) {
   expectEqual(1.5, 1.5, true);
   expectEqual(0.0, -0.0, true);
   expectEqual(std::nan(""), std::nan(""), true);
+  expectEqual(std::nan(""), 0.5, false);
   expectEqual(std::numeric_limits<double>::infinity(), 1e308, false);
   expectEqual(1, "1", false);
   expectEqual(1, Object::date(1), false);

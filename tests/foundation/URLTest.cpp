@@ -124,6 +124,17 @@ TEST(URL, ReferencesAreResolved) {
   }
 }
 
+TEST(URL, ReferencesAreResolvedWhereThePathHasNoRoot) {
+  const std::pair<std::string_view, std::string_view> cases[] = {
+      {"c", "x:a/c"}, {"./c", "x:a/c"}, {"../c", "x:/c"}, {"c/..", "x:a/"}, {"../.", "x:/"},
+  };
+  const URL base = urlOf("x:a/b");
+  for (const auto& [reference, want] : cases)
+    EXPECT_EQ(urlOf(reference, base).absoluteString(), want) << reference;
+  EXPECT_EQ(urlOf("./c", urlOf("x:a")).absoluteString(), "x:c");
+  EXPECT_EQ(urlOf("../c", urlOf("x:a")).absoluteString(), "x:c");
+}
+
 TEST(URL, AReferenceToAFileIsAFile) {
   const URL url = urlOf("c%20d", urlOf("file:///a/b/"));
   EXPECT_TRUE(url.isFileURL());

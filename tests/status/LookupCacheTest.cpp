@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "status/IgnoredUrls.h"
 #include "support/EventLog.h"
@@ -26,6 +27,21 @@ class LookupCacheTest : public testing::Test {
   EventLog events;
   FakeFileSystem files{events};
 };
+
+TEST_F(LookupCacheTest, TheRootAndWhatLiesInItAreInTheRoot) {
+  files.addFile("/r/sub/a");
+  files.addFile("/other/a");
+  LookupCache cache = cacheWith(std::nullopt);
+  const auto isInRoot = [&](std::string_view path) {
+    const URL url = URL::fileURLWithPath(path);
+    return cache.isInRoot(url, url.identifier(files));
+  };
+  for (const char* path : {"/r", "/r/sub", "/r/sub/a"}) EXPECT_TRUE(isInRoot(path)) << path;
+  for (const char* path : {"/other", "/other/a"}) EXPECT_FALSE(isInRoot(path)) << path;
+  EXPECT_TRUE(
+      cache.isInRoot(URL::fileURLWithPath("/link"), URL::fileURLWithPath("/r").identifier(files)))
+      << "the same folder by another path";
+}
 
 TEST_F(LookupCacheTest, TheGitDirectoryAndWhatLiesInItAreGitItems) {
   files.addFile("/r/.git/objects/aa");

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <string>
+#include <vector>
 
 namespace kelpie {
 namespace {
@@ -18,6 +21,18 @@ TEST(PathSet, HoldsEachPathOnce) {
   std::vector<std::string> paths = set.paths();
   std::sort(paths.begin(), paths.end());
   EXPECT_EQ(paths, (std::vector<std::string>{"/r/a", "/r/b"}));
+}
+
+TEST(PathSet, HoldsEachOfManyPathsOnce) {
+  PathSet set;
+  for (int time = 0; time < 2; ++time) {
+    for (std::size_t i = 0; i < 1000; ++i) {
+      set.add("/r/" + std::to_string(i));
+      EXPECT_EQ(set.size(), time == 0 ? i + 1 : 1000U);
+    }
+  }
+  for (std::size_t i = 0; i < 1000; ++i) EXPECT_TRUE(set.contains("/r/" + std::to_string(i)));
+  EXPECT_FALSE(set.contains("/r/1000"));
 }
 
 TEST(PathSet, PathsAreBytes) {

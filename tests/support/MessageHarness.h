@@ -39,6 +39,7 @@ class MessageHarness {
   std::size_t badges() const { return finder_.badges; }
   FakePlatform& fakes() { return fakes_; }
   KPRepository& repository() const;
+  KPKelpieSync& controller() { return *controller_; }
 
   static constexpr std::string_view kRoot = "/home/repo";
   static constexpr std::size_t kShownFolders = 16;
