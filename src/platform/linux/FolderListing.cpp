@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <memory>
+#include <thread>
 
 #include "linux/base/UniqueFd.h"
 #include "platform/linux/FileIdentity.h"
@@ -37,11 +39,28 @@ struct CloseFolder {
   void operator()(DIR* folder) const { ::closedir(folder); }
 };
 
+// What is missing now and may be there in a moment, when somebody else has let go of it.
+constexpr int kTries = 20;
+constexpr std::chrono::milliseconds kPause(50);
+
+bool maySoonPass(int error) {
+  return error == EINTR || error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
 bool isDotName(std::string_view name) { return name == "." || name == ".."; }
 
 }  // namespace
 
 int FolderListing::read(const std::string& path, bool followLink, Identity identity) {
+  int error = readOnce(path, followLink, identity);
+  for (int i = 1; i < kTries && maySoonPass(error); ++i) {
+    if (error != EINTR) std::this_thread::sleep_for(kPause);
+    error = readOnce(path, followLink, identity);
+  }
+  return error;
+}
+
+int FolderListing::readOnce(const std::string& path, bool followLink, Identity identity) {
   names_.clear();
   entries_.clear();
   const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;

@@ -31,7 +31,8 @@ class FolderListing {
   };
 
   // Reads the folder at `path`, which must be absolute; a link at its end is followed with
-  // `followLink` only. 0, or the system's error number; the listing is empty then.
+  // `followLink` only. 0, or the system's error number; the listing is empty then. Where the system
+  // is short of descriptors or memory this waits for them, for a second at most.
   int read(const std::string& path, bool followLink, Identity identity);
 
   std::size_t size() const { return entries_.size(); }
@@ -47,6 +48,7 @@ class FolderListing {
     bool identified;
   };
 
+  int readOnce(const std::string& path, bool followLink, Identity identity);
   int readEntries(int folder, Identity identity);
   void add(int folder, std::string_view name, unsigned char type, ino_t inode, bool look);
 

@@ -1,17 +1,25 @@
 #include "platform/linux/DirectoryWalk.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <map>
 #include <optional>
 #include <set>
+#include <string>
+#include <string_view>
+#include <thread>
 
 #include "foundation/Error.h"
+#include "linux/base/UniqueFd.h"
 #include "platform/linux/FileIdentity.h"
 #include "platform/linux/MountTable.h"
 #include "support/TemporaryFolder.h"
+#include "support/linux/FullTable.h"
 
 namespace kelpie {
 namespace {
@@ -215,6 +223,39 @@ TEST(MountTable, KnowsWhatIsMountedBelowAFolder) {
   EXPECT_FALSE(MountTable::shared().hasMountBelow("/proc/self/task"));
   const TemporaryFolder folder;
   EXPECT_FALSE(MountTable::shared().hasMountBelow(folder.path()));
+}
+
+// Otherwise a folder would have the badge of an empty one until something changes in it.
+TEST(DirectoryWalk, WaitsForADescriptorWhenTheProcessHasNoneLeft) {
+  const TemporaryFolder folder;
+  folder.addFile("a/b");
+  std::atomic<pid_t> walker = 0;
+  std::atomic<bool> begins = false;
+  std::atomic<bool> ended = false;
+  std::map<std::string, Seen> seen;
+  std::thread thread([&] {
+    walker = ::gettid();
+    while (!begins) std::this_thread::yield();
+    seen = walkAll(folder.path(), Identity::None);
+    ended = true;
+  });
+  while (walker == 0) std::this_thread::yield();
+  // It is opened before the table is full.
+  const UniqueFd state(::open(("/proc/self/task/" + std::to_string(walker) + "/stat").c_str(),
+                              O_RDONLY | O_CLOEXEC));
+  const auto sleeps = [&state] {
+    std::array<char, 256> text{};
+    const ssize_t size = ::pread(state.get(), text.data(), text.size(), 0);
+    const std::string_view line(text.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+    return line.find(") S ") != std::string_view::npos;
+  };
+  {
+    const FullTable full;
+    begins = true;
+    while (!ended && !sleeps()) std::this_thread::yield();
+  }
+  thread.join();
+  EXPECT_EQ(seen.size(), 2U);
 }
 
 }  // namespace
