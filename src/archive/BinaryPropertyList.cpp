@@ -1,6 +1,7 @@
 #include "archive/BinaryPropertyList.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <limits>
 
@@ -52,7 +53,7 @@ constexpr Marker kMarkers[16] = {
 };
 
 // Which sizes (in bytes) a value of that type may have.
-bool isPossibleSize(Type type, std::uint64_t size) {
+constexpr bool isPossibleSize(Type type, std::uint64_t size) {
   switch (type) {
     case Type::Integer:
       return size == 1 || size == 2 || size == 4 || size == 8 || size == 16;
@@ -66,6 +67,49 @@ bool isPossibleSize(Type type, std::uint64_t size) {
       return true;
   }
 }
+
+// What a marker says as a whole. Every object that is read is looked up here.
+struct Meaning {
+  Type type = Type::None;
+  std::uint8_t count = 0;       // of bytes or elements, or kCountIsBehind
+  std::uint8_t bytes = 0;       // of an element, besides
+  std::uint8_t references = 0;  // those in an element
+  std::uint8_t contents = 1;    // where they begin, from the marker on
+};
+constexpr std::uint8_t kCountIsBehind = 0xFF;
+
+constexpr Meaning meaningOf(std::uint8_t byte) {
+  const Marker& marker = kMarkers[byte >> 4U];
+  const std::uint8_t low = byte & 0xFU;
+  switch (marker.sizing) {
+    case Sizing::Invalid:
+      break;
+    case Sizing::Simple:
+      if (byte == kFalse || byte == kTrue) return {marker.type, 1, 1, 0, 0};
+      break;
+    case Sizing::PowerOfTwo:
+    case Sizing::PlusOne: {
+      const unsigned size = marker.sizing == Sizing::PlusOne ? low + 1U : 1U << low;
+      if (isPossibleSize(marker.type, size))
+        return {marker.type, static_cast<std::uint8_t>(size), 1, 0, 1};
+      break;
+    }
+    case Sizing::Counted: {
+      const std::uint8_t count = low == 0xF ? kCountIsBehind : low;
+      if (marker.elementSize == kOneReference) return {marker.type, count, 0, 1, 1};
+      if (marker.elementSize == kTwoReferences) return {marker.type, count, 0, 2, 1};
+      return {marker.type, count, marker.elementSize, 0, 1};
+    }
+  }
+  return {};
+}
+
+constexpr std::array<Meaning, 256> kMeanings = [] {
+  std::array<Meaning, 256> all{};
+  for (std::size_t byte = 0; byte < all.size(); ++byte)
+    all[byte] = meaningOf(static_cast<std::uint8_t>(byte));
+  return all;
+}();
 
 }  // namespace
 
@@ -95,71 +139,25 @@ std::optional<BinaryPropertyList> BinaryPropertyList::open(ByteView bytes) {
   return list;
 }
 
-std::uint64_t BinaryPropertyList::sized(std::size_t offset, std::size_t size) const {
-  // Of a longer integer the last 8 bytes count. Whatever precedes the trailer has 8 bytes behind
-  // it, so that one load serves every size.
-  const std::uint8_t* at = bytes_.data() + offset;
-  if (size > 8) {
-    at += size - 8;
-    size = 8;
-  }
-  const std::uint64_t eight = std::uint64_t{at[0]} << 56U | std::uint64_t{at[1]} << 48U |
-                              std::uint64_t{at[2]} << 40U | std::uint64_t{at[3]} << 32U |
-                              std::uint64_t{at[4]} << 24U | std::uint64_t{at[5]} << 16U |
-                              std::uint64_t{at[6]} << 8U | std::uint64_t{at[7]};
-  return eight >> (64U - 8U * size);
-}
-
-BinaryPropertyList::Item BinaryPropertyList::item(std::uint32_t number) const {
-  if (number >= objectCount_) return {};
-  const std::uint64_t offset = sized(tableOffset_ + std::size_t{number} * offsetSize_, offsetSize_);
-  if (offset < kHeaderSize || offset >= tableOffset_) return {};
-  return itemAt(static_cast<std::uint32_t>(offset));
-}
-
 BinaryPropertyList::Item BinaryPropertyList::itemAt(std::uint32_t offset) const {
   if (offset < kHeaderSize || offset >= tableOffset_) return {};
-  const std::uint8_t byte = bytes_[offset];
-  const Marker& marker = kMarkers[byte >> 4U];
-  const std::uint8_t low = byte & 0xFU;
-
-  std::uint32_t contents = offset + 1;
-  std::uint64_t count = 0;
-  std::uint64_t elementSize = 1;
-  switch (marker.sizing) {
-    case Sizing::Invalid:
-      return {};
-    case Sizing::Simple:
-      if (byte != kFalse && byte != kTrue) return {};
-      contents = offset;
-      count = 1;
-      break;
-    case Sizing::PowerOfTwo:
-      count = std::uint64_t{1} << low;
-      break;
-    case Sizing::PlusOne:
-      count = low + 1U;
-      break;
-    case Sizing::Counted:
-      count = low;
-      if (low == 0xF && !readCount(contents, count)) return {};
-      elementSize = marker.elementSize == kOneReference    ? referenceSize_
-                    : marker.elementSize == kTwoReferences ? 2U * referenceSize_
-                                                           : marker.elementSize;
-      break;
-  }
-  if (!isPossibleSize(marker.type, count) || count > (tableOffset_ - contents) / elementSize)
-    return {};
-  return {marker.type, offset, contents, static_cast<std::uint32_t>(count)};
+  const Meaning& meaning = kMeanings[bytes_[offset]];
+  if (meaning.type == Type::None) return {};
+  // Rare enough to stay out of the way of all others.
+  if (meaning.count == kCountIsBehind) return longItemAt(offset);
+  return checked(meaning.type, offset, offset + meaning.contents, meaning.count,
+                 meaning.bytes + meaning.references * referenceSize_);
 }
 
-bool BinaryPropertyList::readCount(std::uint32_t& contents, std::uint64_t& count) const {
-  if (contents >= tableOffset_ || bytes_[contents] >> 4U != 0x1) return false;
-  const std::size_t size = std::size_t{1} << (bytes_[contents] & 0xFU);
-  if (size > 8 || size > tableOffset_ - contents - 1) return false;
-  count = sized(contents + 1, size);
-  contents += static_cast<std::uint32_t>(1 + size);
-  return true;
+BinaryPropertyList::Item BinaryPropertyList::longItemAt(std::uint32_t offset) const {
+  const Meaning& meaning = kMeanings[bytes_[offset]];
+  // The count is an integer object of its own.
+  const std::uint32_t integer = offset + 1;
+  if (integer >= tableOffset_ || bytes_[integer] >> 4U != 0x1) return {};
+  const std::size_t size = std::size_t{1} << (bytes_[integer] & 0xFU);
+  if (size > 8 || size > tableOffset_ - integer - 1) return {};
+  return checked(meaning.type, offset, integer + 1 + static_cast<std::uint32_t>(size),
+                 sized(integer + 1, size), meaning.bytes + meaning.references * referenceSize_);
 }
 
 BinaryPropertyList::Item BinaryPropertyList::value(const Item& dictionary,
@@ -191,7 +189,10 @@ bool BinaryPropertyList::boolean(const Item& item) const {
 }
 
 std::uint64_t BinaryPropertyList::integer(const Item& item) const {
-  return item.type == Type::Integer ? sized(item.contents, item.count) : 0;
+  if (item.type != Type::Integer) return 0;
+  // Of sixteen bytes the last eight count.
+  const std::uint32_t size = std::min(item.count, 8U);
+  return sized(item.contents + item.count - size, size);
 }
 
 // One, two and four bytes are unsigned, eight and sixteen signed.

@@ -57,7 +57,12 @@ class BinaryPropertyList {
   std::uint32_t topNumber() const { return topNumber_; }
 
   // The object with that number; None when there is none.
-  Item item(std::uint32_t number) const;
+  Item item(std::uint32_t number) const {
+    if (number >= objectCount_) return {};
+    const std::uint64_t offset =
+        sized(tableOffset_ + std::size_t{number} * offsetSize_, offsetSize_);
+    return offset < tableOffset_ ? itemAt(static_cast<std::uint32_t>(offset)) : Item();
+  }
   // The object whose marker is at `offset`, as an Item told it.
   Item itemAt(std::uint32_t offset) const;
 
@@ -97,10 +102,26 @@ class BinaryPropertyList {
   bool isEqualToString(const Item& item, std::string_view text) const;
 
  private:
-  // A big-endian integer of `size` bytes (at least 1), the low 64 bits of it. Must be in range.
-  std::uint64_t sized(std::size_t offset, std::size_t size) const;
-  // Reads the count that follows a marker as an integer object; false when something else follows.
-  bool readCount(std::uint32_t& contents, std::uint64_t& count) const;
+  // A big-endian integer of `size` bytes, 1 to 8. Must be in range.
+  std::uint64_t sized(std::size_t offset, std::size_t size) const {
+    // Whatever precedes the trailer has 8 bytes behind it, so that one load serves every size.
+    const std::uint8_t* at = bytes_.data() + offset;
+    const std::uint64_t eight = std::uint64_t{at[0]} << 56U | std::uint64_t{at[1]} << 48U |
+                                std::uint64_t{at[2]} << 40U | std::uint64_t{at[3]} << 32U |
+                                std::uint64_t{at[4]} << 24U | std::uint64_t{at[5]} << 16U |
+                                std::uint64_t{at[6]} << 8U | std::uint64_t{at[7]};
+    return eight >> (64U - 8U * size);
+  }
+  // The object whose marker, at `offset`, does not say how big it is.
+  Item longItemAt(std::uint32_t offset) const;
+  // An item of that many elements, if they lie before the table.
+  Item checked(Type type, std::uint32_t offset, std::uint32_t contents, std::uint64_t count,
+               std::uint64_t elementSize) const {
+    const std::uint64_t room = tableOffset_ - contents;
+    // The first keeps the product small.
+    if (count > room || count * elementSize > room) return {};
+    return {type, offset, contents, static_cast<std::uint32_t>(count)};
+  }
 
   ByteView bytes_;
   std::uint32_t objectCount_ = 0;
