@@ -49,6 +49,17 @@ if(KELPIE_COVERAGE)
   add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
   add_link_options(-fprofile-instr-generate)
 endif()
+# What users run ends where a mistake of ours would overwrite a stack, a buffer or the table of called
+# functions, before anybody makes use of it. Builds for debugging and for sanitizers check more.
+set(KELPIE_HARDENED OFF)
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND
+   NOT KELPIE_SANITIZE AND NOT KELPIE_COVERAGE)
+  set(KELPIE_HARDENED ON)
+  add_compile_options(
+    -fstack-protector-strong -fstack-clash-protection -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
+  add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+endif()
+
 if(KELPIE_FUZZ)
   if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     message(FATAL_ERROR "KELPIE_FUZZ needs clang; use the preset asan.")

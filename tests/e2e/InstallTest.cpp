@@ -3,7 +3,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <string>
+#include <vector>
 
 #include "Configuration.h"
 #include "TestPaths.h"
@@ -54,9 +56,46 @@ TEST_F(Installation, TheServiceFilesNameTheInstalledProgram) {
   EXPECT_NE(unit.find("\nType=dbus\nBusName=org.kelpie.Kelpie.Sync\nExecStart=" + program + "\n"),
             std::string::npos)
       << unit;
+  EXPECT_NE(unit.find("\nSystemCallFilter=@system-service\n"), std::string::npos) << unit;
+  EXPECT_NE(unit.find("\nNoNewPrivileges=yes\n"), std::string::npos) << unit;
   const std::string agent = contentsOf("/share/systemd/user/kelpie-agent.service");
   EXPECT_NE(agent.find("\nExecStart=" + prefix + "/bin/kelpie-agent\n"), std::string::npos)
       << agent;
+}
+
+// Every program, and every extension that a file manager loads.
+std::vector<std::string> builtFiles() {
+  std::vector<std::string> files;
+  for (const auto& entry : fs::directory_iterator(KELPIE_BUILD_DIR "/bin"))
+    files.push_back(entry.path());
+  if (const fs::path folder = KELPIE_BUILD_DIR "/filemanagers"; fs::exists(folder))
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+      if (entry.path().extension() == ".so") files.push_back(entry.path());
+  return files;
+}
+
+TEST(BuiltFiles, AreHardened) {
+  if (KELPIE_HARDENED == 0) GTEST_SKIP() << "a build for debugging or with a sanitizer";
+  const std::vector<std::string> files = builtFiles();
+  EXPECT_GE(files.size(), 4U);
+  for (const std::string& file : files) {
+    SCOPED_TRACE(file);
+    ChildProcess readelf(
+        {"readelf", "--wide", "--file-header", "--segments", "--dynamic", "--dyn-syms", file},
+        {{"LC_ALL", "C"}});
+    ASSERT_EQ(readelf.waitForEnd(), 0) << readelf.errors();
+    const std::string& text = readelf.output();
+    const auto says = [&text](const char* pattern) {
+      return std::regex_search(text, std::regex(pattern));
+    };
+    EXPECT_TRUE(says("Type: +DYN")) << "it lies at another address each time";
+    EXPECT_TRUE(says("GNU_STACK .* RW +0")) << "nothing on its stack can be run";
+    EXPECT_TRUE(says("GNU_RELRO")) << "what the linker has filled in cannot be changed";
+    EXPECT_TRUE(says("FLAGS.*BIND_NOW")) << "nor the table of functions";
+    EXPECT_FALSE(says("TEXTREL|RPATH|RUNPATH"));
+    EXPECT_TRUE(says("UND __stack_chk_fail")) << "a stack that was overwritten ends it";
+    EXPECT_TRUE(says("UND __[a-z]+_chk@")) << "calls know the sizes of their buffers";
+  }
 }
 
 TEST_F(Installation, AFileManagerStartsTheExtensionByItsName) {
