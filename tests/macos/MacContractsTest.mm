@@ -9,14 +9,18 @@
 #include <string_view>
 
 #include "macos/MainLoop.h"
+#include "macos/TestPlatform.h"
 #include "platform/contract/FileSystemContract.h"
 #include "platform/contract/NotificationContract.h"
 #include "platform/contract/ProcessMonitorContract.h"
 #include "platform/contract/SerialQueuesContract.h"
+#include "platform/contract/UserDefaultsContract.h"
 #include "platform/macos/MacFileSystem.h"
 #include "platform/macos/MacNotificationCenter.h"
 #include "platform/macos/MacProcessMonitors.h"
 #include "platform/macos/MacSerialQueues.h"
+#include "platform/macos/MacUserDefaults.h"
+#include "platform/macos/Objects.h"
 #include "platform/macos/Strings.h"
 #include "support/TemporaryFolder.h"
 
@@ -52,6 +56,31 @@ class MacSerialQueuesWorld final : public SerialQueuesWorld {
 
  private:
   MacSerialQueues queues_;
+};
+
+class MacUserDefaultsWorld final : public UserDefaultsWorld {
+ public:
+  ~MacUserDefaultsWorld() override { removeSettings(nsString(suite_)); }
+  UserDefaults& defaults() override { return *defaults_; }
+  void changeFromOutside(std::string_view key, const Object& value) override {
+    @autoreleasepool {
+      storeElsewhere(nsString(suite_), nsString(key), nsObject(value));
+    }
+  }
+  bool runUntil(const std::function<bool()>& condition) override {
+    return kelpie::runUntil(condition);
+  }
+
+ private:
+  // A suite that no other test has.
+  static std::string newSuite() {
+    static int count = 0;
+    return "org.kelpie.tests." + std::to_string(getpid()) + "." + std::to_string(++count);
+  }
+
+  const std::string suite_ = newSuite();
+  const std::unique_ptr<UserDefaults> defaults_ =
+      MacUserDefaultsCenter().defaultsWithSuiteName(suite_);
 };
 
 // The system does not tell what this process posts from what another one does.
@@ -106,6 +135,10 @@ INSTANTIATE_TEST_SUITE_P(Mac, FileSystemContract,
 INSTANTIATE_TEST_SUITE_P(Mac, SerialQueuesContract,
                          testing::Values([]() -> std::unique_ptr<SerialQueuesWorld> {
                            return std::make_unique<MacSerialQueuesWorld>();
+                         }));
+INSTANTIATE_TEST_SUITE_P(Mac, UserDefaultsContract,
+                         testing::Values([]() -> std::unique_ptr<UserDefaultsWorld> {
+                           return std::make_unique<MacUserDefaultsWorld>();
                          }));
 INSTANTIATE_TEST_SUITE_P(Mac, NotificationContract,
                          testing::Values([]() -> std::unique_ptr<NotificationWorld> {

@@ -12,7 +12,8 @@
 
 namespace kelpie {
 
-// One store of the platform's. Any thread.
+// One store of the platform's, whose registered values are those of every store of the process.
+// Any thread.
 class MacUserDefaults final : public UserDefaults {
  public:
   explicit MacUserDefaults(Retained<NSUserDefaults*> defaults) : defaults_(std::move(defaults)) {}

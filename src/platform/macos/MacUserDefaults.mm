@@ -1,7 +1,11 @@
 #include "platform/macos/MacUserDefaults.h"
 
+#include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
+#include "foundation/Mutex.h"
 #include "platform/macos/DefaultsObserver.h"
 #include "platform/macos/Objects.h"
 #include "platform/macos/Strings.h"
@@ -10,18 +14,48 @@
 namespace kelpie {
 namespace {
 
+Object valueOf(const Retained<NSUserDefaults*>& defaults, const Retained<NSString*>& key) {
+  @autoreleasepool {
+    return objectOf([defaults.get() objectForKey:key.get()]);
+  }
+}
+
+// The value that an observer knows. The platform tells of whatever is set, the value that is there
+// already included. Any thread.
+class KnownValue {
+ public:
+  // The value at the beginning, unless a change has been told before.
+  void begin(Object value) {
+    const MutexLock lock(mutex_);
+    if (!value_) value_ = std::move(value);
+  }
+  // Whether the value is another one than the known one, which it replaces.
+  bool replace(Object value) {
+    const MutexLock lock(mutex_);
+    const bool isSame = value_ && (value.isNil() ? value_->isNil() : value.isEqual(*value_));
+    value_ = std::move(value);
+    return !isSame;
+  }
+
+ private:
+  Mutex mutex_;
+  std::optional<Object> value_ KELPIE_GUARDED_BY(mutex_);
+};
+
 // Observes from its making to its end.
 class SuiteObservation final : public DefaultsObservation {
  public:
   SuiteObservation(Retained<NSUserDefaults*> defaults, Retained<NSString*> key,
                    std::function<void()> onChange)
-      : defaults_(std::move(defaults)),
-        key_(std::move(key)),
-        context_([KPDefaultsObserver contextForHandler:std::move(onChange)]) {
+      : defaults_(std::move(defaults)), key_(std::move(key)) {
+    const auto known = std::make_shared<KnownValue>();
+    context_ = [KPDefaultsObserver contextForHandler:tellingOfChanges(known, std::move(onChange))];
     [defaults_.get() addObserver:[KPDefaultsObserver sharedObserver]
                       forKeyPath:key_.get()
                          options:NSKeyValueObservingOptionNew
                          context:context_];
+    // Read now, so that a change until now is known, and a later one comes after it.
+    known->begin(valueOf(defaults_, key_));
   }
   ~SuiteObservation() override {
     [defaults_.get() removeObserver:[KPDefaultsObserver sharedObserver]
@@ -33,9 +67,17 @@ class SuiteObservation final : public DefaultsObservation {
   SuiteObservation& operator=(const SuiteObservation&) = delete;
 
  private:
+  std::function<void()> tellingOfChanges(std::shared_ptr<KnownValue> known,
+                                         std::function<void()> onChange) const {
+    return [defaults = defaults_, key = key_, known = std::move(known),
+            onChange = std::move(onChange)] {
+      if (known->replace(valueOf(defaults, key))) onChange();
+    };
+  }
+
   const Retained<NSUserDefaults*> defaults_;
   const Retained<NSString*> key_;
-  void* const context_;
+  void* context_ = nullptr;
 };
 
 }  // namespace

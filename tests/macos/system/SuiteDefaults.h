@@ -2,13 +2,15 @@
 
 #import <Foundation/Foundation.h>
 
-// The settings of a suite, as NSUserDefaults is said to give them. They live in memory. What this
-// process sets it notifies the observers of at once, on the same thread; of what another process
-// sets they hear later, on a thread of the system's. Any thread.
+// The settings of a suite, as NSUserDefaults is said to give them. They live in memory, as copies
+// of what was set. The observers of a key are notified whenever it is set, be it to the value that
+// it has: of what this process sets at once, on the same thread; of what another process sets
+// later, in the order of the changes, on a thread of the system's. What is registered with one
+// suite counts for all of them and for the standard settings, and the global settings count for
+// every suite. Any thread.
 @interface HostSuiteDefaults : NSObject {
  @private
   NSMutableDictionary* _stored;
-  NSMutableDictionary* _registered;
   NSMutableArray* _observers;  // observer, key and context of each
 }
 
@@ -16,7 +18,7 @@
 + (HostSuiteDefaults*)suiteNamed:(NSString*)name;
 
 - (void)removeAllObjects;
-// Sets it as another process.
+// Sets it as another process, or removes it when the value is nil.
 - (void)setElsewhere:(id)value forKey:(NSString*)key;
 
 - (id)objectForKey:(NSString*)key;

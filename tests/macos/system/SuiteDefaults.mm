@@ -1,21 +1,66 @@
 #include "macos/system/SuiteDefaults.h"
 
+#include <dispatch/dispatch.h>
+
+#include <array>
+
 namespace {
 
-bool isPropertyList(id value) {
-  id parts = nil;
-  if ([value isKindOfClass:[NSArray class]]) parts = value;
-  if ([value isKindOfClass:[NSDictionary class]]) parts = [value allValues];
-  for (id part in parts)
-    if (!isPropertyList(part)) return false;
-  return parts != nil || [value isKindOfClass:[NSString class]] ||
-         [value isKindOfClass:[NSNumber class]] || [value isKindOfClass:[NSData class]] ||
-         [value isKindOfClass:[NSDate class]];
+id propertyListCopy(id value);
+
+NSArray* copyOfElements(NSArray* elements) {
+  NSMutableArray* const copies = [NSMutableArray array];
+  for (id element in elements) {
+    id copy = propertyListCopy(element);
+    if (copy == nil) return nil;
+    [copies addObject:copy];
+  }
+  return [NSArray arrayWithArray:copies];
+}
+
+NSDictionary* copyOfEntries(NSDictionary* entries) {
+  NSMutableDictionary* const copies = [NSMutableDictionary dictionary];
+  for (id key in entries) {
+    id copy = propertyListCopy([entries objectForKey:key]);
+    if (copy == nil || ![key isKindOfClass:[NSString class]]) return nil;
+    [copies setObject:copy forKey:key];
+  }
+  return [NSDictionary dictionaryWithDictionary:copies];
+}
+
+// Autoreleased, and not to be changed by anybody; nil when the value is no property list.
+id propertyListCopy(id value) {
+  if ([value isKindOfClass:[NSArray class]]) return copyOfElements(value);
+  if ([value isKindOfClass:[NSDictionary class]]) return copyOfEntries(value);
+  const bool isLeaf = [value isKindOfClass:[NSString class]] ||
+                      [value isKindOfClass:[NSNumber class]] ||
+                      [value isKindOfClass:[NSData class]] || [value isKindOfClass:[NSDate class]];
+  return isLeaf ? [[value copy] autorelease] : nil;
+}
+
+// What counts where a suite has stored nothing, the first of them first; nil where there is none.
+std::array<NSDictionary*, 2> sharedDomains() {
+  NSUserDefaults* const standard = [NSUserDefaults standardUserDefaults];
+  return {[standard persistentDomainForName:NSGlobalDomain],
+          [standard volatileDomainForName:NSRegistrationDomain]};
+}
+
+// The thread that tells of what other processes change.
+dispatch_queue_t systemQueue() {
+  static dispatch_queue_t const queue = dispatch_queue_create("settings", DISPATCH_QUEUE_SERIAL);
+  return queue;
+}
+
+// A registration, as it stands in the list of them.
+NSArray* registrationOf(NSObject* observer, NSString* key, void* context) {
+  return [NSArray arrayWithObjects:[NSValue valueWithNonretainedObject:observer], key,
+                                   [NSValue valueWithPointer:context], nil];
 }
 
 }  // namespace
 
 @interface HostSuiteDefaults ()
+- (void)store:(id)value forKey:(NSString*)key;
 - (void)notifyObserversOf:(NSString*)key;
 @end
 
@@ -37,7 +82,6 @@ bool isPropertyList(id value) {
   self = [super init];
   if (self != nil) {
     _stored = [[NSMutableDictionary alloc] init];
-    _registered = [[NSMutableDictionary alloc] init];
     _observers = [[NSMutableArray alloc] init];
   }
   return self;
@@ -45,7 +89,6 @@ bool isPropertyList(id value) {
 
 - (void)dealloc {
   [_stored release];
-  [_registered release];
   [_observers release];
   [super dealloc];
 }
@@ -59,46 +102,60 @@ bool isPropertyList(id value) {
 - (id)objectForKey:(NSString*)key {
   @synchronized(self) {
     id const stored = [_stored objectForKey:key];
-    return [[(stored != nil ? stored : [_registered objectForKey:key]) retain] autorelease];
+    if (stored != nil) return [[stored retain] autorelease];
   }
+  for (NSDictionary* domain : sharedDomains())
+    if (id const value = [domain objectForKey:key]) return value;
+  return nil;
 }
 
 // As the platform's, it holds property lists only.
-- (void)setObject:(id)value forKey:(NSString*)key {
-  if (!isPropertyList(value))
+- (void)store:(id)value forKey:(NSString*)key {
+  id const copy = propertyListCopy(value);
+  if (copy == nil && value != nil)
     [NSException raise:NSInvalidArgumentException format:@"no property list: %@", key];
   @synchronized(self) {
-    [_stored setObject:value forKey:key];
+    if (copy == nil)
+      [_stored removeObjectForKey:key];
+    else
+      [_stored setObject:copy forKey:key];
   }
-  [self notifyObserversOf:key];
 }
 
-- (void)setElsewhere:(id)value forKey:(NSString*)key {
-  @synchronized(self) {
-    [_stored setObject:value forKey:key];
-  }
-  [NSThread detachNewThreadSelector:@selector(notifyObserversOf:) toTarget:self withObject:key];
+- (void)setObject:(id)value forKey:(NSString*)key {
+  [self store:value forKey:key];
+  [self notifyObserversOf:key];
 }
 
 - (void)removeObjectForKey:(NSString*)key {
-  @synchronized(self) {
-    [_stored removeObjectForKey:key];
-  }
-  [self notifyObserversOf:key];
+  [self setObject:nil forKey:key];
+}
+
+// A block holds no object here that it has captured.
+- (void)setElsewhere:(id)value forKey:(NSString*)key {
+  [self store:value forKey:key];
+  NSString* const changed = [key copy];
+  [self retain];
+  dispatch_async(systemQueue(), ^{
+    [self notifyObserversOf:changed];
+    [changed release];
+    [self release];
+  });
 }
 
 - (void)registerDefaults:(NSDictionary*)defaults {
-  @synchronized(self) {
-    [_registered addEntriesFromDictionary:defaults];
-  }
+  [[NSUserDefaults standardUserDefaults] registerDefaults:defaults];
 }
 
 - (NSDictionary*)dictionaryRepresentation {
+  NSMutableDictionary* const all = [NSMutableDictionary dictionary];
+  const auto [global, registered] = sharedDomains();
+  [all addEntriesFromDictionary:registered];
+  [all addEntriesFromDictionary:global];
   @synchronized(self) {
-    NSMutableDictionary* const all = [NSMutableDictionary dictionaryWithDictionary:_registered];
     [all addEntriesFromDictionary:_stored];
-    return all;
   }
+  return all;
 }
 
 - (void)addObserver:(NSObject*)observer
@@ -107,16 +164,15 @@ bool isPropertyList(id value) {
             context:(void*)context {
   NSAssert(options == NSKeyValueObservingOptionNew, @"not provided for");
   @synchronized(self) {
-    [_observers addObject:[NSArray arrayWithObjects:[NSValue valueWithNonretainedObject:observer],
-                                                    key, [NSValue valueWithPointer:context], nil]];
+    [_observers addObject:registrationOf(observer, key, context)];
   }
 }
 
 - (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)key context:(void*)context {
   @synchronized(self) {
-    [_observers
-        removeObject:[NSArray arrayWithObjects:[NSValue valueWithNonretainedObject:observer], key,
-                                               [NSValue valueWithPointer:context], nil]];
+    const NSUInteger index = [_observers indexOfObject:registrationOf(observer, key, context)];
+    if (index == NSNotFound) [NSException raise:NSRangeException format:@"no observer of %@", key];
+    [_observers removeObjectAtIndex:index];
   }
 }
 

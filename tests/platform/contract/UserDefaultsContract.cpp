@@ -1,5 +1,7 @@
 #include "platform/contract/UserDefaultsContract.h"
 
+#include <thread>
+
 #include "foundation/Bytes.h"
 #include "foundation/Dictionary.h"
 
@@ -41,7 +43,9 @@ TEST_P(UserDefaultsContract, ValuesOfEveryKindComeBackAsTheyWere) {
   };
   for (const Object& value : values) {
     defaults.setObject("key", value);
-    EXPECT_TRUE(defaults.objectForKey("key").isEqual(value)) << value.description();
+    const Object stored = defaults.objectForKey("key");
+    EXPECT_TRUE(stored.isEqual(value)) << value.description();
+    EXPECT_EQ(stored.kind(), value.kind()) << value.description();
   }
 }
 
@@ -68,6 +72,7 @@ TEST_P(UserDefaultsContract, NeitherAnotherKeyNorTheSameValueIsTold) {
   const auto observation = defaults.observe("key", [&] { ++told; });
   world->changeFromOutside("another", 1);
   world->changeFromOutside("key", "value");
+  defaults.setObject("key", "value");
   settle();
   EXPECT_EQ(told, 0);
 }
@@ -81,6 +86,17 @@ TEST_P(UserDefaultsContract, AnObservationThatIsLetGoIsToldNothing) {
   world->changeFromOutside("key", 2);
   settle();
   EXPECT_EQ(told, 1);
+}
+
+// It may be on its way to the thread that tells of it.
+TEST_P(UserDefaultsContract, AChangeBeforeAnObservationIsLetGoIsNotToldAfterIt) {
+  int told = 0;
+  auto observation = defaults.observe("key", [&] { ++told; });
+  std::thread([&] { defaults.setObject("key", "ours"); }).join();
+  observation.reset();
+  const int before = told;
+  settle();
+  EXPECT_EQ(told, before);
 }
 
 }  // namespace
