@@ -248,6 +248,21 @@ TEST(MacPorts, AreFoundByNameWhileTheyAreOpen) {
   EXPECT_EQ(ports.createRemote("\xFF"), nullptr);
 }
 
+// The system holds a few messages; then a send has to wait, and must not for longer than it may.
+TEST(MacPorts, ASendThatNobodyTakesEndsInItsTime) {
+  MacMessagePorts ports;
+  const auto local =
+      ports.createLocal(ownName("full"), [](std::int32_t, const std::shared_ptr<const Bytes>&,
+                                            const LocalMessagePort::Completion&) {});
+  const auto remote = ports.createRemote(ownName("full"));
+  ASSERT_NE(remote, nullptr);
+  constexpr std::chrono::milliseconds kShort{10};
+  std::int32_t status = RemoteMessagePort::kSuccess;
+  for (int i = 0; i < 1000 && status == RemoteMessagePort::kSuccess; ++i)
+    status = remote->send(1, {7}, kShort, kShort);
+  EXPECT_EQ(status, RemoteMessagePort::kSendTimeout);
+}
+
 TEST(MacLimits, AreThoseOfTheProcess) {
   MacResourceLimits limits;
   const auto limit = limits.openFilesLimit();

@@ -41,7 +41,9 @@ struct FakeMessagePorts::State : std::enable_shared_from_this<FakeMessagePorts::
   std::shared_ptr<SerialQueue> mainQueue;
   Mutex mutex;  // of the receivers' contents as well
   std::vector<std::shared_ptr<Receiver>> receivers KELPIE_GUARDED_BY(mutex);
-  std::set<std::string, std::less<>> listening KELPIE_GUARDED_BY(mutex);
+  // By name, which of all the other processes' ports: none is the next one of its name.
+  std::map<std::string, std::size_t, std::less<>> listening KELPIE_GUARDED_BY(mutex);
+  std::size_t lastListening KELPIE_GUARDED_BY(mutex) = 0;
   std::int32_t sendStatus KELPIE_GUARDED_BY(mutex) = RemoteMessagePort::kSuccess;
   bool refusesLocal KELPIE_GUARDED_BY(mutex) = false;
   std::vector<SentMessage> sent KELPIE_GUARDED_BY(mutex);
@@ -125,8 +127,8 @@ std::string summaryOf(const Object& content) {
 
 class FakeMessagePorts::Remote final : public RemoteMessagePort {
  public:
-  Remote(std::shared_ptr<State> state, std::string name)
-      : state_(std::move(state)), name_(std::move(name)) {}
+  Remote(std::shared_ptr<State> state, std::string name, std::size_t number)
+      : state_(std::move(state)), name_(std::move(name)), number_(number) {}
   ~Remote() override { state_->events.add("ports.release " + name_); }
   Remote(const Remote&) = delete;
   Remote& operator=(const Remote&) = delete;
@@ -136,13 +138,18 @@ class FakeMessagePorts::Remote final : public RemoteMessagePort {
     Object content = KeyedUnarchiver::unarchiveObject(message);
     state_->events.add("send " + name_ + " " + std::to_string(id) + " " + summaryOf(content));
     const MutexLock lock(state_->mutex);
-    state_->sent.push_back({name_, id, message, std::move(content), sendTimeout, receiveTimeout});
-    return state_->listening.contains(name_) ? state_->sendStatus : kIsInvalid;
+    const auto found = state_->listening.find(name_);
+    const bool isThere = found != state_->listening.end() && found->second == number_;
+    const std::int32_t status = isThere ? state_->sendStatus : kIsInvalid;
+    state_->sent.push_back(
+        {name_, id, message, std::move(content), sendTimeout, receiveTimeout, status});
+    return status;
   }
 
  private:
   std::shared_ptr<State> state_;
   std::string name_;
+  std::size_t number_;
 };
 
 FakeMessagePorts::FakeMessagePorts(EventLog& events, std::shared_ptr<SerialQueue> mainQueue)
@@ -153,7 +160,7 @@ FakeMessagePorts::~FakeMessagePorts() = default;
 void FakeMessagePorts::setListening(std::string_view name, bool listening) {
   const MutexLock lock(state_->mutex);
   if (listening)
-    state_->listening.emplace(name);
+    state_->listening.try_emplace(std::string(name), ++state_->lastListening);
   else
     state_->listening.erase(std::string(name));
 }
@@ -233,8 +240,9 @@ std::unique_ptr<LocalMessagePort> FakeMessagePorts::createLocal(std::string_view
 std::shared_ptr<RemoteMessagePort> FakeMessagePorts::createRemote(std::string_view name) {
   state_->events.add("ports.remote " + std::string(name));
   const MutexLock lock(state_->mutex);
-  if (!state_->listening.contains(name)) return nullptr;
-  return std::make_shared<Remote>(state_, std::string(name));
+  const auto found = state_->listening.find(name);
+  if (found == state_->listening.end()) return nullptr;
+  return std::make_shared<Remote>(state_, std::string(name), found->second);
 }
 
 }  // namespace kelpie

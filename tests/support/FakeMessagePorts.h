@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,6 +28,7 @@ class FakeMessagePorts final : public MessagePorts {
     Object content;  // the archive's root object
     std::chrono::milliseconds sendTimeout{};
     std::chrono::milliseconds receiveTimeout{};
+    std::int32_t status = RemoteMessagePort::kSuccess;  // what the sender was told
   };
 
   // Messages arrive in tasks of `mainQueue`.
@@ -37,7 +37,8 @@ class FakeMessagePorts final : public MessagePorts {
 
   // -- The other processes ------------------------------------------------------------------------
 
-  // Whether somebody listens under that name; a port that is gone makes sends fail with kIsInvalid.
+  // Whether somebody listens under that name; a port that is gone makes sends fail with kIsInvalid,
+  // also when another one has its name.
   void setListening(std::string_view name, bool listening);
   // What the next sends return instead of kSuccess; they are recorded all the same.
   void failSends(std::int32_t status);

@@ -23,12 +23,13 @@ class MacLocalMessagePort final : public LocalMessagePort {
   MacLocalMessagePort& operator=(const MacLocalMessagePort&) = delete;
 
  private:
-  explicit MacLocalMessagePort(Handler handler) : handler_(std::move(handler)) {}
+  explicit MacLocalMessagePort(Handler handler)
+      : handler_(std::make_shared<const Handler>(std::move(handler))) {}
 
   bool open(std::string_view name);
   static CFDataRef receive(CFMessagePortRef port, SInt32 id, CFDataRef message, void* receiver);
 
-  const Handler handler_;
+  const std::shared_ptr<const Handler> handler_;  // also its call's, which may let the port go
   CFRetained<CFMessagePortRef> port_;
   CFRetained<CFRunLoopSourceRef> source_;
 };

@@ -36,16 +36,18 @@ MacLocalMessagePort::~MacLocalMessagePort() {
   if (port_) CFMessagePortInvalidate(port_.get());
 }
 
-CFDataRef MacLocalMessagePort::receive(CFMessagePortRef /*port*/, SInt32 id, CFDataRef message,
+CFDataRef MacLocalMessagePort::receive(CFMessagePortRef port, SInt32 id, CFDataRef message,
                                        void* receiver) {
   @autoreleasepool {
-    const auto& self = *static_cast<const MacLocalMessagePort*>(receiver);
+    // The port may go while its handler runs.
+    const auto handler = static_cast<const MacLocalMessagePort*>(receiver)->handler_;
+    const auto held = Retained<NSObject*>::keep(objectOfCF(port));
     auto bytes = std::make_shared<Bytes>();
     if (message != nullptr) {
       const UInt8* const start = CFDataGetBytePtr(message);
       bytes->assign(start, start + CFDataGetLength(message));
     }
-    runGuarded([&] { self.handler_(id, std::move(bytes), [] {}); });
+    runGuarded([&] { (*handler)(id, std::move(bytes), [] {}); });
     return nullptr;
   }
 }

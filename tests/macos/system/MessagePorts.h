@@ -5,8 +5,11 @@
 #include <cstdint>
 
 // What a test decides about the message ports of CoreFoundation.h. Ports of this process find each
-// other by name, and a second one of a name is the first one; a message is delivered by the main
-// run loop, once the receiving port's source stands in its common modes.
+// other by name, a second one of a name is the first one, and all senders to it are one; a message
+// is delivered by the main run loop, once the receiving port's source stands in its common modes,
+// and its bytes are the receiver's for the time of that call. A port has room for a few messages;
+// for more a send waits. A port that goes is gone for its sender whoever has the name later: sends
+// are faults of the transport first, and answer that the port is invalid once the system has told.
 namespace kelpie::system {
 
 // What the next sends answer; 0 sends. Any thread.

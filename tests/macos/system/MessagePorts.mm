@@ -1,32 +1,52 @@
 #include "macos/system/MessagePorts.h"
 
 #include <CoreFoundation/CoreFoundation.h>
+#include <dispatch/dispatch.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstring>
 
 #include "foundation/ConditionVariable.h"
 #include "foundation/Mutex.h"
 
-// A port: of a listener when it has a callback, else of a sender. Its source is the port itself.
-@interface HostPort : NSObject {
+// The receiving end. Its source is the port itself. What follows is guarded by the lock of Traffic.
+@interface HostLocalPort : NSObject {
  @public
   NSString* _name;
-  CFMessagePortCallBack _callback;
+  CFMessagePortCallBack _callback;  // null once it is invalid
   void* _info;
-  NSMutableArray* _waiting;  // pairs of id and data, while no run loop has the source
+  NSMutableArray* _waiting;  // pairs of id and data that wait for the run loop
   BOOL _isScheduled;
 }
 - (instancetype)initWithName:(NSString*)name;
-- (void)deliver:(NSArray*)message;
+- (void)setScheduled:(BOOL)isScheduled;
+- (NSArray*)nextMessage;
 - (void)deliverWaiting;
+- (void)invalidate;
+@end
+
+// The sending end of that port, and of no other that gets its name later.
+@interface HostRemotePort : NSObject {
+ @public
+  HostLocalPort* _receiver;
+  std::atomic<bool> _isInvalid;
+}
+- (instancetype)initWithReceiver:(HostLocalPort*)receiver;
+- (void)invalidate;
 @end
 
 namespace {
 
+// How many messages the system holds for a port.
+constexpr NSUInteger kQueueLimit = 5;
+
+// What a message is overwritten with once its receiver has been called.
+constexpr int kGone = 0xDD;
+
 std::atomic<std::int32_t> sendStatus = 0;
 
-// What sends wait for while their receivers are busy.
+// What sends wait for.
 struct Traffic {
   kelpie::Mutex mutex;
   kelpie::ConditionVariable changed;
@@ -39,22 +59,14 @@ Traffic& traffic() {
   return made;
 }
 
-// False when the time is over.
-bool waitForReceiver(CFTimeInterval limit) {
-  const auto end = std::chrono::steady_clock::now() +
-                   std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                       std::chrono::duration<double>(limit));
-  Traffic& all = traffic();
-  kelpie::MutexLock lock(all.mutex);
-  ++all.waiting;
-  const bool isFree = all.changed.waitUntil(
-      lock, end, [&all]() KELPIE_REQUIRES(all.mutex) { return !all.isStopped; });
-  --all.waiting;
-  return isFree;
-}
-
 // The listening ports by name. Guarded by @synchronized on itself.
 NSMutableDictionary* listeners() {
+  static NSMutableDictionary* const ports = [[NSMutableDictionary alloc] init];
+  return ports;
+}
+
+// The sending ends by name. Guarded by @synchronized on the listeners.
+NSMutableDictionary* remotes() {
   static NSMutableDictionary* const ports = [[NSMutableDictionary alloc] init];
   return ports;
 }
@@ -63,6 +75,12 @@ NSMutableDictionary* listeners() {
 NSMutableSet* namesElsewhere() {
   static NSMutableSet* const names = [[NSMutableSet alloc] init];
   return names;
+}
+
+// The thread on which sending ends learn that their port is gone.
+dispatch_queue_t portsQueue() {
+  static dispatch_queue_t const queue = dispatch_queue_create("ports", DISPATCH_QUEUE_SERIAL);
+  return queue;
 }
 
 template <class Reference>
@@ -75,20 +93,53 @@ Reference referenceTo(id object) {
   return static_cast<Reference>(static_cast<void*>(object));
 }
 
-HostPort* listener(NSString* name) {
+HostLocalPort* listener(NSString* name) {
   NSMutableDictionary* const ports = listeners();
   @synchronized(ports) {
     return [[[ports objectForKey:name] retain] autorelease];
   }
 }
 
-void deliverOnMainThread(HostPort* port) {
+void deliverOnMainThread(HostLocalPort* port) {
   [port performSelectorOnMainThread:@selector(deliverWaiting) withObject:nil waitUntilDone:NO];
+}
+
+// A block holds no object here that it has captured.
+void tellLater(HostRemotePort* remote) {
+  [remote retain];
+  dispatch_async(portsQueue(), ^{
+    [remote invalidate];
+    [remote release];
+  });
+}
+
+std::chrono::steady_clock::time_point after(CFTimeInterval time) {
+  return std::chrono::steady_clock::now() +
+         std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+             std::chrono::duration<double>(time));
+}
+
+// Waits for room in front of the receiver. A port that is gone without its sender's knowing of it
+// is a fault of the transport.
+SInt32 enqueue(NSArray* message, HostLocalPort* receiver, CFTimeInterval limit) {
+  Traffic& all = traffic();
+  kelpie::MutexLock lock(all.mutex);
+  const auto isReady = [&all, receiver]() KELPIE_REQUIRES(all.mutex) {
+    const bool hasRoom = !all.isStopped && [receiver->_waiting count] < kQueueLimit;
+    return hasRoom || receiver->_callback == nullptr;
+  };
+  ++all.waiting;
+  const bool isInTime = all.changed.waitUntil(lock, after(limit), isReady);
+  --all.waiting;
+  if (!isInTime) return kCFMessagePortSendTimeout;
+  if (receiver->_callback == nullptr) return kCFMessagePortTransportError;
+  [receiver->_waiting addObject:message];
+  return kCFMessagePortSuccess;
 }
 
 }  // namespace
 
-@implementation HostPort
+@implementation HostLocalPort
 
 - (instancetype)initWithName:(NSString*)name {
   self = [super init];
@@ -105,24 +156,68 @@ void deliverOnMainThread(HostPort* port) {
   [super dealloc];
 }
 
-- (void)deliver:(NSArray*)message {
-  if (_callback == nullptr) return;
-  const SInt32 number = [[message objectAtIndex:0] intValue];
-  NSData* const data = [message objectAtIndex:1];
-  const CFDataRef answer =
-      _callback(referenceTo<CFMessagePortRef>(self), number, referenceTo<CFDataRef>(data), _info);
-  if (answer != nullptr) CFRelease(answer);
+- (void)setScheduled:(BOOL)isScheduled {
+  const kelpie::MutexLock lock(traffic().mutex);
+  _isScheduled = isScheduled;
 }
 
+// Autoreleased; nil when there is none for the run loop.
+- (NSArray*)nextMessage {
+  const kelpie::MutexLock lock(traffic().mutex);
+  if (!_isScheduled || [_waiting count] == 0) return nil;
+  NSArray* const message = [[[_waiting objectAtIndex:0] retain] autorelease];
+  [_waiting removeObjectAtIndex:0];
+  return message;
+}
+
+// The data are the receiver's for the time of its call only.
 - (void)deliverWaiting {
-  while (true) {
-    NSArray* message = nil;
-    @synchronized(self) {
-      if (!_isScheduled || [_waiting count] == 0) return;
-      message = [[[_waiting objectAtIndex:0] retain] autorelease];
-      [_waiting removeObjectAtIndex:0];
-    }
-    [self deliver:message];
+  while (NSArray* const message = [self nextMessage]) {
+    traffic().changed.notifyAll();
+    NSMutableData* const data = [message objectAtIndex:1];
+    const CFDataRef answer =
+        _callback(referenceTo<CFMessagePortRef>(self), [[message objectAtIndex:0] intValue],
+                  referenceTo<CFDataRef>(data), _info);
+    if (answer != nullptr) CFRelease(answer);
+    std::memset([data mutableBytes], kGone, [data length]);
+  }
+}
+
+- (void)invalidate {
+  NSMutableDictionary* const ports = listeners();
+  @synchronized(ports) {
+    if ([ports objectForKey:_name] == self) [ports removeObjectForKey:_name];
+    HostRemotePort* const remote = [remotes() objectForKey:_name];
+    if (remote != nil && remote->_receiver == self) tellLater(remote);
+  }
+  {
+    const kelpie::MutexLock lock(traffic().mutex);
+    _callback = nullptr;
+    [_waiting removeAllObjects];
+  }
+  traffic().changed.notifyAll();
+}
+
+@end
+
+@implementation HostRemotePort
+
+- (instancetype)initWithReceiver:(HostLocalPort*)receiver {
+  self = [super init];
+  if (self != nil) _receiver = [receiver retain];
+  return self;
+}
+
+- (void)dealloc {
+  [_receiver release];
+  [super dealloc];
+}
+
+- (void)invalidate {
+  _isInvalid = true;
+  @synchronized(listeners()) {
+    NSString* const name = _receiver->_name;
+    if ([remotes() objectForKey:name] == self) [remotes() removeObjectForKey:name];
   }
 }
 
@@ -160,19 +255,14 @@ CFRunLoopRef CFRunLoopGetCurrent() { return referenceTo<CFRunLoopRef>([NSRunLoop
 
 void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
   if (mode != kCFRunLoopCommonModes) return;
-  HostPort* const port = objectOf(source);
-  @synchronized(port) {
-    port->_isScheduled = loop == CFRunLoopGetMain();
-  }
+  HostLocalPort* const port = objectOf(source);
+  [port setScheduled:loop == CFRunLoopGetMain()];
   deliverOnMainThread(port);
 }
 
 void CFRunLoopRemoveSource(CFRunLoopRef /*loop*/, CFRunLoopSourceRef source,
                            CFRunLoopMode /*mode*/) {
-  HostPort* const port = objectOf(source);
-  @synchronized(port) {
-    port->_isScheduled = NO;
-  }
+  [static_cast<HostLocalPort*>(objectOf(source)) setScheduled:NO];
 }
 
 CFMessagePortRef CFMessagePortCreateLocal(CFAllocatorRef /*allocator*/, CFStringRef name,
@@ -180,12 +270,12 @@ CFMessagePortRef CFMessagePortCreateLocal(CFAllocatorRef /*allocator*/, CFString
                                           CFMessagePortContext* context, Boolean* shouldFreeInfo) {
   NSMutableDictionary* const ports = listeners();
   @synchronized(ports) {
-    HostPort* const existing = [ports objectForKey:objectOf(name)];
+    HostLocalPort* const existing = [ports objectForKey:objectOf(name)];
     const bool isElsewhere = [namesElsewhere() containsObject:objectOf(name)];
     if (shouldFreeInfo != nullptr) *shouldFreeInfo = existing != nil || isElsewhere;
     if (isElsewhere) return nullptr;
     if (existing != nil) return referenceTo<CFMessagePortRef>([existing retain]);
-    HostPort* const port = [[HostPort alloc] initWithName:objectOf(name)];
+    HostLocalPort* const port = [[HostLocalPort alloc] initWithName:objectOf(name)];
     port->_callback = callback;
     port->_info = context == nullptr ? nullptr : context->info;
     [ports setObject:port forKey:port->_name];
@@ -193,9 +283,19 @@ CFMessagePortRef CFMessagePortCreateLocal(CFAllocatorRef /*allocator*/, CFString
   }
 }
 
+// As long as a port is open, there is one sending end of it in a process.
 CFMessagePortRef CFMessagePortCreateRemote(CFAllocatorRef /*allocator*/, CFStringRef name) {
-  if (listener(objectOf(name)) == nil) return nullptr;
-  return referenceTo<CFMessagePortRef>([[HostPort alloc] initWithName:objectOf(name)]);
+  NSMutableDictionary* const ports = listeners();
+  @synchronized(ports) {
+    HostLocalPort* const receiver = [ports objectForKey:objectOf(name)];
+    if (receiver == nil) return nullptr;
+    HostRemotePort* const existing = [remotes() objectForKey:objectOf(name)];
+    if (existing != nil && existing->_receiver == receiver)
+      return referenceTo<CFMessagePortRef>([existing retain]);
+    HostRemotePort* const port = [[HostRemotePort alloc] initWithReceiver:receiver];
+    [remotes() setObject:port forKey:receiver->_name];
+    return referenceTo<CFMessagePortRef>(port);
+  }
 }
 
 CFRunLoopSourceRef CFMessagePortCreateRunLoopSource(CFAllocatorRef /*allocator*/,
@@ -207,27 +307,17 @@ SInt32 CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 number, CFDataRe
                                 CFTimeInterval sendTimeout, CFTimeInterval /*receiveTimeout*/,
                                 CFStringRef /*replyMode*/, CFDataRef* /*reply*/) {
   if (sendStatus != 0) return sendStatus;
-  if (!waitForReceiver(sendTimeout)) return kCFMessagePortSendTimeout;
-  HostPort* const sender = objectOf(remote);
-  HostPort* const receiver = listener(sender->_name);
-  if (receiver == nil) return kCFMessagePortIsInvalid;
-  NSData* const copy = [NSData dataWithData:objectOf(data)];
-  @synchronized(receiver) {
-    [receiver->_waiting
-        addObject:[NSArray arrayWithObjects:[NSNumber numberWithInt:number], copy, nil]];
-  }
-  deliverOnMainThread(receiver);
-  return kCFMessagePortSuccess;
+  HostRemotePort* const sender = objectOf(remote);
+  if (sender->_isInvalid) return kCFMessagePortIsInvalid;
+  NSArray* const message =
+      [NSArray arrayWithObjects:[NSNumber numberWithInt:number],
+                                [NSMutableData dataWithData:objectOf(data)], nil];
+  const SInt32 status = enqueue(message, sender->_receiver, sendTimeout);
+  if (status == kCFMessagePortSuccess) deliverOnMainThread(sender->_receiver);
+  return status;
 }
 
-void CFMessagePortInvalidate(CFMessagePortRef port) {
-  HostPort* const closed = objectOf(port);
-  closed->_callback = nullptr;
-  NSMutableDictionary* const ports = listeners();
-  @synchronized(ports) {
-    if ([ports objectForKey:closed->_name] == closed) [ports removeObjectForKey:closed->_name];
-  }
-}
+void CFMessagePortInvalidate(CFMessagePortRef port) { [objectOf(port) invalidate]; }
 
 namespace kelpie::system {
 

@@ -46,7 +46,7 @@ std::array<NSDictionary*, 2> sharedDomains() {
 }
 
 // The thread that tells of what other processes change.
-dispatch_queue_t systemQueue() {
+dispatch_queue_t settingsQueue() {
   static dispatch_queue_t const queue = dispatch_queue_create("settings", DISPATCH_QUEUE_SERIAL);
   return queue;
 }
@@ -136,7 +136,7 @@ NSArray* registrationOf(NSObject* observer, NSString* key, void* context) {
   [self store:value forKey:key];
   NSString* const changed = [key copy];
   [self retain];
-  dispatch_async(systemQueue(), ^{
+  dispatch_async(settingsQueue(), ^{
     [self notifyObserversOf:changed];
     [changed release];
     [self release];

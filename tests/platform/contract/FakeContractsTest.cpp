@@ -127,8 +127,9 @@ class FakeMessagePortWorld final : public MessagePortWorld {
   std::vector<std::string> arrived() override {
     std::vector<std::string> texts;
     for (const FakeMessagePorts::SentMessage& message : platform_.messagePorts.sent())
-      texts.push_back(std::to_string(message.id) + " " +
-                      std::string(message.bytes.begin(), message.bytes.end()));
+      if (message.status == RemoteMessagePort::kSuccess)
+        texts.push_back(std::to_string(message.id) + " " +
+                        std::string(message.bytes.begin(), message.bytes.end()));
     return texts;
   }
   bool runUntil(const std::function<bool()>& condition) override {

@@ -28,6 +28,22 @@ constexpr std::chrono::milliseconds kLimit(10'000);
 
 Bytes textBytes(std::string_view text) { return {text.begin(), text.end()}; }
 
+}  // namespace
+
+void MessagePortContract::closeAndNotice(const std::string& name, RemoteMessagePort& remote) {
+  world->stopListening(name);
+  const auto send = [&remote] { return remote.send(3, textBytes("lost"), kLimit, kLimit); };
+  const std::int32_t status = send();
+  if (world->tellsAtOnceThatAPortIsGone()) {
+    EXPECT_EQ(status, RemoteMessagePort::kIsInvalid);
+    return;
+  }
+  EXPECT_NE(status, RemoteMessagePort::kSuccess);
+  EXPECT_TRUE(world->runUntil([&send] { return send() == RemoteMessagePort::kIsInvalid; }));
+}
+
+namespace {
+
 TEST_P(MessagePortContract, MessagesArriveInOrderWithTheirNumbersAndBytes) {
   const auto local = open(port);
   ASSERT_NE(local, nullptr);
@@ -44,6 +60,34 @@ TEST_P(MessagePortContract, TheNameOfAPortIsFreeAgainWhenItIsGone) {
   ASSERT_NE(local, nullptr);
   local.reset();
   EXPECT_NE(open(port), nullptr);
+}
+
+TEST_P(MessagePortContract, ANameThatIsTakenGivesNoPortAndLeavesTheOneThatHasIt) {
+  const auto local = open(port);
+  ASSERT_NE(local, nullptr);
+  EXPECT_EQ(open(port), nullptr);
+  world->deliver(port, 1, textBytes("a"));
+  EXPECT_TRUE(receives(1));
+}
+
+TEST_P(MessagePortContract, APortMayBeLetGoByItsOwnHandler) {
+  const auto held = std::make_shared<int>(0);
+  bool isGone = false;
+  std::unique_ptr<LocalMessagePort> local = world->ports().createLocal(
+      port, [&local, &isGone, held](std::int32_t, const std::shared_ptr<const Bytes>&,
+                                    const LocalMessagePort::Completion& done) {
+        const std::weak_ptr<int> own = held;
+        bool& isNoted = isGone;
+        done();
+        local.reset();
+        EXPECT_GT(own.use_count(), 1) << "the handler must outlive its call";
+        isNoted = true;
+      });
+  ASSERT_NE(local, nullptr);
+  world->deliver(port, 1, {});
+  world->deliver(port, 2, {});
+  EXPECT_TRUE(world->runUntil([&] { return isGone; }));
+  EXPECT_NE(open(port), nullptr) << "its name is free";
 }
 
 TEST_P(MessagePortContract, AMessageMayBeDoneOnAnyThread) {
@@ -87,8 +131,34 @@ TEST_P(MessagePortContract, ASendToAPortThatIsGoneSaysSo) {
   world->listen(theirs);
   const auto remote = world->ports().createRemote(theirs);
   ASSERT_NE(remote, nullptr);
-  world->stopListening(theirs);
-  EXPECT_EQ(remote->send(3, textBytes("lost"), kLimit, kLimit), RemoteMessagePort::kIsInvalid);
+  closeAndNotice(theirs, *remote);
+}
+
+TEST_P(MessagePortContract, APortThatIsGoneIsNotReplacedByTheNextOneOfItsName) {
+  const std::string theirs = world->name("theirs");
+  world->listen(theirs);
+  const auto former = world->ports().createRemote(theirs);
+  ASSERT_NE(former, nullptr);
+  closeAndNotice(theirs, *former);
+  world->listen(theirs);
+  EXPECT_EQ(former->send(3, textBytes("lost"), kLimit, kLimit), RemoteMessagePort::kIsInvalid);
+  const auto next = world->ports().createRemote(theirs);
+  ASSERT_NE(next, nullptr);
+  EXPECT_EQ(next->send(4, textBytes("found"), kLimit, kLimit), RemoteMessagePort::kSuccess);
+  EXPECT_TRUE(world->runUntil([&] { return !world->arrived().empty(); }));
+  EXPECT_EQ(world->arrived(), (std::vector<std::string>{"4 found"}));
+}
+
+TEST_P(MessagePortContract, ASenderThatIsLetGoLeavesTheOthersOfItsPort) {
+  const std::string theirs = world->name("theirs");
+  world->listen(theirs);
+  auto first = world->ports().createRemote(theirs);
+  const auto second = world->ports().createRemote(theirs);
+  ASSERT_NE(first, nullptr);
+  ASSERT_NE(second, nullptr);
+  first.reset();
+  EXPECT_EQ(second->send(3, textBytes("a"), kLimit, kLimit), RemoteMessagePort::kSuccess);
+  EXPECT_TRUE(world->runUntil([&] { return world->arrived().size() == 1; }));
 }
 
 }  // namespace

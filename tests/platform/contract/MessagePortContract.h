@@ -27,6 +27,9 @@ class MessagePortWorld {
   // The other process opens a port of that name, or closes it.
   virtual void listen(const std::string& port) = 0;
   virtual void stopListening(const std::string& port) = 0;
+  // Whether a send says that the port is gone as soon as it is; where not, sends fail for another
+  // reason until the system has noticed.
+  virtual bool tellsAtOnceThatAPortIsGone() const { return true; }
   // The messages that came to the other process's ports, as "ID TEXT".
   virtual std::vector<std::string> arrived() = 0;
   // Lets messages be delivered until the condition holds; false when it does not.
@@ -42,6 +45,9 @@ class MessagePortContract : public testing::TestWithParam<std::unique_ptr<Messag
   bool receives(std::size_t count) {
     return world->runUntil([&] { return received.size() >= count; });
   }
+
+  // Closes the other process's port, and sends to it until the answer is that it is gone.
+  void closeAndNotice(const std::string& name, RemoteMessagePort& remote);
 
   const std::unique_ptr<MessagePortWorld> world = GetParam()();
   const std::string port = world->name("port");
