@@ -85,6 +85,8 @@ struct ArchiveReader::Fields {
   std::optional<std::uint32_t> classNumber;
   std::optional<std::uint32_t> objects;
   std::optional<std::uint32_t> keys;
+  std::optional<std::uint32_t> relative;  // of a URL: its text,
+  std::optional<std::uint32_t> base;      // and what that is relative to
 };
 
 std::optional<std::uint8_t> ArchiveReader::Memory::find(std::uint32_t number) const {
@@ -272,10 +274,14 @@ bool ArchiveReader::isEqualToString(const ArchivedContent& content, std::string_
 }
 
 std::optional<URL> ArchiveReader::url(const ArchivedValue& value, int bases) const {
-  if (content(value).kind != Kind::Url || bases > kMaximumBases) return std::nullopt;
-  const ArchivedContent relative = content(field(value, "NS.relative"));
+  const Item item = list_.itemAt(value.offset);
+  if (value.uid == 0 || !isObject(item) || bases > kMaximumBases) return std::nullopt;
+  chargeKeys(item);
+  const Fields found = fields(item);
+  if (kindOf(found) != Kind::Url || !found.relative) return std::nullopt;
+  const ArchivedContent relative = content(follow(value.uid, *found.relative));
   if (relative.kind != Kind::String) return std::nullopt;
-  const ArchivedValue baseValue = field(value, "NS.base");
+  const ArchivedValue baseValue = found.base ? follow(value.uid, *found.base) : ArchivedValue();
   if (baseValue.offset == 0) return makeUrl(relative, std::nullopt);
   const auto base = url(baseValue, bases + 1);
   return base ? makeUrl(relative, base) : std::nullopt;
@@ -308,6 +314,12 @@ ArchiveReader::Fields ArchiveReader::fields(const Item& object) const {
       case Key::OfKeys:
         note(found.keys, index);
         break;
+      case Key::OfRelative:
+        note(found.relative, index);
+        break;
+      case Key::OfBase:
+        note(found.base, index);
+        break;
       case Key::Other:
         break;
     }
@@ -318,10 +330,12 @@ ArchiveReader::Fields ArchiveReader::fields(const Item& object) const {
 ArchiveReader::Key ArchiveReader::key(std::uint32_t number) const {
   if (const auto known = keys_.find(number)) return static_cast<Key>(*known);
   const Item item = list_.item(number);
-  const Key found = list_.isEqualToString(item, "$class")       ? Key::OfClass
-                    : list_.isEqualToString(item, "NS.objects") ? Key::OfObjects
-                    : list_.isEqualToString(item, "NS.keys")    ? Key::OfKeys
-                                                                : Key::Other;
+  const Key found = list_.isEqualToString(item, "$class")        ? Key::OfClass
+                    : list_.isEqualToString(item, "NS.objects")  ? Key::OfObjects
+                    : list_.isEqualToString(item, "NS.keys")     ? Key::OfKeys
+                    : list_.isEqualToString(item, "NS.relative") ? Key::OfRelative
+                    : list_.isEqualToString(item, "NS.base")     ? Key::OfBase
+                                                                 : Key::Other;
   keys_.enter(number, static_cast<std::uint8_t>(found));
   return found;
 }
@@ -336,6 +350,11 @@ std::uint8_t ArchiveReader::classOf(const Fields& fields) const {
   const std::uint8_t found = findClass(uid);
   classes_.enter(uid, found);
   return found;
+}
+
+Object::Kind ArchiveReader::kindOf(const Fields& fields) const {
+  const std::uint8_t of = classOf(fields);
+  return of < kRegistered ? kArchiveClasses[of].kind : Kind::Opaque;
 }
 
 std::uint8_t ArchiveReader::findClass(std::uint32_t classUid) const {
@@ -406,7 +425,7 @@ bool ArchiveReader::isPlainlyFlat(const Item& object) const {
   const std::uint8_t of = classOf(found);
   if (of >= kRegistered) return false;
   const Kind kind = kArchiveClasses[of].kind;
-  if (kind == Kind::Url) return list_.uid(list_.value(object, "NS.base")) == 0;
+  if (kind == Kind::Url) return !found.base || list_.uid(list_.item(*found.base)) == 0;
   if (kind != Kind::Array && kind != Kind::Set && kind != Kind::Dictionary) return false;
 
   const auto arePlain = [&](std::optional<std::uint32_t> number) {

@@ -134,7 +134,7 @@ class ArchiveReader {
 
  private:
   // The keys of an object that are looked for all the time.
-  enum class Key : std::uint8_t { Other, OfClass, OfObjects, OfKeys };
+  enum class Key : std::uint8_t { Other, OfClass, OfObjects, OfKeys, OfRelative, OfBase };
   // What a class is, in one byte: a position in kArchiveClasses, or one of these.
   enum : std::uint8_t { kRegistered = 0xFD, kOpaque = 0xFE, kNoClass = 0xFF };
   struct Fields;
@@ -155,6 +155,8 @@ class ArchiveReader {
   Fields fields(const BinaryPropertyList::Item& object) const;
   Key key(std::uint32_t number) const;
   std::uint8_t classOf(const Fields& fields) const;
+  // What is kept of an object of that class; Opaque for one that is none of ours.
+  Object::Kind kindOf(const Fields& fields) const;
   std::uint8_t findClass(std::uint32_t classUid) const;
   void forEachNameOfClass(std::uint32_t classUid,
                           FunctionRef<bool(const std::string& name)> visit) const;

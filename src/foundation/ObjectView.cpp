@@ -105,6 +105,24 @@ ObjectView ObjectView::at(std::size_t index) const {
   return isElement ? reader_->view(reader_->element(value_, content.item, index)) : ObjectView();
 }
 
+std::optional<ObjectView::Elements> ObjectView::array() const {
+  if (object_ != nullptr) {
+    const Objects* elements = object_->builtElements();
+    return elements != nullptr && object_->isArray() ? std::optional(Elements(elements))
+                                                     : std::nullopt;
+  }
+  if (reader_ == nullptr) return std::nullopt;
+  const ArchivedContent content = reader_->content(value_);
+  if (content.kind != Kind::Array) return std::nullopt;
+  return Elements(*reader_, value_, content.item.offset, content.item.count);
+}
+
+ObjectView ObjectView::Elements::at(std::size_t index) const {
+  if (index >= size()) return {};
+  if (built_ != nullptr) return {(*built_)[index]};
+  return reader_->view(reader_->element(parent_, reader_->list().itemAt(offset_), index));
+}
+
 ObjectView ObjectView::operator[](std::string_view key) const {
   if (object_ != nullptr) {
     const auto* entries = object_->shared<Dictionary>();

@@ -53,6 +53,10 @@ class ObjectView {
   // archive's bytes can hold, since the same element may stand in a container any number of times.
   std::size_t plausibleSize() const;
   ObjectView at(std::size_t index) const;
+  // The elements of an array, for several looks at them; absent for anything else. Valid as long as
+  // the view is.
+  class Elements;
+  std::optional<Elements> array() const;
   ObjectView operator[](std::string_view key) const;
   template <std::same_as<Object> Key>
   ObjectView operator[](const Key& key) const {
@@ -91,6 +95,26 @@ class ObjectView {
   const Object* object_ = nullptr;         // a built value, or
   const ArchiveReader* reader_ = nullptr;  // this one of an archive
   ArchivedValue value_;
+};
+
+class ObjectView::Elements {
+ public:
+  std::size_t size() const { return built_ != nullptr ? built_->size() : count_; }
+  // nil beyond the end.
+  ObjectView at(std::size_t index) const;
+
+ private:
+  friend class ObjectView;
+  explicit Elements(const Objects* built) : built_(built) {}
+  Elements(const ArchiveReader& reader, const ArchivedValue& parent, std::uint32_t offset,
+           std::uint32_t count)
+      : reader_(&reader), parent_(parent), offset_(offset), count_(count) {}
+
+  const Objects* built_ = nullptr;         // of a built array, or
+  const ArchiveReader* reader_ = nullptr;  // of one in an archive
+  ArchivedValue parent_;
+  std::uint32_t offset_ = 0;  // of the list of its elements
+  std::uint32_t count_ = 0;
 };
 
 }  // namespace kelpie

@@ -17,18 +17,19 @@ class TableReader {
  public:
   explicit TableReader(std::size_t entries) : table_(entries) { waiting_.reserve(kWaiting); }
 
-  void read(ObjectView key, ObjectView entry) {
-    if (entry.kind() != Object::Kind::Array) return;
+  void read(ObjectView key, ObjectView value) {
+    const std::optional<Entry> entry = value.array();
+    if (!entry) return;
     switch (key.kind()) {
       case Object::Kind::Data:
-        recordSoon(keyOfData(key.data().value_or(ByteView())), entry);
+        recordSoon(keyOfData(key.data().value_or(ByteView())), *entry);
         break;
       case Object::Kind::String:
         recordWaiting();
-        record(StatusTable::Key::ofPath(key.stringValue()), entry);
+        record(StatusTable::Key::ofPath(key.stringValue()), *entry);
         break;
       case Object::Kind::Opaque:
-        readOpaque(key, entry);
+        readOpaque(key, *entry);
         break;
       default:
         break;
@@ -41,6 +42,8 @@ class TableReader {
   }
 
  private:
+  using Entry = ObjectView::Elements;
+
   // A path that is not UTF-8 comes as data.
   static StatusTable::Key keyOfData(ByteView data) {
     const std::string_view text = textOf(data);
@@ -49,7 +52,7 @@ class TableReader {
     return StatusTable::Key::ofIdentifierData(data);
   }
 
-  void readOpaque(const ObjectView& key, const ObjectView& entry) {
+  void readOpaque(const ObjectView& key, const Entry& entry) {
     recordWaiting();
     const std::optional<FileIdentifier> identifier = FileIdentifier::fromObject(key.toObject());
     // A few bytes of a message may name a large object again and again.
@@ -59,7 +62,7 @@ class TableReader {
 
   // Records an entry whose key the archive keeps, a few entries later: its place in the table is
   // fetched while the next entries are read. Entries are recorded in order.
-  void recordSoon(const StatusTable::Key& key, const ObjectView& entry) {
+  void recordSoon(const StatusTable::Key& key, const Entry& entry) {
     table_.prefetch(key);
     waiting_.emplace_back(key, entry);
     if (waiting_.size() == kWaiting) recordWaiting();
@@ -70,7 +73,7 @@ class TableReader {
     waiting_.clear();
   }
 
-  void record(const StatusTable::Key& key, const ObjectView& entry) {
+  void record(const StatusTable::Key& key, const Entry& entry) {
     if (entry.size() == 0)
       table_.recordWithoutWord(key);
     else
@@ -82,7 +85,7 @@ class TableReader {
   static constexpr std::uint64_t kArchived = 4;
 
   StatusTable table_;
-  std::vector<std::pair<StatusTable::Key, ObjectView>> waiting_;
+  std::vector<std::pair<StatusTable::Key, Entry>> waiting_;
 };
 
 }  // namespace

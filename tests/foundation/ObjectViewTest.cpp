@@ -117,6 +117,26 @@ TEST(ObjectView, BuiltAndOpenedReadTheSame) {
   }
 }
 
+TEST(ObjectView, TheElementsOfAnArrayBuiltOrOpened) {
+  const Object array = Objects{1, "two", Objects{}};
+  for (const Object& object : {array, opened(array)}) {
+    const ObjectView view(object);
+    const auto elements = view.array();
+    ASSERT_TRUE(elements);
+    ASSERT_EQ(elements->size(), 3U);
+    EXPECT_EQ(elements->at(0).unsignedShortValue(), 1);
+    EXPECT_TRUE(elements->at(1).isEqualToString("two"));
+    EXPECT_TRUE(elements->at(2).array());
+    EXPECT_EQ(elements->at(2).array()->size(), 0U);
+    EXPECT_TRUE(elements->at(3).isNil());
+  }
+  for (const Object& other : {Object(), Object(1), Object("two"), Object(Dictionary{{"a", 1}}),
+                              Object::set(Objects{1, 2})}) {
+    EXPECT_FALSE(ObjectView(other).array());
+    EXPECT_FALSE(ObjectView(opened(other)).array());
+  }
+}
+
 TEST(ObjectView, OfNothing) {
   const ObjectView view;
   EXPECT_TRUE(view.isNil());
