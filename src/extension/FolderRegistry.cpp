@@ -28,6 +28,8 @@ namespace {
 // Two working copies that change places are opened shortly after each other, so only a few wait.
 // One that is forgotten gets its items when the file manager asks for them again.
 constexpr std::size_t kMaximumDisplaced = 1024;
+// Folders that are gone and no longer shown, of which something is still known.
+constexpr std::size_t kMaximumGone = 64;
 
 struct ResolvedFolders {
   std::vector<URL> urls;       // each text once
@@ -62,16 +64,17 @@ FolderRegistry::FolderRegistry(const Platform& platform, KPUserDefaults& default
       allObservedFiles_(std::make_shared<ObservedPaths>()) {}
 
 // What is shown is noted before it gets a badge: when the main application goes at that moment, all
-// that has a badge is known.
+// that has a badge is known. And before the application is looked for: when it comes at that
+// moment, it is asked for all folders that are noted.
 void FolderRegistry::beginObservingDirectoryAtURL(const URL& url) {
   checkIsOn(*queue_);
   const MemoFileSystem files(platform_.files);
+  noteFolder(url, files);
   std::shared_ptr<KPRepository> repository;
   if (applicationPid() > 0) {
     requestRepository(url, false, files);
     repository = repositoryForURL(url, files);
   }
-  noteFolder(url, files);
   const std::optional<FileIdentifier> identifier = url.identifier(files);
   if (repository == nullptr && !identifier) return;
   const std::vector<URL> contents = files.contentsOfDirectory(url);
@@ -89,7 +92,7 @@ void FolderRegistry::endObservingDirectoryAtURL(const URL& url) {
   checkIsOn(*queue_);
   const MemoFileSystem files(platform_.files);
   const std::optional<FileIdentifier> identifier = url.identifier(files);
-  if (!identifier) return;
+  if (!identifier) return forgetLater(url);
   if (applicationPid() > 0) {
     const std::shared_ptr<KPRepository> repository = repositoryForURL(url, files);
     if (repository != nullptr && repository->observedPaths() != nullptr)
@@ -97,6 +100,19 @@ void FolderRegistry::endObservingDirectoryAtURL(const URL& url) {
   }
   allObservedFiles()->remove(*identifier);
   folders_.removeInactiveFolders(*identifier);
+}
+
+// Many at a time, since all that is shown is looked through.
+void FolderRegistry::forgetLater(const URL& folder) {
+  checkIsOn(*queue_);
+  goneFolders_.insert(folder.path());
+  if (goneFolders_.size() <= kMaximumGone) return;
+  ShownItems::forgetItemsIn(goneFolders_, *allObservedFiles());
+  for (const std::shared_ptr<KPRepository>& repository : *repositories_.all())
+    if (repository->observedPaths() != nullptr)
+      ShownItems::forgetItemsIn(goneFolders_, *repository->observedPaths());
+  folders_.forgetInactiveFolders(goneFolders_);
+  goneFolders_.clear();
 }
 
 // Neighbours that one repository holds are handed to it together. All are noted first: see
@@ -306,6 +322,7 @@ std::shared_ptr<KPRepository> FolderRegistry::repositoryForURL(const URL& url,
 
 void FolderRegistry::noteFolder(const URL& url, const FileSystem& files) {
   checkIsOn(*queue_);
+  goneFolders_.erase(url.path());
   const std::optional<URL> parent = url.parentUrl(files);
   const std::optional<FileIdentifier> identifier =
       parent ? parent->identifier(files) : std::nullopt;
@@ -322,6 +339,7 @@ void FolderRegistry::noteItems(const std::vector<URL>& urls, const FileSystem& f
     if (!run.goesOnWith(url)) {
       const std::optional<URL> parent = url.parentUrl(files);
       identifier = parent ? parent->identifier(files) : std::nullopt;
+      if (parent) goneFolders_.erase(parent->path());
       items = identifier ? all->findOrCreate(*identifier) : nullptr;
     }
     if (items == nullptr) continue;

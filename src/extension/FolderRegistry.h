@@ -92,6 +92,9 @@ class FolderRegistry {
   // Adds the items shown inside the root to `observed`, unless another repository holds them.
   void adoptShownItems(const URL& root, const FileIdentifier& identifier, ObservedPaths& observed,
                        const FileSystem& files);
+  // The file manager has ceased to show the folder, which is gone, so that nothing tells under
+  // which identifier it was shown.
+  void forgetLater(const URL& folder);
   void noteFolder(const URL& url, const FileSystem& files);
   void noteItems(const std::vector<URL>& urls, const FileSystem& files);
 
@@ -102,6 +105,9 @@ class FolderRegistry {
   // Repositories that gave way to another one at their path, and may be opened elsewhere: what is
   // shown there is handed over to them then. Observer queue.
   std::unordered_set<FileIdentifier> displaced_;
+  // The paths of folders that were gone when the file manager ceased to show them, and that it has
+  // not asked about since. Observer queue.
+  std::unordered_set<std::string> goneFolders_;
   std::atomic<std::int32_t> applicationPid_ = 0;
   std::atomic<bool> hasApplicationEnded_ = false;
   RepositoryTable repositories_;

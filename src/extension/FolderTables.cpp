@@ -1,5 +1,7 @@
 #include "extension/FolderTables.h"
 
+#include <iterator>
+
 namespace kelpie {
 
 void FolderTables::addInactiveFolder(const FileIdentifier& parent, const URL& folder) {
@@ -16,6 +18,18 @@ void FolderTables::removeInactiveFolder(const FileIdentifier& parent, const URL&
 void FolderTables::removeInactiveFolders(const FileIdentifier& parent) {
   const MutexLock lock(mutex_);
   inactive_.erase(parent);
+}
+
+void FolderTables::forgetInactiveFolders(const std::unordered_set<std::string>& paths) {
+  const MutexLock lock(mutex_);
+  const auto isForgotten = [&paths](const Folders::value_type& folder) {
+    const std::string path = folder.second.path();
+    return paths.contains(path) || paths.contains(path.substr(0, path.rfind('/')));
+  };
+  for (auto parent = inactive_.begin(); parent != inactive_.end();) {
+    const bool isLess = std::erase_if(parent->second, isForgotten) > 0;
+    parent = isLess && parent->second.empty() ? inactive_.erase(parent) : std::next(parent);
+  }
 }
 
 FolderTables::InactiveFolders FolderTables::inactiveFolders() const {

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -28,6 +29,9 @@ class FolderTables {
   void removeInactiveFolder(const FileIdentifier& parent, const URL& folder);
   // Removes the parent's entry with all that is in it.
   void removeInactiveFolders(const FileIdentifier& parent);
+  // Forgets folders with these paths and those directly in them, and parents that have none left
+  // by that.
+  void forgetInactiveFolders(const std::unordered_set<std::string>& paths);
   // A copy: parents in no particular order, the folders of one in the order of their texts.
   InactiveFolders inactiveFolders() const;
   void setInactiveFolders(const InactiveFolders& folders);

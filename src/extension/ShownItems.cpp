@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace kelpie {
@@ -40,6 +41,17 @@ void ShownItems::putInOrder() {
 void ShownItems::leaveOutStrays(ObservedPaths& others) {
   for (const auto& [folder, items] : others.entries())
     removeStrays(folder, *items, [](const FileIdentifier&, const std::string&) {});
+}
+
+void ShownItems::forgetItemsIn(const std::unordered_set<std::string>& folders,
+                               ObservedPaths& shown) {
+  for (const auto& [folder, items] : shown.entries()) {
+    std::vector<std::string> forgotten;
+    for (std::string& path : items->paths())
+      if (folders.contains(std::string(folderPathOf(path)))) forgotten.push_back(std::move(path));
+    items->remove(forgotten);
+    if (items->size() == 0) shown.remove(folder);
+  }
 }
 
 void ShownItems::forEachFolder(FunctionRef<void(const FileIdentifier& folder, const URL& anItem,

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "foundation/FileIdentifier.h"
 #include "foundation/FunctionRef.h"
@@ -31,6 +32,9 @@ class ShownItems {
   void putInOrder();
   // Takes the items out of the sets of `others` that lie in other folders than the set's.
   void leaveOutStrays(ObservedPaths& others);
+  // Takes the items directly in folders with these paths out of all sets of `shown`, and the sets
+  // with them in which nothing is left.
+  static void forgetItemsIn(const std::unordered_set<std::string>& folders, ObservedPaths& shown);
   // Calls `visit` with each folder shown and its items. In order, they all lie in that folder.
   void forEachFolder(FunctionRef<void(const FileIdentifier& folder, const URL& anItem,
                                       const std::shared_ptr<PathSet>& items)>

@@ -10,6 +10,7 @@
 #include "foundation/Error.h"
 #include "platform/BookmarkResolution.h"
 #include "status/KPRepository.h"
+#include "support/InterruptedFileSystem.h"
 
 namespace kelpie {
 namespace {
@@ -344,6 +345,72 @@ TEST_F(FolderRegistryTest, EndOfAFolderThatIsGoneDoesNothing) {
   end(folder);
   EXPECT_EQ(controller->allObservedFiles()->sets().size(), 1U);
   EXPECT_EQ(inactive("/work"), Paths{"/work/folder"});
+}
+
+// When it comes, it is asked for all folders that are known; this one must not fall in between.
+TEST_F(FolderRegistryTest, AFolderThatIsShownWhileTheApplicationComesIsAskedFor) {
+  fakes.files->addFolder("/work/repo");
+  chooseFolders({"/work"});
+  InterruptedFileSystem files(*fakes.files);
+  const Platform interrupted = fakes.platformWith(fakes.finder, files);
+  defaults = std::make_unique<KPUserDefaults>(interrupted);
+  controller = KPKelpieSync::create(interrupted, *defaults);
+  fakes.runAll();
+  launchApplication();
+  files.path = "/work";
+  files.interrupt = [this] { controller->setApplicationPid(kPid); };
+  begin(URL::fileURLWithPath("/work/repo", true));
+  EXPECT_FALSE(files.interrupt) << "it came meanwhile";
+  EXPECT_FALSE(sentWith("openRepository:portName:").empty());
+  controller = nullptr;
+}
+
+// Folders come and go all the time, each under another identifier, such as those of a build.
+TEST_F(FolderRegistryTest, FoldersThatWereGoneWhenTheyWereHiddenDoNotPileUp) {
+  startWithApplication();
+  const auto repository = repositoryOf(openRepository("/work/repo"));
+  const URL kept = fakes.files->addFolder("/work/repo/kept");
+  begin(kept);
+  request(fakes.files->addFile("/work/repo/kept/a"));
+  for (int i = 0; i < 300; ++i) {
+    const std::string path = "/work/repo/gone" + std::to_string(i);
+    const URL folder = fakes.files->addFolder(path);
+    begin(folder);
+    request(fakes.files->addFile(path + "/a"));
+    request(fakes.files->addFolder(path + "/folder"));
+    fakes.files->remove(path);
+    end(folder);
+  }
+  EXPECT_LT(controller->allObservedFiles()->sets().size(), 100U);
+  EXPECT_LT(repository->observedPaths()->sets().size(), 100U);
+  EXPECT_LT(controller->folders().inactiveFolders().size(), 100U);
+  EXPECT_LT(inactive("/work/repo")->size(), 100U);
+  EXPECT_EQ(observed("/work/repo/kept"), Paths{"/work/repo/kept/a"});
+  EXPECT_NE(repository->observedPaths()->find(identifierOf(kept)), nullptr);
+}
+
+// It was made again, and is shown or asked about again.
+TEST_F(FolderRegistryTest, WhatIsShownAgainIsKept) {
+  startWithApplication();
+  const auto repository = repositoryOf(openRepository("/work/repo"));
+  for (const char* path : {"/work/repo/shown", "/work/repo/asked"}) {
+    const URL folder = fakes.files->addFolder(path);
+    begin(folder);
+    fakes.files->remove(path);
+    end(folder);
+    fakes.files->addFolder(path);
+  }
+  fakes.files->addFile("/work/repo/shown/a");
+  begin(URL::fileURLWithPath("/work/repo/shown", true));
+  request(fakes.files->addFile("/work/repo/asked/a"));
+  for (int i = 0; i < 300; ++i) end(URL::fileURLWithPath("/work/gone" + std::to_string(i), true));
+  for (const std::string folder : {"/work/repo/shown", "/work/repo/asked"}) {
+    EXPECT_EQ(observed(folder), Paths{folder + "/a"});
+    const auto own =
+        repository->observedPaths()->find(identifierOf(URL::fileURLWithPath(folder, true)));
+    ASSERT_NE(own, nullptr);
+    EXPECT_TRUE(own->contains(folder + "/a"));
+  }
 }
 
 // -- requestBadgeIdentifierForURL -----------------------------------------------------------------
