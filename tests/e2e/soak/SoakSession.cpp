@@ -243,7 +243,7 @@ std::vector<SoakSeries> SoakSession::series() const {
     Rule rule;
   };
   constexpr Row kRows[] = {
-      {"wrong badges", &Checkpoint::wrong, Rule::AtMost},
+      {"wrong badges", &Checkpoint::wrong, Rule::Shown},
       {"entries of the runtime folder", &Checkpoint::runtimeEntries, Rule::Same},
       {"temporary files", &Checkpoint::temporaryEntries, Rule::AtMost},
       {"entries of the home folder", &Checkpoint::homeEntries, Rule::Same},
@@ -253,6 +253,10 @@ std::vector<SoakSeries> SoakSession::series() const {
     all.push_back({"session", row.figure, row.rule, 0, figures([&](const Checkpoint& checkpoint) {
                      return static_cast<double>(checkpoint.*row.value);
                    })});
+  // One that stays wrong ends the run, before the next checkpoint.
+  all.push_back(
+      {"session", "wrong badges at the end", Rule::AtMost, 0,
+       std::vector<double>(checkpoints_.size() + 1, static_cast<double>(random_.watch().wrong()))});
   return all;
 }
 

@@ -90,6 +90,8 @@ class Soak : public testing::TestWithParam<SoakKind> {
               << " programs ended; kelpie-agent " << now.agent.residentKiB << " KiB, kelpie-sync "
               << now.extension.residentKiB << " KiB\n"
               << std::flush;
+  }
+  void report() const {
     if (const std::string file = variable("KELPIE_SOAK_REPORT"); !file.empty())
       std::ofstream(file) << soakReport(soak_, GetParam().name, seed_, plan_.warmUp).dump(1);
   }
@@ -105,6 +107,7 @@ TEST_P(Soak, WhatIsHeldStaysWhatItWas) {
   for (int number = 1; isRight && number <= plan_.checkpoints; ++number) {
     isRight = goOn(number);
     if (isRight) tell();
+    report();
   }
   EXPECT_TRUE(isRight);
   std::size_t judged = 0;
