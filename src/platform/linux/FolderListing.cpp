@@ -40,8 +40,8 @@ struct CloseFolder {
 };
 
 // What is missing now and may be there in a moment, when somebody else has let go of it.
-constexpr int kTries = 20;
-constexpr std::chrono::milliseconds kPause(50);
+constexpr int kShortageTries = 20;
+constexpr std::chrono::milliseconds kShortagePause(50);
 
 bool maySoonPass(int error) {
   return error == EINTR || error == EMFILE || error == ENFILE || error == ENOMEM;
@@ -53,8 +53,8 @@ bool isDotName(std::string_view name) { return name == "." || name == ".."; }
 
 int FolderListing::read(const std::string& path, bool followLink, Identity identity) {
   int error = readOnce(path, followLink, identity);
-  for (int i = 1; i < kTries && maySoonPass(error); ++i) {
-    if (error != EINTR) std::this_thread::sleep_for(kPause);
+  for (int i = 1; i < kShortageTries && maySoonPass(error); ++i) {
+    if (error != EINTR) std::this_thread::sleep_for(kShortagePause);
     error = readOnce(path, followLink, identity);
   }
   return error;
