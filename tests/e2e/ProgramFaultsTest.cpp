@@ -109,7 +109,8 @@ TEST_F(ProgramFaults, AfterTheBusEveryProgramEndsAndOnANewOneTheyServeAgain) {
   EXPECT_EQ(sync->waitForEnd(), 0);
   EXPECT_EQ(sync->errors(), "the session bus has ended\n");
   EXPECT_EQ(agent->waitForEnd(), 0);
-  EXPECT_EQ(agent->errors(), "the session bus has ended\n");
+  // Perhaps it has seen the end of the extension first.
+  EXPECT_TRUE(agent->errors().ends_with("the session bus has ended\n")) << agent->errors();
   EXPECT_EQ(session.sockets(), std::vector<std::string>());
   start();
   expectService();

@@ -180,6 +180,7 @@ void RepositoryRegistry::queueSearch(const std::string& candidate, ReadingSlots:
         const auto waiting = searches_.find(candidate);
         if (waiting == searches_.end() || std::exchange(waiting->second.isRunning, true))
           return slots->leave(ticket);
+        waiting->second.early = waiting->second.waiting.size();
         search(candidate, ticket);
       });
 }
@@ -218,7 +219,8 @@ void RepositoryRegistry::searched(const std::string& candidate, const Found& fou
       });
   if (services_.looked) services_.looked(candidate, found.failure);
   if (isAskedFor && !found.failure.empty()) complainOnce(candidate, found.failure);
-  if (search.empty() || !found.workingCopy || !found.identifier) return;
+  if (search.empty()) return;
+  if (!found.workingCopy || !found.identifier) return searchAgain(candidate, search.mapped());
   // Another working copy has replaced the former one.
   if (const auto known = known_.find(candidate);
       known != known_.end() && known->second.session != *found.identifier)
@@ -229,6 +231,12 @@ void RepositoryRegistry::searched(const std::string& candidate, const Found& fou
     known_.insert_or_assign(candidate, Known{search.mapped().identity, *found.identifier});
     open(session, request);
   }
+}
+
+// Since then git may have been installed, or allowed to work with the repository.
+void RepositoryRegistry::searchAgain(const std::string& candidate, const Search& search) {
+  for (std::size_t late = search.early; late < search.waiting.size(); ++late)
+    folderLooksLike(Candidate{candidate, search.identity}, search.waiting[late]);
 }
 
 RepositorySession& RepositoryRegistry::sessionFor(const WorkingCopy& workingCopy,

@@ -94,6 +94,9 @@ class RepositoryRegistry {
   void queueSearch(const std::string& candidate, ReadingSlots::Urgency urgency);
   void search(const std::string& candidate, ReadingSlots::Ticket ticket);
   void searched(const std::string& candidate, const Found& found);
+  struct Search;
+  // Asks git once more for those that came while the search, which has found nothing, was running.
+  void searchAgain(const std::string& candidate, const Search& search);
   RepositorySession& sessionFor(const WorkingCopy& workingCopy, const FileIdentifier& identifier);
   void open(RepositorySession& session, const Request& request);
   // Removes the session and everything that led to it. With `lookAgain`, its shown folders are
@@ -115,6 +118,7 @@ class RepositoryRegistry {
     std::optional<FileIdentifier> identity;
     bool isUrgent = false;
     bool isRunning = false;
+    std::size_t early = 0;  // how many of those that wait came before it ran
   };
   std::map<std::string, Known> known_;
   std::map<std::string, Search> searches_;

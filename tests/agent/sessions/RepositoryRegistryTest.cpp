@@ -521,6 +521,26 @@ TEST_F(RepositoryRegistryTest, AMissingGitIsSaidOnceAndUsedOnceItIsThere) {
   EXPECT_TRUE(waitForCount("setStatusInfo:", 1));
 }
 
+// When it was asked for again there may have been a better git, or more to find, already.
+TEST_F(RepositoryRegistryTest, WhatIsAskedForWhileASearchFailsIsSearchedForOnceMore) {
+  sandbox_.writeScript("bin/git",
+                       "if [ ! -e \"$HOME/first\" ]; then\n"
+                       "  echo x >\"$HOME/first\"\n"
+                       "  while [ ! -e \"$HOME/go\" ]; do sleep 0.01; done\n"
+                       "  echo git version 2.11.4\n"
+                       "  exit\n"
+                       "fi\n"
+                       "exec git \"$@\"\n");
+  start(sandbox_.path("bin/git"));
+  open("r", true);
+  ASSERT_TRUE(waitFor([&] { return sandbox_.exists("first"); }));
+  open("r", true);
+  settle();
+  sandbox_.write("go", "");
+  EXPECT_TRUE(waitForCount("setStatusInfo:", 1));
+  EXPECT_EQ(linesWith("git 2.11 is too old"), 1U);
+}
+
 TEST_F(RepositoryRegistryTest, AGitThatIsTooOldIsNotUsed) {
   sandbox_.writeScript("bin/git", "echo git version 2.11.4\n");
   start(sandbox_.path("bin/git"));
