@@ -9,12 +9,9 @@ SocketFiles& SocketFiles::shared() {
   return files;
 }
 
-void SocketFiles::add(const std::string& path) {
+void SocketFiles::add(const std::string& path, FunctionRef<bool()> make) {
   const MutexLock lock(mutex_);
-  if (ended_)
-    ::unlink(path.c_str());
-  else
-    paths_.insert(path);
+  if (!ended_ && make()) paths_.insert(path);
 }
 
 void SocketFiles::remove(const std::string& path) {

@@ -3,6 +3,7 @@
 #include <set>
 #include <string>
 
+#include "foundation/FunctionRef.h"
 #include "foundation/Mutex.h"
 
 namespace kelpie {
@@ -13,15 +14,16 @@ class SocketFiles {
  public:
   static SocketFiles& shared();
 
-  void add(const std::string& path);
+  // Notes the file that `make` makes at `path`, if that returns true. An end that comes meanwhile
+  // waits for it: of a file that it did not know of, nothing would be left but the file. Once the
+  // process ends, nothing is made any more.
+  void add(const std::string& path, FunctionRef<bool()> make);
   // Removes the file.
   void remove(const std::string& path);
-  // Removes all files, and from then on each that is added, at once: the process ends.
+  // Removes all files, and has no other be made: the process ends.
   void removeAllForGood();
 
  private:
-  SocketFiles() = default;
-
   Mutex mutex_;
   std::set<std::string> paths_ KELPIE_GUARDED_BY(mutex_);
   bool ended_ KELPIE_GUARDED_BY(mutex_) = false;

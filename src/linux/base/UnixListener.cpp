@@ -26,9 +26,12 @@ bool isPassingOfAccept(int error) {
 
 Result<std::unique_ptr<UnixListener>> UnixListener::create(MainLoop& loop, std::string path,
                                                            Handler handler) {
-  UnixSocket::Result result = UnixSocket::listen(path);
+  UnixSocket::Result result{UniqueFd(), ECANCELED};
+  SocketFiles::shared().add(path, [&] {
+    result = UnixSocket::listen(path);
+    return static_cast<bool>(result.socket);
+  });
   if (!result.socket) return Problem{systemErrorText("cannot listen on " + path, result.error)};
-  SocketFiles::shared().add(path);
   return std::unique_ptr<UnixListener>(
       new UnixListener(loop, std::move(path), std::move(result.socket), std::move(handler)));
 }
