@@ -1,6 +1,7 @@
 #include "archive/ArchiveReader.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "archive/ArchiveClasses.h"
@@ -17,6 +18,10 @@ using Item = BinaryPropertyList::Item;
 using Kind = Object::Kind;
 
 constexpr std::string_view kArchiver = "NSKeyedArchiver";
+
+// The names of ArchiveReader::Key, in its order, but for the last.
+constexpr std::array<std::string_view, 5> kKeyNames = {"$class", "NS.objects", "NS.keys",
+                                                       "NS.relative", "NS.base"};
 
 // The keys under which a boxed value may stand, in the order in which they are looked for.
 struct Box {
@@ -82,11 +87,10 @@ bool isContainerKind(Kind kind) {
 
 // The numbers of the values under the keys that are looked for all the time.
 struct ArchiveReader::Fields {
-  std::optional<std::uint32_t> classNumber;
-  std::optional<std::uint32_t> objects;
-  std::optional<std::uint32_t> keys;
-  std::optional<std::uint32_t> relative;  // of a URL: its text,
-  std::optional<std::uint32_t> base;      // and what that is relative to
+  const std::optional<std::uint32_t>& operator[](Key key) const {
+    return numbers[static_cast<std::size_t>(key)];
+  }
+  std::array<std::optional<std::uint32_t>, kKeyNames.size() + 1> numbers;  // also of Key::Other
 };
 
 std::optional<std::uint8_t> ArchiveReader::Memory::find(std::uint32_t number) const {
@@ -171,11 +175,11 @@ ArchivedContent ArchiveReader::content(const ArchivedValue& value) const {
   switch (known.kind) {
     case Kind::Array:
     case Kind::Set:
-      content.item = arrayAt(found.objects);
+      content.item = arrayAt(found[Key::OfObjects]);
       return content.item.type == Type::Array ? content : ArchivedContent();
     case Kind::Dictionary:
-      content.item = arrayAt(found.keys);
-      content.values = arrayAt(found.objects);
+      content.item = arrayAt(found[Key::OfKeys]);
+      content.values = arrayAt(found[Key::OfObjects]);
       // As many keys as values, or it is unknown which belong together.
       return content.item.type == Type::Array && content.values.type == Type::Array &&
                      content.item.count == content.values.count
@@ -278,10 +282,11 @@ std::optional<URL> ArchiveReader::url(const ArchivedValue& value, int bases) con
   if (value.uid == 0 || !isObject(item) || bases > kMaximumBases) return std::nullopt;
   chargeKeys(item);
   const Fields found = fields(item);
-  if (kindOf(found) != Kind::Url || !found.relative) return std::nullopt;
-  const ArchivedContent relative = content(follow(value.uid, *found.relative));
+  if (kindOf(found) != Kind::Url || !found[Key::OfRelative]) return std::nullopt;
+  const ArchivedContent relative = content(follow(value.uid, *found[Key::OfRelative]));
   if (relative.kind != Kind::String) return std::nullopt;
-  const ArchivedValue baseValue = found.base ? follow(value.uid, *found.base) : ArchivedValue();
+  const ArchivedValue baseValue =
+      found[Key::OfBase] ? follow(value.uid, *found[Key::OfBase]) : ArchivedValue();
   if (baseValue.offset == 0) return makeUrl(relative, std::nullopt);
   const auto base = url(baseValue, bases + 1);
   return base ? makeUrl(relative, base) : std::nullopt;
@@ -300,29 +305,11 @@ std::optional<URL> ArchiveReader::makeUrl(const ArchivedContent& text,
 
 ArchiveReader::Fields ArchiveReader::fields(const Item& object) const {
   Fields found;
-  const auto note = [&](std::optional<std::uint32_t>& field, std::size_t index) {
-    if (!field) field = list_.number(object, object.count + index);
-  };
   for (std::size_t index = 0; index < object.count; ++index) {
-    switch (key(list_.number(object, index))) {
-      case Key::OfClass:
-        note(found.classNumber, index);
-        break;
-      case Key::OfObjects:
-        note(found.objects, index);
-        break;
-      case Key::OfKeys:
-        note(found.keys, index);
-        break;
-      case Key::OfRelative:
-        note(found.relative, index);
-        break;
-      case Key::OfBase:
-        note(found.base, index);
-        break;
-      case Key::Other:
-        break;
-    }
+    const Key known = key(list_.number(object, index));
+    // Where a key stands twice, the first counts.
+    auto& field = found.numbers[static_cast<std::size_t>(known)];
+    if (!field) field = list_.number(object, object.count + index);
   }
   return found;
 }
@@ -330,19 +317,15 @@ ArchiveReader::Fields ArchiveReader::fields(const Item& object) const {
 ArchiveReader::Key ArchiveReader::key(std::uint32_t number) const {
   if (const auto known = keys_.find(number)) return static_cast<Key>(*known);
   const Item item = list_.item(number);
-  const Key found = list_.isEqualToString(item, "$class")        ? Key::OfClass
-                    : list_.isEqualToString(item, "NS.objects")  ? Key::OfObjects
-                    : list_.isEqualToString(item, "NS.keys")     ? Key::OfKeys
-                    : list_.isEqualToString(item, "NS.relative") ? Key::OfRelative
-                    : list_.isEqualToString(item, "NS.base")     ? Key::OfBase
-                                                                 : Key::Other;
-  keys_.enter(number, static_cast<std::uint8_t>(found));
-  return found;
+  std::size_t at = 0;
+  while (at < kKeyNames.size() && !list_.isEqualToString(item, kKeyNames[at])) ++at;
+  keys_.enter(number, static_cast<std::uint8_t>(at));
+  return static_cast<Key>(at);
 }
 
 std::uint8_t ArchiveReader::classOf(const Fields& fields) const {
-  if (!fields.classNumber) return kNoClass;
-  const Item reference = list_.item(*fields.classNumber);
+  if (!fields[Key::OfClass]) return kNoClass;
+  const Item reference = list_.item(*fields[Key::OfClass]);
   const std::uint64_t wideUid = list_.uid(reference);
   if (reference.type != Type::Uid || wideUid >= objects_.count) return kNoClass;
   const auto uid = static_cast<std::uint32_t>(wideUid);
@@ -376,7 +359,7 @@ std::uint8_t ArchiveReader::findClass(std::uint32_t classUid) const {
 void ArchiveReader::forEachClassName(const ArchivedValue& object,
                                      FunctionRef<bool(const std::string& name)> visit) const {
   const Item item = list_.itemAt(object.offset);
-  const auto classNumber = isObject(item) ? fields(item).classNumber : std::nullopt;
+  const auto classNumber = isObject(item) ? fields(item)[Key::OfClass] : std::nullopt;
   if (!classNumber) return;
   const std::uint64_t uid = list_.uid(list_.item(*classNumber));
   if (uid < objects_.count) forEachNameOfClass(static_cast<std::uint32_t>(uid), visit);
@@ -425,7 +408,8 @@ bool ArchiveReader::isPlainlyFlat(const Item& object) const {
   const std::uint8_t of = classOf(found);
   if (of >= kRegistered) return false;
   const Kind kind = kArchiveClasses[of].kind;
-  if (kind == Kind::Url) return !found.base || list_.uid(list_.item(*found.base)) == 0;
+  if (kind == Kind::Url)
+    return !found[Key::OfBase] || list_.uid(list_.item(*found[Key::OfBase])) == 0;
   if (kind != Kind::Array && kind != Kind::Set && kind != Kind::Dictionary) return false;
 
   const auto arePlain = [&](std::optional<std::uint32_t> number) {
@@ -438,7 +422,8 @@ bool ArchiveReader::isPlainlyFlat(const Item& object) const {
     }
     return true;
   };
-  return arePlain(found.objects) && (kind != Kind::Dictionary || arePlain(found.keys));
+  return arePlain(found[Key::OfObjects]) &&
+         (kind != Kind::Dictionary || arePlain(found[Key::OfKeys]));
 }
 
 }  // namespace kelpie

@@ -134,7 +134,7 @@ class ArchiveReader {
 
  private:
   // The keys of an object that are looked for all the time.
-  enum class Key : std::uint8_t { Other, OfClass, OfObjects, OfKeys, OfRelative, OfBase };
+  enum class Key : std::uint8_t { OfClass, OfObjects, OfKeys, OfRelative, OfBase, Other };
   // What a class is, in one byte: a position in kArchiveClasses, or one of these.
   enum : std::uint8_t { kRegistered = 0xFD, kOpaque = 0xFE, kNoClass = 0xFF };
   struct Fields;

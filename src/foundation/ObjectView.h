@@ -54,7 +54,7 @@ class ObjectView {
   std::size_t plausibleSize() const;
   ObjectView at(std::size_t index) const;
   // The elements of an array, for several looks at them; absent for anything else. Valid as long as
-  // the view is.
+  // the Object that the view was made from.
   class Elements;
   std::optional<Elements> array() const;
   ObjectView operator[](std::string_view key) const;
