@@ -71,7 +71,11 @@ class SuiteObservation final : public DefaultsObservation {
                                          std::function<void()> onChange) const {
     return [defaults = defaults_, key = key_, known = std::move(known),
             onChange = std::move(onChange)] {
-      if (known->replace(valueOf(defaults, key))) onChange();
+      // Until the value is the known one: two threads that are told of a change each may replace it
+      // in another order than they have read it.
+      bool isOther = false;
+      while (known->replace(valueOf(defaults, key))) isOther = true;
+      if (isOther) onChange();
     };
   }
 
