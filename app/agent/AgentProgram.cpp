@@ -12,6 +12,7 @@
 #include "Configuration.h"
 #include "agent/UndoProgram.h"
 #include "linux/base/ProcessEnd.h"
+#include "linux/base/ProcessMemory.h"
 #include "linux/base/ProgramArguments.h"
 #include "linux/base/StderrLog.h"
 
@@ -43,6 +44,7 @@ int AgentProgram::main(std::span<char* const> arguments) {
     return UndoProgram::main(arguments.back());
   if (!arguments.empty()) return answerProgramArgument(arguments.front(), "kelpie-agent", kHelp);
   std::signal(SIGPIPE, SIG_IGN);  // of a log that nobody reads
+  ProcessMemory::shareHeaps();
   StderrLog log;
   const RuntimeDirectory runtime;
   std::optional<std::string> problem = runtime.prepare();

@@ -17,6 +17,7 @@
 
 #include "Configuration.h"
 #include "linux/base/ProcessEnd.h"
+#include "linux/base/ProcessMemory.h"
 #include "linux/base/ProgramArguments.h"
 #include "linux/base/StderrLog.h"
 #include "linux/base/UnixSocket.h"
@@ -70,6 +71,7 @@ RuntimeDirectory::Lock acquireLock(const RuntimeDirectory& runtime) {
 int SyncProgram::main(std::span<char* const> arguments) {
   if (!arguments.empty()) return answerProgramArgument(arguments.front(), "kelpie-sync", kHelp);
   std::signal(SIGPIPE, SIG_IGN);  // of a log that nobody reads
+  ProcessMemory::shareHeaps();
   StderrLog log;
   const RuntimeDirectory runtime;
   auto problem = runtime.prepare();
