@@ -112,6 +112,7 @@ void FolderRegistry::forgetLater(const URL& folder) {
     if (repository->observedPaths() != nullptr)
       ShownItems::forgetItemsIn(goneFolders_, *repository->observedPaths());
   folders_.forgetInactiveFolders(goneFolders_);
+  folders_.forgetObservedDirectories(goneFolders_);
   goneFolders_.clear();
 }
 

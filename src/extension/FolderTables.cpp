@@ -80,6 +80,12 @@ void FolderTables::removeObservedDirectory(const FileIdentifier& identifier) {
                 [&](const auto& entry) { return entry.second.identifier == identifier; });
 }
 
+void FolderTables::forgetObservedDirectories(const std::unordered_set<std::string>& paths) {
+  const MutexLock lock(mutex_);
+  std::erase_if(observed_,
+                [&](const auto& entry) { return paths.contains(entry.second.url.path()); });
+}
+
 std::vector<URL> FolderTables::observedDirectories() const {
   const MutexLock lock(mutex_);
   std::vector<URL> copy;

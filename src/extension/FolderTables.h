@@ -46,6 +46,8 @@ class FolderTables {
   void addObservedDirectory(const URL& folder, const std::optional<FileIdentifier>& identifier);
   // Removes the folder however it was spelled when it was added.
   void removeObservedDirectory(const FileIdentifier& identifier);
+  // Forgets folders with these paths, however spelled.
+  void forgetObservedDirectories(const std::unordered_set<std::string>& paths);
   // A copy, in the order of their texts.
   std::vector<URL> observedDirectories() const;
   void clearObservedDirectories();

@@ -385,6 +385,8 @@ TEST_F(FolderRegistryTest, FoldersThatWereGoneWhenTheyWereHiddenDoNotPileUp) {
   EXPECT_LT(repository->observedPaths()->sets().size(), 100U);
   EXPECT_LT(controller->folders().inactiveFolders().size(), 100U);
   EXPECT_LT(inactive("/work/repo")->size(), 100U);
+  EXPECT_LT(observedDirectories().size(), 100U);
+  EXPECT_EQ(observedDirectories().back(), "/work/repo/kept");
   EXPECT_EQ(observed("/work/repo/kept"), Paths{"/work/repo/kept/a"});
   EXPECT_NE(repository->observedPaths()->find(identifierOf(kept)), nullptr);
 }

@@ -94,6 +94,15 @@ TEST(FolderTables, AnObservedDirectoryGoesHoweverItWasSpelled) {
   EXPECT_TRUE(tables.observedDirectories().empty());
 }
 
+TEST(FolderTables, ObservedDirectoriesAreForgottenByTheirPaths) {
+  FolderTables tables;
+  tables.addObservedDirectory(folder("/gone"), named("gone"));
+  tables.addObservedDirectory(URL::fileURLWithPath("/gone"), named("gone"));
+  tables.addObservedDirectory(folder("/gone/below"), named("below"));
+  tables.forgetObservedDirectories({"/gone", "/never/there"});
+  EXPECT_EQ(pathsOf(tables.observedDirectories()), Paths{"/gone/below"});
+}
+
 TEST(FolderTables, AnObservedDirectoryIsKnownByWhatStoodThereLast) {
   FolderTables tables;
   tables.addObservedDirectory(folder("/repo"), named("first"));
