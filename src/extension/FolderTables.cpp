@@ -55,6 +55,7 @@ void FolderTables::setInactiveFolders(const InactiveFolders& folders) {
 
 void FolderTables::putInactiveFoldersInOrder(const FileSystem& files) {
   for (const auto& [parent, folders] : inactiveFolders()) {
+    bool isLess = false;
     for (const URL& folder : folders) {
       const std::optional<URL> parentUrl = folder.parentUrl(files);
       const std::optional<FileIdentifier> home =
@@ -62,8 +63,17 @@ void FolderTables::putInactiveFoldersInOrder(const FileSystem& files) {
       if (!home || home == parent) continue;
       removeInactiveFolder(parent, folder);
       addInactiveFolder(*home, folder);
+      isLess = true;
     }
+    if (isLess) removeIfEmpty(parent);
   }
+}
+
+// A parent that was made anew is known by another identifier: nothing comes to the former one.
+void FolderTables::removeIfEmpty(const FileIdentifier& parent) {
+  const MutexLock lock(mutex_);
+  const auto entry = inactive_.find(parent);
+  if (entry != inactive_.end() && entry->second.empty()) inactive_.erase(entry);
 }
 
 void FolderTables::addObservedDirectory(const URL& folder,

@@ -36,7 +36,8 @@ class FolderTables {
   InactiveFolders inactiveFolders() const;
   void setInactiveFolders(const InactiveFolders& folders);
   // Puts each folder under the identifier that its parent has now, after folders have moved or have
-  // been made anew. A folder whose parent is gone keeps its entry.
+  // been made anew. A folder whose parent is gone keeps its entry; a parent that has none left by
+  // that does not.
   void putInactiveFoldersInOrder(const FileSystem& files);
 
   // -- observedDirectories: folders whose repository the main application has been asked for, and
@@ -59,6 +60,8 @@ class FolderTables {
   };
 
   using Folders = std::map<std::string, URL>;  // by text
+
+  void removeIfEmpty(const FileIdentifier& parent);
 
   mutable Mutex mutex_;
   std::unordered_map<FileIdentifier, Folders> inactive_ KELPIE_GUARDED_BY(mutex_);

@@ -75,10 +75,15 @@ TEST(FolderTables, PutFoldersUnderTheIdentifiersThatTheirParentsHaveNow) {
   FolderTables tables;
   tables.addInactiveFolder(named("former"), folder("/a/1"));
   tables.addInactiveFolder(named("former"), folder("/gone/2"));
+  tables.addInactiveFolder(named("before that"), folder("/a/4"));
   tables.addInactiveFolder(now, folder("/a/3"));
+  tables.addInactiveFolder(named("empty"), folder("/a/5"));
+  tables.removeInactiveFolder(named("empty"), folder("/a/5"));
   tables.putInactiveFoldersInOrder(*fakes.files);
-  EXPECT_EQ(inactiveOf(tables), (Inactive{{"former", {"/gone/2"}},
-                                          {std::string(textOf(now.bytes())), {"/a/1", "/a/3"}}}));
+  EXPECT_EQ(inactiveOf(tables),
+            (Inactive{{"empty", {}},
+                      {"former", {"/gone/2"}},
+                      {std::string(textOf(now.bytes())), {"/a/1", "/a/3", "/a/4"}}}));
 }
 
 TEST(FolderTables, AnObservedDirectoryGoesHoweverItWasSpelled) {
