@@ -163,7 +163,7 @@ void BadgeWatch::complain(int step, const std::string& what, const Expected& exp
   text << "step " << step << ": " << what << '\n';
   for (const auto& [path, item] : host_.items()) {
     if (fits(item.badge, expected.at(path))) continue;
-    ++wrong_;
+    wrongItems_.insert(path);
     text << "  " << readable(path) << "\n    expected";
     for (const std::string& badge : expected.at(path)) text << " \"" << badge << '"';
     text << ", seen \"" << item.badge << "\", asked in step " << item.askedAt << '\n';
@@ -173,6 +173,12 @@ void BadgeWatch::complain(int step, const std::string& what, const Expected& exp
     if (told.truth != nullptr)
       text << root << ": git says " << readable(told.truth->status()) << '\n';
   ADD_FAILURE() << text.str() << host_.complaints();
+}
+
+std::string BadgeWatch::badgeOf(const std::string& path) const {
+  const PatientHost::Items items = host_.items();
+  const auto found = items.find(path);
+  return found == items.end() ? "none" : found->second.badge;
 }
 
 // What counts in a folder's badge, and whether the extension knows it: y or ?.

@@ -44,7 +44,11 @@ class BadgeWatch {
   std::size_t ambiguous() const { return ambiguous_; }
   // How many badges were held to git's words, and how many of them stayed wrong.
   std::size_t compared() const { return compared_; }
-  std::size_t wrong() const { return wrong_; }
+  std::size_t wrong() const { return wrongItems_.size(); }
+  // The items whose badges these are, by path.
+  const std::set<std::string>& wrongItems() const { return wrongItems_; }
+  // What the file manager was told last for an item; "none" when it was told nothing.
+  std::string badgeOf(const std::string& path) const;
 
  private:
   using Clock = PatientHost::Clock;
@@ -72,7 +76,7 @@ class BadgeWatch {
   std::vector<std::pair<double, int>> latencies_;  // with the step
   std::size_t ambiguous_ = 0;
   std::size_t compared_ = 0;
-  std::size_t wrong_ = 0;
+  std::set<std::string> wrongItems_;
 };
 
 }  // namespace kelpie

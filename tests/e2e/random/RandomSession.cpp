@@ -3,7 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
+#include <sstream>
+
+#include "e2e/TestExtension.h"
+#include "e2e/TestHost.h"
+#include "foundation/Object.h"
+#include "protocol/MessageKeys.h"
+#include "protocol/StatusKeys.h"
 
 namespace kelpie {
 namespace {
@@ -11,6 +19,8 @@ namespace {
 // Of a working copy with more files than these a part is thrown away.
 constexpr std::size_t kMaximumFiles = 120;
 constexpr std::size_t kShownSteps = 40;  // of a run that fails
+// After which the agent has held what it knows to a whole status.
+constexpr std::chrono::seconds kProved{70};
 
 }  // namespace
 
@@ -115,7 +125,45 @@ std::string RandomSession::account() {
   for (std::size_t i = history_.size() - std::min(history_.size(), kShownSteps);
        i < history_.size(); ++i)
     text += history_[i] + '\n';
+  if (watch_->wrong() > 0) text += whatIsKnown();
   return text + programs_.logs();
+}
+
+// Which of the programs is wrong: what the agent tells an extension that comes now, what the
+// extension tells a file manager that comes now, and whether a whole status mends it.
+std::string RandomSession::whatIsKnown() {
+  std::ostringstream text;
+  {
+    TestExtension extension(session_);
+    for (const Playground& place : places_) {
+      const auto isIn = [&](const std::string& path) { return path.starts_with(place.root()); };
+      if (std::ranges::none_of(watch_->wrongItems(), isIn)) continue;
+      text << place.root() << ": the agent knows of changes to";
+      if (!extension.open(place.root(), true)) text << " nobody: it does not listen";
+      const Object status = extension.waitFor("setStatusInfo:")[kMessageArgumentKey];
+      for (const Object& url : status[kStatusDirtyUrlsKey].whole().elements())
+        text << " \"" << (url.url() ? url.url()->path() : "") << '"';
+      text << '\n';
+    }
+  }
+  const auto tell = [&](TestHost& host, const char* when) {
+    const std::vector<std::string> items(watch_->wrongItems().begin(), watch_->wrongItems().end());
+    host.ask(items);
+    for (int i = 0; i < 10; ++i) session_.letTimePass();
+    for (const std::string& path : items)
+      text << path << ": " << when << " another file manager is told \""
+           << host.badge(fileURL(path)) << "\", the first was told \"" << watch_->badgeOf(path)
+           << "\"\n";
+  };
+  TestHost now(session_);
+  now.hello();
+  tell(now, "now");
+  const auto end = std::chrono::steady_clock::now() + kProved;
+  while (std::chrono::steady_clock::now() < end) session_.letTimePass();
+  TestHost then(session_);
+  then.hello();
+  tell(then, "after a proof");
+  return text.str();
 }
 
 }  // namespace kelpie

@@ -56,7 +56,8 @@ class RandomSession {
   // Whether file managers were cut off by the last change().
   bool hasCutOff() const { return hasCutOff_; }
   const BadgeWatch& watch() const { return *watch_; }
-  // The last steps, and the last of what the programs have written.
+  // The last steps, what is known of items whose badges stayed wrong, and the last of what the
+  // programs have written. Where badges are wrong, waits until the agent has proved its status.
   std::string account();
 
   GitSession& session() { return session_; }
@@ -71,6 +72,7 @@ class RandomSession {
   Playground& aPlace();
   std::string changeOne();
   void keepSmall(Playground& place);
+  std::string whatIsKnown();
 
   Playground::Random random_;
   GitSession session_;
