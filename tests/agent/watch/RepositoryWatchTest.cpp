@@ -323,6 +323,23 @@ TEST_F(RepositoryWatchTest, WithoutUntrackedFilesOnlyTrackedFoldersAreWatched) {
   EXPECT_EQ(watched(), (std::set<std::string>{".", "sub/deep"}));
 }
 
+TEST_F(RepositoryWatchTest, WhenUntrackedFilesAreShownAgainAllFoldersAreWatched) {
+  for (const bool atFirst : {true, false}) {
+    sandbox_.git("r", {"config", "status.showUntrackedFiles", atFirst ? "no" : "all"});
+    watch_.reset();
+    open();
+    sandbox_.git("r", {"config", "status.showUntrackedFiles", "no"});
+    settle();
+    const std::string folder = atFirst ? "some" : "more";
+    sandbox_.write("r/" + folder + "/deep/f", "1\n");
+    settle();
+    sandbox_.git("r", {"config", "status.showUntrackedFiles", "all"});
+    settle();
+    EXPECT_TRUE(watched().contains(folder));
+    EXPECT_TRUE(watched().contains(folder + "/deep"));
+  }
+}
+
 TEST_F(RepositoryWatchTest, AFolderThatCouldNotBeReadForAMomentIsReadAgain) {
   open();
   sandbox_.write("r/new/deep/f", "1\n");
