@@ -79,14 +79,21 @@ std::optional<Items> mergeStatus(const Items& known, const std::vector<std::stri
 }
 
 std::string differenceBetween(const Items& one, const Items& other) {
-  Items differing;
   const auto isLess = [](const StatusItem& a, const StatusItem& b) {
     if (comesBefore(a, b) || comesBefore(b, a)) return comesBefore(a, b);
     return a.word < b.word;
   };
-  std::ranges::set_symmetric_difference(one, other, std::back_inserter(differing), isLess);
+  // Git prints conflicts behind all other tracked items, wherever their paths belong.
+  const auto inOrder = [&](Items items) {
+    std::ranges::sort(items, isLess);
+    return items;
+  };
+  const Items mine = inOrder(one);
+  const Items others = inOrder(other);
+  Items differing;
+  std::ranges::set_symmetric_difference(mine, others, std::back_inserter(differing), isLess);
   if (differing.empty())
-    return one == other ? "" : "the items are the same but for what they were renamed from";
+    return mine == others ? "" : "the items are the same but for what they were renamed from";
   return std::to_string(differing.size()) + ", the first of them " + differing.front().path;
 }
 

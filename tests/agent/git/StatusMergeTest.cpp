@@ -79,6 +79,11 @@ TEST(StatusMerge, ADifferenceIsToldWithItsFirstItem) {
   EXPECT_EQ(differenceBetween(items({"M a", "? b"}), items({"M a", "? b"})), "");
   EXPECT_EQ(differenceBetween(items({"M a", "? b"}), items({"M a"})), "1, the first of them b");
   EXPECT_EQ(differenceBetween(items({"? a"}), items({"M a", "! c"})), "3, the first of them a");
+  // A whole status has its conflicts behind the other changes, one of parts has all in order.
+  const std::string conflict = "u UU N... 1 1 1 1 x y z a";
+  EXPECT_EQ(differenceBetween(items({conflict, "M b"}), items({"M b", conflict})), "");
+  EXPECT_EQ(differenceBetween(items({conflict, "M b"}), items({"M b", "M c", conflict})),
+            "1, the first of them c");
   std::vector<StatusItem> renamed = items({"M a"});
   renamed.front().renamedFrom = "b";
   EXPECT_NE(differenceBetween(items({"M a"}), renamed), "");

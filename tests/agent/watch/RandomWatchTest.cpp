@@ -66,8 +66,7 @@ class RandomWatchTest : public testing::Test {
     return std::uniform_int_distribution<std::size_t>(0, count - 1)(random_);
   }
 
-  // -- Changes
-  // --------------------------------------------------------------------------------------
+  // -- Changes ------------------------------------------------------------------------------------
 
   // A path that may or may not be there.
   std::string aPath() {
@@ -149,8 +148,7 @@ class RandomWatchTest : public testing::Test {
     ::close(file);
   }
 
-  // -- The agent's turns
-  // ----------------------------------------------------------------------------
+  // -- The agent's turns --------------------------------------------------------------------------
 
   bool hasEvents() {
     pollfd waiting = {watcher_.descriptor(), POLLIN, 0};
@@ -184,8 +182,7 @@ class RandomWatchTest : public testing::Test {
       queues_.main().runOne();
   }
 
-  // -- What has to be
-  // -------------------------------------------------------------------------------
+  // -- What has to be -----------------------------------------------------------------------------
 
   std::vector<std::string> realFolders(const std::set<std::string>& except) const {
     std::vector<std::string> folders;
