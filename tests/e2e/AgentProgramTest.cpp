@@ -16,6 +16,7 @@
 #include "platform/linux/Bookmark.h"
 #include "protocol/MessageKeys.h"
 #include "settings/SettingsKeys.h"
+#include "support/Script.h"
 #include "support/linux/TestSocket.h"
 
 namespace kelpie {
@@ -36,8 +37,8 @@ class AgentProgram : public testing::Test {
   }
   // Has the agent use a script as its git.
   void useGit(const std::string& script) const {
-    const std::string program = session.home().addFile("bin/git", "#!/bin/sh\n" + script);
-    fs::permissions(program, fs::perms::owner_all);
+    const std::string program = session.home() / "bin/git";
+    putScript(program, script);
     session.home().addFile(".config/kelpie/agent.conf", "[Git]\nProgram=" + program + "\n");
   }
   std::string homeFile(const std::string& name) const {

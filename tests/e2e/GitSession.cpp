@@ -12,6 +12,7 @@
 #include "platform/linux/Bookmark.h"
 #include "protocol/MessageKeys.h"
 #include "settings/SettingsKeys.h"
+#include "support/Script.h"
 
 namespace kelpie {
 namespace {
@@ -77,8 +78,7 @@ void GitSession::append(std::string_view file, std::string_view line) const {
 // -- Programs that the agent runs -----------------------------------------------------------------
 
 void GitSession::addProgram(const std::string& name, std::string_view script) {
-  const std::string path = home().addFile("bin/" + name, "#!/bin/sh\n" + std::string(script));
-  fs::permissions(path, fs::perms::owner_all);
+  putScript(home() / ("bin/" + name), script);
 }
 
 void GitSession::addUser(std::string_view script) {

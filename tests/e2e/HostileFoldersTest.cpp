@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "e2e/ProgramsFixture.h"
+#include "support/Script.h"
 
 namespace kelpie {
 namespace {
@@ -39,10 +40,8 @@ TEST_F(HostileFolders, NoProgramOfARepositoryIsFoundInPlaceOfTheUsers) {
   const std::string repository = session.addRepository("r");
   const std::string file = repository + "/file.txt";
   session.addUser(kSaysYes);
-  for (const char* name : {"git", "zenity", "kdialog", "git-status", "ssh"}) {
-    session.home().addFile("r/" + std::string(name), "#!/bin/sh\necho $0 >>\"$HOME/mark\"\n");
-    fs::permissions(repository + "/" + name, fs::perms::owner_all);
-  }
+  for (const char* name : {"git", "zenity", "kdialog", "git-status", "ssh"})
+    putScript(repository + "/" + name, "echo $0 >>\"$HOME/mark\"\n");
   session.append("r/file.txt", "changed");
   const char* path = std::getenv("PATH");
   session.setVariable("PATH", ".::" + (session.home() / "bin") + ":" + path);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "e2e/ProgramsFixture.h"
+#include "support/Script.h"
 
 namespace kelpie {
 namespace {
@@ -27,9 +28,7 @@ class Outcomes : public ProgramsFixture {
   }
   // A hook of the repository; it says "hook" in the home folder when it has begun.
   void addHook(const std::string& name, const std::string& script) {
-    const std::string path = session.home().addFile(
-        "r/.git/hooks/" + name, "#!/bin/sh\necho $$ >\"$HOME/hook\"\n" + script);
-    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    putScript(session.home() / ("r/.git/hooks/" + name), "echo $$ >\"$HOME/hook\"\n" + script);
   }
   bool hookRuns() {
     return session.waitUntil([&] { return session.read("hook").ends_with('\n'); });

@@ -33,8 +33,10 @@ std::string TemporaryFolder::addFolder(std::string_view name) const {
 std::string TemporaryFolder::addFile(std::string_view name, std::string_view contents) const {
   std::string path = *this / name;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-  std::ofstream(path, std::ios::binary) << contents;
-  EXPECT_TRUE(std::filesystem::is_regular_file(path)) << path;
+  std::ofstream file(path, std::ios::binary);
+  file << contents;
+  file.close();
+  EXPECT_TRUE(file) << path;
   return path;
 }
 

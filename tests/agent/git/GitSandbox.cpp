@@ -1,4 +1,5 @@
 #include "agent/git/GitSandbox.h"
+#include "support/Script.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -91,7 +92,10 @@ void GitSandbox::commitAll(std::string_view folder, std::string_view message) co
 void GitSandbox::write(std::string_view relative, std::string_view content) const {
   const fs::path file(path(relative));
   fs::create_directories(file.parent_path());
-  std::ofstream(file, std::ios::binary | std::ios::trunc) << content;
+  std::ofstream stream(file, std::ios::binary | std::ios::trunc);
+  stream << content;
+  stream.close();
+  EXPECT_TRUE(stream) << file;
 }
 
 std::string GitSandbox::read(std::string_view relative) const {
@@ -110,8 +114,7 @@ void GitSandbox::makeFolder(std::string_view relative) const {
 }
 
 void GitSandbox::writeScript(std::string_view relative, std::string_view body) const {
-  write(relative, "#!/bin/sh\n" + std::string(body));
-  fs::permissions(path(relative), fs::perms::owner_all);
+  putScript(path(relative), body);
 }
 
 }  // namespace kelpie::agent

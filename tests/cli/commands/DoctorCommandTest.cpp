@@ -9,6 +9,7 @@
 #include "agent/git/GitVersion.h"
 #include "cli/CommandTest.h"
 #include "cli/doctor/SystemChecks.h"
+#include "support/Script.h"
 
 namespace kelpie::cli {
 namespace {
@@ -32,8 +33,7 @@ class DoctorCommandTest : public CommandTest {
   }
   // A program that prints a line, on a PATH that has nothing else.
   void install(const std::string& name, const std::string& line) {
-    const std::string program = home.addFile("bin/" + name, "#!/bin/sh\necho " + line + "\n");
-    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    putScript(home / ("bin/" + name), "echo " + line + "\n");
     environment["PATH"] = home / "bin";
   }
 };
