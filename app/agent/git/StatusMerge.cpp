@@ -13,16 +13,22 @@ namespace {
 
 using Items = std::vector<StatusItem>;
 
-// An item that git can only tell from a look at the whole.
-bool needsWhole(const StatusItem& item) { return !item.renamedFrom.empty() || item.isAnnounced; }
+// An item that git can only tell from a look at the whole. Asked for the whole, git does not name
+// a deleted file that is much like a file in conflict: it takes the one for the other's former name
+// before it drops the pair.
+bool needsWhole(const StatusItem& item, bool areConflicts) {
+  return !item.renamedFrom.empty() || item.isAnnounced || item.isInConflict() ||
+         (areConflicts && item.isMissing());
+}
 
 // The part of the answer that is about the paths: git also names ignored folders elsewhere that it
 // comes across. Absent when the answer cannot be used.
-std::optional<Items> partAbout(const Items& answer, const std::vector<std::string>& paths) {
+std::optional<Items> partAbout(const Items& answer, const std::vector<std::string>& paths,
+                               bool areConflicts) {
   const PathScope scope(paths);
   Items part;
   for (const StatusItem& item : answer) {
-    if (needsWhole(item)) return std::nullopt;
+    if (needsWhole(item, areConflicts)) return std::nullopt;
     if (scope.contains(item.path)) {
       part.push_back(item);
       continue;
@@ -49,7 +55,8 @@ std::vector<ItemRange> rangesOf(const Items& known, const std::vector<std::strin
 
 std::optional<Items> mergeStatus(const Items& known, const std::vector<std::string>& paths,
                                  const Items& answer) {
-  const std::optional<Items> part = partAbout(answer, paths);
+  const bool areConflicts = std::ranges::any_of(known, &StatusItem::isInConflict);
+  const std::optional<Items> part = partAbout(answer, paths, areConflicts);
   if (!part) return std::nullopt;
   Items merged;
   merged.reserve(known.size() + part->size());

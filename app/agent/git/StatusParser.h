@@ -24,6 +24,10 @@ struct StatusItem {
   // of it. Or a rename or copy in the working folder, which takes such an item.
   bool isAnnounced = false;
 
+  bool isInConflict() const { return (word & KPStatusConflicted) != 0; }
+  // Deleted in the working folder; the index has it.
+  bool isMissing() const { return (word & KPStatusWorkdirDeleted) != 0; }
+
   friend bool operator==(const StatusItem&, const StatusItem&) = default;
 };
 

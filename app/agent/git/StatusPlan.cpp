@@ -32,6 +32,11 @@ constexpr Hindrance kHindrances[] = {
      [](const StatusSnapshot& known) {
        return std::ranges::any_of(known.items(), &StatusItem::isAnnounced);
      }},
+    {"a deleted file is named, and another one may be hidden by a file in conflict",
+     [](const StatusSnapshot& known) {
+       return std::ranges::any_of(known.items(), &StatusItem::isInConflict) &&
+              std::ranges::any_of(known.items(), &StatusItem::isMissing);
+     }},
 };
 
 std::string changedPath(const std::string& folder, const std::string& name) {
@@ -85,6 +90,14 @@ bool touchesRename(const Items& known, const std::vector<std::string>& paths) {
   });
 }
 
+// A deleted file that is much like it may be hidden by it, wherever that is.
+bool touchesConflict(const Items& known, const std::vector<std::string>& paths) {
+  const PathScope scope(paths);
+  return std::ranges::any_of(known, [&](const StatusItem& item) {
+    return item.isInConflict() && scope.contains(item.path);
+  });
+}
+
 StatusPlan readWhole(std::string why) { return {{}, std::move(why)}; }
 
 }  // namespace
@@ -106,6 +119,8 @@ StatusPlan StatusPlan::of(const StatusSnapshot* known, const ChangedPlaces& plac
   if (plan.paths.size() > kMostPaths) return readWhole("changes in too many places");
   if (touchesRename(known->items(), plan.paths))
     return readWhole("a renamed file may be concerned");
+  if (touchesConflict(known->items(), plan.paths))
+    return readWhole("a file in conflict may be concerned");
   return plan;
 }
 

@@ -67,12 +67,21 @@ TEST(StatusMerge, AnAnswerThatNeedsTheWholeIsNotTaken) {
       {"a rename", std::string("2 R. N... 1 1 1 x y R100 a/b\0a/c\0", 33)},
       {"an announced file", std::string("1 .A N... 1 1 1 x y a/b\0", 24)},
       {"the folder around is one item", std::string("! a/\0", 5)},
+      {"a conflict", std::string("u UU N... 1 1 1 1 x y z a/b\0", 28)},
   };
   for (const Case& each : cases) {
     const auto answer = parseStatus(each.answer);
     ASSERT_TRUE(answer) << each.why;
     EXPECT_FALSE(mergeStatus({}, {"a/b"}, *answer)) << each.why;
   }
+}
+
+TEST(StatusMerge, WhileThereAreConflictsADeletedFileNeedsTheWhole) {
+  const std::string conflict = "u UU N... 1 1 1 1 x y z c";
+  const std::string missing = "1 .D N... 1 1 0 x y a";
+  EXPECT_FALSE(mergeStatus(items({conflict}), {"a"}, items({missing})));
+  EXPECT_EQ(mergeStatus(items({conflict}), {"a"}, items({"M a"})), items({"M a", conflict}));
+  EXPECT_EQ(mergeStatus({}, {"a"}, items({missing})), items({missing}));
 }
 
 TEST(StatusMerge, ADifferenceIsToldWithItsFirstItem) {

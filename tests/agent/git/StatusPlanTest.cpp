@@ -38,6 +38,10 @@ std::string rename(const std::string& to, const std::string& from) {
   return "2 R. N... 1 1 1 x y R100 " + to + std::string(1, '\0') + from + std::string(1, '\0');
 }
 
+std::string conflict(const std::string& path) {
+  return "u UU N... 1 1 1 1 x y z " + path + std::string(1, '\0');
+}
+
 TEST(StatusPlan, AsksForWhatHasChanged) {
   const std::string known = std::string("? nested/\0! a/out/\0", 19);
   struct Case {
@@ -93,6 +97,9 @@ TEST(StatusPlan, AsksForTheWholeWhereAPartDoesNotTell) {
       {"the former name of a file", {"old"}, rename("new/f", "old"), {}},
       {"an announced file may become a new name", {"g"}, entry(".A", "f"), {}},
       {"one that was announced again, too", {"g"}, entry("DA", "f"), {}},
+      {"a file in conflict", {"f"}, conflict("f"), {}},
+      {"a folder that holds one", {"a"}, conflict("a/b/f"), {}},
+      {"a deleted file beside a conflict", {"g"}, entry(".D", "d") + conflict("f"), {}},
   };
   for (const Case& each : cases) {
     const StatusPlan plan = planAfter(each.changed, items(each.known), each.terms);
@@ -103,6 +110,11 @@ TEST(StatusPlan, AsksForTheWholeWhereAPartDoesNotTell) {
 
 TEST(StatusPlan, ARenameElsewhereHindersNothing) {
   EXPECT_EQ(planAfter({"g"}, items(rename("new/f", "old"))).whole, "");
+}
+
+TEST(StatusPlan, AConflictElsewhereHindersNothingWhileNoFileIsMissing) {
+  EXPECT_EQ(planAfter({"g"}, items(entry("D.", "d") + conflict("f"))).whole, "");
+  EXPECT_EQ(planAfter({"d"}, items(entry(".D", "d"))).whole, "");
 }
 
 TEST(StatusPlan, WithoutAStatusThatCanBeMendedTheWholeIsRead) {

@@ -226,6 +226,37 @@ TEST_F(StatusInParts, ARenameThatGitSeesOneSideOfIsReadWhole) {
   EXPECT_EQ(wordsOf(now), words());
 }
 
+// Git pairs a deleted file with a file in conflict that is much like it, and names only the latter.
+TEST_F(StatusInParts, ADeletedFileThatAConflictHidesIsHiddenAsInTheWhole) {
+  for (const char* file : {"moved", "like", "much like"})
+    sandbox_.write("r/" + std::string(file), "one\ntwo\nthree\nfour\n");
+  sandbox_.commitAll("r", "alike");
+  sandbox_.git("r", {"checkout", "-q", "-b", "other"});
+  sandbox_.git("r", {"mv", "moved", "theirs"});
+  sandbox_.commitAll("r", "theirs");
+  sandbox_.git("r", {"checkout", "-q", "main"});
+  sandbox_.git("r", {"mv", "moved", "ours"});
+  sandbox_.commitAll("r", "ours");
+  EXPECT_FALSE(sandbox_.tryGit("r", {"merge", "-q", "other"}).succeeded());
+  auto known = read();
+  ASSERT_EQ(known->items().size(), 3U);
+  const auto step = [&](const std::vector<std::string>& changed) {
+    const auto now = update(known, changed);
+    EXPECT_EQ(wordsOf(now), words()) << changed.front();
+    known = std::get<0>(now.reading);
+  };
+  for (const char* file : {"like", "much like", "current"}) {
+    sandbox_.remove("r/" + std::string(file));
+    step({file});
+  }
+  sandbox_.write("r/like", "one\ntwo\nthree\nfour\n");
+  step({"like"});
+  sandbox_.remove("r/theirs");
+  step({"theirs"});
+  sandbox_.write("r/sub/inner", "changed\n");
+  step({"sub/inner"});
+}
+
 TEST_F(StatusInParts, OtherTermsThanBeforeHaveTheWholeRead) {
   const auto known = read();
   const auto finding = WorkingCopyFinder(GitCommand("git", "/")).find(sandbox_.path("r"));

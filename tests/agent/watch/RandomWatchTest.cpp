@@ -18,10 +18,13 @@
 #include <set>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
+#include "agent/git/ChangedPlaces.h"
 #include "agent/git/GitSandbox.h"
+#include "agent/git/StatusMerge.h"
 #include "agent/git/StatusReader.h"
 #include "agent/watch/RepositoryWatch.h"
 #include "support/EventLog.h"
@@ -48,11 +51,18 @@ class RandomWatchTest : public testing::Test {
     watch_ = std::make_unique<RepositoryWatch>(
         watcher_, copy_, queues_.mainQueue(), walks_,
         RepositoryWatch::Callbacks{[this](Change change, const std::string& path) {
-                                     isBehind_ |= change.status;
+                                     if (!change.status) return;
+                                     journal_.push_back("told of \"" + path + "\"");
+                                     isBehind_ = true;
+                                     changed_.add(path);
                                      places_.insert(path);
                                    },
                                    [] { FAIL() << "there are not so many folders"; }});
     isBehind_ = true;
+  }
+
+  ~RandomWatchTest() override {
+    if (walker_.joinable()) walker_.join();
   }
 
   static std::uint64_t seed() {
@@ -84,14 +94,59 @@ class RandomWatchTest : public testing::Test {
   // What is no folder any more stands in the way of others.
   void clear() {
     std::error_code error;
+    run({"checkout", "-q", "-f", "main"});
     for (const char* name : {"a", "b", "c", "d", "e", ".gitignore"})
       fs::remove_all(sandbox_.path("r/") + name, error);
     sandbox_.write("r/a/b/c/f", "1\n");
     sandbox_.write("r/d/e/f", "1\n");
   }
+  void run(const Arguments& arguments) {
+    std::string& line = journal_.emplace_back("git");
+    for (const auto& argument : arguments) line.append(" ").append(argument);
+    sandbox_.tryGit("r", arguments);
+  }
+  void commit() {
+    run({"add", "-A"});
+    run({"commit", "-q", "-m", "more"});
+  }
+  void changeByGit() {
+    switch (below(7)) {
+      case 0:
+        return run({"add", "-A"});
+      case 1:
+        return commit();
+      case 2:
+        return run({"checkout", "-q", "-f", "HEAD~1"});
+      case 3:
+        return run({"checkout", "-q", "-f", "main"});
+      case 4:
+        return run({"stash", "-q", "-u"});
+      default:
+        return renameOnBothSides();
+    }
+  }
+  // A conflict of three paths.
+  void renameOnBothSides() {
+    const std::string tracked = sandbox_.git("r", {"ls-files"});
+    const std::string file = tracked.substr(0, tracked.find('\n'));
+    commit();
+    const auto renameTo = [&](const std::string& path) {
+      std::error_code error;
+      fs::create_directories(path, error);
+      run({"mv", file, path.substr(sandbox_.path("r/").size()) + "/renamed"});
+      run({"commit", "-q", "-m", "renamed"});
+    };
+    run({"checkout", "-q", "-f", "-B", "other"});
+    renameTo(aPath());
+    run({"checkout", "-q", "-f", "main"});
+    renameTo(aPath());
+    run({"merge", "-q", "other"});
+  }
   void change() {
     std::error_code error;
-    switch (below(15)) {
+    const std::size_t kind = below(17);
+    journal_.push_back("change of kind " + std::to_string(kind));
+    switch (kind) {
       case 0:
       case 1:
       case 2: {
@@ -134,6 +189,9 @@ class RandomWatchTest : public testing::Test {
         fs::remove_all(away, error);
         break;
       }
+      case 13:
+        changeByGit();
+        break;
       default:
         writeFile(aFolder() + "/f");
         break;
@@ -156,18 +214,25 @@ class RandomWatchTest : public testing::Test {
   }
   void read() {
     isBehind_ = false;
-    StatusReader::Reading reading = StatusReader(GitCommand("git", "/"), copy_).read();
-    if (auto* snapshot = std::get_if<0>(&reading))
+    StatusReader::Update update = StatusReader(GitCommand("git", "/"), copy_)
+                                      .update(known_.get(), std::exchange(changed_, {}), nullptr);
+    journal_.push_back("read " + (update.whole.empty() ? "parts" : "all: " + update.whole));
+    if (auto* snapshot = std::get_if<0>(&update.reading)) {
       read_ = std::move(*snapshot);
-    else
-      isBehind_ = true;  // git has met a change
+      return;
+    }
+    isBehind_ = true;  // git has met a change
+    changed_.addEverything();
   }
-  void follow() { watch_->follow(*std::exchange(read_, nullptr), std::nullopt); }
+  void follow() {
+    known_ = std::exchange(read_, nullptr);
+    watch_->follow(*known_, std::nullopt);
+  }
   // One of them does something, if there is anything to do.
   bool turn() {
     std::vector<void (RandomWatchTest::*)()> possible;
     if (hasEvents()) possible.push_back(&RandomWatchTest::dispatch);
-    if (queues_.pending() > 0) possible.push_back(&RandomWatchTest::runOne);
+    if (queues_.pending() > 0 || walker_.joinable()) possible.push_back(&RandomWatchTest::runOne);
     if (read_ != nullptr) possible.push_back(&RandomWatchTest::follow);
     if (read_ == nullptr && isBehind_) possible.push_back(&RandomWatchTest::read);
     if (possible.empty()) return false;
@@ -176,10 +241,12 @@ class RandomWatchTest : public testing::Test {
   }
   void dispatch() { watcher_.dispatch(); }
   void runOne() {
-    if (walks_->pending() > 0 && (queues_.main().pending() == 0 || below(2) == 0))
-      walks_->runOne();
-    else
+    if (!walker_.joinable() && walks_->pending() > 0)
+      walker_ = std::thread([this] { walks_->runOne(); });
+    else if (queues_.main().pending() > 0 && below(2) == 0)
       queues_.main().runOne();
+    else if (walker_.joinable())
+      walker_.join();
   }
 
   // -- What has to be -----------------------------------------------------------------------------
@@ -206,6 +273,12 @@ class RandomWatchTest : public testing::Test {
         paths.insert(sandbox_.path("r/" + item.path));
     return paths;
   }
+  // What happened in the round.
+  std::string told() const {
+    std::string text;
+    for (const std::string& line : journal_) text.append("\n").append(line);
+    return text;
+  }
   // A change in each folder is told of under its own path.
   std::set<std::string> unwatched() {
     std::set<std::string> missing;
@@ -229,17 +302,27 @@ class RandomWatchTest : public testing::Test {
   WorkingCopy copy_;
   std::unique_ptr<RepositoryWatch> watch_;
   bool isBehind_ = false;
-  std::set<std::string> places_;                // that were told of
+  std::set<std::string> places_;  // that were told of
+  ChangedPlaces changed_;         // since the last reading began
+  std::shared_ptr<const StatusSnapshot> known_;
   std::shared_ptr<const StatusSnapshot> read_;  // and not followed yet
+  std::thread walker_;                          // runs one walk
+  std::vector<std::string> journal_;            // of the round, for people
   std::mt19937_64 random_;
 };
 
-TEST_F(RandomWatchTest, EveryFolderThatIsNotIgnoredIsWatchedInTheEnd) {
+// What was read in parts is held to the whole.
+TEST_F(RandomWatchTest, InTheEndEveryFolderThatIsNotIgnoredIsWatchedAndTheStatusRight) {
   for (int round = 0; round < kRounds; ++round) {
+    journal_.clear();
     clear();
     for (int step = 0; step < kStepsOfARound; ++step)
       if (below(3) == 0 || !turn()) change();
     for (int turns = 0; turn(); ++turns) ASSERT_LT(turns, kMostTurns) << "it never comes to rest";
+    const StatusReader::Reading whole = StatusReader(GitCommand("git", "/"), copy_).read();
+    ASSERT_TRUE(std::holds_alternative<std::shared_ptr<const StatusSnapshot>>(whole));
+    ASSERT_EQ(differenceBetween(known_->items(), std::get<0>(whole)->items()), "")
+        << "round " << round << told();
     ASSERT_EQ(unwatched(), std::set<std::string>()) << "round " << round;
   }
 }
