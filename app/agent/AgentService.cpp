@@ -57,7 +57,7 @@ AgentService::AgentService(MainLoop& loop, const SessionBus& bus,
       configuration_(configuration()),
       watcher_(DirectoryWatcher::defaultLimit()),
       // A third of the part that is left to the user's other programs.
-      names_(DirectoryWatcher::defaultLimit() / 9, DirectoryWatcher::Interest::Names),
+      names_(DirectoryWatcher::defaultLimit() / 9),
       pool_(loop.log(), readingsAtATime() + 2),
       queues_(loop, pool_),
       extensions_({loop, queues_, ports_}, std::string(kApplicationGroup)),

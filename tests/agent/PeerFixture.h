@@ -91,7 +91,7 @@ class PeerFixture : public testing::Test {
   FakeNotifier notifier_;
   Handler actions_;
   std::unique_ptr<DirectoryWatcher> watcher_;
-  DirectoryWatcher names_{10000, DirectoryWatcher::Interest::Names};
+  DirectoryWatcher names_{10000};
   std::unique_ptr<MainLoop::Source> watching_;
   std::unique_ptr<MainLoop::Source> watchingNames_;
   ThreadPool pool_{log_, 4};

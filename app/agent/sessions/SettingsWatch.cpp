@@ -62,7 +62,7 @@ SettingsWatch::Places SettingsWatch::watchAll(const std::vector<std::string>& fi
         name = folder.filename();
       const fs::path real = fs::canonical(folder, error);
       if (error) break;
-      names.add(client, real.string());
+      names.add(client, real.string(), DirectoryWatcher::Interest::Writes);
       places.emplace(real.string(), name.string());
       const fs::path target = fs::read_symlink(at, error);
       if (error) break;

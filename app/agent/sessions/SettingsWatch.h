@@ -27,7 +27,7 @@ class SettingsWatch {
     std::function<void()> watching = {};
   };
 
-  // `names` is a watcher that is interested in names. All outlive this.
+  // All outlive this.
   SettingsWatch(EventLoop& loop, SerialQueues& queues, DirectoryWatcher& names,
                 Callbacks callbacks);
   ~SettingsWatch();

@@ -83,15 +83,18 @@ std::vector<std::shared_ptr<ExtensionPort>> ShownFolders::extensionsOf(
   return ports;
 }
 
+// Above the folder files are written all the time that are none of its business: in the home
+// folder, in /tmp.
 void ShownFolders::Watches::addAround(const std::string& folder) const {
-  for (std::string at = folder;; at = parentOf(at)) {
-    add(at);
-    if (at == "/") return;
+  add(folder);
+  for (std::string at = folder; at != "/";) {
+    at = parentOf(at);
+    names_->add(client_, at, DirectoryWatcher::Interest::Names);
   }
 }
 
 bool ShownFolders::Watches::add(const std::string& folder) const {
-  const auto outcome = names_->add(client_, folder);
+  const auto outcome = names_->add(client_, folder, DirectoryWatcher::Interest::Writes);
   return outcome == DirectoryWatcher::Outcome::Watched ||
          outcome == DirectoryWatcher::Outcome::WatchedBefore;
 }

@@ -29,7 +29,7 @@ class ShownFolders {
     std::function<void(const std::string& folder, const std::string& entry)> entryDoubted;
   };
 
-  // `names` is a watcher that is interested in names. All outlive this.
+  // All outlive this.
   ShownFolders(EventLoop& loop, DirectoryWatcher& names, Callbacks callbacks);
   ~ShownFolders();
   ShownFolders(const ShownFolders&) = delete;

@@ -14,13 +14,17 @@
 namespace kelpie::agent {
 namespace {
 
-// Writing through a mapping raises no event but the one when the file is closed.
-constexpr std::uint32_t kMask = IN_CREATE | IN_DELETE | IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB |
-                                IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF |
-                                IN_ONLYDIR | IN_DONT_FOLLOW | IN_EXCL_UNLINK;
+constexpr std::uint32_t kNames = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO |
+                                 IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_DONT_FOLLOW |
+                                 IN_EXCL_UNLINK;
 
-// Events that neither make nor remove a name, nor end the writing of a file.
-constexpr std::uint32_t kChangesOfEntries = IN_MODIFY | IN_ATTRIB;
+// By Interest.
+constexpr std::array<std::uint32_t, 3> kMasks = {
+    // Writing through a mapping raises no event but the one when the file is closed.
+    kNames | IN_CLOSE_WRITE | IN_MODIFY | IN_ATTRIB,
+    kNames | IN_CLOSE_WRITE,
+    kNames,
+};
 
 constexpr std::size_t kFallbackLimit = 6144;
 
@@ -42,8 +46,7 @@ int newInotify() { return inotify_init1(IN_NONBLOCK | IN_CLOEXEC); }
 
 }  // namespace
 
-DirectoryWatcher::DirectoryWatcher(std::size_t limit, Interest interest)
-    : limit_(limit), interest_(interest), inotify_(newInotify()) {}
+DirectoryWatcher::DirectoryWatcher(std::size_t limit) : limit_(limit), inotify_(newInotify()) {}
 
 DirectoryWatcher::~DirectoryWatcher() {
   if (inotify_ >= 0) close(inotify_);
@@ -94,7 +97,8 @@ void DirectoryWatcher::setModest(Client client, bool modest) {
     found->second.modest = modest;
 }
 
-DirectoryWatcher::Outcome DirectoryWatcher::add(Client client, const std::string& folder) {
+DirectoryWatcher::Outcome DirectoryWatcher::add(Client client, const std::string& folder,
+                                                Interest interest) {
   // With the lock held, so that no event of the new watch is looked up before it is entered.
   const MutexLock lock(mutex_);
   const auto subscriber = clients_.find(client);
@@ -102,7 +106,8 @@ DirectoryWatcher::Outcome DirectoryWatcher::add(Client client, const std::string
   const std::size_t limit = subscriber->second.modest ? limit_ / 2 : limit_;
   if (watches_.size() >= limit && !subscriber->second.folders.contains(folder))
     return Outcome::LimitReached;
-  const std::uint32_t mask = interest_ == Interest::Names ? kMask & ~kChangesOfEntries : kMask;
+  // What others are interested in stays.
+  const std::uint32_t mask = kMasks.at(static_cast<std::size_t>(interest)) | IN_MASK_ADD;
   const int watch = inotify_add_watch(inotify_, folder.c_str(), mask);
   const bool isFull = watch < 0 && (errno == ENOSPC || errno == ENOMEM);
   if (watch < 0) return isFull ? Outcome::LimitReached : Outcome::NotThere;

@@ -44,13 +44,15 @@ class DirectoryWatcher {
     LimitReached,  // no more folders can be watched
   };
 
+  // What of a folder is told. Of a folder that several watch, each may be told more.
   enum class Interest {
     Everything,
-    Names,  // which entries there are, and which were written; not each change of one
+    Writes,  // which entries there are, and which were written; not each change of one
+    Names,   // which entries there are
   };
 
   // At most `limit` folders are watched at a time, fewer when the system says so.
-  explicit DirectoryWatcher(std::size_t limit, Interest interest = Interest::Everything);
+  explicit DirectoryWatcher(std::size_t limit);
   ~DirectoryWatcher();
   DirectoryWatcher(const DirectoryWatcher&) = delete;
   DirectoryWatcher& operator=(const DirectoryWatcher&) = delete;
@@ -66,7 +68,7 @@ class DirectoryWatcher {
   void setModest(Client client, bool modest);
 
   // Any thread. Links are not followed.
-  Outcome add(Client client, const std::string& folder);
+  Outcome add(Client client, const std::string& folder, Interest interest = Interest::Everything);
   // Any thread. Ends the client's watch of the folder alone.
   void remove(Client client, const std::string& folder);
   // Any thread. Ends the client's watches of the folder and of all below it.
@@ -105,7 +107,6 @@ class DirectoryWatcher {
   void forget(Client client, const std::string& folder, int watch) KELPIE_REQUIRES(mutex_);
 
   const std::size_t limit_;
-  const Interest interest_;
   mutable Mutex mutex_;  // never held while a handler runs
   int inotify_ KELPIE_GUARDED_BY(mutex_) = -1;
   std::unordered_map<int, Watch> watches_ KELPIE_GUARDED_BY(mutex_);

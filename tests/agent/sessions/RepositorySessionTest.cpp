@@ -170,7 +170,7 @@ class RepositorySessionTest : public testing::Test {
   std::chrono::milliseconds idleTime_ = std::chrono::minutes(10);
   std::chrono::milliseconds proofTime_ = std::chrono::minutes(1);
   std::unique_ptr<DirectoryWatcher> watcher_ = std::make_unique<DirectoryWatcher>(10000);
-  DirectoryWatcher names_{10000, DirectoryWatcher::Interest::Names};
+  DirectoryWatcher names_{10000};
   std::unique_ptr<MainLoop::Source> watching_ =
       loop_.watch(watcher_->descriptor(), G_IO_IN, [this](GIOCondition) { watcher_->dispatch(); });
   ThreadPool pool_{log_, 4};

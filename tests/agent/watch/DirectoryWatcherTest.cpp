@@ -113,6 +113,28 @@ TEST_F(DirectoryWatcherTest, TellsOfWritesThroughAMappingWhenItEnds) {
   EXPECT_TRUE(saw(Event::Kind::Changed, "a", "f"));
 }
 
+TEST_F(DirectoryWatcherTest, TellsNoMoreThanAClientIsInterestedIn) {
+  sandbox_.write("a/f", "1");
+  const auto changes = [&](const std::string& text) {
+    events_.clear();
+    sandbox_.write("a/f", text);
+    deliver();
+    return events_.size();
+  };
+  using Interest = DirectoryWatcher::Interest;
+  EXPECT_EQ(watcher_.add(client_, sandbox_.path("a"), Interest::Names), Outcome::Watched);
+  EXPECT_EQ(changes("2"), 0U);
+  sandbox_.makeFolder("a/d");
+  deliver();
+  EXPECT_TRUE(saw(Event::Kind::Appeared, "a", "d"));
+  EXPECT_EQ(watcher_.add(client_, sandbox_.path("a"), Interest::Writes), Outcome::WatchedBefore);
+  EXPECT_EQ(changes("3"), 1U);
+  EXPECT_EQ(watcher_.add(client_, sandbox_.path("a"), Interest::Names), Outcome::WatchedBefore);
+  EXPECT_EQ(changes("4"), 1U) << "nobody is told less when somebody else wants less";
+  EXPECT_EQ(watcher_.add(client_, sandbox_.path("a")), Outcome::WatchedBefore);
+  EXPECT_GT(changes("5"), 1U);
+}
+
 TEST_F(DirectoryWatcherTest, WatchingTwiceIsWatchingOnce) {
   EXPECT_EQ(watcher_.add(client_, sandbox_.path("a")), Outcome::Watched);
   EXPECT_EQ(watcher_.add(client_, sandbox_.path("a")), Outcome::WatchedBefore);
