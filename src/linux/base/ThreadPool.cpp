@@ -36,7 +36,8 @@ struct ThreadPool::QueueState {
 
 class ThreadPool::Core : public std::enable_shared_from_this<Core> {
  public:
-  Core(Log& log, std::size_t threads) : log_(log), wanted_(std::max<std::size_t>(threads, 1)) {}
+  Core(Log& log, std::size_t threads, std::chrono::milliseconds spareTime)
+      : log_(log), wanted_(std::max<std::size_t>(threads, 1)), spareTime_(spareTime) {}
 
   void submit(std::shared_ptr<QueueState> queue);
   // Runs what waits and lets all threads end, and waits for those that are not given up.
@@ -67,6 +68,7 @@ class ThreadPool::Core : public std::enable_shared_from_this<Core> {
 
   Log& log_;
   const std::size_t wanted_;
+  const std::chrono::milliseconds spareTime_;
   mutable Mutex mutex_;
   ConditionVariable work_;
   ConditionVariable watch_;
@@ -135,11 +137,14 @@ void ThreadPool::Core::work(std::list<Worker>::iterator worker) {
   ended_.notifyAll();
 }
 
-// Waits for a queue with work; false when the pool ends and there is none.
+// Waits for a queue with work; false when the thread is to end: there is none, and the pool ends or
+// has another thread.
 bool ThreadPool::Core::takeWork(MutexLock& lock, std::shared_ptr<QueueState>& queue) {
   ++idle_;
   ended_.notifyAll();
-  work_.wait(lock, [this]() KELPIE_REQUIRES(mutex_) { return !ready_.empty() || ending_; });
+  const auto isCalled = [this]() KELPIE_REQUIRES(mutex_) { return !ready_.empty() || ending_; };
+  if (!work_.waitUntil(lock, Clock::now() + spareTime_, isCalled) && active() == 1)
+    work_.wait(lock, isCalled);
   --idle_;
   if (ready_.empty()) return false;
   queue = std::move(ready_.front());
@@ -169,7 +174,7 @@ void ThreadPool::Core::runOneTask(const std::shared_ptr<QueueState>& queue) {
   submit(queue);
 }
 
-// Called when work waits for a thread. The watch sleeps while none does.
+// Called when work waits for a thread. The watch ends a while after the last time.
 void ThreadPool::Core::startWatch() {
   if (watching_) {
     watch_.notifyAll();
@@ -185,8 +190,8 @@ void ThreadPool::Core::startWatch() {
 
 void ThreadPool::Core::watch() {
   MutexLock lock(mutex_);
-  while (!ending_) {
-    watch_.wait(lock, [this]() KELPIE_REQUIRES(mutex_) { return starved() || ending_; });
+  const auto isCalled = [this]() KELPIE_REQUIRES(mutex_) { return starved() || ending_; };
+  while (watch_.waitUntil(lock, Clock::now() + spareTime_, isCalled) && !ending_) {
     // Work in progress makes room sooner or later; only work that does not is made up for.
     const auto enough = [this]() KELPIE_REQUIRES(mutex_) { return !starved() || ending_; };
     if (watch_.waitUntil(lock, Clock::now() + kPatience, enough)) continue;
@@ -237,8 +242,8 @@ class ThreadPool::Queue final : public SerialQueue {
   std::shared_ptr<QueueState> state_;  // the pool keeps it for as long as there are tasks
 };
 
-ThreadPool::ThreadPool(Log& log, std::size_t threads)
-    : core_(std::make_shared<Core>(log, threads)) {}
+ThreadPool::ThreadPool(Log& log, std::size_t threads, std::chrono::milliseconds spareTime)
+    : core_(std::make_shared<Core>(log, threads, spareTime)) {}
 
 ThreadPool::~ThreadPool() { core_->end(); }
 

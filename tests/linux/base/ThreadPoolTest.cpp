@@ -105,6 +105,22 @@ TEST_F(ThreadPoolTest, TasksOfDifferentQueuesRunAtTheSameTime) {
   blocker.release();
 }
 
+TEST_F(ThreadPoolTest, AWhileAfterTheLastWorkOneThreadIsLeft) {
+  ThreadPool pool(log, 4, std::chrono::milliseconds(20));
+  std::vector<std::shared_ptr<SerialQueue>> queues;
+  for (int i = 0; i < 4; ++i) queues.push_back(pool.makeQueue("test"));
+  for (int round = 0; round < 3; ++round) {
+    Blocker blocker;
+    for (const auto& queue : queues) blocker.block(*queue);
+    EXPECT_EQ(pool.threads(), 4U);
+    blocker.release();
+    const auto end = std::chrono::steady_clock::now() + kLongEnough;
+    while (pool.threads() > 1 && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    EXPECT_EQ(pool.threads(), 1U);
+    for (const auto& queue : queues) EXPECT_TRUE(runs(*queue));
+  }
+}
+
 TEST_F(ThreadPoolTest, WorkThatNeverReturnsCostsItsOwnQueueOnly) {
   std::atomic<bool> waited = false;
   ThreadPool pool(log, 2);
