@@ -181,11 +181,20 @@ KELPIE_FAULT_INT("dup", dup2, (int fd, int to), (fd, to))
 // -- Processes and threads ------------------------------------------------------------------------
 
 KELPIE_FAULT_INT("fork", fork, (), ())
+// The child must not return from here into memory that it shares: it gets a copy.
+extern "C" int kelpieFault_vfork() __asm__("vfork");
+extern "C" int kelpieFault_vfork() {
+  static auto* const original = next<int()>("fork");
+  return fails("fork") ? -1 : original();
+}
 KELPIE_FAULT_INT("execve", execve,
                  (const char* path, char* const* arguments, char* const* environment),
                  (path, arguments, environment))
 KELPIE_FAULT_INT("execve", execv, (const char* path, char* const* arguments), (path, arguments))
 KELPIE_FAULT_INT("execve", execvp, (const char* path, char* const* arguments), (path, arguments))
+KELPIE_FAULT_INT("execve", execvpe,
+                 (const char* path, char* const* arguments, char* const* environment),
+                 (path, arguments, environment))
 KELPIE_FAULT_INT("waitpid", waitpid, (int process, int* status, int options),
                  (process, status, options))
 KELPIE_FAULT_INT("setrlimit", setrlimit, (int resource, const void* limit), (resource, limit))

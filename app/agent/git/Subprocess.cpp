@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,6 +15,9 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <variant>
+
+#include "agent/git/ProgramStart.h"
 
 namespace kelpie::agent {
 namespace {
@@ -49,18 +51,6 @@ class Descriptor {
  private:
   int fd_ = -1;
 };
-
-// Runs in the child, before the program: only what is safe between fork and exec.
-void prepareChild(gpointer endsWithAgent) {
-  // So that what the program starts ends with it, and so that nothing it starts finds a terminal to
-  // ask on: ssh would wait there for an answer that nobody is asked for.
-  setsid();
-  if (endsWithAgent != nullptr) prctl(PR_SET_PDEATHSIG, SIGTERM);
-  sigset_t none;
-  sigemptyset(&none);
-  sigprocmask(SIG_SETMASK, &none, nullptr);
-  std::signal(SIGPIPE, SIG_DFL);
-}
 
 std::string systemError(const char* what) {
   return std::string(what) + ": " + std::generic_category().message(errno);
@@ -119,7 +109,7 @@ class Run {
   GCancellable* cancellable_;
   std::optional<Clock::time_point> deadline_;
   ProgramResult result_;
-  GPid pid_ = 0;
+  pid_t pid_ = 0;
   Descriptor process_;  // a pidfd; none when there was no room for one
   Descriptor output_;
   Descriptor errors_;
@@ -155,30 +145,18 @@ bool Run::start() {
 }
 
 bool Run::spawn(int input, int output, int errors) {
-  std::vector<char*> arguments;
-  arguments.reserve(call_.arguments.size() + 1);
-  for (const std::string& argument : call_.arguments)
-    arguments.push_back(const_cast<char*>(argument.c_str()));
-  arguments.push_back(nullptr);
-
   gchar** environment = g_get_environ();
   for (const std::string& name : call_.withoutVariables)
     environment = g_environ_unsetenv(environment, name.c_str());
   for (const auto& [name, value] : call_.environment)
     environment = g_environ_setenv(environment, name.c_str(), value.c_str(), TRUE);
-
-  GError* error = nullptr;
-  const auto flags = static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD);
-  // A non-null pointer stands for true; it is not looked at.
-  const gboolean started = g_spawn_async_with_fds(
-      call_.folder.empty() ? nullptr : call_.folder.c_str(), arguments.data(), environment, flags,
-      prepareChild, call_.endsWithAgent ? this : nullptr, &pid_, input, output, errors, &error);
+  std::variant<pid_t, std::string> started =
+      ProgramStart{call_.arguments, environment, call_.folder,       input,
+                   output,          errors,      call_.endsWithAgent}
+          .run();
   g_strfreev(environment);
-  if (started == FALSE) {
-    std::string why = error->message;
-    g_error_free(error);
-    return fail(std::move(why));
-  }
+  if (auto* why = std::get_if<std::string>(&started)) return fail(std::move(*why));
+  pid_ = std::get<pid_t>(started);
   process_ = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)));
   return true;
 }
@@ -266,7 +244,6 @@ void Run::reap() {
   int status = 0;
   while (waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
   }
-  g_spawn_close_pid(pid_);
   if (stopped_) return;
   if (WIFSIGNALED(status)) {
     result_.end = ProgramResult::End::Killed;

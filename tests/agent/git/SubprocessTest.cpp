@@ -1,17 +1,21 @@
 #include "agent/git/Subprocess.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "linux/base/GLibPointers.h"
+#include "support/TemporaryFolder.h"
 #include "support/linux/FailingCalls.h"
 
 namespace kelpie::agent {
@@ -154,6 +158,68 @@ TEST(Subprocess, VariablesAreSetAndTakenAway) {
   call.withoutVariables = {"KELPIE_TEST_TAKEN"};
   EXPECT_EQ(Subprocess::run(call).output, "yes-");
   unsetenv("KELPIE_TEST_TAKEN");
+}
+
+TEST(Subprocess, FindsNoOtherDescriptorsThanItsOwn) {
+  const int open = ::open("/dev/null", O_RDONLY);  // and not closed when a program starts
+  ASSERT_GE(open, 3);
+  const ProgramResult result =
+      Subprocess::run(shell("[ ! -e /proc/$$/fd/" + std::to_string(open) + " ]"));
+  ::close(open);
+  EXPECT_TRUE(result.succeeded());
+}
+
+TEST(Subprocess, StandardDescriptorsThatAreClosedHereAreTheProgramsAllTheSame) {
+  const int kept = fcntl(0, F_DUPFD_CLOEXEC, 3);
+  ::close(0);
+  ProgramCall call = shell("cat; echo err >&2");
+  call.input = "in";
+  const ProgramResult result = Subprocess::run(call);
+  ::dup2(kept, 0);
+  ::close(kept);
+  EXPECT_EQ(result.output, "in");
+  EXPECT_EQ(result.errors, "err\n");
+}
+
+TEST(Subprocess, SignalsAreAsAProgramExpectsThem) {
+  sigset_t blocked;
+  sigset_t before;
+  sigemptyset(&blocked);
+  sigaddset(&blocked, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &blocked, &before);
+  const auto ignored = std::signal(SIGPIPE, SIG_IGN);
+  const ProgramResult result =
+      Subprocess::run(shell("grep -E 'SigBlk|SigIgn' /proc/self/status | tr -d '\\n'"));
+  sigset_t after;
+  pthread_sigmask(SIG_SETMASK, &before, &after);
+  static_cast<void>(std::signal(SIGPIPE, ignored));
+  EXPECT_TRUE(sigismember(&after, SIGTERM)) << "of this thread they are as they were";
+  EXPECT_EQ(result.output.find("SigBlk:\t0000000000000000"), 0U) << result.output;
+  const std::size_t at = result.output.find("SigIgn:\t");
+  ASSERT_NE(at, std::string::npos);
+  const auto ignoredNow = std::stoull(result.output.substr(at + 8), nullptr, 16);
+  EXPECT_EQ(ignoredNow >> (SIGPIPE - 1) & 1U, 0U);
+}
+
+TEST(Subprocess, AProgramThatIsNoneSaysSo) {
+  const TemporaryFolder folder;
+  folder.addFile("program",
+                 "\x7f"
+                 "ELF");
+  std::filesystem::permissions(folder / "program", std::filesystem::perms::owner_read);
+  ProgramCall call;
+  call.arguments = {folder / "program"};
+  const ProgramResult result = Subprocess::run(call);
+  EXPECT_EQ(result.end, End::NotStarted);
+  EXPECT_EQ(result.failure(), (folder / "program") + " cannot be started: Permission denied");
+}
+
+TEST(Subprocess, ManyAtATimeDoNotKeepOneAnothersPipes) {
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < 8; ++i)
+    threads.emplace_back([] {
+      for (int j = 0; j < 20; ++j) EXPECT_EQ(Subprocess::run(shell("echo x")).output, "x\n");
+    });
 }
 
 TEST(Subprocess, HasNoTerminalToAsk) {
