@@ -20,6 +20,8 @@
 #include "linux/hostlink/HostSession.h"
 #include "platform/linux/LinuxFinderSyncController.h"
 #include "protocol/hostlink/HostLineCodec.h"
+#include "support/EventLog.h"
+#include "support/ManualQueues.h"
 
 // What hosts say to the extension. The pieces go to two hosts, in turns, as bytes of their
 // connections; the first byte says where each piece is cut. The extension has a menu, and sets
@@ -124,7 +126,10 @@ void serveHosts(FuzzTarget::Input input) {
   extension.menus[0] = exampleMenu();
   extension.knownActions = {"stage:", "ignoreItems:"};
   extension.raises = cut % 16 == 15;
-  HostLinkHub hub(extension, finder, [](const Image& image) { return "/i/" + image.name; });
+  EventLog events;
+  ManualQueues queues(events);
+  HostLinkHub hub(
+      extension, finder, [](const Image& image) { return "/i/" + image.name; }, queues);
   {
     const ReadingCost cost;
     std::array<ServedHost, 2> hosts{ServedHost(hub), ServedHost(hub)};
@@ -138,6 +143,7 @@ void serveHosts(FuzzTarget::Input input) {
       if (i % 8 == 7)
         finder.setDirectoryURLs({URL::fileURLWithPath(i % 16 == 7 ? "/s" : "/r", true)});
       for (ServedHost& host : hosts) host.hear();
+      queues.runAll();
     }
     // Answers cost something, too, as does their being read here.
     const std::size_t heard = hosts[0].heard() + hosts[1].heard();

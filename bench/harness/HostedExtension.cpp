@@ -18,7 +18,8 @@ HostedExtension::HostedExtension(FakePlatform& fakes, std::shared_ptr<FileSystem
   KPKelpieSync::initialize(platform_);
   sync_ = KPKelpieSync::create(platform_, defaults_);
   sync_->setApplicationPid(42);
-  hub_ = std::make_unique<HostLinkHub>(*sync_, finder_, [](const Image&) { return ""; });
+  hub_ = std::make_unique<HostLinkHub>(
+      *sync_, finder_, [](const Image&) { return ""; }, platform_.queues);
   session_ = std::make_unique<HostSession>(
       *hub_, [this](std::string line) { answers_.push_back(std::move(line)); });
   handleLine(R"({"type":"hello","host":"bench","version":1})");

@@ -176,6 +176,32 @@ TEST_F(TrueBadges, AfterARestartOfTheAgentWhatIsInViewIsReadFirst) {
   EXPECT_LE(others.size(), 8U) << asked;
 }
 
+// A folder that lies in one of two observed folders is asked for once more after a restart of the
+// agent, and forgotten then: nobody but a file manager that shows it speaks of it after another one.
+TEST_F(TrueBadges, AFolderThatIsMadeAgainHasBadgesThoughAnotherFileManagerHasStayedInIt) {
+  const std::string other = session.addRepository("code/other", {"file.txt", "sub/file.txt"});
+  const std::string again = session.home().addFolder("code/again");
+  const TemporaryFolder elsewhere;
+  start({session.home().path(), elsewhere.path()});
+  TestHost stays(session);
+  stays.hello();
+  stays.show(again);
+  fs::remove(again);
+  host().show(other);
+  host().show(other + "/sub");
+  EXPECT_TRUE(host().sees(other + "/sub/file.txt", "KPCurrentBadge"));
+  for (int restart = 0; restart < 2; ++restart) {
+    agent->signal(SIGKILL);
+    ASSERT_TRUE(agent->waitForEnd());
+    EXPECT_TRUE(host().sees(other + "/sub/file.txt", "KPEmptyBadge"));
+    agent = session.startAgent();
+    EXPECT_TRUE(host().sees(other + "/sub/file.txt", "KPCurrentBadge"));
+  }
+  session.addRepository("code/again");
+  host().show(again);
+  EXPECT_TRUE(host().sees(again + "/file.txt", "KPCurrentBadge"));
+}
+
 // -- Settings -------------------------------------------------------------------------------------
 
 TEST_F(TrueBadges, WithoutUntrackedFilesTheseShowAsIgnored) {

@@ -25,8 +25,13 @@ const MenuItem* itemAt(const Menu& menu, const std::vector<std::size_t>& path) {
 }  // namespace
 
 HostLinkHub::HostLinkHub(FinderSync& extension, LinuxFinderSyncController& finder,
-                         hostlink::ImageFile imageFile)
-    : extension_(extension), finder_(finder), imageFile_(std::move(imageFile)) {
+                         hostlink::ImageFile imageFile, SerialQueues& queues)
+    : extension_(extension),
+      finder_(finder),
+      imageFile_(std::move(imageFile)),
+      folders_(queues, [this](const URL& folder) {
+        if (isShown(folder.path(), nullptr)) extension_.beginObservingDirectoryAtURL(folder);
+      }) {
   finder_.setListener(
       {[this](const auto& badges) { tellBadges(badges); }, [this] { tellDirectories(); }});
 }
@@ -49,20 +54,24 @@ hostlink::Welcome HostLinkHub::welcome() const {
   return hostlink::welcomeOf(extension_, finder_, imageFile_);
 }
 
-bool HostLinkHub::isShownByOther(const HostSession& session, const std::string& folder) const {
-  return std::ranges::any_of(sessions_, [&](const HostSession* other) {
-    return other != &session && other->shows(folder);
+bool HostLinkHub::isShown(const std::string& folder, const HostSession* except) const {
+  return std::ranges::any_of(sessions_, [&](const HostSession* session) {
+    return session != except && session->shows(folder);
   });
 }
 
 void HostLinkHub::beginObserving(const HostSession& session, const URL& url) {
   thread_.check();
-  if (!isShownByOther(session, url.path())) extension_.beginObservingDirectoryAtURL(url);
+  if (isShown(url.path(), &session)) return folders_.beginOnceMore(url);
+  folders_.begin(url);
+  extension_.beginObservingDirectoryAtURL(url);
 }
 
 void HostLinkHub::endObserving(const HostSession& session, const URL& url) {
   thread_.check();
-  if (!isShownByOther(session, url.path())) extension_.endObservingDirectoryAtURL(url);
+  if (isShown(url.path(), &session)) return;
+  folders_.end(url.path());
+  extension_.endObservingDirectoryAtURL(url);
 }
 
 std::optional<Menu> HostLinkHub::menu(const HostSession& session, const hostlink::Number& id,

@@ -9,6 +9,7 @@
 #include "foundation/Menu.h"
 #include "foundation/ThreadBound.h"
 #include "foundation/URL.h"
+#include "linux/hostlink/FoldersInView.h"
 #include "linux/hostlink/HostValues.h"
 #include "platform/FinderSync.h"
 #include "platform/linux/LinuxFinderSyncController.h"
@@ -23,7 +24,7 @@ class HostLinkHub {
  public:
   // Borrowed objects outlive the hub. Listens to `finder` for as long as it lives.
   HostLinkHub(FinderSync& extension, LinuxFinderSyncController& finder,
-              hostlink::ImageFile imageFile);
+              hostlink::ImageFile imageFile, SerialQueues& queues);
   ~HostLinkHub();
   HostLinkHub(const HostLinkHub&) = delete;
   HostLinkHub& operator=(const HostLinkHub&) = delete;
@@ -36,8 +37,8 @@ class HostLinkHub {
   hostlink::Welcome welcome() const;
 
   // A host begins to show the folder, or stops. A folder counts as in view while at least one host
-  // shows it: only the first beginning and the last end reach the extension. `session` is that
-  // host's.
+  // shows it: only the first beginning and the last end reach the extension, and one more beginning
+  // when another folder has come to be at that path. `session` is that host's.
   void beginObserving(const HostSession& session, const URL& url);
   void endObserving(const HostSession& session, const URL& url);
 
@@ -60,13 +61,15 @@ class HostLinkHub {
     Menu menu;
   };
 
-  bool isShownByOther(const HostSession& session, const std::string& folder) const;
+  // `except` may be null.
+  bool isShown(const std::string& folder, const HostSession* except) const;
   void tellBadges(const std::vector<LinuxFinderSyncController::Badge>& badges);
   void tellDirectories();
 
   FinderSync& extension_;
   LinuxFinderSyncController& finder_;
   hostlink::ImageFile imageFile_;
+  FoldersInView folders_;
   std::vector<HostSession*> sessions_;
   std::optional<NewestMenu> newest_;
   ThreadBound thread_;

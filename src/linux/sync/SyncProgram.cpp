@@ -153,8 +153,10 @@ std::optional<std::string> SyncProgram::checkPort() const {
 }
 
 std::optional<std::string> SyncProgram::openHostLink() {
-  hub_.emplace(*controller_, system_.finder(),
-               [this](const Image& image) { return system_.bundle().imageFile(image.name); });
+  hub_.emplace(
+      *controller_, system_.finder(),
+      [this](const Image& image) { return system_.bundle().imageFile(image.name); },
+      system_.platform().queues);
   auto server = HostLinkServer::listen(loop_, runtime_.finderSocket(), *hub_);
   if (!server) return server.problem();
   server_ = *std::move(server);

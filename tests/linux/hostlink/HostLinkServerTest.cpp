@@ -136,7 +136,8 @@ class HostLinkServerTest : public ::testing::Test {
   ManualQueues queues{events};
   LinuxFinderSyncController finder{queues.mainQueue()};
   FakeFinderSync extension{finder};
-  HostLinkHub hub{extension, finder, [](const Image& image) { return "/images/" + image.name; }};
+  HostLinkHub hub{extension, finder, [](const Image& image) { return "/images/" + image.name; },
+                  queues};
   std::string folder;
   std::string path;
   std::unique_ptr<HostLinkServer> server;

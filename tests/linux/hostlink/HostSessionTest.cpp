@@ -4,11 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
 #include <utility>
 
 #include "FakeFinderSync.h"
 #include "support/ManualQueues.h"
+#include "support/TemporaryFolder.h"
 
 namespace kelpie {
 namespace {
@@ -80,7 +82,8 @@ class HostSessionTest : public ::testing::Test {
   ManualQueues queues{events};
   LinuxFinderSyncController finder{queues.mainQueue()};
   FakeFinderSync extension{finder};
-  HostLinkHub hub{extension, finder, [](const Image& image) { return "/images/" + image.name; }};
+  HostLinkHub hub{extension, finder, [](const Image& image) { return "/images/" + image.name; },
+                  queues};
   Host a{hub};
   Host b{hub};
 };
@@ -220,6 +223,35 @@ TEST_F(HostSessionTest, TheFirstBeginAndTheLastEndReachTheExtension) {
   EXPECT_EQ(extension.calls, (Calls{"begin file:///r", "end file:///r/"}));
   a.say(end);
   EXPECT_EQ(extension.calls.size(), 2U) << "nobody shows it";
+}
+
+TEST_F(HostSessionTest, AFolderThatIsMadeAgainIsBegunAgain) {
+  const TemporaryFolder home;
+  const std::string folder = home.addFolder("f");
+  const std::string begin = "begin " + URL::fileURLWithPath(folder).absoluteString();
+  const json show = {{"type", "beginObserving"},
+                     {"url", URL::fileURLWithPath(folder).absoluteString()}};
+  a.say(show);
+  queues.runAll();
+  std::filesystem::remove(folder);
+  home.addFolder("f");
+  b.say(show);
+  queues.runAll();
+  EXPECT_EQ(extension.calls, (Calls{begin, begin})) << "the first host shows one that is gone";
+  Host c(hub);
+  c.hello();
+  c.say(show);
+  queues.runAll();
+  EXPECT_EQ(extension.calls.size(), 2U) << "it is the same folder";
+  std::filesystem::remove(folder);
+  c.session.reset();
+  Host d(hub);
+  d.hello();
+  d.say(show);
+  for (Host* host : {&a, &b, &d}) host->session.reset();
+  extension.calls.clear();
+  queues.runAll();
+  EXPECT_EQ(extension.calls, Calls()) << "nobody shows it any more";
 }
 
 TEST_F(HostSessionTest, AHostCannotEndWhatAnotherShows) {
