@@ -19,7 +19,7 @@ namespace {
 constexpr int kFirstOther = 3;
 
 // What the child could not do.
-struct Failure {
+struct StartFailure {
   enum class Of { Nothing, Descriptors, Folder, Program };
   Of of = Of::Nothing;
   int error = 0;
@@ -30,12 +30,12 @@ struct Child {
   char* const* environment;
   const char* folder;  // null for where this process runs
   std::array<int, kFirstOther> ends;
-  int failures;  // the end of a pipe that is told a Failure
+  int failures;  // the end of a pipe that is told a StartFailure
   bool endsWithThread;
 };
 
-[[noreturn]] void giveUp(int failures, Failure::Of of) {
-  const Failure failure{of, errno};
+[[noreturn]] void giveUp(int failures, StartFailure::Of of) {
+  const StartFailure failure{of, errno};
   static_cast<void>(!write(failures, &failure, sizeof(failure)));
   _exit(127);
 }
@@ -56,10 +56,11 @@ int outOfTheWay(int descriptor) {
   std::array<int, kFirstOther> ends{};
   for (std::size_t i = 0; i < ends.size(); ++i) ends[i] = outOfTheWay(child.ends[i]);
   for (std::size_t i = 0; i < ends.size(); ++i)
-    if (dup2(ends[i], static_cast<int>(i)) < 0) giveUp(failures, Failure::Of::Descriptors);
+    if (dup2(ends[i], static_cast<int>(i)) < 0) giveUp(failures, StartFailure::Of::Descriptors);
   // All of this process's own say so themselves.
   close_range(kFirstOther, ~0U, CLOSE_RANGE_CLOEXEC);
-  if (child.folder != nullptr && chdir(child.folder) != 0) giveUp(failures, Failure::Of::Folder);
+  if (child.folder != nullptr && chdir(child.folder) != 0)
+    giveUp(failures, StartFailure::Of::Folder);
   struct sigaction usual = {};
   usual.sa_handler = SIG_DFL;
   sigaction(SIGPIPE, &usual, nullptr);
@@ -67,7 +68,7 @@ int outOfTheWay(int descriptor) {
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
   execvpe(child.arguments[0], child.arguments, child.environment);
-  giveUp(failures, Failure::Of::Program);
+  giveUp(failures, StartFailure::Of::Program);
 }
 
 // The child gets no copy of this process's memory, which takes longer to make (and its pages, to be
@@ -107,16 +108,16 @@ std::variant<pid_t, std::string> ProgramStart::run() const {
                                    endsWithThread});
   const int error = errno;
   close(failures[1]);
-  Failure failure;
+  StartFailure failure;
   // The end of the pipe: the child is the program now.
   while (process > 0 && read(failures[0], &failure, sizeof(failure)) < 0 && errno == EINTR) {
   }
   close(failures[0]);
   if (process < 0) return "A child process cannot be made: " + words(error);
-  if (failure.of == Failure::Of::Nothing) return process;
+  if (failure.of == StartFailure::Of::Nothing) return process;
   while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
   }
-  if (failure.of == Failure::Of::Folder)
+  if (failure.of == StartFailure::Of::Folder)
     return "The folder " + folder + " cannot be entered: " + words(failure.error);
   return arguments.front() + " cannot be started: " + words(failure.error);
 }

@@ -12,8 +12,8 @@ namespace kelpie::agent {
 struct ProgramStart {
   // The program, by its absolute path or by a name that is looked up on PATH, and its arguments.
   const std::vector<std::string>& arguments;
-  char* const* environment;   // NAME=VALUE each, ended by a null
-  const std::string& folder;  // where it runs; empty for where this process runs
+  char* const* environment = nullptr;  // NAME=VALUE each, ended by a null
+  const std::string& folder;           // where it runs; empty for where this process runs
   // What it finds as its standard input, output and errors.
   int input = -1;
   int output = -1;
