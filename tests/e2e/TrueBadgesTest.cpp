@@ -177,7 +177,8 @@ TEST_F(TrueBadges, AfterARestartOfTheAgentWhatIsInViewIsReadFirst) {
 }
 
 // A folder that lies in one of two observed folders is asked for once more after a restart of the
-// agent, and forgotten then: nobody but a file manager that shows it speaks of it after another one.
+// agent, and forgotten then: nobody but a file manager that shows it speaks of it after another
+// one.
 TEST_F(TrueBadges, AFolderThatIsMadeAgainHasBadgesThoughAnotherFileManagerHasStayedInIt) {
   const std::string other = session.addRepository("code/other", {"file.txt", "sub/file.txt"});
   const std::string again = session.home().addFolder("code/again");
