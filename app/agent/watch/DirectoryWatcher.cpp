@@ -14,16 +14,16 @@
 namespace kelpie::agent {
 namespace {
 
-constexpr std::uint32_t kNames = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO |
-                                 IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_DONT_FOLLOW |
-                                 IN_EXCL_UNLINK;
+constexpr std::uint32_t kNameEvents = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO |
+                                      IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_DONT_FOLLOW |
+                                      IN_EXCL_UNLINK;
 
 // By Interest.
 constexpr std::array<std::uint32_t, 3> kMasks = {
     // Writing through a mapping raises no event but the one when the file is closed.
-    kNames | IN_CLOSE_WRITE | IN_MODIFY | IN_ATTRIB,
-    kNames | IN_CLOSE_WRITE,
-    kNames,
+    kNameEvents | IN_CLOSE_WRITE | IN_MODIFY | IN_ATTRIB,
+    kNameEvents | IN_CLOSE_WRITE,
+    kNameEvents,
 };
 
 constexpr std::size_t kFallbackLimit = 6144;
