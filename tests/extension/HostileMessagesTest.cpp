@@ -109,12 +109,16 @@ std::size_t observedDirectories(KPKelpieSync& controller) {
   return controller.folders().observedDirectories().size();
 }
 std::size_t targets(KPKelpieSync& controller) { return controller.targetURLs().size(); }
+std::size_t senderObjects(KPKelpieSync& controller) {
+  return controller.senderObjects().objectForAction("stage:").size();
+}
 
 constexpr PropertyCase kProperties[] = {
     {"AllObservedFiles", observedPaths},
     {"InactiveObservedFiles", inactiveFolders},
     {"ObservedDirectories", observedDirectories},
     {"TargetUrls", targets},
+    {"SenderObjects", senderObjects},
 };
 
 void PrintTo(const PropertyCase& property, std::ostream* stream) { *stream << property.message; }
@@ -129,6 +133,7 @@ TEST_P(HostileProperties, StayWhatTheyWere) {
   MessageHarness harness;
   harness.controller().setTargetURLs(
       Objects{URL::fileURLWithPath("/a"), URL::fileURLWithPath("/b")});
+  harness.controller().senderObjects().set("stage:", Objects{"c"});
   harness.runQueues();
   const std::size_t before = GetParam().held(harness.controller());
   // Of a longer one the main thread would not reach the property.
