@@ -89,6 +89,16 @@ TEST_F(KPRepositoryTest, OnceItHasEndedItSetsNoBadgeAndRecordsNothing) {
   EXPECT_EQ(word("/r/d/b"), std::nullopt);
 }
 
+TEST_F(KPRepositoryTest, OnRequestAnItemGetsTheBadgeOfItsEntryOnceMore) {
+  file("/r/a");
+  send(statusInfo({{"/r/a", 0x0100}}));
+  ASSERT_EQ(ask("/r/a"), "KPWorkdirModifiedBadge");
+  platform.finder.forgetBadges();
+  repository->updateBadgeIdentifierForURL(url("/r/a"));
+  EXPECT_EQ(platform.finder.badges(),
+            (std::vector<FakeFinder::Badge>{{"KPWorkdirModifiedBadge", "/r/a"}}));
+}
+
 TEST_F(KPRepositoryTest, OneWhosePlaceHasAnotherFolderClearsWhatItHasShown) {
   file("/r/a");
   send(statusInfo({{"/r/a", 0x0100}}));
