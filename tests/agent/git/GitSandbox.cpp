@@ -1,5 +1,4 @@
 #include "agent/git/GitSandbox.h"
-#include "support/Script.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -9,6 +8,8 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+
+#include "support/Script.h"
 
 namespace kelpie::agent {
 namespace {
